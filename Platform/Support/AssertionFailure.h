@@ -1,0 +1,24 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace wevora::platform {
+
+/// A broken invariant, with the fixed message and place that its code states.
+/// Threads: any. Owns: its texts. Errors: is one.
+class AssertionFailure : public std::logic_error {
+ public:
+  AssertionFailure(std::string_view message, std::string_view source, int line)
+      : std::logic_error(std::string(message)), source_(source), line_(line) {}
+
+  const std::string& source() const noexcept { return source_; }
+  int line() const noexcept { return line_; }
+
+ private:
+  std::string source_;
+  int line_;
+};
+
+}  // namespace wevora::platform
