@@ -1,0 +1,188 @@
+#include "Platform/Strings/Strings.h"
+
+#include <memory>
+
+#include <glib.h>
+
+namespace wevora::platform {
+namespace {
+
+struct GFree {
+  void operator()(char* text) const noexcept { g_free(text); }
+};
+using GText = std::unique_ptr<char, GFree>;
+
+std::string_view withoutTrailingSeparators(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return path;
+}
+
+bool isAscii(std::string_view text) {
+  for (const char c : text)
+    if (static_cast<unsigned char>(c) >= 0x80) return false;
+  return true;
+}
+
+void appendLowercasedValid(std::string& out, std::string_view valid) {
+  const GText lower(g_utf8_strdown(valid.data(), static_cast<gssize>(valid.size())));
+  out += lower.get();
+}
+
+int hexDigit(char c) {
+  return g_ascii_xdigit_value(c);
+}
+
+}  // namespace
+
+std::optional<std::string_view> PathComponents::next() {
+  if (!started_) {
+    started_ = true;
+    if (!rest_.empty() && rest_.front() == '/') return rest_.substr(0, 1);
+  }
+  const auto begin = rest_.find_first_not_of('/');
+  if (begin == std::string_view::npos) return std::nullopt;
+  rest_.remove_prefix(begin);
+  const auto component = rest_.substr(0, rest_.find('/'));
+  rest_.remove_prefix(component.size());
+  return component;
+}
+
+std::vector<std::string> pathComponents(std::string_view path) {
+  std::vector<std::string> components;
+  PathComponents walk(path);
+  while (const auto component = walk.next()) components.emplace_back(*component);
+  return components;
+}
+
+std::string standardizedPath(std::string_view path) {
+  const bool absolute = !path.empty() && path.front() == '/';
+  std::vector<std::string_view> kept;
+  PathComponents walk(path);
+  while (const auto component = walk.next()) {
+    if (*component == "." || *component == "/") continue;
+    if (*component == "..") {
+      if (!kept.empty() && kept.back() != "..") {
+        kept.pop_back();
+        continue;
+      }
+      if (absolute) continue;
+    }
+    kept.push_back(*component);
+  }
+  std::string result;
+  result.reserve(path.size());
+  if (absolute) result += '/';
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    if (i > 0) result += '/';
+    result += kept[i];
+  }
+  return result;
+}
+
+std::string_view lastPathComponent(std::string_view path) {
+  path = withoutTrailingSeparators(path);
+  if (path == "/") return path;
+  const auto separator = path.rfind('/');
+  return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
+std::string_view pathWithoutLastComponent(std::string_view path) {
+  path = withoutTrailingSeparators(path);
+  const auto separator = path.rfind('/');
+  if (separator == std::string_view::npos) return {};
+  return withoutTrailingSeparators(path.substr(0, separator + 1));
+}
+
+std::string pathByAppendingComponent(std::string_view path, std::string_view component) {
+  std::string result(withoutTrailingSeparators(path));
+  while (!component.empty() && component.front() == '/') component.remove_prefix(1);
+  if (component.empty()) return result;
+  component = withoutTrailingSeparators(component);
+  if (!result.empty() && result.back() != '/') result += '/';
+  result += component;
+  return result;
+}
+
+Character firstCharacter(std::string_view text) {
+  if (static_cast<unsigned char>(text.front()) < 0x80) return {1, 1};
+  const gunichar code = g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
+  if (code == static_cast<gunichar>(-1) || code == static_cast<gunichar>(-2)) return {1, 1};
+  return {static_cast<std::size_t>(g_unichar_to_utf8(code, nullptr)), code > 0xFFFF ? 2U : 1U};
+}
+
+std::size_t utf16Length(std::string_view text) {
+  if (isAscii(text)) return text.size();
+  std::size_t units = 0;
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    units += character.units;
+    text.remove_prefix(character.bytes);
+  }
+  return units;
+}
+
+std::string lowercased(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  if (isAscii(text)) {
+    for (const char c : text) result += g_ascii_tolower(c);
+    return result;
+  }
+  while (!text.empty()) {
+    const char* end = nullptr;
+    g_utf8_validate_len(text.data(), text.size(), &end);
+    const auto valid = text.substr(0, static_cast<std::size_t>(end - text.data()));
+    appendLowercasedValid(result, valid);
+    text.remove_prefix(valid.size());
+    if (text.empty()) break;
+    result += text.front();
+    text.remove_prefix(1);
+  }
+  return result;
+}
+
+std::string percentEncodedPath(std::string_view path) {
+  static constexpr std::string_view kHex = "0123456789ABCDEF";
+  static constexpr std::string_view kAllowed = "/-._~!$&'()*+,;=:@";
+  std::string result;
+  result.reserve(path.size());
+  for (const char c : path) {
+    if (g_ascii_isalnum(c) || kAllowed.find(c) != std::string_view::npos) {
+      result += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      result += '%';
+      result += kHex[byte >> 4U];
+      result += kHex[byte & 0xFU];
+    }
+  }
+  return result;
+}
+
+std::optional<std::string> pathFromFileUrl(std::string_view url) {
+  static constexpr std::string_view kScheme = "file://";
+  if (!url.starts_with(kScheme)) return std::nullopt;
+  url.remove_prefix(kScheme.size());
+  const auto slash = url.find('/');
+  if (slash == std::string_view::npos) return std::nullopt;
+  const auto host = url.substr(0, slash);
+  if (!host.empty() && host != "localhost") return std::nullopt;
+  url.remove_prefix(slash);
+  std::string path;
+  path.reserve(url.size());
+  for (std::size_t i = 0; i < url.size(); ++i) {
+    if (url[i] != '%') {
+      path += url[i];
+      continue;
+    }
+    if (i + 2 >= url.size()) return std::nullopt;
+    const int high = hexDigit(url[i + 1]);
+    const int low = hexDigit(url[i + 2]);
+    if (high < 0 || low < 0 || (high == 0 && low == 0)) return std::nullopt;
+    path += static_cast<char>(high * 16 + low);
+    i += 2;
+  }
+  return path;
+}
+
+}  // namespace wevora::platform
