@@ -1,0 +1,188 @@
+#include "Platform/Dispatch/GLibDispatch.h"
+
+#include <deque>
+#include <string>
+#include <utility>
+
+#include <glib.h>
+
+#include "Platform/Dispatch/PriorityOperationQueue.h"
+#include "Platform/Dispatch/WorkerPool.h"
+#include "Platform/Support/Guard.h"
+#include "Platform/Support/Mutex.h"
+
+namespace wevora::platform {
+namespace {
+
+/// Hands the block to the queue at its time, unless the queue has ended by then.
+std::shared_ptr<DelayedBlock> queueLater(WorkerPool& pool, std::weak_ptr<Queue> weak,
+                                         std::chrono::nanoseconds delay, Block block) {
+  auto held = std::make_shared<Block>(std::move(block));
+  return pool.at(delay, [weak = std::move(weak), held] {
+    if (const auto queue = weak.lock()) queue->async(std::move(*held));
+  });
+}
+
+class SerialQueue : public Queue, public std::enable_shared_from_this<SerialQueue> {
+ public:
+  SerialQueue(std::shared_ptr<WorkerPool> pool, std::string_view name)
+      : pool_(std::move(pool)), name_(name) {}
+
+  void async(Block block) override {
+    {
+      const MutexLock lock(mutex_);
+      blocks_.push_back(std::move(block));
+      if (draining_) return;
+      draining_ = true;
+    }
+    pool_->run([turn = std::make_shared<Turn>(shared_from_this())] {
+      turn->run();
+      return WorkerPool::Afterwards::stay;
+    });
+  }
+
+  std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block block) override {
+    // Unlike the main queue, a serial queue lives as long as a block of its own waits.
+    auto held = std::make_shared<Block>(std::move(block));
+    return pool_->at(delay, [self = shared_from_this(), held] { self->async(std::move(*held)); });
+  }
+
+ private:
+  /// One run of the queue on a worker. If the pool ends first, the blocks that waited for it go:
+  /// they may hold the queue's owner, which holds the queue.
+  class Turn {
+   public:
+    explicit Turn(std::shared_ptr<SerialQueue> queue) : queue_(std::move(queue)) {}
+    ~Turn() {
+      if (queue_) queue_->drop();
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    void run() { std::exchange(queue_, nullptr)->drain(); }
+
+   private:
+    std::shared_ptr<SerialQueue> queue_;
+  };
+
+  void drop() {
+    std::deque<Block> dropped;
+    const MutexLock lock(mutex_);
+    dropped.swap(blocks_);
+    draining_ = false;
+  }
+
+  void drain() {
+    for (;;) {
+      Block block;
+      {
+        const MutexLock lock(mutex_);
+        if (blocks_.empty()) {
+          draining_ = false;
+          return;
+        }
+        block = std::move(blocks_.front());
+        blocks_.pop_front();
+      }
+      swallowing(block);
+    }
+  }
+
+  const std::shared_ptr<WorkerPool> pool_;
+  const std::string name_;
+  Mutex mutex_;
+  std::deque<Block> blocks_ GUARDED_BY(mutex_);
+  bool draining_ GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace
+
+/// One GSource for the life of the queue; posting only sets its time, which GLib allows from any
+/// thread.
+class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_this<MainQueue> {
+ public:
+  explicit MainQueue(std::shared_ptr<WorkerPool> pool) : pool_(std::move(pool)) {
+    static GSourceFuncs functions = {nullptr, nullptr, &MainQueue::dispatch,
+                                     nullptr, nullptr, nullptr};
+    source_ = g_source_new(&functions, sizeof(Source));
+    reinterpret_cast<Source*>(source_)->queue = this;
+    g_source_set_name(source_, "wevora main queue");
+    g_source_attach(source_, nullptr);
+  }
+  ~MainQueue() override {
+    g_source_destroy(source_);
+    g_source_unref(source_);
+  }
+  MainQueue(const MainQueue&) = delete;
+  MainQueue& operator=(const MainQueue&) = delete;
+
+  void async(Block block) override {
+    const MutexLock lock(mutex_);
+    blocks_.push_back(std::move(block));
+    if (blocks_.size() == 1) g_source_set_ready_time(source_, 0);
+  }
+
+  std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block block) override {
+    return queueLater(*pool_, weak_from_this(), delay, std::move(block));
+  }
+
+ private:
+  struct Source {
+    GSource source;
+    MainQueue* queue;
+  };
+
+  /// Blocks that run before the host's other sources get their turn again.
+  static constexpr int kBlocksPerTurn = 64;
+
+  static gboolean dispatch(GSource* source, GSourceFunc, gpointer) noexcept {
+    reinterpret_cast<Source*>(source)->queue->runSome();
+    return G_SOURCE_CONTINUE;
+  }
+
+  void runSome() noexcept {
+    const auto alive = shared_from_this();
+    for (int i = 0; i < kBlocksPerTurn; ++i) {
+      Block block = next();
+      if (!block) return;
+      swallowing(block);
+    }
+  }
+
+  Block next() {
+    const MutexLock lock(mutex_);
+    if (blocks_.empty()) {
+      g_source_set_ready_time(source_, -1);
+      return nullptr;
+    }
+    Block block = std::move(blocks_.front());
+    blocks_.pop_front();
+    // An empty block would read as "none left"; it has nothing to do anyway.
+    return block ? std::move(block) : Block([] {});
+  }
+
+  const std::shared_ptr<WorkerPool> pool_;
+  GSource* source_ = nullptr;
+  Mutex mutex_;
+  std::deque<Block> blocks_ GUARDED_BY(mutex_);
+};
+
+GLibDispatch::GLibDispatch()
+    : pool_(std::make_shared<WorkerPool>()), mainQueue_(std::make_shared<MainQueue>(pool_)) {}
+
+GLibDispatch::~GLibDispatch() {
+  pool_->stop();
+}
+
+Queue& GLibDispatch::mainQueue() {
+  return *mainQueue_;
+}
+
+std::shared_ptr<Queue> GLibDispatch::serialQueue(std::string_view name) {
+  return std::make_shared<SerialQueue>(pool_, name);
+}
+
+std::shared_ptr<OperationQueue> GLibDispatch::operationQueue(std::size_t maxConcurrent) {
+  return PriorityOperationQueue::create(pool_, maxConcurrent);
+}
+
+}  // namespace wevora::platform
