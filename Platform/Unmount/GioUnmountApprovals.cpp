@@ -1,0 +1,94 @@
+#include "Platform/Unmount/GioUnmountApprovals.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <gio/gio.h>
+
+#include "Platform/Support/Guard.h"
+#include "Platform/Unmount/ApprovalRegistrations.h"
+
+namespace wevora::platform {
+namespace {
+
+constexpr std::chrono::seconds kBusyTime{5};
+
+struct ObjectUnref {
+  void operator()(void* object) const noexcept { g_object_unref(object); }
+};
+struct GFree {
+  void operator()(char* text) const noexcept { g_free(text); }
+};
+
+std::optional<std::string> pathOf(GMount* mount) {
+  const std::unique_ptr<GFile, ObjectUnref> root(g_mount_get_root(mount));
+  const std::unique_ptr<char, GFree> path(root ? g_file_get_path(root.get()) : nullptr);
+  return path ? std::optional<std::string>(path.get()) : std::nullopt;
+}
+
+/// Threads, Errors: as ApprovalSession. Owns: its hold on the volume monitor.
+class GioApprovalSession : public ApprovalSession {
+ public:
+  GioApprovalSession(Dispatch& dispatch, const Volumes& volumes, GVolumeMonitor* monitor)
+      : dispatch_(dispatch), volumes_(volumes), monitor_(monitor) {}
+  ~GioApprovalSession() override { GioApprovalSession::unscheduleFromMainLoop(); }
+  GioApprovalSession(const GioApprovalSession&) = delete;
+  GioApprovalSession& operator=(const GioApprovalSession&) = delete;
+
+  void scheduleOnMainLoop() override {
+    if (handler_ == 0)
+      handler_ = g_signal_connect(monitor_.get(), "mount-pre-unmount",
+                                  G_CALLBACK(&GioApprovalSession::preUnmount), this);
+  }
+  void unscheduleFromMainLoop() override {
+    if (handler_ != 0) g_signal_handler_disconnect(monitor_.get(), handler_);
+    handler_ = 0;
+  }
+  void registerUnmountApproval(Callback callback, void* context) override {
+    registrations_.add(callback, context);
+  }
+  void unregisterUnmountApproval(Callback callback, void* context) override {
+    registrations_.remove(callback, context);
+  }
+
+ private:
+  static void preUnmount(GVolumeMonitor*, GMount* mount, gpointer self) noexcept {
+    swallowing([&] { static_cast<GioApprovalSession*>(self)->ask(mount); });
+  }
+
+  void ask(GMount* mount) {
+    const auto path = pathOf(mount);
+    if (!path) return;
+    Disk disk{{{kDiskDescriptionVolumePathKey, *path}}};
+    if (auto kind = volumes_.fileSystemTypeOf(*path))
+      disk.description[kDiskDescriptionVolumeKindKey] = std::move(*kind);
+    if (registrations_.ask(disk)) holdVolumeBusy(dispatch_, *path);
+  }
+
+  Dispatch& dispatch_;
+  const Volumes& volumes_;
+  const std::unique_ptr<GVolumeMonitor, ObjectUnref> monitor_;
+  ApprovalRegistrations registrations_;
+  gulong handler_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ApprovalSession> GioUnmountApprovals::createSession() {
+  GVolumeMonitor* monitor = g_volume_monitor_get();
+  if (monitor == nullptr) return nullptr;
+  return std::make_unique<GioApprovalSession>(dispatch_, volumes_, monitor);
+}
+
+void holdVolumeBusy(Dispatch& dispatch, const std::string& mountPoint) {
+  const int descriptor = ::open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  // Closed with the block, whether the block runs or is dropped.
+  const std::shared_ptr<const int> held(new int(descriptor), [](const int* fd) {
+    ::close(*fd);
+    std::default_delete<const int>()(fd);
+  });
+  dispatch.mainQueue().after(kBusyTime, [held] {});
+}
+
+}  // namespace wevora::platform
