@@ -1,0 +1,201 @@
+#pragma once
+
+#include <any>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <typeinfo>
+#include <utility>
+
+#include "Platform/Support/Mutex.h"
+
+namespace wevora::platform {
+
+class Class;
+class Object;
+class Runtime;
+
+/// A reference to an object of the runtime; a null one is "nothing", to which anything may be sent.
+using Id = std::shared_ptr<Object>;
+
+/// What a host's object raises, and what a message that nobody understands raises.
+/// Threads: any. Owns: its text. Errors: is one.
+class HostException : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The body of a method, its C++ types erased: a function of (receiver, arguments...).
+/// Threads: a value; calling it is as safe as the function. Owns: the function.
+/// Errors: invoking with other types than it was made with raises HostException.
+class Implementation {
+ public:
+  Implementation() = default;
+
+  /// `Implementation::of<void(bool)>([](const Id& self, bool needed) { ... })`
+  template <class Signature, class Function>
+  static Implementation of(Function function) {
+    Implementation made;
+    made.body_ = Typed<Signature>::wrap(std::move(function));
+    return made;
+  }
+
+  explicit operator bool() const noexcept { return body_ != nullptr; }
+  friend bool operator==(const Implementation& a, const Implementation& b) {
+    return a.body_ == b.body_;
+  }
+
+  /// Calls the function directly, with no look-up.
+  template <class Result, class... Arguments>
+  Result invoke(const Id& self, Arguments... arguments) const {
+    using Wanted = typename Typed<Result(Arguments...)>::Body;
+    const auto* body = dynamic_cast<const Wanted*>(body_.get());
+    if (body == nullptr) throw HostException("method called with other types than its own");
+    return body->function(self, std::forward<Arguments>(arguments)...);
+  }
+
+ private:
+  struct AnyBody {
+    virtual ~AnyBody() = default;
+  };
+  template <class Signature>
+  struct Typed;
+
+  std::shared_ptr<const AnyBody> body_;
+};
+
+template <class Result, class... Arguments>
+struct Implementation::Typed<Result(Arguments...)> {
+  struct Body : AnyBody {
+    explicit Body(std::function<Result(const Id&, Arguments...)> f) : function(std::move(f)) {}
+    std::function<Result(const Id&, Arguments...)> function;
+  };
+  template <class Function>
+  static std::shared_ptr<const AnyBody> wrap(Function function) {
+    return std::make_shared<Body>(std::move(function));
+  }
+};
+
+/// A method: its body, and the text that encodes its types ("v@:B").
+struct Method {
+  Implementation implementation;
+  std::string typeEncoding;
+};
+
+/// Something that can be sent messages.
+/// Threads: as its methods. Owns: its instance variables.
+/// Errors: none of its own.
+class Object {
+ public:
+  explicit Object(Class& isa) : isa_(isa) {}
+  virtual ~Object() = default;
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+
+  Class& isa() const noexcept { return isa_; }
+  bool isKindOf(const Class* wanted) const;
+  bool respondsToSelector(std::string_view selector) const;
+
+  /// Instance variables, by name; a name that was never set reads as none.
+  void setInstanceVariable(std::string_view name, std::any value);
+  template <class T>
+  std::optional<T> instanceVariable(std::string_view name) const {
+    const std::any value = instanceVariableValue(name);
+    const auto* typed = std::any_cast<T>(&value);
+    return typed == nullptr ? std::nullopt : std::optional<T>(*typed);
+  }
+
+ protected:
+  /// The method that a message of this name reaches, superclasses included.
+  virtual std::optional<Method> methodFor(std::string_view selector) const;
+
+ private:
+  template <class Result, class... Arguments>
+  friend Result send(const Id&, std::string_view, Arguments...);
+  std::any instanceVariableValue(std::string_view name) const;
+
+  Class& isa_;
+  mutable Mutex mutex_;
+  std::map<std::string, std::any, std::less<>> variables_ GUARDED_BY(mutex_);
+};
+
+/// A class: a name, a superclass, instance methods and class methods. It is itself an object, and
+/// what is sent to it reaches its class methods.
+/// Threads: any. Owns: its method tables.
+/// Errors: none; an operation that cannot be done answers false.
+class Class : public Object {
+ public:
+  Class(std::string_view name, Class* superclass);
+
+  const std::string& name() const noexcept { return name_; }
+  Class* superclass() const noexcept { return superclass_; }
+  bool isSubclassOf(const Class* wanted) const;
+
+  /// False, and nothing changed, where this very class already has a method of that name.
+  bool addMethod(std::string_view selector, Implementation implementation,
+                 std::string_view typeEncoding);
+  bool addClassMethod(std::string_view selector, Implementation implementation,
+                      std::string_view typeEncoding);
+  /// Exchanges the bodies of two methods that the class has or inherits, each in the class that
+  /// has it. False where one of them is missing.
+  bool exchangeImplementations(std::string_view first, std::string_view second);
+
+  /// The method that instances answer with, superclasses included.
+  std::optional<Method> instanceMethod(std::string_view selector) const;
+  std::optional<Method> classMethod(std::string_view selector) const;
+
+ protected:
+  std::optional<Method> methodFor(std::string_view selector) const override {
+    return classMethod(selector);
+  }
+
+ private:
+  using Methods = std::map<std::string, Method, std::less<>>;
+  std::optional<Method> ownMethod(const Methods Class::*table, std::string_view selector) const;
+  Class* ownerOf(std::string_view selector);
+
+  const std::string name_;
+  Class* const superclass_;
+  mutable Mutex tables_;
+  Methods methods_;       // under tables_
+  Methods classMethods_;  // under tables_
+};
+
+/// The classes of a host, by name.
+/// Threads: any. Owns: its classes, as long as it lives.
+/// Errors: a class that is not there is a null pointer.
+class Runtime {
+ public:
+  Runtime() = default;
+  Runtime(const Runtime&) = delete;
+  Runtime& operator=(const Runtime&) = delete;
+
+  /// The one of the process.
+  static Runtime& shared();
+
+  /// Null where the name is taken.
+  std::shared_ptr<Class> registerClass(std::string_view name, Class* superclass = nullptr);
+  std::shared_ptr<Class> classNamed(std::string_view name) const;
+
+ private:
+  mutable Mutex mutex_;
+  std::map<std::string, std::shared_ptr<Class>, std::less<>> classes_ GUARDED_BY(mutex_);
+};
+
+/// Sends a message. Nothing (a null receiver) answers a default value of the result's type; a
+/// receiver that does not know the selector raises HostException, as does one whose method has
+/// other types. No lock is held while the method runs.
+template <class Result, class... Arguments>
+Result send(const Id& receiver, std::string_view selector, Arguments... arguments) {
+  if (!receiver) return Result();
+  const auto method = receiver->methodFor(selector);
+  if (!method) throw HostException("unrecognized selector " + std::string(selector));
+  return method->implementation.template invoke<Result, Arguments...>(
+      receiver, std::forward<Arguments>(arguments)...);
+}
+
+}  // namespace wevora::platform
