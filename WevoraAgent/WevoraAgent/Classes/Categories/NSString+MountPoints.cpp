@@ -1,0 +1,36 @@
+#include <optional>
+
+#include "Platform/Strings/Strings.h"
+#include "Platform/Support/AssertionFailure.h"
+#include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+MountPoints.h"
+
+namespace wevora {
+namespace {
+
+/// What follows the mount point; nothing outside it. None only if the text cannot be taken apart.
+std::optional<std::string_view> remainderBehind(std::string_view receiver,
+                                                std::string_view mountPoint) {
+  if (platform::standardizedPath(receiver) == mountPoint) return std::string_view();
+  // As UTF-8 has one form only, bytes agree exactly where characters do.
+  if (receiver.size() > mountPoint.size() && receiver.starts_with(mountPoint))
+    return receiver.substr(mountPoint.size());
+  return std::string_view();
+}
+
+}  // namespace
+
+std::string stringByCuttingMountPoint(std::string_view receiver, std::string_view mountPoint) {
+  const auto remainder = remainderBehind(receiver, mountPoint);
+  if (!remainder)
+    throw platform::AssertionFailure(
+        "Can not cut mount point. It seems that your string does not contain mountPoint. It is "
+        "your error that should be removed.",
+        "NSString+MountPoints", 33);
+  return platform::standardizedPath("/" + std::string(*remainder));
+}
+
+std::string stringByAddingMountPoint(std::string_view receiver, std::string_view mountPoint) {
+  return platform::standardizedPath("/" + std::string(mountPoint) + "/" + std::string(receiver));
+}
+
+}  // namespace wevora
