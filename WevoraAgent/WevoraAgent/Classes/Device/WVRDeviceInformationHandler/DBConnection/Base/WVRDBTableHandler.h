@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "Platform/Database/Database.h"
+
+namespace wevora {
+
+/// The base of table readers: holds the database that they read.
+/// Threads: as the reader. Owns: a share of the open database. Errors: none.
+class WVRDBTableHandler {
+ public:
+  // -initWithDBHandler:
+  explicit WVRDBTableHandler(std::shared_ptr<platform::Database> initWithDBHandler)
+      : databaseHandler_(std::move(initWithDBHandler)) {}
+  virtual ~WVRDBTableHandler() = default;
+  WVRDBTableHandler(const WVRDBTableHandler&) = delete;
+  WVRDBTableHandler& operator=(const WVRDBTableHandler&) = delete;
+
+  // -databaseHandler
+  const std::shared_ptr<platform::Database>& databaseHandler() const { return databaseHandler_; }
+
+ private:
+  std::shared_ptr<platform::Database> databaseHandler_;
+};
+
+}  // namespace wevora
