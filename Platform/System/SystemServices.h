@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Platform/Database/SqliteDatabases.h"
+#include "Platform/Dispatch/GLibDispatch.h"
+#include "Platform/Runtime/Runtime.h"
+#include "Platform/Unmount/GioUnmountApprovals.h"
+#include "Platform/Volumes/Volumes.h"
+
+namespace wevora::platform {
+
+/// This machine's services, as the shared instances use them.
+/// Threads: any; first used on the main thread. Owns: the services. Errors: none.
+struct SystemServices {
+  SystemClock clock;
+  GLibDispatch dispatch;
+  SystemVolumes volumes;
+  SqliteDatabases databases{clock};
+  GioUnmountApprovals unmountApprovals{dispatch, volumes};
+  Runtime& runtime = Runtime::shared();
+
+  /// Made at first use, never destroyed: worker threads may outlast the end of `main`.
+  static SystemServices& shared();
+};
+
+}  // namespace wevora::platform
