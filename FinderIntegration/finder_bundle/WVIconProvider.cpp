@@ -1,0 +1,352 @@
+#include "FinderIntegration/finder_bundle/WVIconProvider.h"
+
+#include "FinderIntegration/finder_bundle/OperationQueue/WVPerformSelectorOperation.h"
+#include "Platform/Files/Files.h"
+#include "Platform/Support/Guard.h"
+#include "Platform/System/SystemServices.h"
+#include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+Path.h"
+
+namespace wevora {
+namespace {
+
+using platform::Id;
+using platform::MutexLock;
+
+constexpr const char* kGreen = "green";
+constexpr const char* kBlue = "blue";
+constexpr const char* kRed = "red";
+
+constexpr std::size_t kMaxConcurrentRefreshes = 8;
+constexpr double kFreshFor = 4.0;  // seconds
+
+struct Priorities {
+  int queue;
+  double thread;
+};
+constexpr Priorities kForMissing{8, 0.3};
+constexpr Priorities kForStale{-4, 0.1};
+
+using Refresh = WVPerformSelectorOperation<WVIconProvider, std::string>;
+
+std::string folderOf(std::string_view path) {
+  return std::string(platform::pathWithoutLastComponent(path));
+}
+
+bool hasIncludedRules(const WVDBAccessor* accessor) {
+  if (accessor == nullptr) return false;
+  const auto nodes = accessor->notExcludedNodes();
+  return nodes && !nodes->empty();
+}
+
+/// How the rules of one list touch a path.
+struct Touch {
+  std::size_t length = 0;  ///< characters of the root of the last rule that holds the path
+  bool touched = false;
+
+  static Touch of(const std::string& path, const WVDBAccessor::Nodes& nodes) {
+    Touch touch;
+    if (!nodes) return touch;
+    for (const auto& node : *nodes) {
+      const std::string_view root =
+          node.root_folder() ? std::string_view(*node.root_folder()) : std::string_view();
+      if (hasPathPrefix(path, root)) {
+        // That of the last one in the list's order, not of the longest.
+        touch.length = platform::utf16Length(root);
+        touch.touched = true;
+      } else if (hasPathPrefix(root, path)) {
+        touch.touched = true;
+      }
+    }
+    return touch;
+  }
+};
+
+}  // namespace
+
+WVIconProvider& WVIconProvider::defaultProvider() {
+  static platform::NeverDestroyed<std::shared_ptr<WVIconProvider>> provider([] {
+    auto& services = platform::SystemServices::shared();
+    return init({services.clock, services.dispatch, WVFinderTools::sharedTools(),
+                 WVDBPool::init({services.databases, services.dispatch, services.volumes,
+                                 services.unmountApprovals})});
+  }());
+  return **provider;
+}
+
+std::shared_ptr<WVIconProvider> WVIconProvider::init(WVIconProviderServices services) {
+  return std::make_shared<WVIconProvider>(Private(), std::move(services));
+}
+
+WVIconProvider::WVIconProvider(Private, WVIconProviderServices services)
+    : services_(std::move(services)),
+      support_queue_(services_.dispatch.serialQueue("support_queue")),
+      queue_(services_.dispatch.operationQueue(kMaxConcurrentRefreshes)) {}
+
+WVIconProvider::~WVIconProvider() {
+  // An operation does not hold its target.
+  queue_->cancelAllOperations();
+  queue_->waitUntilAllOperationsAreFinished();
+}
+
+// --- The word of an item -------------------------------------------------------------------------
+
+WVIconProvider::Word WVIconProvider::colorFor(const ItemURL& url) {
+  if (!platform::isReadableFileAtPath(url.path())) return "";
+  if (url.isBootVolumeRoot()) {
+    const auto type = pathTypeForPath(url);
+    if (type == WVPathTypeNone) return "";
+    if (type == WVPathTypeRuleFolder) return kRed;
+  }
+  auto found = find(url.path());
+  if (!found) {
+    addOperationWithFolderName(url.path(), kForMissing.queue, kForMissing.thread);
+    return std::nullopt;
+  }
+  const double age = services_.clock.now() - found->creationDate;
+  if (age > kFreshFor && queue_->operationCount() < kMaxConcurrentRefreshes)
+    addOperationWithFolderName(url.path(), kForStale.queue, kForStale.thread);
+  return std::move(found->word);
+}
+
+std::optional<WVIconProvider::Found> WVIconProvider::find(const std::string& path) const {
+  const auto statuses = statusesOf(platform::pathWithoutLastComponent(path));
+  if (!statuses) return std::nullopt;
+  const auto* status = statuses->find(platform::lastPathComponent(path));
+  if (status == nullptr) return std::nullopt;
+  return Found{status->string(), status->creationDate()};
+}
+
+WVIconProvider::Statuses WVIconProvider::statusesOf(std::string_view folder) const {
+  const MutexLock lock(lock_);
+  const auto found = dictionaryForFolder_.find(folder);
+  return found == dictionaryForFolder_.end() ? nullptr : found->second;
+}
+
+WVPathType WVIconProvider::pathTypeForPath(const ItemURL& url) {
+  const bool readable = platform::isReadableFileAtPath(url.path());
+  if (url.isBootVolumeRoot()) {
+    const auto accessor = pool()->accessorWithPath("/Library");
+    return hasIncludedRules(accessor.get()) ? WVPathTypeRuleFolder : WVPathTypeNone;
+  }
+  if (!readable) return WVPathTypeNone;
+  const auto accessor = pool()->accessorWithPath(url.path());
+  return pathTypeForPath(url, accessor.get());
+}
+
+WVPathType WVIconProvider::pathTypeForPath(const ItemURL& url, const WVDBAccessor* withAccessor) {
+  if (withAccessor == nullptr) return WVPathTypeNone;
+  const auto included = Touch::of(url.path(), withAccessor->notExcludedNodes());
+  const auto excluded = Touch::of(url.path(), withAccessor->excludedNodes());
+  const auto item = platform::fileExistsAtPath(url.path());
+  if (!item.exists) return WVPathTypeNone;
+  if (item.isDirectory && (included.touched || excluded.touched)) return WVPathTypeRuleFolder;
+  return included.length > excluded.length ? WVPathTypeIncluded : WVPathTypeNone;
+}
+
+// --- The refresh of a folder ---------------------------------------------------------------------
+
+void WVIconProvider::addOperationWithFolderName(const std::optional<std::string>& folderName,
+                                                int queuePriority, double threadPriority) {
+  if (!folderName) return;
+  support_queue_->async([weak = weak_from_this(), path = *folderName, queuePriority,
+                         threadPriority] {
+    const auto self = weak.lock();
+    if (!self || !self->args_.insert(folderOf(path)).second) return;
+    auto operation = std::make_shared<Refresh>(*self, &WVIconProvider::updateCacheForPath, path);
+    operation->setQueuePriority(queuePriority);
+    operation->setThreadPriority(threadPriority);
+    self->queue_->addOperation(std::move(operation));
+  });
+}
+
+void WVIconProvider::updateCacheForPath(const std::string& path) {
+  const std::string folder = folderOf(path);
+  // By whatever road the refresh ends, or the folder would stay pending for ever.
+  const platform::ScopeExit ended([&] { refreshEnded(folder); });
+  refresh(path, folder);
+}
+
+void WVIconProvider::refresh(const std::string& path, const std::string& folder) {
+  const Accessor folderAccessor = pool()->accessorWithPath(folder);
+  const Accessor pathAccessor = pool()->accessorWithPath(path);
+  if (!folderAccessor) return refreshVolumeTopOnly(path, folder, pathAccessor.get());
+
+  const auto folderRecord = folderAccessor->folderWithPath(folder);
+  Statuses oldStatuses = statusesOf(folder);
+  auto newStatuses = std::make_shared<FolderStatuses>();
+  if (folderAccessor != pathAccessor) {
+    // The item is another volume's top: its entry joins those that the folder has. Published
+    // statuses never change, so the folder's are copied.
+    if (oldStatuses) *newStatuses = *oldStatuses;
+    setVolumeTop(*newStatuses, platform::lastPathComponent(path), pathAccessor.get());
+    if (oldStatuses) oldStatuses = std::make_shared<const FolderStatuses>(*newStatuses);
+  }
+
+  std::vector<std::string> changed;
+  if (folderRecord) {
+    const auto rows = folderAccessor->filesWithParentID(folderRecord->file_id().value_or(""));
+    if (rows) {
+      newStatuses->reserve(newStatuses->size() + rows->size());
+      for (const auto& row : *rows) {
+        if (!row.name_short()) continue;
+        auto status = statusOf(row);
+        const auto* before = oldStatuses ? oldStatuses->find(*row.name_short()) : nullptr;
+        if (!status.isEqualTo(before)) {
+          changed.push_back(platform::pathByAppendingComponent(folder, *row.name_short()));
+          redrawViewOf(changed.back());
+        }
+        newStatuses->set(*row.name_short(), std::move(status));
+      }
+    }
+  }
+  if (!changed.empty()) services_.finderTools.updateNodesWithPath(std::move(changed));
+  store(folder, std::move(newStatuses));
+}
+
+void WVIconProvider::refreshVolumeTopOnly(const std::string& path, const std::string& folder,
+                                          const WVDBAccessor* pathAccessor) {
+  const Statuses before = statusesOf(folder);
+  auto statuses =
+      before ? std::make_shared<FolderStatuses>(*before) : std::make_shared<FolderStatuses>();
+  setVolumeTop(*statuses, platform::lastPathComponent(path), pathAccessor);
+  // The usage list stays as it is: a folder outside all databases is never evicted.
+  const MutexLock lock(lock_);
+  dictionaryForFolder_.insert_or_assign(folder, std::move(statuses));
+}
+
+void WVIconProvider::setVolumeTop(FolderStatuses& statuses, std::string_view name,
+                                  const WVDBAccessor* accessor) const {
+  if (hasIncludedRules(accessor))
+    statuses.set(name, WVStringWithCreationDate(kRed, services_.clock));
+  else
+    statuses.remove(name);
+}
+
+WVStringWithCreationDate WVIconProvider::statusOf(const WVRDrivenFile& row) const {
+  const char* word = row.is_folder() ? kRed : row.synchronized() ? kGreen : kBlue;
+  return {word, services_.clock};
+}
+
+void WVIconProvider::redrawViewOf(const std::string& path) {
+  Id view;
+  {
+    const MutexLock lock(views_);
+    const auto found = viewForPath_.find(path);
+    if (found == viewForPath_.end()) return;
+    view = std::move(found->second);
+    viewForPath_.erase(found);
+  }
+  // Moved along, so that the last hold on the host's object is let go on the main thread.
+  const bool isLayer = view->respondsToSelector("setNeedsDisplay");
+  services_.dispatch.mainQueue().async(
+      [view = std::move(view), isLayer, &finderTools = services_.finderTools] {
+        if (!isLayer) return platform::send<void>(view, "setNeedsDisplay:", true);
+        finderTools.updateDesktopForce(false);
+        platform::send<void>(view, "setNeedsDisplay");
+      });
+}
+
+void WVIconProvider::store(const std::string& folder, Statuses statuses) {
+  std::vector<Statuses> evicted;  // destroyed after the lock is let go
+  const MutexLock lock(lock_);
+  auto& place = dictionaryForFolder_[folder];
+  place.swap(statuses);
+  touch(folder);
+  trim(evicted);
+}
+
+void WVIconProvider::touch(const std::string& folder) {
+  const auto [place, isNew] = usagePlaces_.try_emplace(folder);
+  if (isNew) {
+    usageList_.push_front(folder);
+  } else {
+    usageList_.splice(usageList_.begin(), usageList_, place->second);
+  }
+  place->second = usageList_.begin();
+}
+
+void WVIconProvider::trim(std::vector<Statuses>& evicted) {
+  // The counter meets the shrinking list half-way: one pass removes about half of an excess.
+  for (std::size_t i = kFoldersKept; i < usageList_.size(); ++i) {
+    const auto last =
+        std::prev(usageList_.end(), static_cast<std::ptrdiff_t>(usageList_.size() - kFoldersKept));
+    if (const auto found = dictionaryForFolder_.find(*last); found != dictionaryForFolder_.end()) {
+      evicted.push_back(std::move(found->second));
+      dictionaryForFolder_.erase(found);
+    }
+    usagePlaces_.erase(*last);
+    usageList_.erase(last);
+  }
+}
+
+void WVIconProvider::refreshEnded(const std::string& folder) {
+  support_queue_->async([weak = weak_from_this(), folder] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->args_.erase(folder);
+    self->endedPending();
+  });
+}
+
+void WVIconProvider::endedPending() {
+  if (!args_.empty()) return;
+  for (auto& block : std::exchange(whenIdle_, {}))
+    services_.dispatch.mainQueue().async(std::move(block));
+}
+
+void WVIconProvider::performWhenIdle(platform::Block block) {
+  support_queue_->async([weak = weak_from_this(), block = std::move(block)] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->whenIdle_.push_back(block);
+    self->endedPending();
+  });
+}
+
+// --- Views, switch, reset ------------------------------------------------------------------------
+
+void WVIconProvider::setView(const Id& view, const std::optional<std::string>& forKey) {
+  if (!view || !forKey) return;
+  const MutexLock lock(views_);
+  viewForPath_.insert_or_assign(*forKey, view);
+}
+
+void WVIconProvider::removeCell(const Id&) {}
+
+void WVIconProvider::setTurnedOn(bool turnedOn) {
+  turnedOn_ = turnedOn;
+  services_.finderTools.updateWindows();
+  services_.finderTools.updateDesktopForce(true);
+}
+
+void WVIconProvider::reinit() {
+  support_queue_->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->pool()->reinit();
+    self->queue_->cancelAllOperations();
+    self->queue_->waitUntilAllOperationsAreFinished();
+    self->forgetEverything();
+    self->args_.clear();
+    self->endedPending();
+  });
+}
+
+void WVIconProvider::forgetEverything() {
+  Folders folders;
+  {
+    const MutexLock lock(lock_);
+    folders.swap(dictionaryForFolder_);
+    usageList_.clear();
+    usagePlaces_.clear();
+  }
+  std::unordered_map<std::string, Id> views;
+  {
+    const MutexLock lock(views_);
+    views.swap(viewForPath_);
+  }
+  // The host's objects are let go on the main thread.
+  services_.dispatch.mainQueue().async([views = std::move(views)] {});
+}
+
+}  // namespace wevora

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Platform/Time/Clock.h"
+
+namespace wevora {
+
+/// A text and the moment at which it was made.
+/// Threads: a value. Owns: the text. Errors: none.
+class WVStringWithCreationDate {
+ public:
+  // -initWithString:
+  WVStringWithCreationDate(std::string_view initWithString, const platform::Clock& clock)
+      : string_(initWithString), creationDate_(clock.now()) {}
+
+  // -string
+  const std::string& string() const noexcept { return string_; }
+  // -creationDate
+  const platform::Date& creationDate() const noexcept { return creationDate_; }
+
+  /// By the text alone; false for null.
+  // -isEqualTo:
+  bool isEqualTo(const WVStringWithCreationDate* other) const {
+    return other != nullptr && other->string_ == string_;
+  }
+  // -isEqualToString:
+  bool isEqualToString(std::string_view text) const { return string_ == text; }
+
+ private:
+  std::string string_;
+  platform::Date creationDate_;
+};
+
+}  // namespace wevora
