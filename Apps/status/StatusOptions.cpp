@@ -1,0 +1,95 @@
+#include "Apps/status/StatusOptions.h"
+
+#include <optional>
+#include <string_view>
+
+namespace wevora::status {
+
+const char* const kUsage =
+    "usage: wevora-status --account ID [--format text|json] [--recursive] PATH...\n"
+    "\n"
+    "Prints the backup state of each item: one line with a word, a tab and the path.\n"
+    "\n"
+    "  green       backed up\n"
+    "  blue        not backed up yet\n"
+    "  red         a folder, or a volume that holds backed-up folders\n"
+    "  none        known to have no badge\n"
+    "  unreadable  missing, or not to be read by you\n"
+    "\n"
+    "  --account ID        the account whose backup is asked for\n"
+    "  --format json       one object a line: path, status, and the volume's database or null\n"
+    "  --recursive         folders with all that is in them; links are not followed\n"
+    "  --help, --version\n"
+    "\n"
+    "Exit status: 0 when every path was answered, 1 when some path was unreadable, 2 for a wrong\n"
+    "call.\n";
+
+namespace {
+
+class Arguments {
+ public:
+  explicit Arguments(std::span<const char* const> all) : all_(all) {}
+  bool more() const { return next_ < all_.size(); }
+  std::string take() { return all_[next_++]; }
+
+  /// The value of "--name VALUE" or "--name=VALUE"; none where the argument is another one.
+  std::optional<std::string> value(const std::string& argument, std::string_view name) {
+    if (argument == name) {
+      if (!more()) throw WrongUsage(std::string(name) + " needs a value");
+      return take();
+    }
+    if (argument.starts_with(std::string(name) + "=")) return argument.substr(name.size() + 1);
+    return std::nullopt;
+  }
+
+ private:
+  std::span<const char* const> all_;
+  std::size_t next_ = 0;
+};
+
+StatusOptions::Format formatNamed(const std::string& name) {
+  if (name == "text") return StatusOptions::Format::text;
+  if (name == "json") return StatusOptions::Format::json;
+  throw WrongUsage("--format is text or json, not '" + name + "'");
+}
+
+void check(const StatusOptions& options) {
+  if (options.account.empty()) throw WrongUsage("--account ID is needed");
+  if (options.account.find('/') != std::string::npos)
+    throw WrongUsage("an account has no '/' in its name");
+  if (options.paths.empty()) throw WrongUsage("no PATH is given");
+  for (const auto& path : options.paths)
+    if (path.empty()) throw WrongUsage("a PATH is empty");
+}
+
+}  // namespace
+
+StatusOptions StatusOptions::parse(std::span<const char* const> arguments) {
+  StatusOptions options;
+  Arguments rest(arguments);
+  bool onlyPaths = false;
+  while (rest.more()) {
+    const std::string argument = rest.take();
+    if (onlyPaths || !argument.starts_with("-") || argument == "-") {
+      options.paths.push_back(argument);
+    } else if (argument == "--") {
+      onlyPaths = true;
+    } else if (argument == "--recursive") {
+      options.recursive = true;
+    } else if (argument == "--help" || argument == "-h") {
+      options.help = true;
+    } else if (argument == "--version") {
+      options.version = true;
+    } else if (auto account = rest.value(argument, "--account")) {
+      options.account = std::move(*account);
+    } else if (const auto format = rest.value(argument, "--format")) {
+      options.format = formatNamed(*format);
+    } else {
+      throw WrongUsage("unknown option '" + argument + "'");
+    }
+  }
+  if (!options.help && !options.version) check(options);
+  return options;
+}
+
+}  // namespace wevora::status
