@@ -126,6 +126,7 @@ ManualDispatch::~ManualDispatch() {
 
 std::shared_ptr<Queue> ManualDispatch::serialQueue(std::string_view name) {
   auto queue = std::make_shared<ManualQueue>(agenda_, name);
+  std::erase_if(serialQueues_, [](const auto& weak) { return weak.expired(); });
   serialQueues_.push_back(queue);
   return queue;
 }
