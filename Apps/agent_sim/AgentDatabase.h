@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include "Platform/Database/DatabaseWriter.h"
+#include "Platform/Time/Clock.h"
+
+namespace wevora::agent_sim {
+
+/// Something that a person can mend, in one line.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Where the sync database of a volume and an account lies, by the volume's file system.
+std::string databasePath(const std::string& mountPoint, const std::string& account);
+
+/// The agent's side of one volume's sync database: it makes the database, keeps it in step with
+/// what is on the volume, and marks what is backed up. Paths are absolute.
+/// Threads: one. Owns: the open database.
+/// Errors: throws Failure, or DatabaseFailure; a call that throws has changed nothing.
+class AgentDatabase {
+ public:
+  enum class Mode { mustExist, createIfMissing };
+
+  /// The mount point is given without a trailing separator, or as "/".
+  AgentDatabase(const std::string& path, std::string mountPoint, const platform::Clock& clock,
+                Mode mode);
+
+  /// Adds the rules that are not there yet; answers how many were added.
+  int addRules(const std::vector<std::string>& included, const std::vector<std::string>& excluded);
+
+  struct ScanResult {
+    std::int64_t items = 0;
+    std::int64_t added = 0;
+    std::int64_t changed = 0;
+    std::int64_t gone = 0;
+  };
+  /// Brings the rows in step with the volume. What cannot be read is reported, and its rows stay.
+  ScanResult scan(const std::function<void(const std::string&)>& warn);
+
+  /// Marks items, folders with all below them, as backed up or as waiting; answers how many.
+  std::int64_t mark(const std::vector<std::string>& paths, bool synchronized);
+
+ private:
+  struct Known;
+  struct Found;
+  class Scan;
+
+  void createTables();
+  int addRule(const std::string& folder, bool exclude);
+  std::string relative(const std::string& path) const;
+  std::string identifierOf(const std::string& path);
+  std::int64_t markBelow(const std::string& identifier, const platform::DatabaseValue& date);
+
+  std::string mountPoint_;
+  const platform::Clock& clock_;
+  platform::DatabaseWriter writer_;
+};
+
+}  // namespace wevora::agent_sim
