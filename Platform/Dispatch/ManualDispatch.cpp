@@ -119,14 +119,16 @@ ManualDispatch::ManualDispatch(VirtualClock& clock)
 ManualDispatch::~ManualDispatch() {
   // What waits may hold its queue's owner, which holds the queue.
   agenda_->clear();
-  for (const auto& weak : serialQueues_)
-    if (const auto queue = weak.lock()) queue->clear();
+  for (const auto& queue : serialQueues_) queue->clear();
   main_->clear();
 }
 
 std::shared_ptr<Queue> ManualDispatch::serialQueue(std::string_view name) {
   auto queue = std::make_shared<ManualQueue>(agenda_, name);
-  std::erase_if(serialQueues_, [](const auto& weak) { return weak.expired(); });
+  // A queue that its owner let go of lives until its last block has run, as real ones do.
+  std::erase_if(serialQueues_, [](const auto& other) {
+    return other.use_count() == 1 && other->pending() == 0;
+  });
   serialQueues_.push_back(queue);
   return queue;
 }
@@ -140,8 +142,8 @@ std::shared_ptr<OperationQueue> ManualDispatch::operationQueue(std::size_t) {
 std::vector<std::shared_ptr<ManualQueue>> ManualDispatch::serialQueues(
     std::string_view name) const {
   std::vector<std::shared_ptr<ManualQueue>> found;
-  for (const auto& weak : serialQueues_)
-    if (auto queue = weak.lock(); queue && queue->name() == name) found.push_back(std::move(queue));
+  for (const auto& queue : serialQueues_)
+    if (queue->name() == name) found.push_back(queue);
   return found;
 }
 
@@ -149,7 +151,7 @@ bool ManualDispatch::runBackgroundOnce() {
   bool ran = false;
   // By index: a block may ask for a new queue.
   for (std::size_t i = 0; i < serialQueues_.size(); ++i)
-    if (const auto queue = serialQueues_[i].lock()) ran = queue->runNext() || ran;
+    if (const auto queue = serialQueues_[i]) ran = queue->runNext() || ran;
   for (std::size_t i = 0; i < operationQueues_.size(); ++i)
     if (const auto queue = operationQueues_[i].lock()) ran = queue->runNext() || ran;
   return ran;

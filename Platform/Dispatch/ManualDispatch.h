@@ -72,7 +72,7 @@ class ManualDispatch : public Dispatch {
   std::shared_ptr<OperationQueue> operationQueue(std::size_t maxConcurrent) override;
 
   ManualQueue& manualMainQueue() { return *main_; }
-  /// The living serial queues of a name, oldest first.
+  /// The serial queues of a name, oldest first; one that is idle and let go of may be missing.
   std::vector<std::shared_ptr<ManualQueue>> serialQueues(std::string_view name) const;
   /// The operation queue that was asked for last.
   ManualOperationQueue& lastOperationQueue() { return *operationQueues_.back().lock(); }
@@ -92,7 +92,7 @@ class ManualDispatch : public Dispatch {
   VirtualClock& clock_;
   std::shared_ptr<ManualAgenda> agenda_;
   std::shared_ptr<ManualQueue> main_;
-  std::vector<std::weak_ptr<ManualQueue>> serialQueues_;
+  std::vector<std::shared_ptr<ManualQueue>> serialQueues_;
   std::vector<std::weak_ptr<ManualOperationQueue>> operationQueues_;
 };
 

@@ -1,0 +1,325 @@
+// What the engine costs, each measurement beside a bare one that does the least possible work for
+// the same answer, in the same process. `Benchmarks/run` prints the ratios.
+
+#include <chrono>
+#include <malloc.h>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <glib.h>
+
+#include "Benchmarks/BareSqlite.h"
+#include "Benchmarks/BenchmarkVolume.h"
+#include "FinderIntegration/finder_bundle/WVIconProvider.h"
+#include "Platform/Database/SqliteDatabases.h"
+#include "Platform/Dispatch/GLibDispatch.h"
+#include "Platform/Dispatch/ManualDispatch.h"
+#include "Platform/Runtime/Runtime.h"
+#include "Platform/Strings/Strings.h"
+#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
+
+namespace wevora::benchmarks {
+namespace {
+
+const BenchmarkVolume& volume() {
+  return BenchmarkVolume::shared();
+}
+
+std::string itemOf(const std::string& folder, int number) {
+  return folder + "/" + BenchmarkVolume::itemName(number);
+}
+
+/// An engine for the benchmark volume, in a host without windows.
+/// Threads: the main thread. Owns: the engine; not the dispatch. Errors: none.
+class Engine {
+ public:
+  explicit Engine(platform::Dispatch& dispatch) : dispatch_(dispatch) {
+    pool_->setAccountId(BenchmarkVolume::kAccount);
+    forgetFolders();
+  }
+
+  WVIconProvider& provider() { return *provider_; }
+  WVDBAccessor& accessor() { return *pool_->accessorWithPath(volume().path()); }
+  /// A provider that has seen no folder; the open database stays.
+  void forgetFolders() { provider_ = WVIconProvider::init({clock_, dispatch_, tools_, pool_}); }
+
+ private:
+  const platform::SystemClock clock_;
+  platform::Dispatch& dispatch_;
+  const platform::MountInfoVolumes volumes_{[] { return volume().mountInfo(); }};
+  platform::SqliteDatabases databases_{clock_};
+  platform::ManualUnmountApprovals approvals_;
+  const platform::Runtime runtime_;
+  WVFinderTools tools_{runtime_, dispatch_.mainQueue(), clock_};
+  std::shared_ptr<WVDBPool> pool_ = WVDBPool::init({databases_, dispatch_, volumes_, approvals_});
+  std::shared_ptr<WVIconProvider> provider_;
+};
+
+/// An engine in which nothing runs but what the benchmark calls.
+/// Threads: the main thread. Owns: everything. Errors: none.
+struct ManualEngine {
+  platform::VirtualClock clock;
+  platform::ManualDispatch dispatch{clock};
+  Engine engine{dispatch};
+
+  void forgetHostsWork() { dispatch.manualMainQueue().clear(); }
+};
+
+// --- A hit ---------------------------------------------------------------------------------------
+
+/// The items that the benchmarks of a hit ask about, in an order that jumps from folder to folder.
+const std::vector<std::string>& itemsOnDisk() {
+  static const std::vector<std::string> items = [] {
+    std::vector<std::string> made;
+    constexpr int kStep = 37;
+    for (int i = 0; i < 2000; ++i) {
+      const int large = i * kStep % BenchmarkVolume::kItemsInLargeFolder;
+      made.push_back(itemOf(volume().largeFolder(), large));
+      made.push_back(itemOf(volume().smallFolder(i * kStep % BenchmarkVolume::kSmallFolders),
+                            i % BenchmarkVolume::kItemsInSmallFolder));
+    }
+    return made;
+  }();
+  return items;
+}
+
+void hitByEngine(benchmark::State& state) {
+  ManualEngine manual;
+  auto& provider = manual.engine.provider();
+  provider.updateCacheForPath(itemOf(volume().largeFolder(), 0));
+  for (int i = 0; i < BenchmarkVolume::kSmallFolders; ++i)
+    provider.updateCacheForPath(itemOf(volume().smallFolder(i), 0));
+  std::vector<ItemURL> urls;
+  for (const auto& path : itemsOnDisk()) urls.emplace_back(path);
+  std::size_t next = 0;
+  for (auto _ : state) {
+    const auto word = provider.colorFor(urls[next]);
+    if (!word || word->empty()) state.SkipWithError("a miss");
+    if (++next == urls.size()) next = 0;
+  }
+}
+
+void hitBare(benchmark::State& state) {
+  using Folder = std::unordered_map<std::string, BareStatus, platform::StringHash, std::equal_to<>>;
+  std::unordered_map<std::string, Folder, platform::StringHash, std::equal_to<>> folders;
+  const auto fill = [&](const std::string& path, int items) {
+    auto& folder = folders[path];
+    for (int i = 0; i < items; ++i) folder[BenchmarkVolume::itemName(i)] = {"green", 1};
+  };
+  fill(volume().largeFolder(), BenchmarkVolume::kItemsInLargeFolder);
+  for (int i = 0; i < BenchmarkVolume::kSmallFolders; ++i)
+    fill(volume().smallFolder(i), BenchmarkVolume::kItemsInSmallFolder);
+  std::mutex mutex;
+  const auto& paths = itemsOnDisk();
+  std::size_t next = 0;
+  for (auto _ : state) {
+    const std::string_view path = paths[next];
+    const bool readable = ::access(paths[next].c_str(), R_OK) == 0;
+    const auto cut = path.rfind('/');
+    const std::lock_guard lock(mutex);
+    const auto folder = folders.find(path.substr(0, cut));
+    const auto item = folder->second.find(path.substr(cut + 1));
+    if (!readable || item == folder->second.end()) state.SkipWithError("a miss");
+    benchmark::DoNotOptimize(item->second.word);
+    if (++next == paths.size()) next = 0;
+  }
+}
+
+// --- The refresh of a folder ---------------------------------------------------------------------
+
+void firstRefreshByEngine(benchmark::State& state) {
+  ManualEngine manual;
+  const auto item = itemOf(volume().largeFolder(), 0);
+  manual.engine.accessor();
+  for (auto _ : state) {
+    manual.engine.provider().updateCacheForPath(item);
+    state.PauseTiming();
+    manual.forgetHostsWork();
+    manual.engine.forgetFolders();
+    state.ResumeTiming();
+  }
+}
+
+void repeatedRefreshByEngine(benchmark::State& state) {
+  ManualEngine manual;
+  const auto item = itemOf(volume().largeFolder(), 0);
+  manual.engine.provider().updateCacheForPath(item);
+  manual.forgetHostsWork();
+  for (auto _ : state) manual.engine.provider().updateCacheForPath(item);
+  if (manual.dispatch.manualMainQueue().pending() != 0) state.SkipWithError("a change");
+}
+
+std::string largeFolderID(BareSqlite& database) {
+  return database.walk(volume().largeFolder().substr(volume().path().size()));
+}
+
+void checkSize(benchmark::State& state, const BareStatuses& statuses) {
+  if (statuses.size() != BenchmarkVolume::kItemsInLargeFolder) state.SkipWithError("no folder");
+}
+
+void firstRefreshBare(benchmark::State& state) {
+  BareSqlite database(volume().databasePath());
+  const auto folder = largeFolderID(database);
+  for (auto _ : state) {
+    BareStatuses statuses;
+    database.readFolder(folder, statuses);
+    state.PauseTiming();
+    checkSize(state, statuses);
+    BareStatuses().swap(statuses);
+    state.ResumeTiming();
+  }
+}
+
+void repeatedRefreshBare(benchmark::State& state) {
+  BareSqlite database(volume().databasePath());
+  const auto folder = largeFolderID(database);
+  BareStatuses kept;
+  for (auto _ : state) {
+    BareStatuses statuses;
+    database.readFolder(folder, statuses);
+    kept.swap(statuses);  // and what was there goes, as the engine's does
+  }
+  checkSize(state, kept);
+}
+
+// --- The record of a path ------------------------------------------------------------------------
+
+void recordByEngine(benchmark::State& state) {
+  ManualEngine manual;
+  auto& accessor = manual.engine.accessor();
+  const auto path = volume().deepFile();
+  for (auto _ : state) {
+    const auto record = accessor.fileWithPath(path);
+    if (!record) state.SkipWithError("no record");
+    benchmark::DoNotOptimize(record);
+  }
+}
+
+void recordBare(benchmark::State& state) {
+  BareSqlite database(volume().databasePath());
+  const auto path = volume().deepFile().substr(volume().path().size());
+  for (auto _ : state) benchmark::DoNotOptimize(database.walk(path));
+}
+
+// --- A miss --------------------------------------------------------------------------------------
+
+/// An engine whose refreshes run in the background.
+/// Threads: the main thread. Owns: everything. Errors: none.
+struct BackgroundEngine {
+  platform::GLibDispatch dispatch;
+  Engine engine{dispatch};
+
+  void waitUntilIdle() {
+    bool idle = false;
+    engine.provider().performWhenIdle([&idle] { idle = true; });
+    while (!idle) g_main_context_iteration(nullptr, TRUE);
+  }
+};
+
+enum class Answer { miss, hit };
+
+/// The first question about a folder's item that was never seen, or the same question again after
+/// the refresh; both right after the engine was idle, as when a person opens a folder.
+void firstAnswer(benchmark::State& state, const std::string& folder, Answer wanted) {
+  BackgroundEngine background;
+  const ItemURL item(itemOf(folder, 7));
+  background.engine.accessor();
+  for (auto _ : state) {
+    background.engine.forgetFolders();
+    auto& provider = background.engine.provider();
+    if (wanted == Answer::hit) {
+      provider.colorFor(item);
+      background.waitUntilIdle();
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    const auto word = provider.colorFor(item);
+    const auto end = std::chrono::steady_clock::now();
+    state.SetIterationTime(std::chrono::duration<double>(end - begin).count());
+    if (word.has_value() != (wanted == Answer::hit)) state.SkipWithError("not the wanted answer");
+    background.waitUntilIdle();
+  }
+}
+
+void answerSmall(benchmark::State& state, Answer wanted) {
+  firstAnswer(state, volume().smallFolder(3), wanted);
+}
+void answerLarge(benchmark::State& state, Answer wanted) {
+  firstAnswer(state, volume().largeFolder(), wanted);
+}
+
+// --- A date, and the heap ------------------------------------------------------------------------
+
+void date(benchmark::State& state) {
+  std::string_view text = "2014-03-01 17:05:09.1234567";
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(text);
+    benchmark::DoNotOptimize(dateWithDBFormat(text));
+  }
+}
+
+std::size_t heapInUse() {
+  const auto heap = ::mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
+void heapPerItem(benchmark::State& state) {
+  ManualEngine manual;
+  // Another folder first, so that SQLite's page cache is as full as it gets.
+  manual.engine.provider().updateCacheForPath(itemOf(volume().otherLargeFolder(), 0));
+  manual.forgetHostsWork();
+  double perItem = 0;
+  for (auto _ : state) {
+    manual.engine.forgetFolders();
+    const auto before = heapInUse();
+    manual.engine.provider().updateCacheForPath(itemOf(volume().largeFolder(), 0));
+    manual.forgetHostsWork();
+    manual.dispatch.runAll();
+    perItem = static_cast<double>(heapInUse() - before) / BenchmarkVolume::kItemsInLargeFolder;
+  }
+  state.counters["bytes"] = perItem;
+}
+
+BENCHMARK(hitByEngine)->Name("hit/engine");
+BENCHMARK(hitBare)->Name("hit/bare");
+BENCHMARK(firstRefreshByEngine)->Name("first refresh/engine")->Unit(benchmark::kMillisecond);
+BENCHMARK(firstRefreshBare)->Name("first refresh/bare")->Unit(benchmark::kMillisecond);
+BENCHMARK(repeatedRefreshByEngine)->Name("repeated refresh/engine")->Unit(benchmark::kMillisecond);
+BENCHMARK(repeatedRefreshBare)->Name("repeated refresh/bare")->Unit(benchmark::kMillisecond);
+BENCHMARK(recordByEngine)->Name("record/engine");
+BENCHMARK(recordBare)->Name("record/bare");
+BENCHMARK_CAPTURE(answerSmall, miss, Answer::miss)
+    ->Name("miss, small folder/engine")
+    ->UseManualTime()
+    ->Iterations(200);
+BENCHMARK_CAPTURE(answerSmall, hit, Answer::hit)
+    ->Name("miss, small folder/bare")
+    ->UseManualTime()
+    ->Iterations(200);
+BENCHMARK_CAPTURE(answerLarge, miss, Answer::miss)
+    ->Name("miss, large folder/engine")
+    ->UseManualTime()
+    ->Iterations(30);
+BENCHMARK_CAPTURE(answerLarge, hit, Answer::hit)
+    ->Name("miss, large folder/bare")
+    ->UseManualTime()
+    ->Iterations(30);
+BENCHMARK(date)->Name("date/engine");
+BENCHMARK(heapPerItem)->Name("heap/engine")->Iterations(3);
+
+}  // namespace
+}  // namespace wevora::benchmarks
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  wevora::benchmarks::BenchmarkVolume::shared();
+  benchmark::RunSpecifiedBenchmarks();
+}

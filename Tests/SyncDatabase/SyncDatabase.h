@@ -1,0 +1,61 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Platform/Database/DatabaseWriter.h"
+
+namespace wevora::testing_host {
+
+/// A sync database as the agent makes it, written by a test.
+/// Threads: one. Owns: the open database. Errors: throws DatabaseFailure.
+class SyncDatabase {
+ public:
+  static constexpr const char* kTop = "00000000-0000-0000-0000-000000000000";
+  static constexpr const char* kSynchronized = "2026-01-01 00:00:00.0000000";
+  using Text = std::optional<std::string>;
+
+  explicit SyncDatabase(const std::string& path)
+      : writer(path, platform::DatabaseWriter::Mode::createIfMissing) {
+    writer.runScript(
+        "PRAGMA synchronous=OFF;"
+        "CREATE TABLE file(file_id TEXT, parent_id TEXT, is_folder INT, name_short TEXT,"
+        " name_long TEXT, synchronized TEXT);"
+        "CREATE INDEX file_index ON file(parent_id, name_long);"
+        "CREATE TABLE fscr(fscr_id TEXT, root_folder TEXT, path_filter TEXT, content_type TEXT,"
+        " \"order\" INT, exclude INT, fc TEXT)");
+  }
+
+  void addTop() { addRow(kTop, std::nullopt, true, "/", "/", std::nullopt); }
+  void addFile(const std::string& id, const std::string& parent, const std::string& name,
+               const Text& synchronized = std::nullopt) {
+    addRow(id, parent, false, name, name, synchronized);
+  }
+  void addFolder(const std::string& id, const std::string& parent, const std::string& name,
+                 const Text& synchronized = std::nullopt) {
+    addRow(id, parent, true, name, name, synchronized);
+  }
+  void addRow(const Text& id, const Text& parent, bool isFolder, const Text& nameShort,
+              const std::string& nameLong, const Text& synchronized) {
+    writer.run("INSERT INTO file VALUES(?, ?, ?, ?, ?, ?)",
+               {value(id), value(parent), std::int64_t{isFolder}, value(nameShort), nameLong,
+                value(synchronized)});
+  }
+  void addRule(const std::string& rootFolder, bool exclude = false) {
+    writer.run("INSERT INTO fscr VALUES(?, ?, 'filter', 'type', 7, ?, 'fc')",
+               {"rule " + rootFolder, rootFolder, std::int64_t{exclude}});
+  }
+  void setSynchronized(const std::string& id, const Text& synchronized) {
+    writer.run("UPDATE file SET synchronized=? WHERE file_id=?", {value(synchronized), id});
+  }
+  void removeRow(const std::string& id) { writer.run("DELETE FROM file WHERE file_id=?", {id}); }
+
+  platform::DatabaseWriter writer;
+
+ private:
+  static platform::DatabaseValue value(const Text& text) {
+    return text ? platform::DatabaseValue(*text) : platform::DatabaseValue(nullptr);
+  }
+};
+
+}  // namespace wevora::testing_host
