@@ -1,8 +1,6 @@
-// Real volumes, mounted and unmounted. The program runs itself again inside a mount namespace of
-// its own, so that the machine's mounts stay as they are and an ordinary user may mount.
+// Real volumes, mounted and unmounted.
 
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sys/mount.h>
@@ -19,6 +17,7 @@
 #include "Platform/Unmount/GioUnmountApprovals.h"
 #include "Platform/Unmount/ManualUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
+#include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 
 namespace wevora {
@@ -175,7 +174,7 @@ TEST_F(VolumeTest, AReaderThatWasDroppedBeforeDoesNotKeepAVolumeBusy) {
 TEST_F(VolumeTest, AnEjectedDiskIsLetGoUnmountedAndFoundAgain) {
   // Only root may mount a disk image; the volume of everyone else is in memory, and is unmounted
   // by the kernel's call, as GVolumeMonitor does not list it.
-  const bool root = std::string(std::getenv("WEVORA_TEST_NAMESPACE")) == "root";
+  const bool root = testing_host::mayMountDisks();
   MountedVolume volume(root ? MountedVolume::Kind::ext4 : MountedVolume::Kind::tmpfs,
                        "/media/wevora-disk");
   ASSERT_TRUE(volume.mount());
@@ -215,24 +214,5 @@ TEST_F(VolumeTest, ARefusedUnmountIsAnsweredBusyByTheKernelForFiveSeconds) {
 }  // namespace wevora
 
 int main(int count, char** arguments) {
-  if (std::getenv("WEVORA_TEST_NAMESPACE") == nullptr) {
-    const bool root = ::geteuid() == 0;
-    ::setenv("WEVORA_TEST_NAMESPACE", root ? "root" : "user", 1);
-    ::setenv("GIO_USE_VOLUME_MONITOR", "unix", 1);
-    std::vector<char*> command;
-    std::string unshare = "unshare";
-    std::string how = root ? "-m" : "-Urm";
-    std::string self = "/proc/self/exe";
-    char resolved[4096] = {};
-    if (::readlink(self.c_str(), resolved, sizeof resolved - 1) > 0) self = resolved;
-    command = {unshare.data(), how.data(), self.data()};
-    for (int i = 1; i < count; ++i) command.push_back(arguments[i]);
-    command.push_back(nullptr);
-    ::execvp("unshare", command.data());
-    return 1;
-  }
-  // Whatever /media holds is hidden from here on; GVolumeMonitor lists what is mounted below it.
-  if (::mount("tmpfs", "/media", "tmpfs", 0, "size=1m") != 0) return 1;
-  testing::InitGoogleTest(&count, arguments);
-  return RUN_ALL_TESTS();
+  return wevora::testing_host::runTestsInMountNamespace(count, arguments);
 }
