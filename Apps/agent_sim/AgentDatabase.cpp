@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "FinderIntegration/finder_bundle/IconProvider/WVDBPool.h"
 #include "Platform/Files/Files.h"
 #include "Platform/Strings/Strings.h"
 #include "Platform/Volumes/Volumes.h"
@@ -81,9 +82,8 @@ string schema() {
 
 std::string databasePath(const std::string& mountPoint, const std::string& account) {
   const auto kind = platform::SystemVolumes().fileSystemTypeOf(mountPoint);
-  const bool inFolder = !kind || *kind == "hfs" || *kind == "hfsplus";
-  return platform::standardizedPath(mountPoint + (inFolder ? "/.wevora" : "") + "/Wevora-Account-" +
-                                    account + ".db");
+  return *WVDBPool::databasePathForDeviceWithMountPoint(
+      mountPoint, WVDBPool::isMacSpecificFileSystem(kind), account);
 }
 
 AgentDatabase::AgentDatabase(const std::string& path, std::string mountPoint,

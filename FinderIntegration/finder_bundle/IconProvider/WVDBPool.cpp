@@ -205,7 +205,10 @@ WVDBPool::Text WVDBPool::dbPathForMountPoint(const Text& mountPoint) {
 }
 
 bool WVDBPool::deviceSpecificMacFilesSystem(const std::string& mountPoint) const {
-  const auto kind = services_.volumes.fileSystemTypeOf(mountPoint);
+  return isMacSpecificFileSystem(services_.volumes.fileSystemTypeOf(mountPoint));
+}
+
+bool WVDBPool::isMacSpecificFileSystem(const Text& kind) {
   return !kind || *kind == "hfs" || *kind == "hfsplus";
 }
 

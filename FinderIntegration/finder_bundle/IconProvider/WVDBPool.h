@@ -77,6 +77,8 @@ class WVDBPool : public IWVDBAccessorDelegate,
   /// True for HFS and HFS+ and where the kind cannot be learned.
   // -deviceSpecificMacFilesSystem:
   bool deviceSpecificMacFilesSystem(const std::string& mountPoint) const;
+  /// The same, for a file system's kind; none is one that cannot be learned.
+  static bool isMacSpecificFileSystem(const Text& kind);
   // -databasePathForDeviceWithMountPoint:macSpecificFileSystem:accountID:
   static Text databasePathForDeviceWithMountPoint(const Text& mountPoint,
                                                   bool macSpecificFileSystem,
