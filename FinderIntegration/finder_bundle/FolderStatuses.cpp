@@ -34,8 +34,11 @@ void FolderStatuses::index(std::size_t slots) {
 }
 
 void FolderStatuses::reserve(std::size_t items) {
-  entries_.reserve(items);
   if (slotsFor(items) > slots_.size()) index(slotsFor(items));
+}
+
+void FolderStatuses::shrinkToFit() {
+  names_.shrink_to_fit();
 }
 
 void FolderStatuses::set(std::string_view name, WVStringWithCreationDate status) {

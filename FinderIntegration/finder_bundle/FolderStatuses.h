@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,8 @@ class FolderStatuses {
   void set(std::string_view name, WVStringWithCreationDate status);
   void remove(std::string_view name);
   void reserve(std::size_t items);
+  /// Gives back what was set aside for names that did not come.
+  void shrinkToFit();
   std::size_t size() const noexcept { return entries_.size(); }
 
  private:
@@ -37,7 +40,7 @@ class FolderStatuses {
   void index(std::size_t slots);
 
   std::string names_;
-  std::vector<Entry> entries_;
+  std::deque<Entry> entries_;
   std::vector<std::uint32_t> slots_;  // a power of two, at most three quarters full
 };
 

@@ -184,21 +184,25 @@ void WVIconProvider::refresh(const std::string& path, const std::string& folder)
 
   std::vector<std::string> changed;
   if (folderRecord) {
-    const auto rows = folderAccessor->filesWithParentID(folderRecord->file_id().value_or(""));
-    if (rows) {
-      newStatuses->reserve(newStatuses->size() + rows->size());
-      for (const auto& row : *rows) {
-        if (!row.name_short()) continue;
-        auto status = statusOf(row);
-        const auto* before = oldStatuses ? oldStatuses->find(*row.name_short()) : nullptr;
-        if (!status.isEqualTo(before)) {
-          changed.push_back(platform::pathByAppendingComponent(folder, *row.name_short()));
-          redrawViewOf(changed.back());
-        }
-        newStatuses->set(*row.name_short(), std::move(status));
-      }
+    // Rows of a read that fails half-way count for nothing.
+    FolderStatuses withRows = *newStatuses;
+    if (oldStatuses) withRows.reserve(oldStatuses->size());
+    const bool complete = folderAccessor->visitFilesWithParentID(
+        folderRecord->file_id().value_or(""), [&](const WVDBAccessor::Row& row) {
+          auto status = statusOf(row);
+          const auto* before = oldStatuses ? oldStatuses->find(row.nameShort) : nullptr;
+          if (!status.isEqualTo(before))
+            changed.push_back(platform::pathByAppendingComponent(folder, row.nameShort));
+          withRows.set(row.nameShort, std::move(status));
+        });
+    if (complete) {
+      withRows.shrinkToFit();
+      *newStatuses = std::move(withRows);
+    } else {
+      changed.clear();
     }
   }
+  for (const auto& item : changed) redrawViewOf(item);
   if (!changed.empty()) services_.finderTools.updateNodesWithPath(std::move(changed));
   store(folder, std::move(newStatuses));
 }
@@ -222,8 +226,8 @@ void WVIconProvider::setVolumeTop(FolderStatuses& statuses, std::string_view nam
     statuses.remove(name);
 }
 
-WVStringWithCreationDate WVIconProvider::statusOf(const WVRDrivenFile& row) const {
-  const char* word = row.is_folder() ? kRed : row.synchronized() ? kGreen : kBlue;
+WVStringWithCreationDate WVIconProvider::statusOf(const WVDBAccessor::Row& row) const {
+  const char* word = row.isFolder ? kRed : row.synchronized ? kGreen : kBlue;
   return {word, services_.clock};
 }
 

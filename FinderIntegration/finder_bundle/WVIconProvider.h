@@ -124,7 +124,7 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
                             const WVDBAccessor* pathAccessor);
   void setVolumeTop(FolderStatuses& statuses, std::string_view name,
                     const WVDBAccessor* accessor) const;
-  WVStringWithCreationDate statusOf(const WVRDrivenFile& row) const;
+  WVStringWithCreationDate statusOf(const WVDBAccessor::Row& row) const;
   void redrawViewOf(const std::string& path);
   void store(const std::string& folder, Statuses statuses);
   void touch(const std::string& folder) REQUIRES(lock_);

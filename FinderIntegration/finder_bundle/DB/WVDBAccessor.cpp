@@ -58,12 +58,22 @@ struct Columns {
   }
 };
 
-void fill(WVRDrivenFile& file, ResultSet& rows, const Columns& columns) {
-  if (const auto id = rows.text(columns.fileID)) file.setFile_id(std::string(*id));
-  if (const auto parent = rows.text(columns.parentID)) file.setParent_id(std::string(*parent));
-  file.setIs_folder(rows.boolean(columns.isFolder));
-  file.setName_short(std::string(rows.text(columns.nameShort).value_or(std::string_view())));
-  file.setSynchronized(dateWithDBFormat(rows.valueIfText(columns.synchronized)));
+WVDBAccessor::Row rowOf(ResultSet& rows, const Columns& columns) {
+  return {.fileID = rows.text(columns.fileID),
+          .parentID = rows.text(columns.parentID),
+          .isFolder = rows.boolean(columns.isFolder),
+          .nameShort = rows.text(columns.nameShort).value_or(std::string_view()),
+          .synchronized = dateWithDBFormat(rows.valueIfText(columns.synchronized))};
+}
+
+WVRDrivenFile recordOf(const WVDBAccessor::Row& row) {
+  WVRDrivenFile file;
+  if (row.fileID) file.setFile_id(std::string(*row.fileID));
+  if (row.parentID) file.setParent_id(std::string(*row.parentID));
+  file.setIs_folder(row.isFolder);
+  file.setName_short(std::string(row.nameShort));
+  file.setSynchronized(row.synchronized);
+  return file;
 }
 
 /// The "file_id" of the one row, or none where there is no row.
@@ -181,19 +191,33 @@ std::optional<WVDBAccessor::Files> WVDBAccessor::filesWithParentID(std::string_v
   return nodesForQueryResult(*rows);
 }
 
+bool WVDBAccessor::visitFilesWithParentID(std::string_view parentID, const RowVisitor& visit) {
+  std::optional<DatabaseError> error;
+  const auto rows = databaseHandler_->executeQuery(childrenQuery(parentID), &error);
+  if (rows) return visitRows(*rows, visit);
+  raiseError(error);
+  return false;
+}
+
 std::optional<WVDBAccessor::Files> WVDBAccessor::nodesForQueryResult(ResultSet& rows) {
   Files files;
-  Columns columns;
+  const bool complete =
+      visitRows(rows, [&files](const Row& row) { files.push_back(recordOf(row)); });
+  return complete ? std::optional(std::move(files)) : std::nullopt;
+}
+
+bool WVDBAccessor::visitRows(ResultSet& rows, const RowVisitor& visit) {
+  std::optional<Columns> columns;
   std::optional<DatabaseError> error;
   for (;;) {
     const auto step = rows.next(&error);
-    if (step == ResultSet::Step::done) return files;
-    if (step == ResultSet::Step::error || (files.empty() && !columns.find(rows, error))) {
+    if (step == ResultSet::Step::done) return true;
+    if (step == ResultSet::Step::error || (!columns && !columns.emplace().find(rows, error))) {
       rows.close();
       raiseError(error);
-      return std::nullopt;
+      return false;
     }
-    fill(files.emplace_back(), rows, columns);
+    visit(rowOf(rows, *columns));
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,6 +48,15 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
 
  public:
   using Files = std::vector<WVRDrivenFile>;
+  /// A row of the file table. Its texts are valid during the visit.
+  struct Row {
+    std::optional<std::string_view> fileID;
+    std::optional<std::string_view> parentID;
+    bool isFolder = false;
+    std::string_view nameShort;
+    std::optional<platform::Date> synchronized;
+  };
+  using RowVisitor = std::function<void(const Row&)>;
   /// A list that nobody changes any more.
   using Nodes = std::shared_ptr<const FSCRAccessor::Nodes>;
 
@@ -90,6 +100,9 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
   /// The children of the folder with this identifier, which is pasted into the query as it is.
   // -filesWithParentID:
   std::optional<Files> filesWithParentID(std::string_view parentID);
+  /// The same, one row at a time and without a copy of their texts, as a folder may hold thousands.
+  /// False where filesWithParentID would answer none; rows may have been visited before that.
+  bool visitFilesWithParentID(std::string_view parentID, const RowVisitor& visit);
   // -nodesForQueryResult:
   std::optional<Files> nodesForQueryResult(platform::ResultSet& rows);
 
@@ -116,6 +129,7 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
   std::optional<WVRDrivenFile> walk(const std::string& relativePath,
                                     std::optional<platform::DatabaseError>& error);
   std::optional<WVRDrivenFile> firstRecord(platform::ResultSet& rows);
+  bool visitRows(platform::ResultSet& rows, const RowVisitor& visit);
 
   const std::string dbPath_;
   std::shared_ptr<platform::Database> databaseHandler_;
