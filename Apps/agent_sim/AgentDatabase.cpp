@@ -1,9 +1,11 @@
 #include "Apps/agent_sim/AgentDatabase.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <sys/stat.h>
+#include <system_error>
 #include <utility>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
@@ -78,12 +80,28 @@ string schema() {
          kCurrentTransactionsTableName + "(" + kID + " TEXT PRIMARY KEY NOT NULL, started TEXT);";
 }
 
+/// A path's place below the mount point, without a leading separator.
+string relative(const string& mountPoint, const string& path) {
+  const auto standardized = platform::standardizedPath(path);
+  if (!WVRFileTools::filePathBelongsToDirectoryAtPath(standardized, mountPoint))
+    throw Failure(path + " is not on the volume " + mountPoint);
+  const std::size_t cut = mountPoint == "/" ? 1 : mountPoint.size() + 1;
+  return standardized.size() > cut ? standardized.substr(cut) : string();
+}
+
 }  // namespace
 
 std::string databasePath(const std::string& mountPoint, const std::string& account) {
   const auto kind = platform::SystemVolumes().fileSystemTypeOf(mountPoint);
   return *WVDBPool::databasePathForDeviceWithMountPoint(
       mountPoint, WVDBPool::isMacSpecificFileSystem(kind), account);
+}
+
+std::string folderOfRule(const std::string& mountPoint, const std::string& folder) {
+  const auto path = platform::standardizedPath(
+      folder.starts_with("/") ? folder : platform::pathByAppendingComponent(mountPoint, folder));
+  if (!platform::fileExistsAtPath(path).isDirectory) throw Failure(path + " is no folder");
+  return relative(mountPoint, path);
 }
 
 AgentDatabase::AgentDatabase(const std::string& path, std::string mountPoint,
@@ -105,14 +123,6 @@ void AgentDatabase::createTables() {
   transaction.commit();
 }
 
-std::string AgentDatabase::relative(const std::string& path) const {
-  const auto standardized = platform::standardizedPath(path);
-  if (!WVRFileTools::filePathBelongsToDirectoryAtPath(standardized, mountPoint_))
-    throw Failure(path + " is not on the volume " + mountPoint_);
-  const std::size_t cut = mountPoint_ == "/" ? 1 : mountPoint_.size() + 1;
-  return standardized.size() > cut ? standardized.substr(cut) : string();
-}
-
 int AgentDatabase::addRules(const std::vector<std::string>& included,
                             const std::vector<std::string>& excluded) {
   DatabaseWriter::Transaction transaction(writer_);
@@ -124,10 +134,7 @@ int AgentDatabase::addRules(const std::vector<std::string>& included,
 }
 
 int AgentDatabase::addRule(const std::string& folder, bool exclude) {
-  const string path =
-      folder.starts_with("/") ? folder : platform::pathByAppendingComponent(mountPoint_, folder);
-  if (!platform::fileExistsAtPath(path).isDirectory) throw Failure(path + " is no folder");
-  const std::vector<DatabaseValue> values{relative(path), std::int64_t{exclude}};
+  const std::vector<DatabaseValue> values{folderOfRule(mountPoint_, folder), std::int64_t{exclude}};
   const string table = kFSCRTableName;
   if (!writer_
            .run("SELECT 1 FROM " + table + " WHERE " + kFSCRTableColumnISFolder + "=? AND " +
@@ -159,9 +166,13 @@ struct AgentDatabase::Found {
   std::int64_t size = 0;
   string modified;
 
-  static std::optional<Found> at(const string& path) {
+  static std::optional<Found> at(const string& path, std::error_code& failed) {
     struct stat facts {};
-    if (::lstat(path.c_str(), &facts) != 0) return std::nullopt;
+    failed.clear();
+    if (::lstat(path.c_str(), &facts) != 0) {
+      failed.assign(errno, std::generic_category());
+      return std::nullopt;
+    }
     const platform::Date date{static_cast<double>(facts.st_mtim.tv_sec) +
                               static_cast<double>(facts.st_mtim.tv_nsec) / 1e9};
     return Found{S_ISDIR(facts.st_mode), facts.st_dev, facts.st_size, dbFormat(date).value_or("")};
@@ -178,7 +189,8 @@ class AgentDatabase::Scan {
         now_(dateValue(database.clock_.now())) {}
 
   ScanResult run() {
-    const auto top = Found::at(top_);
+    std::error_code failed;
+    const auto top = Found::at(top_, failed);
     if (!top || !top->isFolder) throw Failure(top_ + " is no folder");
     device_ = top->device;
     folders_.push_back({top_, kNilFileID});
@@ -206,8 +218,15 @@ class AgentDatabase::Scan {
     for (; !failed && entry != std::filesystem::directory_iterator(); entry.increment(failed)) {
       const string name = entry->path().filename().string();
       if (folder.path == top_ && isOwnFile(name)) continue;
-      const auto found = Found::at(entry->path().string());
-      if (!found) continue;  // gone since it was listed
+      std::error_code unseen;
+      const auto found = Found::at(entry->path().string(), unseen);
+      if (!found) {
+        if (unseen == std::errc::no_such_file_or_directory) continue;  // gone since it was listed
+        // It is there, whatever it is: what is known of it stays.
+        warnOf(entry->path().string(), unseen);
+        known.erase(name);
+        continue;
+      }
       std::optional<Known> row;
       if (const auto place = known.find(name); place != known.end()) {
         row = std::move(place->second);
@@ -215,8 +234,12 @@ class AgentDatabase::Scan {
       }
       scanItem(folder, name, *found, row);
     }
-    if (failed) return warn_(folder.path + " cannot be read: " + failed.message());
+    if (failed) return warnOf(folder.path, failed);
     for (const auto& [name, row] : known) remove(row.id);
+  }
+
+  void warnOf(const string& path, const std::error_code& failed) const {
+    warn_(path + " cannot be read: " + failed.message());
   }
 
   void scanItem(const Folder& folder, const string& name, const Found& found,
@@ -299,7 +322,7 @@ AgentDatabase::ScanResult AgentDatabase::scan(const std::function<void(const std
 
 std::string AgentDatabase::identifierOf(const std::string& path) {
   string id = kNilFileID;
-  const string below = relative(path);
+  const string below = relative(mountPoint_, path);
   platform::PathComponents walk(below);
   while (const auto name = walk.next()) {
     const auto rows = writer_.run(
@@ -320,13 +343,18 @@ std::int64_t AgentDatabase::markBelow(const std::string& identifier, const Datab
   return writer_.changes();
 }
 
-std::int64_t AgentDatabase::mark(const std::vector<std::string>& paths, bool synchronized) {
-  DatabaseWriter::Transaction transaction(writer_);
+AgentDatabase::OpenMarks AgentDatabase::openMarks(const std::vector<std::string>& paths,
+                                                  bool synchronized) {
+  OpenMarks marks{.transaction = std::make_unique<DatabaseWriter::Transaction>(writer_)};
   const DatabaseValue date = synchronized ? dateValue(clock_.now()) : DatabaseValue(nullptr);
-  std::int64_t marked = 0;
-  for (const auto& path : paths) marked += markBelow(identifierOf(path), date);
-  transaction.commit();
-  return marked;
+  for (const auto& path : paths) marks.items += markBelow(identifierOf(path), date);
+  return marks;
+}
+
+std::int64_t AgentDatabase::mark(const std::vector<std::string>& paths, bool synchronized) {
+  const auto marks = openMarks(paths, synchronized);
+  marks.transaction->commit();
+  return marks.items;
 }
 
 }  // namespace wevora::agent_sim

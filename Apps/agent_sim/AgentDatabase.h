@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <sys/types.h>
@@ -20,6 +21,10 @@ class Failure : public std::runtime_error {
 
 /// Where the sync database of a volume and an account lies, by the volume's file system.
 std::string databasePath(const std::string& mountPoint, const std::string& account);
+
+/// What a rule names a folder by: its place below the mount point. The folder is absolute or
+/// relative to the volume. Throws Failure when it is no folder, or not one of the volume.
+std::string folderOfRule(const std::string& mountPoint, const std::string& folder);
 
 /// The agent's side of one volume's sync database: it makes the database, keeps it in step with
 /// what is on the volume, and marks what is backed up. Paths are absolute.
@@ -48,6 +53,15 @@ class AgentDatabase {
   /// Marks items, folders with all below them, as backed up or as waiting; answers how many.
   std::int64_t mark(const std::vector<std::string>& paths, bool synchronized);
 
+  /// Marks that are undone when destroyed before `commit`, so that the marks of several databases
+  /// are kept or dropped together.
+  struct OpenMarks {
+    std::int64_t items = 0;
+    std::unique_ptr<platform::DatabaseWriter::Transaction> transaction;
+  };
+  /// As `mark`, but left to the caller to commit. The database must outlive the answer.
+  OpenMarks openMarks(const std::vector<std::string>& paths, bool synchronized);
+
  private:
   struct Known;
   struct Found;
@@ -55,7 +69,6 @@ class AgentDatabase {
 
   void createTables();
   int addRule(const std::string& folder, bool exclude);
-  std::string relative(const std::string& path) const;
   std::string identifierOf(const std::string& path);
   std::int64_t markBelow(const std::string& identifier, const platform::DatabaseValue& date);
 

@@ -1,7 +1,10 @@
 #include "Apps/agent_sim/AgentDatabase.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -142,6 +145,45 @@ TEST_F(AgentDatabaseTest, MarkingAnUnknownPathChangesNothing) {
   EXPECT_THROW(opened().mark({volume.path("file"), volume.path("absent")}, true), Failure);
   EXPECT_THROW(opened().mark({elsewhere.path("agent.db")}, true), Failure);
   EXPECT_EQ(count("synchronized IS NOT NULL"), number(0));
+}
+
+TEST_F(AgentDatabaseTest, MarksThatAreNotCommittedAreUndone) {
+  write("file");
+  scan();
+  {
+    auto database = opened();
+    EXPECT_EQ(database.openMarks({volume.path("file")}, true).items, 1);
+  }
+  EXPECT_EQ(count("synchronized IS NOT NULL"), number(0));
+}
+
+TEST_F(AgentDatabaseTest, AnItemThatIsThereButCannotBeReachedIsReportedAndKeepsItsRows) {
+  // Folders so deep that a path to the last ones is longer than the system takes: the one way that
+  // holds for every user, root too.
+  const std::string name(250, 'd');
+  int folder = ::open(volume.path().c_str(), O_DIRECTORY | O_PATH | O_CLOEXEC);
+  for (int depth = 0; depth < 20; ++depth) {
+    ASSERT_EQ(::mkdirat(folder, name.c_str(), 0700), 0);
+    const int next = ::openat(folder, name.c_str(), O_DIRECTORY | O_PATH | O_CLOEXEC);
+    ::close(folder);
+    folder = next;
+  }
+  ::close(folder);
+  write("beside");
+  const auto reached = scan().items;
+  EXPECT_LT(reached, 21);
+  EXPECT_EQ(warnings.size(), 1U);
+  EXPECT_EQ(count("name_long='beside'"), number(1));
+
+  platform::DatabaseWriter(path, platform::DatabaseWriter::Mode::mustExist)
+      .runScript(
+          "INSERT INTO file(file_id, parent_id, is_folder, name_long) SELECT 'known', file_id, 1, "
+          "name_long FROM file WHERE is_folder AND file_id NOT IN (SELECT parent_id FROM file "
+          "WHERE parent_id IS NOT NULL);"
+          "INSERT INTO file(file_id, parent_id, is_folder, name_long) "
+          "VALUES('below', 'known', 0, 'below')");
+  EXPECT_EQ(scan().gone, 0);
+  EXPECT_EQ(count("file_id IN ('known', 'below')"), number(2));
 }
 
 TEST_F(AgentDatabaseTest, RulesAreAddedOnceAndRelativeToTheVolume) {

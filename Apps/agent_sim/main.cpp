@@ -1,3 +1,5 @@
+#include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -49,9 +51,36 @@ struct Call {
 };
 
 std::string absolute(const std::string& path) {
+  if (path.empty()) throw WrongUsage("a path is empty");
   if (path.starts_with("/")) return platform::standardizedPath(path);
   const std::unique_ptr<char, decltype(&std::free)> here(::getcwd(nullptr, 0), &std::free);
-  return platform::standardizedPath(std::string(here ? here.get() : "/") + "/" + path);
+  if (!here) throw Failure("the current folder is gone; give absolute paths");
+  return platform::standardizedPath(std::string(here.get()) + "/" + path);
+}
+
+/// Paths may hold line ends, but what is told is one line.
+std::string oneLine(std::string_view text) {
+  std::string line;
+  for (const char c : text) {
+    if (c >= ' ' || c < 0) {
+      line += c;
+      continue;
+    }
+    std::array<char, 5> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned>(c));
+    line += escape.data();
+  }
+  return line;
+}
+
+void complain(std::string_view text) {
+  std::cerr << "wevora-agent-sim: " << oneLine(text) << "\n";
+}
+
+void setMark(Call& call, bool synchronized) {
+  if (call.synchronized.value_or(synchronized) != synchronized)
+    throw WrongUsage("--synchronized and --pending exclude each other");
+  call.synchronized = synchronized;
 }
 
 Call parse(std::span<const char* const> arguments) {
@@ -73,10 +102,10 @@ Call parse(std::span<const char* const> arguments) {
     else if (argument == "--exclude")
       call.excluded.push_back(value());
     else if (argument == "--synchronized" || argument == "--pending")
-      call.synchronized = argument == "--synchronized";
+      setMark(call, argument == "--synchronized");
     else if (argument == "--")
       while (++i < arguments.size()) call.paths.push_back(absolute(arguments[i]));
-    else if (argument.starts_with("--"))
+    else if (argument.starts_with("-"))
       throw WrongUsage("unknown option '" + argument + "'");
     else
       call.paths.push_back(absolute(argument));
@@ -84,31 +113,47 @@ Call parse(std::span<const char* const> arguments) {
   return call;
 }
 
+void checkMark(const Call& call) {
+  if (!call.volume.empty()) throw WrongUsage("no --volume belongs to mark");
+  if (!call.synchronized) throw WrongUsage("--synchronized or --pending is needed");
+  if (call.paths.empty()) throw WrongUsage("no PATH is given");
+}
+
+void checkVolume(const Call& call) {
+  if (call.volume.empty()) throw WrongUsage("--volume MOUNTPOINT is needed");
+  if (call.synchronized) throw WrongUsage("--synchronized and --pending belong to mark");
+  if (!call.paths.empty()) throw WrongUsage("no PATH belongs to " + call.command);
+}
+
 void check(const Call& call) {
   if (call.account.empty()) throw WrongUsage("--account ID is needed");
   if (call.account.find('/') != std::string::npos)
     throw WrongUsage("an account has no '/' in its name");
-  const bool marks = call.command == "mark";
-  if (!marks && call.volume.empty()) throw WrongUsage("--volume MOUNTPOINT is needed");
-  if (!marks && !call.paths.empty()) throw WrongUsage("no PATH belongs to " + call.command);
-  if (marks && !call.synchronized) throw WrongUsage("--synchronized or --pending is needed");
-  if (marks && call.paths.empty()) throw WrongUsage("no PATH is given");
+  if (call.command != "init" && !(call.included.empty() && call.excluded.empty()))
+    throw WrongUsage("--include and --exclude belong to init");
+  if (call.command == "mark")
+    checkMark(call);
+  else
+    checkVolume(call);
 }
 
 std::string mounted(const std::string& volume) {
   if (!platform::SystemVolumes().fileSystemTypeOf(volume))
     throw Failure(volume + " is not the mount point of a volume");
+  if (!platform::fileExistsAtPath(volume).isDirectory) throw Failure(volume + " is no folder");
   return volume;
 }
 
-/// The mounted volume that holds a path and has a database of the account.
+/// The innermost mounted volume that holds a path and has a database of the account. One without
+/// is passed over: the folder that it is mounted on is an item of the volume around it.
 std::string volumeOf(const std::string& path, const std::string& account) {
   std::string longest;
   for (const auto& volume : platform::SystemVolumes().mountedVolumes())
-    if (volume.rootPath.size() >= longest.size() &&
-        WVRFileTools::filePathBelongsToDirectoryAtPath(path, volume.rootPath))
+    if (volume.rootPath.size() > longest.size() &&
+        WVRFileTools::filePathBelongsToDirectoryAtPath(path, volume.rootPath) &&
+        platform::fileExistsAtPath(databasePath(volume.rootPath, account)).exists)
       longest = volume.rootPath;
-  if (!platform::fileExistsAtPath(databasePath(longest, account)).exists)
+  if (longest.empty())
     throw Failure("the volume of " + path + " has no database of account " + account +
                   " (init it first)");
   return longest;
@@ -118,10 +163,13 @@ int runInit(const Call& call, const platform::Clock& clock) {
   const auto volume = mounted(call.volume);
   const auto path = databasePath(volume, call.account);
   const bool existed = platform::fileExistsAtPath(path).exists;
+  // Asked before anything is made, so that a wrong folder leaves no database behind.
+  for (const auto* folders : {&call.included, &call.excluded})
+    for (const auto& folder : *folders) folderOfRule(volume, folder);
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
   AgentDatabase database(path, volume, clock, AgentDatabase::Mode::createIfMissing);
   const int rules = database.addRules(call.included, call.excluded);
-  std::cout << (existed ? "kept " : "made ") << path << ", " << rules << " rules added\n";
+  std::cout << (existed ? "kept " : "made ") << oneLine(path) << ", " << rules << " rules added\n";
   return 0;
 }
 
@@ -129,8 +177,7 @@ int runScan(const Call& call, const platform::Clock& clock) {
   const auto volume = mounted(call.volume);
   AgentDatabase database(databasePath(volume, call.account), volume, clock,
                          AgentDatabase::Mode::mustExist);
-  const auto result = database.scan(
-      [](const std::string& text) { std::cerr << "wevora-agent-sim: " << text << "\n"; });
+  const auto result = database.scan(&complain);
   std::cout << "scanned " << result.items << " items (" << result.added << " new, "
             << result.changed << " changed, " << result.gone << " gone)\n";
   return 0;
@@ -138,22 +185,47 @@ int runScan(const Call& call, const platform::Clock& clock) {
 
 int runMark(const Call& call, const platform::Clock& clock) {
   std::map<std::string, std::vector<std::string>> pathsOfVolume;
-  for (const auto& path : call.paths) pathsOfVolume[volumeOf(path, call.account)].push_back(path);
-  std::int64_t marked = 0;
+  for (const auto& path : call.paths) {
+    auto volume = volumeOf(path, call.account);
+    const auto below = path.substr(volume == "/" ? 0 : volume.size());
+    // A volume that is mounted twice has one database, which can be changed only once at a time.
+    for (const auto& [known, paths] : pathsOfVolume)
+      if (std::filesystem::equivalent(databasePath(known, call.account),
+                                      databasePath(volume, call.account)))
+        volume = known;
+    pathsOfVolume[volume].push_back(volume + below);
+  }
+  std::vector<std::unique_ptr<AgentDatabase>> databases;  // outlive their marks
+  std::vector<AgentDatabase::OpenMarks> marks;
   for (const auto& [volume, paths] : pathsOfVolume) {
-    AgentDatabase database(databasePath(volume, call.account), volume, clock,
-                           AgentDatabase::Mode::mustExist);
-    marked += database.mark(paths, *call.synchronized);
+    databases.push_back(std::make_unique<AgentDatabase>(databasePath(volume, call.account), volume,
+                                                        clock, AgentDatabase::Mode::mustExist));
+    marks.push_back(databases.back()->openMarks(paths, *call.synchronized));
+  }
+  std::int64_t marked = 0;
+  for (const auto& mark : marks) {
+    mark.transaction->commit();
+    marked += mark.items;
   }
   std::cout << "marked " << marked << " items as "
             << (*call.synchronized ? "synchronized" : "pending") << "\n";
   return 0;
 }
 
-int run(std::span<const char* const> arguments) {
+/// What a call that only asks about the tool is answered; null for any other call.
+const char* answered(std::span<const char* const> arguments) {
+  if (!arguments.empty() && std::string_view(arguments.front()) == "help") return kUsage;
   for (const std::string_view argument : arguments) {
-    if (argument != "--help" && argument != "help" && argument != "--version") continue;
-    std::cout << (argument == "--version" ? "wevora-agent-sim " WEVORA_VERSION "\n" : kUsage);
+    if (argument == "--") return nullptr;
+    if (argument == "--help") return kUsage;
+    if (argument == "--version") return "wevora-agent-sim " WEVORA_VERSION "\n";
+  }
+  return nullptr;
+}
+
+int run(std::span<const char* const> arguments) {
+  if (const auto answer = answered(arguments)) {
+    std::cout << answer;
     return 0;
   }
   const Call call = parse(arguments);
@@ -170,10 +242,10 @@ int runCatching(std::span<const char* const> arguments) {
   try {
     return run(arguments);
   } catch (const WrongUsage& wrong) {
-    std::cerr << "wevora-agent-sim: " << wrong.what() << " (try --help)\n";
+    complain(std::string(wrong.what()) + " (try --help)");
     return 2;
   } catch (const std::exception& failure) {
-    std::cerr << "wevora-agent-sim: " << failure.what() << "\n";
+    complain(failure.what());
     return 1;
   }
 }
