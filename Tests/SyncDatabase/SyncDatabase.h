@@ -19,10 +19,12 @@ class SyncDatabase {
       : writer(path, platform::DatabaseWriter::Mode::createIfMissing) {
     writer.runScript(
         "PRAGMA synchronous=OFF;"
-        "CREATE TABLE IF NOT EXISTS file(file_id TEXT, parent_id TEXT, is_folder INT, name_short TEXT,"
+        "CREATE TABLE IF NOT EXISTS file(file_id TEXT, parent_id TEXT, is_folder INT, name_short "
+        "TEXT,"
         " name_long TEXT, synchronized TEXT);"
         "CREATE INDEX IF NOT EXISTS file_index ON file(parent_id, name_long);"
-        "CREATE TABLE IF NOT EXISTS fscr(fscr_id TEXT, root_folder TEXT, path_filter TEXT, content_type TEXT,"
+        "CREATE TABLE IF NOT EXISTS fscr(fscr_id TEXT, root_folder TEXT, path_filter TEXT, "
+        "content_type TEXT,"
         " \"order\" INT, exclude INT, fc TEXT)");
   }
 

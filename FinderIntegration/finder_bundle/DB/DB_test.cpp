@@ -334,7 +334,7 @@ TEST_F(AccessorTest, AFailedReadEndsTheRefreshes) {
   EXPECT_EQ(refreshes(), 0U);
 }
 
-TEST_F(AccessorTest, AnotherExceptionPassesOnAndEndsTheRefreshesWithoutTellingTheDelegate) {
+TEST_F(AccessorTest, AnotherExceptionPassesOnWithoutTellingTheDelegate) {
   const auto accessor = opened();
   databases.throwing = kIncluded;
   EXPECT_THROW(accessor->updateCache(), std::runtime_error);
