@@ -126,9 +126,8 @@ ManualDispatch::~ManualDispatch() {
 std::shared_ptr<Queue> ManualDispatch::serialQueue(std::string_view name) {
   auto queue = std::make_shared<ManualQueue>(agenda_, name);
   // A queue that its owner let go of lives until its last block has run, as real ones do.
-  std::erase_if(serialQueues_, [](const auto& other) {
-    return other.use_count() == 1 && other->pending() == 0;
-  });
+  std::erase_if(serialQueues_,
+                [](const auto& other) { return other.use_count() == 1 && other->pending() == 0; });
   serialQueues_.push_back(queue);
   return queue;
 }
