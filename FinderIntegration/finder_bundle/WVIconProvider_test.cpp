@@ -145,6 +145,22 @@ TEST_F(ProviderTest, TheBootVolumesRootIsEmptyWithoutRules) {
   EXPECT_EQ(provider->pathTypeForPath(ItemURL("/")), WVPathTypeNone);
 }
 
+TEST_F(ProviderTest, TheBootVolumesRootIsRedWhileItsDatabaseHasAnIncludedRule) {
+  // The database of "/" is taken out of the machine's root by the account's name.
+  SyncDatabase boot(folder.path() + "/boot.db");
+  boot.addTop();
+  boot.addRule("users");
+  pool->setAccountId("/.." + folder.path() + "/boot");
+  EXPECT_EQ(draw("/"), "") << "the rules are not read yet";
+  dispatch.runAll();
+  EXPECT_EQ(provider->pathTypeForPath(ItemURL("/")), WVPathTypeRuleFolder);
+  EXPECT_EQ(draw("/"), "red");
+  boot.writer.runScript("UPDATE fscr SET exclude=1");
+  dispatch.advance(2s);
+  EXPECT_EQ(provider->pathTypeForPath(ItemURL("/")), WVPathTypeNone);
+  EXPECT_EQ(draw("/"), "");
+}
+
 // --- Path types ----------------------------------------------------------------------------------
 
 class PathTypeTest : public ProviderTest {

@@ -44,16 +44,21 @@ WorkerPool::~WorkerPool() {
 }
 
 void WorkerPool::run(Job job) {
-  const MutexLock lock(mutex_);
-  if (stopping_) return;
-  jobs_.push_back(std::move(job));
-  if (jobs_.size() <= idle_) {
-    workCame_.notify_one();
-  } else if (jobs_.size() > idle_ + starting_) {
-    ++starting_;
-    startTimekeeper();
-    timekeeperWanted_.notify_one();
+  Condition* awaited = nullptr;
+  {
+    const MutexLock lock(mutex_);
+    if (stopping_) return;
+    jobs_.push_back(std::move(job));
+    if (jobs_.size() <= idle_) {
+      awaited = &workCame_;
+    } else if (jobs_.size() > idle_ + starting_) {
+      ++starting_;
+      startTimekeeper();
+      awaited = &timekeeperWanted_;
+    }
   }
+  // Behind the lock, or the woken thread would at once wait for it.
+  if (awaited != nullptr) awaited->notify_one();
 }
 
 std::shared_ptr<DelayedBlock> WorkerPool::at(std::chrono::nanoseconds delay, Block due) {
