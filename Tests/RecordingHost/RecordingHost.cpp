@@ -90,7 +90,7 @@ void RecordingHost::registerWindows(const Classes& classes) {
     browserControllerClass_ = runtime.registerClass("TBrowserWindowController", controller.get());
   browserControllerClass_->addMethod(
       "browserViewController", Implementation::of<Id()>([](const Id& self) {
-        const Id browser = self->instanceVariable<Id>("browser").value_or(nullptr);
+        Id browser = self->instanceVariable<Id>("browser").value_or(nullptr);
         if (!browser) throw HostException("no browser in this window");
         return browser;
       }),
@@ -117,7 +117,7 @@ void RecordingHost::registerWindows(const Classes& classes) {
       "getCellForNode:", Implementation::of<Id(TFENode)>([this](const Id& self, TFENode node) {
         for (const auto& item : as<Browser>(self).items) {
           if (item.node.get() != node.fNodeRef) continue;
-          const Id cell = std::make_shared<Object>(*cellClass_);
+          Id cell = std::make_shared<Object>(*cellClass_);
           cell->setInstanceVariable("controlView", Id(item.controlView));
           return cell;
         }
