@@ -1,0 +1,63 @@
+#include <array>
+#include <string_view>
+#include <unistd.h>
+
+#include "Hosts/Nautilus/HostWidgets.h"
+#include "Platform/Support/Guard.h"
+
+namespace wevora::nautilus {
+namespace {
+
+/// File choosers load the host's modules into other programs too.
+bool isInsideTheHost() {
+  std::array<char, 4096> target{};
+  const ssize_t length = ::readlink("/proc/self/exe", target.data(), target.size());
+  if (length <= 0) return false;
+  const std::string_view program(target.data(), static_cast<std::size_t>(length));
+  return program.substr(program.rfind('/') + 1) == "nautilus";
+}
+
+class Trial : public WidgetObserver {
+ public:
+  void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
+    drawHostCell(kind, cell, snapshot);
+    graphene_rect_t frame;
+    GtkWidget* icon = iconOf(cell);
+    if (icon == nullptr || !gtk_widget_compute_bounds(icon, cell, &frame)) return;
+    const float side = frame.size.height / 2;
+    const graphene_rect_t mark =
+        GRAPHENE_RECT_INIT(frame.origin.x, frame.origin.y + frame.size.height - side, side, side);
+    const GdkRGBA green{0, 0.7F, 0, 1};
+    gtk_snapshot_append_color(snapshot, &green, &mark);
+  }
+  void sidebarRealized(GtkWidget*) override {}
+  void sidebarRowRealized(GtkWidget*) override {}
+};
+
+void start() {
+  static platform::NeverDestroyed<Trial> trial;
+  observeWidgets(*trial);
+}
+
+}  // namespace
+}  // namespace wevora::nautilus
+
+extern "C" {
+
+// A module that nobody uses is unmapped, and what it left with the host would point nowhere.
+G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
+  using namespace wevora;
+  if (!nautilus::isInsideTheHost()) return;
+  g_type_module_use(module);
+  platform::swallowing([] { nautilus::start(); });
+}
+
+G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {
+  static constexpr std::array<GType, 1> kNone{};
+  *types = kNone.data();
+  *count = 0;
+}
+
+G_MODULE_EXPORT void nautilus_module_shutdown() {}
+
+}  // extern "C"
