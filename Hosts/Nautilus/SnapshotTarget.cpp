@@ -27,6 +27,7 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
   const graphene_point_t corner{space_.origin.x + static_cast<float>(destination.x),
                                 space_.origin.y + static_cast<float>(destination.y)};
   const graphene_rect_t whole = wholeBitmap(*bitmap, drawing.source, destination);
+  GdkTexture* const texture = textures_.of(bitmap);
   const bool clipped = !graphene_rect_contains_rect(&visible, &whole);
 
   gtk_snapshot_save(snapshot_);
@@ -38,7 +39,7 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
   }
   if (drawing.fraction < 1.0) gtk_snapshot_push_opacity(snapshot_, drawing.fraction);
   if (clipped) gtk_snapshot_push_clip(snapshot_, &visible);
-  gtk_snapshot_append_texture(snapshot_, textures_.of(bitmap), &whole);
+  gtk_snapshot_append_texture(snapshot_, texture, &whole);
   if (clipped) gtk_snapshot_pop(snapshot_);
   if (drawing.fraction < 1.0) gtk_snapshot_pop(snapshot_);
   gtk_snapshot_restore(snapshot_);

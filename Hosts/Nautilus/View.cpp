@@ -12,6 +12,10 @@ std::shared_ptr<platform::Class> View::registerIn(platform::Runtime& runtime) {
                      static_cast<const View&>(*self).setNeedsDisplay(needed);
                    }),
                    "v@:B");
+  views->addMethod("subviews", Implementation::of<std::vector<Id>()>([](const Id& self) {
+                     return static_cast<const View&>(*self).subviews();
+                   }),
+                   "@@:");
   return views;
 }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <gtk/gtk.h>
 
@@ -26,6 +27,8 @@ class View : public platform::Object {
 
   GObjectPtr<GtkWidget> widget() const { return widget_.get(); }
   void forgetWidget() { widget_.clear(); }
+  // -subviews
+  virtual std::vector<platform::Id> subviews() const { return {}; }
   // -setNeedsDisplay:
   void setNeedsDisplay(bool needed) const;
 
