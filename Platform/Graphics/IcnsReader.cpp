@@ -5,13 +5,16 @@
 #include <cairo.h>
 #include <cstdint>
 #include <cstring>
-#include <icns.h>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "Platform/Support/Guard.h"
+
+extern "C" {  // which the header does not say itself
+#include <icns.h>
+}
 
 namespace wevora::platform {
 namespace {
@@ -197,7 +200,7 @@ std::optional<Pixels> familyPixels(const Kind& kind, const Element& picture, con
   const auto type = *bigEndian(picture.whole, 0, 4);
   if (::icns_get_image32_with_mask_from_family(family, type, &image) != 0) return std::nullopt;
   if (image.imageWidth != kind.pixels || image.imageHeight != kind.pixels ||
-      image.imageChannels != 4 || image.imageDataSize != kind.pixels * kind.pixels * 4)
+      image.imageChannels != 4 || image.imageDataSize < kind.pixels * kind.pixels * 4)
     return std::nullopt;
   Pixels pixels(kind.pixels * kind.pixels);
   for (std::size_t i = 0; i < pixels.size(); ++i)

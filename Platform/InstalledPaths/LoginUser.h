@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace wevora::platform {
+
+// The password database. Threads: any.
+
+/// The name of the user that this process belongs to; none where the database has none.
+std::optional<std::string> loginName();
+
+/// The absolute path of a user's home folder; none for a user that the database does not have.
+std::optional<std::string> homeFolderOfUser(const std::string& name);
+
+}  // namespace wevora::platform
