@@ -16,11 +16,11 @@ using platform::send;
 
 std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& runtime) {
   auto wrappers = runtime.registerClass("IKImageWrapper");
-  wrappers->addClassMethod("alloc", Implementation::of<Id()>([](const Id& self) -> Id {
-                             return std::make_shared<ImageWrapper>(
-                                 static_cast<platform::Class&>(*self));
-                           }),
-                           "@@:");
+  wrappers->addClassMethod(
+      "alloc", Implementation::of<Id()>([](const Id& self) -> Id {
+        return std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
+      }),
+      "@@:");
   wrappers->addMethod("initWithNSImage:",
                       Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& image) {
                         static_cast<ImageWrapper&>(*self).image = image;
@@ -40,8 +40,7 @@ Cell::Cell(platform::Class& isa, CellKind kind, std::shared_ptr<Node> node,
       kind_(kind),
       node_(std::move(node)),
       view_(std::move(view)),
-      icon_(std::make_shared<Image>(platform::Size{},
-                                    [this](const Image&) { return painted_; })) {}
+      icon_(std::make_shared<Image>(platform::Size{}, [this](const Image&) { return painted_; })) {}
 
 void Cell::draw(const Pass& pass) {
   pass_ = &pass;

@@ -48,15 +48,15 @@ void addGridDrawing(Class& cells) {
 }
 
 void addListDrawing(Class& cells) {
-  cells.addMethod("drawIconWithFrame:",
-                  Implementation::of<void(Rect)>([](const Id& self, const Rect& frame) {
-                    asCell(self).drawIconWithFrame(frame);
-                  }),
-                  "v@:{CGRect={CGPoint=dd}{CGSize=dd}}");
   cells.addMethod(
-      "thumbnail",
-      Implementation::of<ImageRef()>([](const Id& self) { return asCell(self).thumbnail(); }),
-      "@@:");
+      "drawIconWithFrame:", Implementation::of<void(Rect)>([](const Id& self, const Rect& frame) {
+        asCell(self).drawIconWithFrame(frame);
+      }),
+      "v@:{CGRect={CGPoint=dd}{CGSize=dd}}");
+  cells.addMethod("thumbnail", Implementation::of<ImageRef()>([](const Id& self) {
+                    return asCell(self).thumbnail();
+                  }),
+                  "@@:");
   cells.addMethod("setThumbnail:",
                   Implementation::of<void(ImageRef)>([](const Id&, const ImageRef&) {}), "v@:@");
 }
@@ -83,8 +83,8 @@ Cells::Cells(platform::Runtime& runtime, Nodes& nodes, Class& views)
 }
 
 void Cells::draw(CellKind kind, GtkWidget* widget, GtkSnapshot* snapshot) {
-  const auto cell = platform::swallowingOr(std::shared_ptr<Cell>(),
-                                           [&] { return cellOf(kind, widget); });
+  const auto cell =
+      platform::swallowingOr(std::shared_ptr<Cell>(), [&] { return cellOf(kind, widget); });
   if (cell)
     cell->draw({widget, snapshot, textures_, *imageWrappers_});
   else
@@ -135,8 +135,7 @@ void Cells::forget(GtkWidget* widget) {
 std::vector<std::shared_ptr<Cell>> Cells::visibleIn(GtkWidget* window) const {
   std::vector<std::shared_ptr<Cell>> visible;
   for (const auto& [widget, cell] : cells_)
-    if (cell && gtk_widget_get_mapped(widget) &&
-        GTK_WIDGET(gtk_widget_get_root(widget)) == window)
+    if (cell && gtk_widget_get_mapped(widget) && GTK_WIDGET(gtk_widget_get_root(widget)) == window)
       visible.push_back(cell);
   return visible;
 }

@@ -2,7 +2,7 @@
 #include <string_view>
 #include <unistd.h>
 
-#include "Hosts/Nautilus/HostWidgets.h"
+#include "Hosts/Nautilus/Host.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -17,26 +17,9 @@ bool isInsideTheHost() {
   return program.substr(program.rfind('/') + 1) == "nautilus";
 }
 
-class Trial : public WidgetObserver {
- public:
-  void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
-    drawHostCell(kind, cell, snapshot);
-    graphene_rect_t frame;
-    GtkWidget* icon = iconOf(cell);
-    if (icon == nullptr || !gtk_widget_compute_bounds(icon, cell, &frame)) return;
-    const float side = frame.size.height / 2;
-    const graphene_rect_t mark =
-        GRAPHENE_RECT_INIT(frame.origin.x, frame.origin.y + frame.size.height - side, side, side);
-    const GdkRGBA green{0, 0.7F, 0, 1};
-    gtk_snapshot_append_color(snapshot, &green, &mark);
-  }
-  void sidebarRealized(GtkWidget*) override {}
-  void sidebarRowRealized(GtkWidget*) override {}
-};
-
 void start() {
-  static platform::NeverDestroyed<Trial> trial;
-  observeWidgets(*trial);
+  static platform::NeverDestroyed<Host> host(platform::Runtime::shared());
+  observeWidgets(*host);
 }
 
 }  // namespace

@@ -7,15 +7,14 @@ using platform::Implementation;
 
 Nodes::Nodes(platform::Runtime& runtime) : class_(runtime.registerClass("FINode")) {
   class_->addMethod("previewItemURL",
-                    Implementation::of<std::optional<ItemURL>()>([](const Id& self) {
-                      return static_cast<const Node&>(*self).url();
-                    }),
+                    Implementation::of<std::optional<ItemURL>()>(
+                        [](const Id& self) { return static_cast<const Node&>(*self).url(); }),
                     "@@:");
-  class_->addClassMethod("nodeFromNodeRef:",
-                         Implementation::of<Id(TFENode)>([this](const Id&, TFENode reference) {
-                           return nodeFromNodeRef(reference);
-                         }),
-                         "@@:^v");
+  class_->addClassMethod(
+      "nodeFromNodeRef:", Implementation::of<Id(TFENode)>([this](const Id&, TFENode reference) {
+        return nodeFromNodeRef(reference);
+      }),
+      "@@:^v");
 }
 
 std::shared_ptr<Node> Nodes::make(const std::string& uri) {

@@ -22,8 +22,7 @@ graphene_rect_t wholeBitmap(const platform::Bitmap& bitmap, const platform::Rect
 void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
                                 const platform::BitmapDrawing& drawing) {
   const auto& destination = drawing.destination;
-  const graphene_rect_t visible =
-      rectOf({0, 0, destination.width, destination.height});
+  const graphene_rect_t visible = rectOf({0, 0, destination.width, destination.height});
   const graphene_point_t corner{space_.origin.x + static_cast<float>(destination.x),
                                 space_.origin.y + static_cast<float>(destination.y)};
   const graphene_rect_t whole = wholeBitmap(*bitmap, drawing.source, destination);

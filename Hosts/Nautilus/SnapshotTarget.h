@@ -1,8 +1,7 @@
 #pragma once
 
-#include <vector>
-
 #include <gtk/gtk.h>
+#include <vector>
 
 #include "Hosts/Nautilus/Textures.h"
 #include "Platform/Graphics/DrawingTarget.h"

@@ -11,9 +11,9 @@ GObjectPtr<GdkTexture> makeTexture(const platform::BitmapRef& bitmap) {
         std::default_delete<platform::BitmapRef>()(static_cast<platform::BitmapRef*>(held));
       },
       share);
-  GObjectPtr<GdkTexture> texture(gdk_memory_texture_new(
-      static_cast<int>(bitmap->width()), static_cast<int>(bitmap->height()), GDK_MEMORY_DEFAULT,
-      bytes, bitmap->bytesPerRow()));
+  GObjectPtr<GdkTexture> texture(
+      gdk_memory_texture_new(static_cast<int>(bitmap->width()), static_cast<int>(bitmap->height()),
+                             GDK_MEMORY_DEFAULT, bytes, bitmap->bytesPerRow()));
   g_bytes_unref(bytes);
   return texture;
 }

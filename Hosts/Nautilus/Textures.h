@@ -2,9 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
-
 #include <gdk/gdk.h>
+#include <unordered_map>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
 #include "Platform/Graphics/Bitmap.h"

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <functional>
+#include <gtk/gtk.h>
 #include <memory>
 #include <utility>
 #include <vector>
-
-#include <gtk/gtk.h>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
 #include "Platform/Runtime/Runtime.h"

@@ -72,11 +72,11 @@ Windows::Windows(platform::Runtime& runtime, const Cells& cells, Class& views,
 
 void Windows::registerWindows(platform::Runtime& runtime) {
   const auto application = runtime.registerClass("NSApplication");
-  application->addClassMethod("sharedApplication", Implementation::of<Id()>([](const Id& self) {
-                                return std::make_shared<platform::Object>(
-                                    static_cast<Class&>(*self));
-                              }),
-                              "@@:");
+  application->addClassMethod(
+      "sharedApplication", Implementation::of<Id()>([](const Id& self) {
+        return std::make_shared<platform::Object>(static_cast<Class&>(*self));
+      }),
+      "@@:");
   application->addMethod("windowWithWindowNumber:",
                          Implementation::of<Id(std::int64_t)>([this](const Id&, std::int64_t n) {
                            for (GtkWidget* window : hostWindows())
@@ -87,19 +87,18 @@ void Windows::registerWindows(platform::Runtime& runtime) {
                          "@@:q");
 
   windows_ = runtime.registerClass("NSWindow");
-  windows_->addClassMethod("windowNumbersWithOptions:",
-                           Implementation::of<std::vector<std::int64_t>(std::uint64_t)>(
-                               [](const Id&, std::uint64_t) {
-                                 std::vector<std::int64_t> numbers;
-                                 for (GtkWidget* window : hostWindows())
-                                   numbers.push_back(numberOf(window));
-                                 return numbers;
-                               }),
-                           "@@:Q");
-  windows_->addMethod(
-      "windowController",
-      Implementation::of<Id()>([this](const Id& self) { return controllerOf(windowOf(self).get()); }),
-      "@@:");
+  windows_->addClassMethod(
+      "windowNumbersWithOptions:",
+      Implementation::of<std::vector<std::int64_t>(std::uint64_t)>([](const Id&, std::uint64_t) {
+        std::vector<std::int64_t> numbers;
+        for (GtkWidget* window : hostWindows()) numbers.push_back(numberOf(window));
+        return numbers;
+      }),
+      "@@:Q");
+  windows_->addMethod("windowController", Implementation::of<Id()>([this](const Id& self) {
+                        return controllerOf(windowOf(self).get());
+                      }),
+                      "@@:");
 }
 
 void Windows::registerControllers(platform::Runtime& runtime) {
@@ -112,12 +111,11 @@ void Windows::registerControllers(platform::Runtime& runtime) {
         return controllerOf(windows[static_cast<std::size_t>(id) - 1]);
       }),
       "@@:q");
-  controllers_->addMethod("browserViewController",
-                          Implementation::of<Id()>([this](const Id& self) {
-                            return Id(std::make_shared<WindowObject>(*browsers_,
-                                                                     windowOf(self).get()));
-                          }),
-                          "@@:");
+  controllers_->addMethod(
+      "browserViewController", Implementation::of<Id()>([this](const Id& self) {
+        return Id(std::make_shared<WindowObject>(*browsers_, windowOf(self).get()));
+      }),
+      "@@:");
   controllers_->addMethod("sidebarViewContainer", Implementation::of<Id()>([this](const Id& self) {
                             return containerOf(sidebarsOf_(windowOf(self).get()));
                           }),
@@ -145,13 +143,13 @@ void Windows::registerBrowsers(platform::Runtime& runtime) {
           nodes->push_back(*cell->node()->reference());
       }),
       "v@:^v");
-  browsers_->addMethod("getCellForNode:",
-                       Implementation::of<Id(TFENode)>([this](const Id& self, TFENode node) {
-                         for (const auto& cell : cells_.visibleIn(windowOf(self).get()))
-                           if (*cell->node()->reference() == node) return Id(cell);
-                         return Id();
-                       }),
-                       "@@:^v");
+  browsers_->addMethod(
+      "getCellForNode:", Implementation::of<Id(TFENode)>([this](const Id& self, TFENode node) {
+        for (const auto& cell : cells_.visibleIn(windowOf(self).get()))
+          if (*cell->node()->reference() == node) return Id(cell);
+        return Id();
+      }),
+      "@@:^v");
 }
 
 Id Windows::controllerOf(GtkWidget* window) const {

@@ -34,8 +34,8 @@ class Windows {
   platform::Id containerOf(std::vector<platform::Id> subviews) const;
 
   const Cells& cells_;
+  platform::Class& views_;
   const SidebarsOf sidebarsOf_;
-  std::shared_ptr<platform::Class> views_;
   std::shared_ptr<platform::Class> windows_;
   std::shared_ptr<platform::Class> controllers_;
   std::shared_ptr<platform::Class> browsers_;
