@@ -1,0 +1,345 @@
+// A module of the file manager's, for tests: tells over the session bus what is on the screen, and
+// where, and does what a person would do. It knows nothing of the module that is tested.
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <gtk/gtk.h>
+#include <nautilus-extension.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Tests/NautilusHost/ProbeInterface.h"
+
+namespace wevora::testing_host {
+namespace {
+
+using nautilus::GObjectPtr;
+using nautilus::GText;
+using nautilus::objectProperty;
+using nautilus::textProperty;
+
+constexpr const char* kInterfaceXml = R"(
+<node><interface name="com.Wevora.Test.NautilusProbe">
+  <method name="Windows"><arg type="as" direction="out"/></method>
+  <method name="Cells"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
+  <method name="Rows"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
+  <method name="Picture"><arg type="u" direction="in"/><arg type="s" direction="in"/></method>
+  <method name="NextFrame"><arg type="u" direction="in"/></method>
+  <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
+  <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
+  <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
+  <method name="ScrollTime"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="ad" direction="out"/></method>
+  <method name="Quit"/>
+</interface></node>)";
+
+bool isOf(GtkWidget* widget, std::initializer_list<const char*> classes) {
+  const char* name = G_OBJECT_TYPE_NAME(widget);
+  return std::any_of(classes.begin(), classes.end(),
+                     [name](const char* wanted) { return std::strcmp(name, wanted) == 0; });
+}
+
+/// Calls for each widget that is on the screen, parents first.
+void forEachBelow(GtkWidget* widget, const std::function<void(GtkWidget*)>& function) {
+  function(widget);
+  for (GtkWidget* child = gtk_widget_get_first_child(widget); child != nullptr;
+       child = gtk_widget_get_next_sibling(child))
+    if (gtk_widget_get_mapped(child)) forEachBelow(child, function);
+}
+
+std::vector<GtkWidget*> hostWindows() {
+  std::vector<GtkWidget*> windows;
+  GListModel* all = gtk_window_get_toplevels();
+  for (guint i = 0; i < g_list_model_get_n_items(all); ++i) {
+    const GObjectPtr<GtkWidget> window(static_cast<GtkWidget*>(g_list_model_get_item(all, i)));
+    if (isOf(window.get(), {"NautilusWindow"})) windows.push_back(window.get());
+  }
+  return windows;
+}
+
+GtkWidget* windowOf(guint number) {
+  const auto windows = hostWindows();
+  return number < windows.size() ? windows[number] : nullptr;
+}
+
+/// None for what is not wholly inside the part of its view that can be seen.
+std::optional<graphene_rect_t> frameIn(GtkWidget* window, GtkWidget* widget) {
+  graphene_rect_t frame;
+  graphene_rect_t view;
+  if (!gtk_widget_compute_bounds(widget, window, &frame)) return std::nullopt;
+  GtkWidget* scrolled = gtk_widget_get_ancestor(widget, GTK_TYPE_SCROLLED_WINDOW);
+  if (scrolled != nullptr && gtk_widget_compute_bounds(scrolled, window, &view) &&
+      !graphene_rect_contains_rect(&view, &frame))
+    return std::nullopt;
+  return frame;
+}
+
+GtkWidget* pictureOf(GtkWidget* cell) {
+  GtkWidget* found = nullptr;
+  forEachBelow(cell, [&](GtkWidget* widget) {
+    if (found == nullptr && (GTK_IS_PICTURE(widget) || GTK_IS_IMAGE(widget))) found = widget;
+  });
+  return found;
+}
+
+void addPlace(GVariantBuilder& places, const std::string& name, const std::string& kind,
+              const graphene_rect_t& frame) {
+  const GText valid(g_utf8_make_valid(name.c_str(), -1));
+  g_variant_builder_add(&places, "(ss(dddd))", valid.get(), kind.c_str(),
+                        static_cast<double>(frame.origin.x), static_cast<double>(frame.origin.y),
+                        static_cast<double>(frame.size.width),
+                        static_cast<double>(frame.size.height));
+}
+
+GVariant* cellsOf(GtkWidget* window) {
+  GVariantBuilder cells;
+  g_variant_builder_init(&cells, G_VARIANT_TYPE("a(ss(dddd))"));
+  forEachBelow(window, [&](GtkWidget* widget) {
+    if (!isOf(widget, {"NautilusGridCell", "NautilusNameCell"})) return;
+    const auto item = objectProperty(widget, "item");
+    const auto file = objectProperty(item.get(), "file");
+    GtkWidget* picture = pictureOf(widget);
+    if (!file || picture == nullptr) return;
+    const auto frame = frameIn(window, picture);
+    const GText uri(nautilus_file_info_get_uri(NAUTILUS_FILE_INFO(file.get())));
+    if (frame && uri) addPlace(cells, uri.get(), G_OBJECT_TYPE_NAME(widget), *frame);
+  });
+  return g_variant_new("(a(ss(dddd)))", &cells);
+}
+
+GVariant* rowsOf(GtkWidget* window) {
+  GVariantBuilder rows;
+  g_variant_builder_init(&rows, G_VARIANT_TYPE("a(ss(dddd))"));
+  forEachBelow(window, [&](GtkWidget* widget) {
+    if (!isOf(widget, {"NautilusGtkSidebarRow", "NautilusSidebarRow"})) return;
+    const auto label = textProperty(widget, "label");
+    const auto icon = objectProperty(widget, "start-icon");
+    GtkWidget* picture = pictureOf(widget);
+    if (!label || picture == nullptr) return;
+    if (const auto frame = frameIn(window, picture))
+      addPlace(rows, *label, icon ? G_OBJECT_TYPE_NAME(icon.get()) : "", *frame);
+  });
+  return g_variant_new("(a(ss(dddd)))", &rows);
+}
+
+/// What the window's widgets drew last: GTK's own nodes, the kept ones among them.
+bool savePicture(GtkWidget* window, const char* file) {
+  const GObjectPtr<GdkPaintable> paintable(gtk_widget_paintable_new(window));
+  GtkSnapshot* snapshot = gtk_snapshot_new();
+  gdk_paintable_snapshot(paintable.get(), snapshot, gtk_widget_get_width(window),
+                         gtk_widget_get_height(window));
+  GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
+  if (node == nullptr) return false;
+  const graphene_rect_t whole =
+      GRAPHENE_RECT_INIT(0, 0, static_cast<float>(gtk_widget_get_width(window)),
+                         static_cast<float>(gtk_widget_get_height(window)));
+  const GObjectPtr<GdkTexture> texture(
+      gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &whole));
+  gsk_render_node_unref(node);
+  return gdk_texture_save_to_png(texture.get(), file) != FALSE;
+}
+
+using Invocation = GDBusMethodInvocation;
+
+/// Answers after the next frame of the window.
+void answerAfterFrame(GtkWidget* window, Invocation* invocation) {
+  struct Waiting {
+    Invocation* invocation;
+    gulong handler;
+  };
+  GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
+  auto* waiting = new Waiting{invocation, 0};
+  waiting->handler =
+      g_signal_connect(clock, "after-paint", G_CALLBACK(+[](GdkFrameClock* painted, Waiting* done) {
+                         g_signal_handler_disconnect(painted, done->handler);
+                         g_dbus_method_invocation_return_value(done->invocation, nullptr);
+                         delete done;
+                       }),
+                       waiting);
+  gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_AFTER_PAINT);
+}
+
+/// The view of the window's items.
+GtkAdjustment* adjustmentOf(GtkWidget* window) {
+  GtkAdjustment* found = nullptr;
+  forEachBelow(window, [&](GtkWidget* widget) {
+    if (GTK_IS_GRID_VIEW(widget) || GTK_IS_COLUMN_VIEW(widget))
+      found = gtk_scrollable_get_vadjustment(GTK_SCROLLABLE(widget));
+  });
+  return found;
+}
+
+void scrollTo(GtkWidget* window, double part) {
+  GtkAdjustment* adjustment = adjustmentOf(window);
+  if (adjustment == nullptr) return;
+  const double range =
+      gtk_adjustment_get_upper(adjustment) - gtk_adjustment_get_page_size(adjustment);
+  gtk_adjustment_set_value(adjustment, std::max(0.0, range) * part);
+}
+
+bool eject(GtkWidget* window, const std::string& label) {
+  bool clicked = false;
+  forEachBelow(window, [&](GtkWidget* widget) {
+    if (!isOf(widget, {"NautilusGtkSidebarRow", "NautilusSidebarRow"}) ||
+        textProperty(widget, "label") != label)
+      return;
+    forEachBelow(widget, [&](GtkWidget* below) {
+      if (!GTK_IS_BUTTON(below)) return;
+      g_signal_emit_by_name(below, "clicked");
+      clicked = true;
+    });
+  });
+  return clicked;
+}
+
+/// Scrolls through the view once, a step with each frame, and notes how long GTK took for each
+/// frame from its first to its last phase, in milliseconds.
+class ScrollTiming {
+ public:
+  static void start(GtkWidget* window, guint frames, Invocation* invocation) {
+    auto* timing = new ScrollTiming(window, frames, invocation);
+    GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
+    timing->clock_ = clock;
+    timing->before_ = g_signal_connect(
+        clock, "before-paint",
+        G_CALLBACK(+[](GdkFrameClock*, ScrollTiming* it) { it->began_ = g_get_monotonic_time(); }),
+        timing);
+    timing->after_ = g_signal_connect(
+        clock, "after-paint",
+        G_CALLBACK(+[](GdkFrameClock*, ScrollTiming* it) { it->frameEnded(); }), timing);
+    gdk_frame_clock_begin_updating(clock);
+  }
+
+ private:
+  ScrollTiming(GtkWidget* window, guint frames, Invocation* invocation)
+      : window_(window), frames_(frames), invocation_(invocation) {}
+
+  void frameEnded() {
+    times_.push_back(static_cast<double>(g_get_monotonic_time() - began_) / 1000.0);
+    if (times_.size() < frames_) {
+      scrollTo(window_, static_cast<double>(times_.size()) / frames_);
+      return;
+    }
+    gdk_frame_clock_end_updating(clock_);
+    g_signal_handler_disconnect(clock_, before_);
+    g_signal_handler_disconnect(clock_, after_);
+    GVariantBuilder times;
+    g_variant_builder_init(&times, G_VARIANT_TYPE("ad"));
+    for (const double time : times_) g_variant_builder_add(&times, "d", time);
+    g_dbus_method_invocation_return_value(invocation_, g_variant_new("(ad)", &times));
+    delete this;
+  }
+
+  GtkWidget* const window_;
+  const guint frames_;
+  Invocation* const invocation_;
+  GdkFrameClock* clock_ = nullptr;
+  gulong before_ = 0;
+  gulong after_ = 0;
+  gint64 began_ = 0;
+  std::vector<double> times_;
+};
+
+void answerWindows(Invocation* invocation) {
+  GVariantBuilder titles;
+  g_variant_builder_init(&titles, G_VARIANT_TYPE("as"));
+  for (GtkWidget* window : hostWindows()) {
+    const char* title = gtk_window_get_title(GTK_WINDOW(window));
+    g_variant_builder_add(&titles, "s", title == nullptr ? "" : title);
+  }
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(as)", &titles));
+}
+
+void activate(GtkWidget* window, const char* action, const char* argument) {
+  if (*argument == '\0')
+    gtk_widget_activate_action(window, action, nullptr);
+  else
+    gtk_widget_activate_action_variant(
+        window, action, g_variant_parse(nullptr, argument, nullptr, nullptr, nullptr));
+}
+
+void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
+              Invocation* invocation) {
+  const auto done = [&](GVariant* answer) {
+    g_dbus_method_invocation_return_value(invocation, answer);
+  };
+  guint number = 0;
+  if (method == "Cells") return done(cellsOf(window));
+  if (method == "Rows") return done(rowsOf(window));
+  if (method == "NextFrame") return answerAfterFrame(window, invocation);
+  if (method == "Picture") {
+    const char* file = nullptr;
+    g_variant_get(arguments, "(u&s)", &number, &file);
+    if (savePicture(window, file)) return done(nullptr);
+    return g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "no picture");
+  }
+  if (method == "Scroll") {
+    double part = 0;
+    g_variant_get(arguments, "(ud)", &number, &part);
+    scrollTo(window, part);
+    return answerAfterFrame(window, invocation);
+  }
+  if (method == "Activate") {
+    const char* action = nullptr;
+    const char* argument = nullptr;
+    g_variant_get(arguments, "(u&s&s)", &number, &action, &argument);
+    activate(window, action, argument);
+    return done(nullptr);
+  }
+  if (method == "Eject") {
+    const char* label = nullptr;
+    g_variant_get(arguments, "(u&s)", &number, &label);
+    return done(g_variant_new("(b)", eject(window, label) ? TRUE : FALSE));
+  }
+  guint frames = 0;
+  g_variant_get(arguments, "(uu)", &number, &frames);
+  ScrollTiming::start(window, frames, invocation);
+}
+
+void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
+            GVariant* arguments, Invocation* invocation, gpointer) noexcept {
+  if (std::strcmp(method, "Windows") == 0) return answerWindows(invocation);
+  if (std::strcmp(method, "Quit") == 0) {
+    g_dbus_method_invocation_return_value(invocation, nullptr);
+    return g_application_quit(g_application_get_default());
+  }
+  guint number = 0;
+  g_variant_get_child(arguments, 0, "u", &number);
+  GtkWidget* window = windowOf(number);
+  if (window == nullptr)
+    return g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "no such window");
+  answerOf(window, method, arguments, invocation);
+}
+
+void serve(GDBusConnection* bus, const gchar*, gpointer) noexcept {
+  static const GDBusInterfaceVTable table = {&called, nullptr, nullptr, {}};
+  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kInterfaceXml, nullptr);
+  g_dbus_connection_register_object(bus, kProbePath, node->interfaces[0], &table, nullptr, nullptr,
+                                    nullptr);
+  g_dbus_node_info_unref(node);
+}
+
+}  // namespace
+}  // namespace wevora::testing_host
+
+extern "C" {
+
+G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
+  using namespace wevora::testing_host;
+  g_type_module_use(module);
+  g_bus_own_name(G_BUS_TYPE_SESSION, kProbeName, G_BUS_NAME_OWNER_FLAGS_NONE, &serve, nullptr,
+                 nullptr, nullptr, nullptr);
+}
+
+G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {
+  static constexpr std::array<GType, 1> kNone{};
+  *types = kNone.data();
+  *count = 0;
+}
+
+G_MODULE_EXPORT void nautilus_module_shutdown() {}
+
+}  // extern "C"
