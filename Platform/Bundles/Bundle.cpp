@@ -1,0 +1,28 @@
+#include "Platform/Bundles/Bundle.h"
+
+#include "Platform/Files/Files.h"
+#include "Platform/Graphics/ImageFiles.h"
+
+namespace wevora::platform {
+
+std::optional<Bundle> Bundle::bundleWithPath(std::string_view systemPath,
+                                             const InstalledPaths& paths) {
+  std::string path = paths.translate(systemPath);
+  if (!fileExistsAtPath(path).isDirectory) return std::nullopt;
+  return Bundle(std::move(path));
+}
+
+std::optional<std::string> Bundle::pathForImageResource(std::string_view name) const {
+  if (name.empty() || name.find('/') != std::string_view::npos) return std::nullopt;
+  std::string path = path_ + "/Contents/Resources/" + std::string(name);
+  const auto file = fileExistsAtPath(path);
+  if (!file.exists || file.isDirectory) return std::nullopt;
+  return path;
+}
+
+ImageRef Bundle::imageForResource(std::string_view name) const {
+  const auto path = pathForImageResource(name);
+  return path ? imageWithContentsOfFile(*path) : nullptr;
+}
+
+}  // namespace wevora::platform
