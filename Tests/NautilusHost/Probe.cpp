@@ -22,7 +22,7 @@ using nautilus::GText;
 using nautilus::objectProperty;
 using nautilus::textProperty;
 
-constexpr const char* kInterfaceXml = R"(
+constexpr const char* kInterfaceXml = R"xml(
 <node><interface name="com.Wevora.Test.NautilusProbe">
   <method name="Windows"><arg type="as" direction="out"/></method>
   <method name="Cells"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
@@ -34,7 +34,7 @@ constexpr const char* kInterfaceXml = R"(
   <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
   <method name="ScrollTime"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="ad" direction="out"/></method>
   <method name="Quit"/>
-</interface></node>)";
+</interface></node>)xml";
 
 bool isOf(GtkWidget* widget, std::initializer_list<const char*> classes) {
   const char* name = G_OBJECT_TYPE_NAME(widget);
@@ -323,23 +323,10 @@ void serve(GDBusConnection* bus, const gchar*, gpointer) noexcept {
 }
 
 }  // namespace
-}  // namespace wevora::testing_host
 
-extern "C" {
-
-G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
-  using namespace wevora::testing_host;
-  g_type_module_use(module);
+void serveProbe() {
   g_bus_own_name(G_BUS_TYPE_SESSION, kProbeName, G_BUS_NAME_OWNER_FLAGS_NONE, &serve, nullptr,
                  nullptr, nullptr, nullptr);
 }
 
-G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {
-  static constexpr std::array<GType, 1> kNone{};
-  *types = kNone.data();
-  *count = 0;
-}
-
-G_MODULE_EXPORT void nautilus_module_shutdown() {}
-
-}  // extern "C"
+}  // namespace wevora::testing_host

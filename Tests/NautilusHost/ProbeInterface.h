@@ -7,4 +7,7 @@ inline constexpr const char* kProbeName = "com.Wevora.Test.NautilusProbe";
 inline constexpr const char* kProbePath = "/com/Wevora/Test/NautilusProbe";
 inline constexpr const char* kProbeError = "com.Wevora.Test.Error";
 
+/// In the file manager: begins to answer.
+void serveProbe();
+
 }  // namespace wevora::testing_host
