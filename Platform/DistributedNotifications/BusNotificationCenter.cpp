@@ -22,8 +22,8 @@ std::optional<std::string> sessionBusAddress() {
     return *address == '\0' ? std::nullopt : std::optional<std::string>(address);
   const std::string path = userRuntimeFolder() + "/bus";
   if (!connectToOwnSocket(path)) return std::nullopt;
-  const std::unique_ptr<gchar, decltype(&g_free)> escaped(
-      g_dbus_address_escape_value(path.c_str()), &g_free);
+  const std::unique_ptr<gchar, decltype(&g_free)> escaped(g_dbus_address_escape_value(path.c_str()),
+                                                          &g_free);
   return "unix:path=" + std::string(escaped.get());
 }
 

@@ -153,25 +153,23 @@ template <class Handler>
 WVAgentConnector::Observation WVAgentConnector::observe(const char* name, const Text& object,
                                                         Handler handler) {
   return services_.distributedCenter.observe(
-      name, object,
-      [this, handler](const DistributedNotification& notification) {
+      name, object, [this, handler](const DistributedNotification& notification) {
         handler(*this, notification);
       });
 }
 
 void WVAgentConnector::subscribeToFinderOverlayEnabledNotifications() {
-  overlayObservation_ =
-      observe(kFinderOverlayChanged, std::nullopt, [](WVAgentConnector& self, const auto&) {
-        self.finderOverlayChangedNotificationReceived();
-      });
+  overlayObservation_ = observe(
+      kFinderOverlayChanged, std::nullopt,
+      [](WVAgentConnector& self, const auto&) { self.finderOverlayChangedNotificationReceived(); });
 }
 
 void WVAgentConnector::startObservingEventNotification() {
-  eventObservation_ = observe(kIDaemonConnectionWVREventNotification,
-                              _distributedNotificationObject,
-                              [](WVAgentConnector& self, const auto& notification) {
-                                self.wvrEventNotificationReceived(notification);
-                              });
+  eventObservation_ =
+      observe(kIDaemonConnectionWVREventNotification, _distributedNotificationObject,
+              [](WVAgentConnector& self, const auto& notification) {
+                self.wvrEventNotificationReceived(notification);
+              });
 }
 
 void WVAgentConnector::stopObservingEventNotification() {
@@ -179,9 +177,9 @@ void WVAgentConnector::stopObservingEventNotification() {
 }
 
 void WVAgentConnector::startReceivingAccountInfo() {
-  accountObservation_ = observe(
-      kIDaemonConnectionAccountInfoChangedNotification, _distributedNotificationObject,
-      [](WVAgentConnector& self, const auto&) { self.accountInfoDidChanged(); });
+  accountObservation_ =
+      observe(kIDaemonConnectionAccountInfoChangedNotification, _distributedNotificationObject,
+              [](WVAgentConnector& self, const auto&) { self.accountInfoDidChanged(); });
 }
 
 void WVAgentConnector::stopReceivingAccountInfo() {
@@ -189,9 +187,9 @@ void WVAgentConnector::stopReceivingAccountInfo() {
 }
 
 void WVAgentConnector::startReceivingConnectionStatusNotifications() {
-  statusObservation_ = observe(
-      kIDaemonConnectionConnectionStatusChangedNotification, _distributedNotificationObject,
-      [](WVAgentConnector& self, const auto&) { self.checkConnectionStatus(); });
+  statusObservation_ =
+      observe(kIDaemonConnectionConnectionStatusChangedNotification, _distributedNotificationObject,
+              [](WVAgentConnector& self, const auto&) { self.checkConnectionStatus(); });
 }
 
 void WVAgentConnector::stopReceivingConnectionStatusNotifications() {
@@ -211,8 +209,7 @@ void WVAgentConnector::stopToObserveConnectionBecomeAvailableNotification() {
 void WVAgentConnector::startObservingConnectionBecomeUnvailableNotification() {
   unavailableObservation_ = services_.localCenter.observe(
       platform::kNSConnectionDidDieNotification,
-      [this](const platform::Notification&) { connectionDidDie(); },
-      _clientServerConnection.get());
+      [this](const platform::Notification&) { connectionDidDie(); }, _clientServerConnection.get());
 }
 
 void WVAgentConnector::stopObservingConnectionBecomeUnvailableNotification() {
