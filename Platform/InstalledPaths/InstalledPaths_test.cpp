@@ -79,7 +79,14 @@ TEST(LoginUserTest, TheLoginNameIsThatOfTheProcessAndNotOfTheEnvironment) {
   EXPECT_EQ(row->pw_uid, ::getuid());
 }
 
-TEST(LoginUserTest, AnUnknownUserHasNoHomeFolder) {
+TEST(LoginUserTest, AUserHasAnId) {
+  const auto name = loginName();
+  ASSERT_TRUE(name);
+  EXPECT_EQ(idOfUser(*name), ::getuid());
+}
+
+TEST(LoginUserTest, AnUnknownUserHasNoHomeFolderAndNoId) {
+  EXPECT_EQ(idOfUser("no such user"), std::nullopt);
   EXPECT_EQ(homeFolderOfUser("no such user"), std::nullopt);
 }
 
