@@ -1,8 +1,11 @@
 #include <array>
+#include <gmodule.h>
 #include <string_view>
 #include <unistd.h>
 
-#include "Hosts/Nautilus/Host.h"
+#include <glib-object.h>
+
+#include "Hosts/Nautilus/Libraries.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -17,14 +20,10 @@ bool isInsideTheHost() {
   return program.substr(program.rfind('/') + 1) == "nautilus";
 }
 
-void start() {
-  static platform::NeverDestroyed<Host> host(platform::Runtime::shared());
-  observeWidgets(*host);
-}
-
 }  // namespace
 }  // namespace wevora::nautilus
 
+// This library is all that other programs ever see of the system: it brings no other with it.
 extern "C" {
 
 // A module that nobody uses is unmapped, and what it left with the host would point nowhere.
@@ -32,7 +31,8 @@ G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
   using namespace wevora;
   if (!nautilus::isInsideTheHost()) return;
   g_type_module_use(module);
-  platform::swallowing([] { nautilus::start(); });
+  platform::swallowing(
+      [] { nautilus::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
 }
 
 G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {

@@ -27,11 +27,13 @@ bool isRow(GtkWidget* widget) {
 
 }  // namespace
 
-/// Threads, Owns, Errors: as View; owns its delegate too.
+/// Threads, Owns, Errors: as View; owns its delegate too, and what the host made its delegate: a
+/// proxy before that does not keep it.
 class Sidebars::Sidebar : public View {
  public:
   using View::View;
   Id delegate;
+  Id ofTheHost;
 };
 
 /// A row, as both the cell and the item that the delegate is told of.
@@ -121,7 +123,8 @@ void Sidebars::sidebarRealized(GtkWidget* sidebar) {
         static_cast<Sidebars*>(self)->views_.erase(reinterpret_cast<GtkWidget*>(gone));
       },
       this);
-  send<void>(Id(view), "setDelegate:", Id(std::make_shared<platform::Object>(*delegates_)));
+  view->ofTheHost = std::make_shared<platform::Object>(*delegates_);
+  send<void>(Id(view), "setDelegate:", view->ofTheHost);
   presentRowsBelow(sidebar);
 }
 
