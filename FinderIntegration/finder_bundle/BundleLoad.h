@@ -32,6 +32,8 @@ class BundleLoad {
   };
   /// All classes are known to the runtime from here on, before the first hook runs.
   explicit BundleLoad(Services services);
+  BundleLoad(const BundleLoad&) = delete;
+  BundleLoad& operator=(const BundleLoad&) = delete;
 
   /// In the order in which they run.
   const std::array<Hook, kHooks>& hooks() const noexcept { return hooks_; }

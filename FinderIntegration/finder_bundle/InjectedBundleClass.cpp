@@ -1,13 +1,11 @@
 #include "FinderIntegration/finder_bundle/InjectedBundleClass.h"
 
-#include <algorithm>
-#include <array>
-#include <limits>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVOutlineViewDelegate.h"
+#include "FinderIntegration/wevoraLoader/InstalledVersion.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Support/Guard.h"
 
@@ -16,27 +14,7 @@ namespace {
 
 using platform::send;
 
-constexpr std::string_view kVersionFile =
-    "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist";
-constexpr std::string_view kVersionKey = "kFinderVersion";
 constexpr const char* kSetDelegateTypes = "v:@";  // not the usual form; kept
-
-/// The leading decimal integer of a text, 0 where there is none.
-std::int32_t integerValue(const std::string& text) {
-  using Limits = std::numeric_limits<std::int32_t>;
-  const auto value = platform::Value(text).longLongValue();
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
-}
-
-std::vector<std::string> componentsSeparatedByDots(std::string_view text) {
-  std::vector<std::string> parts;
-  for (std::size_t begin = 0;;) {
-    const std::size_t dot = text.find('.', begin);
-    parts.emplace_back(text.substr(begin, dot - begin));
-    if (dot == std::string_view::npos) return parts;
-    begin = dot + 1;
-  }
-}
 
 }  // namespace
 
@@ -53,15 +31,14 @@ void InjectedBundleClass::load() {
 }
 
 void InjectedBundleClass::reportVersion() const {
-  const auto list = platform::PropertyLists::read(services_.paths.translate(kVersionFile));
+  const auto list = platform::PropertyLists::read(services_.paths.translate(kBundleInfoPath));
   const auto* info = list ? list->as<platform::Dictionary>() : nullptr;
-  const auto* version = info ? platform::valueAs<std::string>(*info, kVersionKey) : nullptr;
-  if (version == nullptr || !services_.setVersion) return;
-  const auto parts = componentsSeparatedByDots(*version);
-  if (parts.size() != 3) return;
-  services_.mainQueue.async([setVersion = services_.setVersion, major = integerValue(parts[0]),
-                             minor = integerValue(parts[1]),
-                             patch = integerValue(parts[2])] { setVersion(major, minor, patch); });
+  const auto* text = info ? platform::valueAs<std::string>(*info, kFinderVersionKey) : nullptr;
+  const auto version = text ? versionFromText(*text) : std::nullopt;
+  if (!version || !services_.setVersion) return;
+  services_.mainQueue.async([setVersion = services_.setVersion, version = *version] {
+    setVersion(version.major, version.minor, version.patch);
+  });
 }
 
 void InjectedBundleClass::hookSidebars() const {

@@ -1,7 +1,11 @@
 #include "Platform/Bundles/Bundle.h"
 
+#include <dlfcn.h>
+
 #include "Platform/Files/Files.h"
 #include "Platform/Graphics/ImageFiles.h"
+#include "Platform/Strings/Strings.h"
+#include "Platform/Support/Guard.h"
 
 namespace wevora::platform {
 
@@ -23,6 +27,21 @@ std::optional<std::string> Bundle::pathForImageResource(std::string_view name) c
 ImageRef Bundle::imageForResource(std::string_view name) const {
   const auto path = pathForImageResource(name);
   return path ? imageWithContentsOfFile(*path) : nullptr;
+}
+
+bool Bundle::load() const noexcept {
+  return swallowingOr(false, [this] {
+    std::string name(lastPathComponent(path_));
+    name.erase(name.rfind('.'));
+    const std::string file = path_ + "/Contents/Linux/" + name + ".so";
+    void* code = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (code == nullptr) return false;
+    const ScopeExit closed([code] { ::dlclose(code); });
+    const auto begin = reinterpret_cast<void (*)()>(::dlsym(code, kEntry));
+    if (begin == nullptr) return false;
+    begin();
+    return true;
+  });
 }
 
 }  // namespace wevora::platform

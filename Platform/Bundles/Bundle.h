@@ -10,7 +10,8 @@
 
 namespace wevora::platform {
 
-/// A folder of code and resources that is installed: its pictures are in Contents/Resources.
+/// A folder of code and resources that is installed: its pictures are in Contents/Resources, its
+/// code, named as the folder is, in Contents/Linux.
 /// Threads: any; a value. Owns: its path.
 /// Errors: a file that is not there, or is no picture, is none.
 class Bundle {
@@ -26,6 +27,14 @@ class Bundle {
   /// Loaded anew at each call.
   // -imageForResource:
   ImageRef imageForResource(std::string_view name) const;
+
+  /// The function with which the code of a bundle begins; it has no arguments and does nothing when
+  /// it is called again.
+  static constexpr const char* kEntry = "wevora_bundle_load";
+  /// Maps the code, for as long as the process lives, and lets it begin: on the main thread, when
+  /// the host has told the runtime of its classes. False where there is no such code.
+  // -load
+  bool load() const noexcept;
 
  private:
   explicit Bundle(std::string path) : path_(std::move(path)) {}
