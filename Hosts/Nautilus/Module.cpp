@@ -31,8 +31,7 @@ G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
   using namespace wevora;
   if (!nautilus::isInsideTheHost()) return;
   g_type_module_use(module);
-  platform::swallowing(
-      [] { nautilus::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
+  platform::swallowing([] { nautilus::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
 }
 
 G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {

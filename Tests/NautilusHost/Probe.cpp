@@ -65,15 +65,19 @@ GtkWidget* windowOf(guint number) {
   return number < windows.size() ? windows[number] : nullptr;
 }
 
-/// None for what is not wholly inside the part of its view that can be seen.
+/// In the window's picture; none for what is not wholly inside the part of its view that can be
+/// seen.
 std::optional<graphene_rect_t> frameIn(GtkWidget* window, GtkWidget* widget) {
   graphene_rect_t frame;
   graphene_rect_t view;
   if (!gtk_widget_compute_bounds(widget, window, &frame)) return std::nullopt;
+  graphene_rect_t whole;
+  if (!gtk_widget_compute_bounds(window, window, &whole)) return std::nullopt;
   GtkWidget* scrolled = gtk_widget_get_ancestor(widget, GTK_TYPE_SCROLLED_WINDOW);
   if (scrolled != nullptr && gtk_widget_compute_bounds(scrolled, window, &view) &&
       !graphene_rect_contains_rect(&view, &frame))
     return std::nullopt;
+  graphene_rect_offset(&frame, -whole.origin.x, -whole.origin.y);
   return frame;
 }
 
@@ -128,14 +132,14 @@ GVariant* rowsOf(GtkWidget* window) {
 /// What the window's widgets drew last: GTK's own nodes, the kept ones among them.
 bool savePicture(GtkWidget* window, const char* file) {
   const GObjectPtr<GdkPaintable> paintable(gtk_widget_paintable_new(window));
+  const int width = gdk_paintable_get_intrinsic_width(paintable.get());
+  const int height = gdk_paintable_get_intrinsic_height(paintable.get());
   GtkSnapshot* snapshot = gtk_snapshot_new();
-  gdk_paintable_snapshot(paintable.get(), snapshot, gtk_widget_get_width(window),
-                         gtk_widget_get_height(window));
+  gdk_paintable_snapshot(paintable.get(), snapshot, width, height);
   GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
   if (node == nullptr) return false;
   const graphene_rect_t whole =
-      GRAPHENE_RECT_INIT(0, 0, static_cast<float>(gtk_widget_get_width(window)),
-                         static_cast<float>(gtk_widget_get_height(window)));
+      GRAPHENE_RECT_INIT(0, 0, static_cast<float>(width), static_cast<float>(height));
   const GObjectPtr<GdkTexture> texture(
       gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &whole));
   gsk_render_node_unref(node);

@@ -1,0 +1,120 @@
+#include "Tests/NautilusHost/Screen.h"
+
+#include <cairo.h>
+#include <cstring>
+
+#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/NautilusHost/ProbeInterface.h"
+
+namespace wevora::testing_host {
+namespace {
+
+constexpr int kPatience = 60'000;  // milliseconds
+
+platform::BitmapRef readPng(const std::string& file) {
+  cairo_surface_t* surface = cairo_image_surface_create_from_png(file.c_str());
+  const auto width = static_cast<std::size_t>(cairo_image_surface_get_width(surface));
+  const auto height = static_cast<std::size_t>(cairo_image_surface_get_height(surface));
+  const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(surface));
+  std::vector<std::uint32_t> pixels(width * height);
+  const unsigned char* data = cairo_image_surface_get_data(surface);
+  for (std::size_t row = 0; row < height && data != nullptr; ++row)
+    std::memcpy(&pixels[row * width], data + row * stride, width * sizeof(std::uint32_t));
+  cairo_surface_destroy(surface);
+  return platform::Bitmap::make(width, height, std::move(pixels));
+}
+
+}  // namespace
+
+Screen::Screen() : bus_(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)) {
+  g_dbus_connection_set_exit_on_close(bus_, FALSE);
+}
+
+Screen::~Screen() {
+  g_object_unref(bus_);
+}
+
+Screen::Variant Screen::call(const char* method, GVariant* arguments) const {
+  return Variant(g_dbus_connection_call_sync(bus_, kProbeName, kProbePath, kProbeName, method,
+                                             arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START,
+                                             kPatience, nullptr, nullptr));
+}
+
+std::vector<std::string> Screen::windows() const {
+  std::vector<std::string> titles;
+  const auto answer = call("Windows", nullptr);
+  if (!answer) return titles;
+  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    const char* title = nullptr;
+    g_variant_get_child(list.get(), i, "&s", &title);
+    titles.emplace_back(title);
+  }
+  return titles;
+}
+
+std::vector<Place> Screen::places(const char* method, unsigned window) const {
+  std::vector<Place> places;
+  const auto answer = call(method, g_variant_new("(u)", window));
+  if (!answer) return places;
+  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    const char* name = nullptr;
+    const char* kind = nullptr;
+    platform::Rect frame;
+    g_variant_get_child(list.get(), i, "(&s&s(dddd))", &name, &kind, &frame.x, &frame.y,
+                        &frame.width, &frame.height);
+    places.push_back({name, kind, frame});
+  }
+  return places;
+}
+
+std::vector<Place> Screen::cells(unsigned window) const {
+  return places("Cells", window);
+}
+
+std::vector<Place> Screen::sidebar(unsigned window) const {
+  return places("Rows", window);
+}
+
+platform::BitmapRef Screen::picture(unsigned window) const {
+  const platform::TemporaryFolder folder;
+  const std::string file = folder.path("picture.png");
+  if (!call("Picture", g_variant_new("(us)", window, file.c_str()))) return nullptr;
+  return readPng(file);
+}
+
+void Screen::nextFrame(unsigned window) const {
+  call("NextFrame", g_variant_new("(u)", window));
+}
+
+void Screen::scroll(double part, unsigned window) const {
+  call("Scroll", g_variant_new("(ud)", window, part));
+}
+
+void Screen::activate(const std::string& action, const std::string& argument,
+                      unsigned window) const {
+  call("Activate", g_variant_new("(uss)", window, action.c_str(), argument.c_str()));
+}
+
+bool Screen::eject(const std::string& label, unsigned window) const {
+  const auto answer = call("Eject", g_variant_new("(us)", window, label.c_str()));
+  gboolean pressed = FALSE;
+  if (answer) g_variant_get(answer.get(), "(b)", &pressed);
+  return pressed != FALSE;
+}
+
+std::vector<double> Screen::scrollTimes(unsigned frames, unsigned window) const {
+  std::vector<double> times;
+  const auto answer = call("ScrollTime", g_variant_new("(uu)", window, frames));
+  if (!answer) return times;
+  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    double time = 0;
+    g_variant_get_child(list.get(), i, "d", &time);
+    times.push_back(time);
+  }
+  return times;
+}
+
+}  // namespace wevora::testing_host

@@ -1,0 +1,198 @@
+#include "Tests/NautilusHost/Session.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <pwd.h>
+#include <stdexcept>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
+#include "Connector/DaemonConnectionNames.h"
+#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Tests/ServiceThread/ServiceThread.h"
+#include "Tests/TestAgent/TestAgent.h"
+
+namespace wevora::testing_host {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::chrono::seconds kPatience{30};
+
+void must(bool done, const std::string& what) {
+  if (!done) throw std::runtime_error("the session has no " + what);
+}
+
+void mountEmpty(const std::string& folder) {
+  must(::mount("tmpfs", folder.c_str(), "tmpfs", 0, nullptr) == 0, folder);
+}
+
+std::string homeOfThisUser() {
+  const passwd* row = ::getpwuid(::getuid());
+  must(row != nullptr, "user");
+  return row->pw_dir;
+}
+
+/// Puts what was built where it is looked for once it is installed.
+void installBelow(const std::string& prefix) {
+  fs::path there = fs::path(prefix) / "lib";
+  while (!fs::is_directory(there)) there = there.parent_path();
+  mountEmpty(there.string());
+  const std::string place = prefix + "/lib/wevora";
+  fs::create_directories(place);
+  must(::mount(WEVORA_BUILT_LIBRARIES, place.c_str(), nullptr, MS_BIND, nullptr) == 0, place);
+}
+
+void installModules(Session::Module module) {
+  const fs::path extensions = WEVORA_NAUTILUS_EXTENSIONS;
+  mountEmpty(extensions.string());
+  fs::copy_file(WEVORA_PROBE, extensions / "wevora-probe.so");
+  if (module == Session::Module::Present)
+    fs::copy_file(WEVORA_MODULE, extensions / "wevora-nautilus.so");
+}
+
+void write(const fs::path& file, const std::string& text) {
+  fs::create_directories(file.parent_path());
+  std::ofstream(file, std::ios::app) << text;
+}
+
+/// What was posted leaves this process after the call: the road to the bus stays.
+void post(const platform::DistributedNotification& notification) {
+  static platform::BusNotificationCenter center;
+  center.post(notification);
+}
+
+const char* nameOf(Session::View view) {
+  return view == Session::View::Icons ? "icon-view" : "list-view";
+}
+
+}  // namespace
+
+std::string uriOf(const std::string& path) {
+  char* uri = g_filename_to_uri(path.c_str(), nullptr, nullptr);
+  std::string text = uri == nullptr ? "" : uri;
+  g_free(uri);
+  return text;
+}
+
+void agentTool(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {WEVORA_AGENT_SIM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const auto outcome = ranToItsEnd(command);
+  if (outcome.status != 0) throw std::runtime_error(outcome.errors);
+}
+
+Session::Session(View view, Module module)
+    : home_(homeOfThisUser()), badges_(WEVORA_BUILT_LIBRARIES WEVORA_RESOURCES) {
+  mountEmpty(home_);
+  installBelow(WEVORA_INSTALL_PREFIX);
+  installModules(module);
+  write(home_ + "/.config/glib-2.0/settings/keyfile",
+        std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") + nameOf(view) +
+            "'\nrecursive-search='always'\n");
+  display_ = std::make_unique<ChildProcess>(std::vector<std::string>{
+      "Xvfb", "-displayfd", "1", "-screen", "0", "1400x1000x24", "-nolisten", "tcp"});
+  must(display_->waitForOutput("\n"), "display");
+  displayName_ = ":" + display_->output();
+  displayName_.erase(displayName_.find('\n'));
+  screen_ = std::make_unique<Screen>();
+}
+
+Environment Session::environment() const {
+  return {{"HOME", home_},
+          {"DISPLAY", displayName_},
+          {"WAYLAND_DISPLAY", std::nullopt},
+          {"XDG_CONFIG_HOME", home_ + "/.config"},
+          {"XDG_CACHE_HOME", home_ + "/.cache"},
+          {"XDG_DATA_HOME", home_ + "/.local/share"},
+          {"GDK_BACKEND", "x11"},
+          {"GSK_RENDERER", "cairo"},
+          {"GTK_A11Y", "none"},
+          {"GSETTINGS_BACKEND", "keyfile"},
+          {"GIO_USE_VOLUME_MONITOR", "unix"},
+          {"LC_ALL", "C.UTF-8"},
+          {"LD_PRELOAD", WEVORA_PRELOAD},
+          {"ASAN_OPTIONS", "detect_leaks=0"}};
+}
+
+void Session::addBookmark(const std::string& folder, const std::string& name) const {
+  write(home_ + "/.config/gtk-3.0/bookmarks", uriOf(folder) + " " + name + "\n");
+}
+
+void Session::open(const std::string& location, std::size_t items) {
+  fileManager_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"nautilus", "--new-window", location}, environment());
+  const auto shown = [&] { return screen_->cells().size() >= items; };
+  if (!until(shown))
+    throw std::runtime_error("nothing is shown of " + location + ": " + fileManager_->errors());
+}
+
+void Session::openAnother(const std::string& location, std::size_t items) {
+  const auto before = screen_->windows().size();
+  others_.push_back(std::make_unique<ChildProcess>(
+      std::vector<std::string>{"nautilus", "--new-window", location}, environment()));
+  must(until([&] {
+         return screen_->windows().size() > before &&
+                screen_->cells(static_cast<unsigned>(before)).size() >= items;
+       }),
+       "second window");
+}
+
+bool Session::until(const std::function<bool()>& holds, unsigned window) const {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < end) {
+    if (holds()) return true;
+    if (fileManager_ && fileManager_->status()) return false;
+    screen_->nextFrame(window);
+  }
+  return false;
+}
+
+std::string Session::word(const std::string& path, unsigned window) const {
+  const auto cells = screen_->cells(window);
+  const auto picture = screen_->picture(window);
+  const std::string uri = uriOf(path);
+  const auto cell = std::ranges::find(cells, uri, &Place::name);
+  if (cell == cells.end() || !picture) return "not shown";
+  return badges_.wordAt(*picture, *cell);
+}
+
+bool Session::shows(const std::string& path, const std::string& word, unsigned window) const {
+  return until([&] { return this->word(path, window) == word; }, window);
+}
+
+Agent::Agent(const std::string& account)
+    : process_(
+          std::make_unique<ChildProcess>(std::vector<std::string>{WEVORA_HOST_AGENT, account})) {
+  must(process_->waitForOutput("serving\n"), "agent");
+}
+
+void Agent::tell(const std::string& event, const std::vector<std::string>& paths) const {
+  platform::Array names;
+  platform::Array events;
+  for (const auto& path : paths) {
+    names.emplace_back(path);
+    events.emplace_back(event);
+  }
+  platform::Dictionary info;
+  info.set(kIDaemonConnectionWVREventNotificationPathsKey, platform::Value(std::move(names)));
+  info.set(kIDaemonConnectionWVREventNotificationEventsKey, platform::Value(std::move(events)));
+  post({kIDaemonConnectionWVREventNotification, TestAgent().object, std::move(info)});
+}
+
+void Agent::kill() {
+  process_->signal(SIGKILL);
+  process_->waitForEnd();
+}
+
+void switchBadges(bool on) {
+  WVRAppSupport::initWith({}, platform::InstalledPaths::shared())
+      ->writeKey(kFinderOverlayEnabledKey, platform::Value(on));
+  post({kFinderOverlayChanged, std::nullopt, {}});
+}
+
+}  // namespace wevora::testing_host
