@@ -33,7 +33,7 @@ constexpr const char* kInterfaceXml = R"xml(
   <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
   <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
   <method name="ScrollTime"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="ad" direction="out"/></method>
-  <method name="Quit"/>
+  <method name="Search"><arg type="u" direction="in"/><arg type="s" direction="in"/></method>
 </interface></node>)xml";
 
 bool isOf(GtkWidget* widget, std::initializer_list<const char*> classes) {
@@ -184,6 +184,14 @@ void scrollTo(GtkWidget* window, double part) {
   gtk_adjustment_set_value(adjustment, std::max(0.0, range) * part);
 }
 
+void search(GtkWidget* window, const char* text) {
+  gtk_widget_activate_action(window, "slot.search-visible", nullptr);
+  forEachBelow(window, [&](GtkWidget* widget) {
+    if (GTK_IS_TEXT(widget) && gtk_widget_get_ancestor(widget, GTK_TYPE_LIST_BOX) == nullptr)
+      gtk_editable_set_text(GTK_EDITABLE(widget), text);
+  });
+}
+
 bool eject(GtkWidget* window, const std::string& label) {
   bool clicked = false;
   forEachBelow(window, [&](GtkWidget* widget) {
@@ -293,6 +301,12 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
     activate(window, action, argument);
     return done(nullptr);
   }
+  if (method == "Search") {
+    const char* text = nullptr;
+    g_variant_get(arguments, "(u&s)", &number, &text);
+    search(window, text);
+    return done(nullptr);
+  }
   if (method == "Eject") {
     const char* label = nullptr;
     g_variant_get(arguments, "(u&s)", &number, &label);
@@ -306,10 +320,6 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
 void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
             GVariant* arguments, Invocation* invocation, gpointer) noexcept {
   if (std::strcmp(method, "Windows") == 0) return answerWindows(invocation);
-  if (std::strcmp(method, "Quit") == 0) {
-    g_dbus_method_invocation_return_value(invocation, nullptr);
-    return g_application_quit(g_application_get_default());
-  }
   guint number = 0;
   g_variant_get_child(arguments, 0, "u", &number);
   GtkWidget* window = windowOf(number);

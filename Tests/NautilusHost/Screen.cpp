@@ -2,6 +2,7 @@
 
 #include <cairo.h>
 #include <cstring>
+#include <stdexcept>
 
 #include "Platform/Support/TemporaryFolder.h"
 #include "Tests/NautilusHost/ProbeInterface.h"
@@ -26,8 +27,13 @@ platform::BitmapRef readPng(const std::string& file) {
 
 }  // namespace
 
-Screen::Screen() : bus_(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)) {
-  g_dbus_connection_set_exit_on_close(bus_, FALSE);
+Screen::Screen(const std::string& address)
+    : bus_(g_dbus_connection_new_for_address_sync(
+          address.c_str(),
+          static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                            G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+          nullptr, nullptr, nullptr)) {
+  if (bus_ == nullptr) throw std::runtime_error("no bus");
 }
 
 Screen::~Screen() {
@@ -95,6 +101,10 @@ void Screen::scroll(double part, unsigned window) const {
 void Screen::activate(const std::string& action, const std::string& argument,
                       unsigned window) const {
   call("Activate", g_variant_new("(uss)", window, action.c_str(), argument.c_str()));
+}
+
+void Screen::search(const std::string& text, unsigned window) const {
+  call("Search", g_variant_new("(us)", window, text.c_str()));
 }
 
 bool Screen::eject(const std::string& label, unsigned window) const {

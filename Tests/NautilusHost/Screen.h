@@ -20,10 +20,12 @@ struct Place {
 };
 
 /// What the file manager shows, told by the probe inside it.
-/// Threads: one. Owns: its connection to the bus. Errors: what cannot be told is empty.
+/// Threads: one. Owns: its connection to the bus. Errors: what cannot be told is empty; throws
+/// without a bus.
 class Screen {
  public:
-  Screen();
+  /// By the address of the session bus.
+  explicit Screen(const std::string& address);
   ~Screen();
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
@@ -41,6 +43,8 @@ class Screen {
   /// Does what a menu or a key would do; the argument is the text of a GVariant, or "".
   void activate(const std::string& action, const std::string& argument = "",
                 unsigned window = 0) const;
+  /// Types into the search entry.
+  void search(const std::string& text, unsigned window = 0) const;
   /// Presses the button that ejects a place of the sidebar; false where there is none.
   bool eject(const std::string& label, unsigned window = 0) const;
   /// The milliseconds that each of so many frames took while the view was scrolled through once.

@@ -12,7 +12,6 @@
 
 #include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/TestAgent/TestAgent.h"
 
@@ -60,12 +59,6 @@ void write(const fs::path& file, const std::string& text) {
   std::ofstream(file, std::ios::app) << text;
 }
 
-/// What was posted leaves this process after the call: the road to the bus stays.
-void post(const platform::DistributedNotification& notification) {
-  static platform::BusNotificationCenter center;
-  center.post(notification);
-}
-
 const char* nameOf(Session::View view) {
   return view == Session::View::Icons ? "icon-view" : "list-view";
 }
@@ -99,7 +92,7 @@ Session::Session(View view, Module module)
   must(display_->waitForOutput("\n"), "display");
   displayName_ = ":" + display_->output();
   displayName_.erase(displayName_.find('\n'));
-  screen_ = std::make_unique<Screen>();
+  screen_ = std::make_unique<Screen>(bus_.address());
 }
 
 Environment Session::environment() const {
@@ -121,6 +114,10 @@ Environment Session::environment() const {
 
 void Session::addBookmark(const std::string& folder, const std::string& name) const {
   write(home_ + "/.config/gtk-3.0/bookmarks", uriOf(folder) + " " + name + "\n");
+}
+
+void Session::hideBundle() const {
+  mountEmpty(std::string(WEVORA_INSTALL_PREFIX) + "/lib/wevora/FinderPlugin/Bundle");
 }
 
 void Session::open(const std::string& location, std::size_t items) {
@@ -165,13 +162,23 @@ bool Session::shows(const std::string& path, const std::string& word, unsigned w
   return until([&] { return this->word(path, window) == word; }, window);
 }
 
-Agent::Agent(const std::string& account)
-    : process_(
-          std::make_unique<ChildProcess>(std::vector<std::string>{WEVORA_HOST_AGENT, account})) {
-  must(process_->waitForOutput("serving\n"), "agent");
+platform::BitmapRef Session::steadyPicture(unsigned window) const {
+  constexpr int kFrames = 20;
+  platform::BitmapRef latest = screen_->picture(window);
+  int alike = 0;
+  const bool steady = until(
+      [&] {
+        const auto next = screen_->picture(window);
+        if (!latest || !next) return false;
+        alike = std::ranges::equal(latest->pixels(), next->pixels()) ? alike + 1 : 0;
+        latest = next;
+        return alike >= kFrames;
+      },
+      window);
+  return steady ? latest : nullptr;
 }
 
-void Agent::tell(const std::string& event, const std::vector<std::string>& paths) const {
+void Session::tell(const std::string& event, const std::vector<std::string>& paths) {
   platform::Array names;
   platform::Array events;
   for (const auto& path : paths) {
@@ -181,18 +188,24 @@ void Agent::tell(const std::string& event, const std::vector<std::string>& paths
   platform::Dictionary info;
   info.set(kIDaemonConnectionWVREventNotificationPathsKey, platform::Value(std::move(names)));
   info.set(kIDaemonConnectionWVREventNotificationEventsKey, platform::Value(std::move(events)));
-  post({kIDaemonConnectionWVREventNotification, TestAgent().object, std::move(info)});
+  center_.post({kIDaemonConnectionWVREventNotification, TestAgent().object, std::move(info)});
+}
+
+void Session::switchBadges(bool on) {
+  WVRAppSupport::initWith({}, platform::InstalledPaths::shared())
+      ->writeKey(kFinderOverlayEnabledKey, platform::Value(on));
+  center_.post({kFinderOverlayChanged, std::nullopt, {}});
+}
+
+Agent::Agent(const std::string& account)
+    : process_(
+          std::make_unique<ChildProcess>(std::vector<std::string>{WEVORA_HOST_AGENT, account})) {
+  must(process_->waitForOutput("serving\n"), "agent");
 }
 
 void Agent::kill() {
   process_->signal(SIGKILL);
   process_->waitForEnd();
-}
-
-void switchBadges(bool on) {
-  WVRAppSupport::initWith({}, platform::InstalledPaths::shared())
-      ->writeKey(kFinderOverlayEnabledKey, platform::Value(on));
-  post({kFinderOverlayChanged, std::nullopt, {}});
 }
 
 }  // namespace wevora::testing_host

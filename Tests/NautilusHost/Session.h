@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/NautilusHost/BadgeReader.h"
 #include "Tests/NautilusHost/Screen.h"
@@ -32,6 +33,14 @@ class Session {
   /// Another window of the same file manager.
   void openAnother(const std::string& location, std::size_t items = 1);
 
+  /// Takes the bundle away; before the file manager is started.
+  void hideBundle() const;
+
+  /// As the agent does, when something has happened at these paths.
+  void tell(const std::string& event, const std::vector<std::string>& paths);
+  /// What "wevora-badges on" and "off" do.
+  void switchBadges(bool on);
+
   const Screen& screen() const { return *screen_; }
   const ChildProcess& fileManager() const { return *fileManager_; }
   const BadgeReader& badges() const { return badges_; }
@@ -42,6 +51,8 @@ class Session {
   std::string word(const std::string& path, unsigned window = 0) const;
   /// Whether the icon comes to show the word.
   bool shows(const std::string& path, const std::string& word, unsigned window = 0) const;
+  /// The window's picture once nothing in it moves any more; null where that does not happen.
+  platform::BitmapRef steadyPicture(unsigned window = 0) const;
 
  private:
   Environment environment() const;
@@ -53,6 +64,7 @@ class Session {
   std::unique_ptr<ChildProcess> fileManager_;
   std::vector<std::unique_ptr<ChildProcess>> others_;
   std::unique_ptr<Screen> screen_;
+  platform::BusNotificationCenter center_;
   BadgeReader badges_;
 };
 
@@ -70,15 +82,9 @@ class Agent {
   Agent(const Agent&) = delete;
   Agent& operator=(const Agent&) = delete;
 
-  /// Tells of changes at these paths.
-  void tell(const std::string& event, const std::vector<std::string>& paths) const;
   void kill();
 
  private:
   std::unique_ptr<ChildProcess> process_;
 };
-
-/// What "wevora-badges on" and "off" do.
-void switchBadges(bool on);
-
 }  // namespace wevora::testing_host
