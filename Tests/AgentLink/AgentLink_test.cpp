@@ -244,7 +244,7 @@ TEST_F(AgentLinkTest, AnotherProgramsSignalsDriveTheLink) {
   settle();
   const auto emit = [&](const std::string& name, const std::string& object,
                         const std::string& userInfo) {
-    const auto sent = ranToItsEnd({"gdbus", "emit", "--address", bus_.address(), "--object-path",
+    const auto sent = ranToItsEnd({"gdbus", "emit", "--session", "--object-path",
                                    "/com/Wevora/DistributedNotificationCenter", "--signal",
                                    "com.Wevora.DistributedNotificationCenter." + name,
                                    "'" + object + "'", userInfo});
