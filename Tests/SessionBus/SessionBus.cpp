@@ -1,44 +1,32 @@
 #include "Tests/SessionBus/SessionBus.h"
 
 #include <cstdlib>
-#include <fstream>
+#include <stdexcept>
+#include <utility>
 
 namespace wevora::testing_host {
-namespace {
 
-constexpr const char* kEverythingIsAllowed =
-    "<busconfig><type>session</type><auth>EXTERNAL</auth><policy context='default'>"
-    "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/><allow own='*'/>"
-    "</policy>";
-
-}  // namespace
-
-SessionBus::SessionBus() {
-  const std::string config = folder_.path("bus.conf");
-  std::ofstream(config) << kEverythingIsAllowed << "<listen>unix:path=" << folder_.path("bus")
-                        << "</listen></busconfig>";
-  daemon_ = std::make_unique<ChildProcess>(std::vector<std::string>{
-      "dbus-daemon", "--config-file=" + config, "--nofork", "--nopidfile", "--print-address"});
-  address_ = daemon_->line();
-  ::setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+SessionBus::Variable::Variable(std::string name, const std::string& value)
+    : name_(std::move(name)) {
+  if (const char* before = std::getenv(name_.c_str())) before_ = before;
+  ::setenv(name_.c_str(), value.c_str(), 1);
 }
 
-SessionBus::~SessionBus() {
-  ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+SessionBus::Variable::~Variable() {
+  if (before_)
+    ::setenv(name_.c_str(), before_->c_str(), 1);
+  else
+    ::unsetenv(name_.c_str());
 }
 
-void SessionBus::end() {
-  daemon_->end();
+SessionBus::SessionBus()
+    : daemon_(std::make_unique<ChildProcess>(
+          std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile",
+                                   "--nosyslog", "--print-address", "--address=" + address_})) {
+  if (!daemon_->waitForOutput("\n"))
+    throw std::runtime_error("dbus-daemon does not come up: " + daemon_->errors());
 }
 
-std::unique_ptr<ChildProcess> SessionBus::observer() const {
-  auto observer = std::make_unique<ChildProcess>(std::vector<std::string>{
-      "dbus-monitor", "--address", address_,
-      "type='signal',interface='com.Wevora.DistributedNotificationCenter'"});
-  // The bus takes a monitor's name away: from then on it hears.
-  observer->lineWith("member=NameLost");
-  observer->line();
-  return observer;
-}
+SessionBus::~SessionBus() = default;
 
 }  // namespace wevora::testing_host
