@@ -1,8 +1,8 @@
-#include "FinderIntegration/finder_bundle/NSColor+CGColor.h"
-
 #include <array>
 
 #include <gtest/gtest.h>
+
+#include "FinderIntegration/finder_bundle/NSColor+CGColor.h"
 
 namespace wevora {
 namespace {
