@@ -96,6 +96,30 @@ TEST_F(IconViewOverlayTest, TheFrameOfTheImageIsEmpty) {
   EXPECT_EQ(IconViewOverlay::imageFrame(), Rect());
 }
 
+/// Which of the three replacements are in their places.
+std::vector<bool> installedIn(PictureHost& host) {
+  const auto has = [&](const char* className, const char* selector) {
+    return host.classNamed(className)->instanceMethod(selector).has_value();
+  };
+  const auto cells = host.classNamed("IKIconCell")->instanceMethod("wv_drawImage:");
+  const auto reflective =
+      host.classNamed("IKFinderReflectiveIconCell")->instanceMethod("wv_drawImage:");
+  const bool own = reflective && (!cells || reflective->implementation != cells->implementation);
+  return {cells.has_value(), own, has("IKIconCell", "wv_drawWithFrame:inView:")};
+}
+
+TEST(IconViewOverlayLoadTest, EachLoadInstallsItsReplacementAndThenThoseAfterIt) {
+  BadgedHost cells;
+  BadgedHost reflective;
+  BadgedHost frames;
+  IconViewOverlay(cells.host.runtime(), *cells.provider).load();
+  IconViewOverlay(reflective.host.runtime(), *reflective.provider).loadReflective();
+  IconViewOverlay(frames.host.runtime(), *frames.provider).loadDrawWithFrame();
+  EXPECT_EQ(installedIn(cells.host), (std::vector<bool>{true, true, true}));
+  EXPECT_EQ(installedIn(reflective.host), (std::vector<bool>{false, true, true}));
+  EXPECT_EQ(installedIn(frames.host), (std::vector<bool>{false, false, true}));
+}
+
 TEST(IconViewOverlayMissingTest, WithoutReflectiveCellsTheOthersAreHookedAllTheSame) {
   auto classes = PictureHost::Classes();
   classes.reflectiveCells = false;
