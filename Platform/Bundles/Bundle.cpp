@@ -33,7 +33,7 @@ bool Bundle::load() const noexcept {
   return swallowingOr(false, [this] {
     std::string name(lastPathComponent(path_));
     name.erase(name.rfind('.'));
-    const std::string file = path_ + "/Contents/Linux/" + name;
+    const std::string file = path_ + "/Contents/Linux/" + name + ".so";
     void* code = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (code == nullptr) return false;
     const ScopeExit closed([code] { ::dlclose(code); });

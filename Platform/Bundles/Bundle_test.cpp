@@ -52,7 +52,7 @@ TEST_F(BundleTest, ANameThatLeadsOutOfTheResourcesIsNone) {
 TEST_F(BundleTest, WithoutCodeOrWithCodeThatIsNoneItIsNotLoaded) {
   std::filesystem::create_directories(place);
   EXPECT_FALSE(bundle()->load());
-  testing_host::writeFile(place + "/Contents/Linux/finder_bundle", "no code");
+  testing_host::writeFile(place + "/Contents/Linux/finder_bundle.so", "no code");
   EXPECT_FALSE(bundle()->load());
 }
 

@@ -80,7 +80,7 @@ TEST_F(BundleLibraryTest, ItHooksTheClassesOfTheHostThatLoadsItOnceAndExportsThe
 
   const std::string file =
       paths.translate("/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle") +
-      "/Contents/Linux/finder_bundle";
+      "/Contents/Linux/finder_bundle.so";
   void* code = ::dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD);
   ASSERT_NE(code, nullptr) << "it stays mapped";
   for (const char* name : {"setVersion", "shouldKillFinder", Bundle::kEntry})
