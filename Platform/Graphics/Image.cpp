@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "Platform/Graphics/BitmapContext.h"
@@ -24,10 +25,18 @@ bool covers(const ImageRep& rep, Size pixels) {
          static_cast<double>(rep.bitmap->height()) >= pixels.height;
 }
 
-bool betterFor(Size pixels, const ImageRep& candidate, const ImageRep& best) {
+/// How far the representation is from being meant for so many pixels a point.
+double misfit(const ImageRep& rep, double scale) {
+  if (!(rep.size.width > 0)) return std::numeric_limits<double>::max();
+  return std::abs(static_cast<double>(rep.bitmap->width()) / rep.size.width - scale);
+}
+
+bool betterFor(Size pixels, double scale, const ImageRep& candidate, const ImageRep& best) {
   const bool candidateCovers = covers(candidate, pixels);
   if (candidateCovers != covers(best, pixels)) return candidateCovers;
-  return candidateCovers ? area(candidate) < area(best) : area(candidate) > area(best);
+  const double difference = area(candidate) - area(best);
+  if (difference == 0) return misfit(candidate, scale) < misfit(best, scale);
+  return candidateCovers == (difference < 0);
 }
 
 Size wholePixels(Size size) {
@@ -56,10 +65,10 @@ void Image::addRepresentations(std::span<const ImageRep> representations) {
     if (rep.bitmap) representations_.push_back(rep);
 }
 
-const ImageRep* Image::bestRepresentation(Size pixels) const noexcept {
+const ImageRep* Image::bestRepresentation(Size pixels, double scale) const noexcept {
   const ImageRep* best = nullptr;
   for (const auto& rep : representations_)
-    if (best == nullptr || betterFor(pixels, rep, *best)) best = &rep;
+    if (best == nullptr || betterFor(pixels, scale, rep, *best)) best = &rep;
   return best;
 }
 
@@ -73,7 +82,7 @@ void Image::drawInRect(const Rect& rect, const Rect& fromRect, CompositingOperat
   const double stretchX = whole ? 1 : size_.width / fromRect.width;
   const double stretchY = whole ? 1 : size_.height / fromRect.height;
   const ImageRep* rep = bestRepresentation(
-      wholePixels({rect.width * scale * stretchX, rect.height * scale * stretchY}));
+      wholePixels({rect.width * scale * stretchX, rect.height * scale * stretchY}), scale);
   if (rep == nullptr) return;
 
   const auto width = static_cast<double>(rep->bitmap->width());
@@ -95,8 +104,8 @@ void Image::drawInRect(const Rect& rect, const Rect& fromRect, CompositingOperat
 BitmapRef Image::CGImageForProposedRect(const Rect& proposedRect) const {
   const DrawingTarget* target = GraphicsContext::currentContext();
   const double scale = target == nullptr ? 1.0 : target->deviceScale();
-  const ImageRep* rep =
-      bestRepresentation(wholePixels({proposedRect.width * scale, proposedRect.height * scale}));
+  const ImageRep* rep = bestRepresentation(
+      wholePixels({proposedRect.width * scale, proposedRect.height * scale}), scale);
   return rep == nullptr ? nullptr : rep->bitmap;
 }
 

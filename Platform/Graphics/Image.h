@@ -12,7 +12,8 @@
 namespace wevora::platform {
 
 /// An image of a size in points, with one or more renderings of itself. The one drawn is the
-/// smallest that has a pixel for each pixel of the target, or else the largest.
+/// smallest that has a pixel for each pixel of the target, or else the largest; of two of as many
+/// pixels, the one that is meant for the target's pixels a point.
 ///
 /// Whether a person sees it upright depends on the target: a flipped image is upright in a target
 /// whose y grows downwards, an unflipped image in one whose y grows upwards; in the other kind each
@@ -49,8 +50,9 @@ class Image {
   const std::vector<ImageRep>& representations() const noexcept { return representations_; }
   // -addRepresentations:
   void addRepresentations(std::span<const ImageRep> representations);
-  /// For a rectangle of so many device pixels; null without representations.
-  const ImageRep* bestRepresentation(Size pixels) const noexcept;
+  /// For a rectangle of so many device pixels, on a display of so many pixels a point; null without
+  /// representations.
+  const ImageRep* bestRepresentation(Size pixels, double scale = 1.0) const noexcept;
 
   /// Draws into the current target. An empty source is the whole image; any other is in the image's
   /// points, y growing as `isFlipped` says.
