@@ -85,7 +85,7 @@ TEST_P(NautilusViewTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
   mark("kept.txt", "--pending");
   // A word that is younger than four seconds is not read again; the agent goes on telling.
   EXPECT_TRUE(session.until([&] {
-    session.tell("Changed", {path("waiting.txt"), path("kept.txt")});
+    agent.tell("Changed", {path("waiting.txt"), path("kept.txt")});
     return session.word(path("waiting.txt")) == "green" && session.word(path("kept.txt")) == "blue";
   }));
 }
@@ -96,11 +96,11 @@ TEST_P(NautilusViewTest, BadgesThatAreSwitchedOffAreGoneAndComeBackWhenTheyAreSw
   const Agent agent(kAccount);
   session.open(volume.path(), 4);
   ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  session.switchBadges(false);
+  testing_host::switchBadges(false);
   EXPECT_TRUE(session.shows(path("kept.txt"), ""));
   EXPECT_TRUE(session.shows(path("waiting.txt"), ""));
   EXPECT_TRUE(session.shows(path("Folder"), ""));
-  session.switchBadges(true);
+  testing_host::switchBadges(true);
   EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
   EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
   EXPECT_TRUE(session.shows(path("Folder"), "red"));
@@ -137,7 +137,7 @@ TEST_F(NautilusTest, AFileThatIsRemovedLeavesNoBadgeToTheOneThatTakesItsPlace) {
   ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
   fs::remove(path("kept.txt"));
   agentTool({"scan", "--account", kAccount, "--volume", volume.path()});
-  session.tell("Removed", {path("kept.txt")});
+  agent.tell("Removed", {path("kept.txt")});
   EXPECT_TRUE(session.shows(path("kept.txt"), "not shown"));
   EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
 }
@@ -150,7 +150,7 @@ TEST_P(NautilusViewTest, NoCellShowsTheBadgeOfTheItemThatItShowedBefore) {
   std::vector<std::string> kept = {"--account", kAccount, "--synchronized"};
   for (int i = 0; i < kFiles; ++i) {
     const std::string name = "Many/" + std::to_string(10'000 + i);
-    write(name);
+    std::ofstream(path(name)).flush();  // without contents: the volume is small
     if (i % 2 == 0) kept.push_back(path(name));
   }
   scan();
@@ -278,7 +278,7 @@ TEST_P(NautilusViewTest, TwoWindowsShowTheirBadgesAndBothFollowAChange) {
     ASSERT_TRUE(session.shows(path("waiting.txt"), "blue", window));
   mark("waiting.txt", "--synchronized");
   EXPECT_TRUE(session.until([&] {
-    session.tell("Changed", {path("waiting.txt")});
+    agent.tell("Changed", {path("waiting.txt")});
     return session.word(path("waiting.txt"), 0) == "green" &&
            session.word(path("waiting.txt"), 1) == "green";
   }));
@@ -292,11 +292,11 @@ TEST_P(NautilusViewTest, AHiddenTabShowsTheChangeWhenItIsShownAgain) {
   ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
   session.screen().activate("win.new-tab");
   ASSERT_TRUE(session.until([&] { return session.screen().cells().size() >= 4; }));
-  session.switchBadges(false);
+  testing_host::switchBadges(false);
   ASSERT_TRUE(session.shows(path("kept.txt"), ""));
   session.screen().activate("win.tab-previous");
   EXPECT_TRUE(session.shows(path("kept.txt"), ""));
-  session.switchBadges(true);
+  testing_host::switchBadges(true);
   EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
   session.screen().activate("win.tab-next");
   EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
@@ -312,9 +312,10 @@ TEST_P(NautilusViewTest, PlacesWithoutLocalPathsHaveNoBadgesAndHarmNothing) {
   for (const char* place : {"trash:///", "recent:///", "network:///", "other-locations:///"}) {
     session.openAnother(place, 0);
     ++window;
-    session.screen().nextFrame(window);
-    const auto picture = session.screen().picture(window);
-    ASSERT_TRUE(picture) << place;
+    platform::BitmapRef picture;
+    ASSERT_TRUE(session.until(
+        [&] { return (picture = session.screen().picture(window)) != nullptr; }, window))
+        << place;
     for (const auto& cell : session.screen().cells(window))
       EXPECT_EQ(session.badges().wordAt(*picture, cell), "") << place << " " << cell.name;
   }
@@ -391,7 +392,7 @@ TEST_P(NautilusViewTest, WithoutTheModuleThePictureIsTheSameApartFromBadges) {
     session.open(volume.path(), 4);
     if (module == Session::Module::Present) {
       EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-      session.switchBadges(false);
+      testing_host::switchBadges(false);
     }
     EXPECT_TRUE(session.shows(path("kept.txt"), ""));
     return session.steadyPicture();

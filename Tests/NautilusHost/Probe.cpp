@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <gtk/gtk.h>
 #include <nautilus-extension.h>
@@ -129,6 +131,21 @@ GVariant* rowsOf(GtkWidget* window) {
   return g_variant_new("(a(ss(dddd)))", &rows);
 }
 
+/// Its width, its height, and its pixels: 32 bits each.
+bool write(GdkTexture* texture, const char* file) {
+  const auto width = static_cast<std::uint32_t>(gdk_texture_get_width(texture));
+  const auto height = static_cast<std::uint32_t>(gdk_texture_get_height(texture));
+  std::vector<std::uint32_t> words(2 + std::size_t{width} * height);
+  words[0] = width;
+  words[1] = height;
+  gdk_texture_download(texture, reinterpret_cast<guchar*>(&words[2]),
+                       width * sizeof(std::uint32_t));
+  std::ofstream out(file, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(words.data()),
+            static_cast<std::streamsize>(words.size() * sizeof(std::uint32_t)));
+  return out.good();
+}
+
 /// What the window's widgets drew last: GTK's own nodes, the kept ones among them.
 bool savePicture(GtkWidget* window, const char* file) {
   const GObjectPtr<GdkPaintable> paintable(gtk_widget_paintable_new(window));
@@ -143,7 +160,7 @@ bool savePicture(GtkWidget* window, const char* file) {
   const GObjectPtr<GdkTexture> texture(
       gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &whole));
   gsk_render_node_unref(node);
-  return gdk_texture_save_to_png(texture.get(), file) != FALSE;
+  return write(texture.get(), file);
 }
 
 using Invocation = GDBusMethodInvocation;

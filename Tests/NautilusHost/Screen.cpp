@@ -1,7 +1,8 @@
 #include "Tests/NautilusHost/Screen.h"
 
-#include <cairo.h>
-#include <cstring>
+#include <array>
+#include <cstdint>
+#include <fstream>
 #include <stdexcept>
 
 #include "Platform/Support/TemporaryFolder.h"
@@ -12,17 +13,15 @@ namespace {
 
 constexpr int kPatience = 60'000;  // milliseconds
 
-platform::BitmapRef readPng(const std::string& file) {
-  cairo_surface_t* surface = cairo_image_surface_create_from_png(file.c_str());
-  const auto width = static_cast<std::size_t>(cairo_image_surface_get_width(surface));
-  const auto height = static_cast<std::size_t>(cairo_image_surface_get_height(surface));
-  const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(surface));
-  std::vector<std::uint32_t> pixels(width * height);
-  const unsigned char* data = cairo_image_surface_get_data(surface);
-  for (std::size_t row = 0; row < height && data != nullptr; ++row)
-    std::memcpy(&pixels[row * width], data + row * stride, width * sizeof(std::uint32_t));
-  cairo_surface_destroy(surface);
-  return platform::Bitmap::make(width, height, std::move(pixels));
+/// As the probe writes it.
+platform::BitmapRef readPicture(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::array<std::uint32_t, 2> size{};
+  in.read(reinterpret_cast<char*>(size.data()), sizeof size);
+  std::vector<std::uint32_t> pixels(std::size_t{size[0]} * size[1]);
+  in.read(reinterpret_cast<char*>(pixels.data()),
+          static_cast<std::streamsize>(pixels.size() * sizeof(std::uint32_t)));
+  return in ? platform::Bitmap::make(size[0], size[1], std::move(pixels)) : nullptr;
 }
 
 }  // namespace
@@ -85,9 +84,9 @@ std::vector<Place> Screen::sidebar(unsigned window) const {
 
 platform::BitmapRef Screen::picture(unsigned window) const {
   const platform::TemporaryFolder folder;
-  const std::string file = folder.path("picture.png");
+  const std::string file = folder.path("picture");
   if (!call("Picture", g_variant_new("(us)", window, file.c_str()))) return nullptr;
-  return readPng(file);
+  return readPicture(file);
 }
 
 void Screen::nextFrame(unsigned window) const {

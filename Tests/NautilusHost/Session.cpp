@@ -10,10 +10,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
-#include "Connector/DaemonConnectionNames.h"
 #include "Tests/ServiceThread/ServiceThread.h"
-#include "Tests/TestAgent/TestAgent.h"
 
 namespace wevora::testing_host {
 namespace {
@@ -34,6 +31,12 @@ std::string homeOfThisUser() {
   const passwd* row = ::getpwuid(::getuid());
   must(row != nullptr, "user");
   return row->pw_dir;
+}
+
+void installSettings() {
+  mountEmpty("/etc/xdg");
+  fs::create_directories("/etc/xdg/Wevora");
+  fs::copy_file(WEVORA_TEMPLATE, "/etc/xdg/Wevora/wevora-settings.plist");
 }
 
 /// Puts what was built where it is looked for once it is installed.
@@ -63,6 +66,11 @@ const char* nameOf(Session::View view) {
   return view == Session::View::Icons ? "icon-view" : "list-view";
 }
 
+void runWell(const std::vector<std::string>& command) {
+  const auto outcome = ranToItsEnd(command);
+  if (outcome.status != 0) throw std::runtime_error(command.front() + ": " + outcome.errors);
+}
+
 }  // namespace
 
 std::string uriOf(const std::string& path) {
@@ -75,14 +83,18 @@ std::string uriOf(const std::string& path) {
 void agentTool(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {WEVORA_AGENT_SIM};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  const auto outcome = ranToItsEnd(command);
-  if (outcome.status != 0) throw std::runtime_error(outcome.errors);
+  runWell(command);
+}
+
+void switchBadges(bool on) {
+  runWell({WEVORA_BADGES, on ? "on" : "off"});
 }
 
 Session::Session(View view, Module module)
     : home_(homeOfThisUser()), badges_(WEVORA_BUILT_LIBRARIES WEVORA_RESOURCES) {
   mountEmpty(home_);
   installBelow(WEVORA_INSTALL_PREFIX);
+  installSettings();
   installModules(module);
   write(home_ + "/.config/glib-2.0/settings/keyfile",
         std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") + nameOf(view) +
@@ -158,8 +170,12 @@ std::string Session::word(const std::string& path, unsigned window) const {
   return badges_.wordAt(*picture, *cell);
 }
 
-bool Session::shows(const std::string& path, const std::string& word, unsigned window) const {
-  return until([&] { return this->word(path, window) == word; }, window);
+testing::AssertionResult Session::shows(const std::string& path, const std::string& word,
+                                        unsigned window) const {
+  std::string shown;
+  if (until([&] { return (shown = this->word(path, window)) == word; }, window))
+    return testing::AssertionSuccess();
+  return testing::AssertionFailure() << path << " shows \"" << shown << "\"";
 }
 
 platform::BitmapRef Session::steadyPicture(unsigned window) const {
@@ -178,29 +194,17 @@ platform::BitmapRef Session::steadyPicture(unsigned window) const {
   return steady ? latest : nullptr;
 }
 
-void Session::tell(const std::string& event, const std::vector<std::string>& paths) {
-  platform::Array names;
-  platform::Array events;
-  for (const auto& path : paths) {
-    names.emplace_back(path);
-    events.emplace_back(event);
-  }
-  platform::Dictionary info;
-  info.set(kIDaemonConnectionWVREventNotificationPathsKey, platform::Value(std::move(names)));
-  info.set(kIDaemonConnectionWVREventNotificationEventsKey, platform::Value(std::move(events)));
-  center_.post({kIDaemonConnectionWVREventNotification, TestAgent().object, std::move(info)});
+Agent::Agent(const std::string& account, const std::vector<std::string>& more) {
+  std::vector<std::string> command = {WEVORA_AGENT_SIM, "serve", "--account", account};
+  command.insert(command.end(), more.begin(), more.end());
+  process_ = std::make_unique<ChildProcess>(command);
+  must(process_->waitForOutput("\n"), "agent");
 }
 
-void Session::switchBadges(bool on) {
-  WVRAppSupport::initWith({}, platform::InstalledPaths::shared())
-      ->writeKey(kFinderOverlayEnabledKey, platform::Value(on));
-  center_.post({kFinderOverlayChanged, std::nullopt, {}});
-}
-
-Agent::Agent(const std::string& account)
-    : process_(
-          std::make_unique<ChildProcess>(std::vector<std::string>{WEVORA_HOST_AGENT, account})) {
-  must(process_->waitForOutput("serving\n"), "agent");
+void Agent::tell(const std::string& event, const std::vector<std::string>& paths) const {
+  std::vector<std::string> command = {"ctl", "event", event};
+  command.insert(command.end(), paths.begin(), paths.end());
+  agentTool(command);
 }
 
 void Agent::kill() {

@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include <gtest/gtest.h>
+
 #include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/NautilusHost/BadgeReader.h"
 #include "Tests/NautilusHost/Screen.h"
@@ -36,11 +37,6 @@ class Session {
   /// Takes the bundle away; before the file manager is started.
   void hideBundle() const;
 
-  /// As the agent does, when something has happened at these paths.
-  void tell(const std::string& event, const std::vector<std::string>& paths);
-  /// What "wevora-badges on" and "off" do.
-  void switchBadges(bool on);
-
   const Screen& screen() const { return *screen_; }
   const ChildProcess& fileManager() const { return *fileManager_; }
   const BadgeReader& badges() const { return badges_; }
@@ -50,7 +46,8 @@ class Session {
   /// The word that the item's icon shows; "not shown" for one that is not on the screen.
   std::string word(const std::string& path, unsigned window = 0) const;
   /// Whether the icon comes to show the word.
-  bool shows(const std::string& path, const std::string& word, unsigned window = 0) const;
+  testing::AssertionResult shows(const std::string& path, const std::string& word,
+                                 unsigned window = 0) const;
   /// The window's picture once nothing in it moves any more; null where that does not happen.
   platform::BitmapRef steadyPicture(unsigned window = 0) const;
 
@@ -64,27 +61,32 @@ class Session {
   std::unique_ptr<ChildProcess> fileManager_;
   std::vector<std::unique_ptr<ChildProcess>> others_;
   std::unique_ptr<Screen> screen_;
-  platform::BusNotificationCenter center_;
   BadgeReader badges_;
 };
 
 /// The file URI of a path, as the file manager has it.
 std::string uriOf(const std::string& path);
 
-/// Runs the stand-in agent's tool to its end; throws where it fails.
+/// Runs "wevora-agent-sim" to its end; throws where it fails.
 void agentTool(const std::vector<std::string>& arguments);
 
-/// The agent that the bundle talks with, as a process.
+/// Runs "wevora-badges on" or "off"; throws where it fails.
+void switchBadges(bool on);
+
+/// The stand-in agent, "wevora-agent-sim serve", as a process.
 /// Threads: one. Owns: the process. Errors: throws where it does not come up.
 class Agent {
  public:
-  explicit Agent(const std::string& account);
+  explicit Agent(const std::string& account, const std::vector<std::string>& more = {});
   Agent(const Agent&) = delete;
   Agent& operator=(const Agent&) = delete;
 
+  /// Has it tell of what has happened at these paths.
+  void tell(const std::string& event, const std::vector<std::string>& paths) const;
   void kill();
 
  private:
   std::unique_ptr<ChildProcess> process_;
 };
+
 }  // namespace wevora::testing_host
