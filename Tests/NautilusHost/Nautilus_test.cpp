@@ -174,8 +174,8 @@ TEST_P(NautilusViewTest, NoCellShowsTheBadgeOfTheItemThatItShowedBefore) {
   };
   ASSERT_TRUE(session.until(allAreBadged));
   std::set<std::string> seen;
-  for (int step = 0; step <= 40; ++step) {
-    const double down = step / 20.0;
+  for (int step = 0; step <= 24; ++step) {
+    const double down = step / 12.0;
     session.screen().scroll(down <= 1 ? down : 2 - down);
     const auto picture = session.screen().picture();
     for (const auto& cell : session.screen().cells()) {
@@ -184,7 +184,7 @@ TEST_P(NautilusViewTest, NoCellShowsTheBadgeOfTheItemThatItShowedBefore) {
     }
   }
   EXPECT_TRUE(session.until(allAreBadged));
-  EXPECT_GT(seen.size(), 150U);
+  EXPECT_GT(seen.size(), 100U);
 }
 
 TEST_P(NautilusViewTest, AnItemThatIsRenamedLosesTheBadgeOfItsOldName) {
@@ -237,7 +237,11 @@ TEST_P(NautilusViewTest, TheRootOfAVolumeHasTheProductsMark) {
   Session session(GetParam());
   const Agent agent(kAccount);
   session.open("/media", 1);
-  EXPECT_TRUE(session.shows(volume.path(), "red"));
+  // What is learnt of a volume alone redraws nothing: it is seen with the next redraw.
+  EXPECT_TRUE(session.until([&] {
+    agent.tell("Changed", {path("kept.txt")});
+    return session.word(volume.path()) == "red";
+  }));
 }
 
 TEST_P(NautilusViewTest, AVolumeInsideAFolderIsNotTakenForTheFolder) {
@@ -417,13 +421,27 @@ TEST_F(NautilusTest, ABundleThatIsMissingLeavesTheFileManagerAlone) {
 
 // Volumes.
 
-TEST_F(NautilusTest, AVolumeWhoseFolderIsOpenCanBeUnmounted) {
-  scan();
+TEST_F(NautilusTest, ADiskWhoseFolderIsOpenIsEjectedFromWithinTheFileManager) {
+  // Only root may mount a disk image. The volume of everyone else is in memory: the file manager
+  // does not list it, and its database is let go by the agent's word.
+  const bool root = testing_host::mayMountDisks();
+  MountedVolume disk(root ? MountedVolume::Kind::ext4 : MountedVolume::Kind::tmpfs, "/media/Disk");
+  ASSERT_TRUE(disk.mount());
+  std::ofstream(disk.path("waiting.txt")) << "x";
+  agentTool({"init", "--account", kAccount, "--volume", disk.path(), "--include", disk.path()});
+  agentTool({"scan", "--account", kAccount, "--volume", disk.path()});
   Session session(View::Icons);
   const Agent agent(kAccount);
-  session.open(path("Folder"), 2);
-  ASSERT_TRUE(session.until([&] { return session.word(path("Folder/inside.txt")) == "blue"; }));
-  EXPECT_TRUE(session.until([&] { return volume.unmount(); }));
+  session.open(disk.path(), 2);
+  ASSERT_TRUE(session.shows(disk.path("waiting.txt"), "blue"));
+  if (root) {
+    ASSERT_TRUE(session.screen().eject("Disk"));
+    EXPECT_TRUE(session.until([&] { return !fs::exists(disk.path("waiting.txt")); }));
+  } else {
+    testing_host::switchBadges(false);
+    agent.tell("Removed", {disk.path()});
+    EXPECT_TRUE(session.until([&] { return disk.unmount(); }));
+  }
   EXPECT_FALSE(session.fileManager().status());
 }
 

@@ -71,6 +71,17 @@ void runWell(const std::vector<std::string>& command) {
   if (outcome.status != 0) throw std::runtime_error(command.front() + ": " + outcome.errors);
 }
 
+/// For a person to look at; answers the file.
+std::string keepPicture(const platform::BitmapRef& picture) {
+  const std::string file = testing::TempDir() + "wevora-nautilus.ppm";
+  if (!picture) return "nothing";
+  std::ofstream out(file, std::ios::binary);
+  out << "P6 " << picture->width() << " " << picture->height() << " 255\n";
+  for (const std::uint32_t pixel : picture->pixels())
+    for (const unsigned shift : {16U, 8U, 0U}) out.put(static_cast<char>((pixel >> shift) & 255U));
+  return file;
+}
+
 }  // namespace
 
 std::string uriOf(const std::string& path) {
@@ -175,7 +186,8 @@ testing::AssertionResult Session::shows(const std::string& path, const std::stri
   std::string shown;
   if (until([&] { return (shown = this->word(path, window)) == word; }, window))
     return testing::AssertionSuccess();
-  return testing::AssertionFailure() << path << " shows \"" << shown << "\"";
+  return testing::AssertionFailure()
+         << path << " shows \"" << shown << "\", see " << keepPicture(screen_->picture(window));
 }
 
 platform::BitmapRef Session::steadyPicture(unsigned window) const {
