@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -16,9 +17,10 @@ class WrongUsage : public std::runtime_error {
 /// What a person asked for.
 struct StatusOptions {
   enum class Format { text, json };
-  std::string account;
+  std::optional<std::string> account;  ///< none: the running agent's
   Format format = Format::text;
   bool recursive = false;
+  bool watch = false;
   bool help = false;
   bool version = false;
   std::vector<std::string> paths;

@@ -134,4 +134,11 @@ bool BusNotificationCenter::post(const DistributedNotification& notification) {
   return sent;
 }
 
+bool BusNotificationCenter::flush() {
+  if (!bus()) return false;
+  const Deadline deadline(kPatience);
+  return g_dbus_connection_flush_sync(bus_->connection.get(), deadline.cancellable(), nullptr) !=
+         FALSE;
+}
+
 }  // namespace wevora::platform

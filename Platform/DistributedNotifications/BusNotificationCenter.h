@@ -32,7 +32,7 @@ class BusNotificationCenter : public DistributedNotificationCenter {
                                        Handler handler) override;
   bool post(const DistributedNotification& notification) override;
   /// Waits until everything posted has left this process, two seconds at most; for a process that
-  /// is about to end.
+  /// is about to end. False where it has not.
   bool flush();
 
  private:

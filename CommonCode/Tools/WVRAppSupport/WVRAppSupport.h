@@ -72,6 +72,9 @@ class WVRAppSupport {
   // -writeDefaultSettingsForUserIfNeed
   void writeDefaultSettingsForUserIfNeed() EXCLUDES(lock_);
 
+  /// The user's file; "" where the user has no home folder.
+  const std::string& appSupportFilePath() const { return appSupportFilePath_; }
+
  private:
   void write(const std::string& text) REQUIRES(lock_);
 
