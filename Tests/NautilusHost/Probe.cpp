@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -198,7 +199,7 @@ void scrollTo(GtkWidget* window, double part) {
   if (adjustment == nullptr) return;
   const double range =
       gtk_adjustment_get_upper(adjustment) - gtk_adjustment_get_page_size(adjustment);
-  gtk_adjustment_set_value(adjustment, std::max(0.0, range) * part);
+  gtk_adjustment_set_value(adjustment, std::round(std::max(0.0, range) * part));
 }
 
 void search(GtkWidget* window, const char* text) {
