@@ -1,40 +1,22 @@
 #include "Hosts/Nautilus/Cell.h"
 
-#include "Hosts/Nautilus/CellGeometry.h"
+#include "Hosts/Common/CellGeometry.h"
+#include "Hosts/Common/ImageWrapper.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 
+using hosts::ImageWrapper;
+using hosts::ListRow;
+using hosts::NotingTarget;
 using platform::CurrentTarget;
 using platform::Id;
 using platform::Image;
-using platform::ImageRef;
-using platform::Implementation;
 using platform::Rect;
 using platform::send;
 
-std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& runtime) {
-  auto wrappers = runtime.registerClass("IKImageWrapper");
-  wrappers->addClassMethod(
-      "alloc", Implementation::of<Id()>([](const Id& self) -> Id {
-        return std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
-      }),
-      "@@:");
-  wrappers->addMethod("initWithNSImage:",
-                      Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& image) {
-                        static_cast<ImageWrapper&>(*self).image = image;
-                        return self;
-                      }),
-                      "@@:@");
-  wrappers->addMethod("_nsImage", Implementation::of<ImageRef()>([](const Id& self) {
-                        return static_cast<ImageWrapper&>(*self).image;
-                      }),
-                      "@@:");
-  return wrappers;
-}
-
-Cell::Cell(platform::Class& isa, CellKind kind, std::shared_ptr<Node> node,
+Cell::Cell(platform::Class& isa, CellKind kind, std::shared_ptr<hosts::Node> node,
            std::shared_ptr<View> view)
     : Object(isa),
       kind_(kind),
@@ -89,7 +71,7 @@ void Cell::drawImage(const Id& wrapper) {
 void Cell::sendListDrawing() {
   const auto icon = iconRect();
   if (!icon) return;
-  const ListRow row = listRowAround(*icon, gtk_widget_get_width(pass_->widget));
+  const ListRow row = hosts::listRowAround(*icon, gtk_widget_get_width(pass_->widget));
   SnapshotTarget target = targetAt(row.x, row.y);
   const CurrentTarget current(target);
   send<void>(shared_from_this(), "drawIconWithFrame:", row.frame);

@@ -2,6 +2,7 @@
 
 #include <nautilus-extension.h>
 
+#include "Hosts/Common/ImageWrapper.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -72,12 +73,12 @@ std::optional<std::string> itemUriOf(GtkWidget* widget) {
 
 }  // namespace
 
-Cells::Cells(platform::Runtime& runtime, Nodes& nodes, Class& views)
+Cells::Cells(platform::Runtime& runtime, hosts::Nodes& nodes, Class& views)
     : nodes_(nodes),
       views_(views),
       iconCells_(registerCells(runtime, "IKIconCell")),
       listCells_(registerCells(runtime, "TListViewIconAndTextCell")),
-      imageWrappers_(ImageWrapper::registerIn(runtime)) {
+      imageWrappers_(hosts::ImageWrapper::registerIn(runtime)) {
   addGridDrawing(*iconCells_);
   addListDrawing(*listCells_);
 }

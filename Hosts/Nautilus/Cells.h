@@ -5,9 +5,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Hosts/Common/Node.h"
 #include "Hosts/Nautilus/Cell.h"
 #include "Hosts/Nautilus/HostWidgets.h"
-#include "Hosts/Nautilus/Node.h"
 
 namespace wevora::nautilus {
 
@@ -16,7 +16,7 @@ namespace wevora::nautilus {
 /// goes. Errors: a widget without an item is drawn by the host alone.
 class Cells {
  public:
-  Cells(platform::Runtime& runtime, Nodes& nodes, platform::Class& views);
+  Cells(platform::Runtime& runtime, hosts::Nodes& nodes, platform::Class& views);
   Cells(const Cells&) = delete;
   Cells& operator=(const Cells&) = delete;
 
@@ -32,7 +32,7 @@ class Cells {
   std::shared_ptr<Cell>& slotOf(GtkWidget* widget);
   void forget(GtkWidget* widget);
 
-  Nodes& nodes_;
+  hosts::Nodes& nodes_;
   platform::Class& views_;
   std::shared_ptr<platform::Class> iconCells_;
   std::shared_ptr<platform::Class> listCells_;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Hosts/Common/Node.h"
 #include "Hosts/Nautilus/Cells.h"
 #include "Hosts/Nautilus/HostWidgets.h"
-#include "Hosts/Nautilus/Node.h"
 #include "Hosts/Nautilus/Sidebars.h"
 #include "Hosts/Nautilus/View.h"
 #include "Hosts/Nautilus/Windows.h"
@@ -31,7 +31,7 @@ class Host : public WidgetObserver {
 
  private:
   const std::shared_ptr<platform::Class> views_;
-  Nodes nodes_;
+  hosts::Nodes nodes_;
   Cells cells_;
   Sidebars sidebars_;
   Windows windows_;

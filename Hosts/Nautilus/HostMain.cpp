@@ -1,5 +1,5 @@
+#include "Hosts/Common/Libraries.h"
 #include "Hosts/Nautilus/Host.h"
-#include "Hosts/Nautilus/Libraries.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -9,7 +9,7 @@ namespace {
 /// left alone.
 void start() {
   static platform::NeverDestroyed<Host> host(platform::Runtime::shared());
-  if (loadAndCall(kBundleLibrary, kBundleEntry)) observeWidgets(*host);
+  if (hosts::loadAndCall(hosts::kBundleLibrary, hosts::kBundleEntry)) observeWidgets(*host);
 }
 
 }  // namespace

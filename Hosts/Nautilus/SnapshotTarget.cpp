@@ -44,12 +44,4 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
   gtk_snapshot_restore(snapshot_);
 }
 
-void NotingTarget::replay(platform::DrawingTarget& target, double height) const {
-  for (const auto& [bitmap, noted] : noted_) {
-    platform::BitmapDrawing drawing = noted;
-    drawing.destination.y = height - noted.destination.y - noted.destination.height;
-    target.drawBitmap(bitmap, drawing);
-  }
-}
-
 }  // namespace wevora::nautilus

@@ -1,10 +1,10 @@
-#include "Hosts/Nautilus/Libraries.h"
+#include "Hosts/Common/Libraries.h"
 
 #include <dlfcn.h>
 
 #include "Platform/InstalledPaths/InstalledPaths.h"
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 
 bool loadAndCall(const char* library, const char* entry) {
   const auto path = platform::InstalledPaths::shared().translate(library);
@@ -16,4 +16,4 @@ bool loadAndCall(const char* library, const char* entry) {
   return true;
 }
 
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts

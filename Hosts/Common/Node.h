@@ -9,7 +9,7 @@
 #include "FinderIntegration/finder_bundle/Tools/TFENode.h"
 #include "Platform/Runtime/Runtime.h"
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 
 /// An item of the host: "FINode". It answers `previewItemURL`, none for an item without a path of
 /// this machine.
@@ -46,4 +46,4 @@ class Nodes {
   std::unordered_map<const void*, std::weak_ptr<Node>> nodes_;
 };
 
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts

@@ -2,7 +2,7 @@
 
 #include "Platform/Graphics/Geometry.h"
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 
 /// The row that a list cell is drawn in, as the bundle is told of it. The bundle paints a square
 /// into its rows: 10 points from where x is 0, half-way down, of 32 points in a row of more than 32
@@ -24,4 +24,4 @@ inline ListRow listRowAround(const platform::Rect& icon, double cellWidth) {
           .y = icon.y + icon.height - side - kMargin};
 }
 
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts

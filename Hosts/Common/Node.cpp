@@ -1,6 +1,6 @@
-#include "Hosts/Nautilus/Node.h"
+#include "Hosts/Common/Node.h"
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 
 using platform::Id;
 using platform::Implementation;
@@ -32,4 +32,4 @@ Id Nodes::nodeFromNodeRef(const TFENode& reference) const {
   return found == nodes_.end() ? nullptr : found->second.lock();
 }
 
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts

@@ -1,10 +1,8 @@
 #pragma once
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 
-// The system's libraries inside the host, by their installed places, and where each begins.
-inline constexpr const char* kHostLibrary = "/Library/Wevora/FinderPlugin/Hosts/nautilus.so";
-inline constexpr const char* kHostEntry = "wevora_nautilus_start";
+// The bundle's code inside a host, by its installed place, and where it begins.
 inline constexpr const char* kBundleLibrary =
     "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Linux/finder_bundle.so";
 inline constexpr const char* kBundleEntry = "wevora_bundle_load";
@@ -14,4 +12,4 @@ inline constexpr const char* kBundleEntry = "wevora_bundle_load";
 /// Threads: the main thread.
 bool loadAndCall(const char* library, const char* entry);
 
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts
