@@ -1,21 +1,18 @@
 #pragma once
 
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "Apps/CommandLine/Arguments.h"
+
 namespace wevora::status {
 
-/// A wrong call, with the reason in one line.
-class WrongUsage : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+using command_line::WrongUsage;
 
 /// What a person asked for.
 struct StatusOptions {
-  enum class Format { text, json };
+  using Format = command_line::Format;
   std::string account;
   Format format = Format::text;
   bool recursive = false;
