@@ -36,17 +36,17 @@ TEST(JsonString, KeepsEveryByte) {
   EXPECT_EQ(jsonString("a\"\\\n\x7F\xC3\xA9\xFF"), "\"a\\\"\\\\\\u000a\\u007f\xC3\xA9\\udcff\"");
 }
 
-TEST(AbsolutePath, LeadsWhereTheKernelWouldGo) {
+TEST(PathArgument, LeadsWhereTheKernelWouldGo) {
   const platform::TemporaryFolder folder;
   fs::create_directories(folder.path("a/deep"));
   fs::create_directory_symlink("a/deep", folder.path("link"));
-  EXPECT_EQ(absolutePath(folder.path("link/../x")), folder.path("a/x"));
-  EXPECT_EQ(absolutePath(folder.path("link/..")), folder.path("a"));
-  EXPECT_EQ(absolutePath(folder.path("a/../link")), folder.path("link"));
-  EXPECT_EQ(absolutePath(folder.path("./a//b/")), folder.path("a/b"));
-  EXPECT_EQ(absolutePath("x"), fs::current_path().string() + "/x");
-  EXPECT_EQ(absolutePath("."), fs::current_path().string());
-  EXPECT_THROW(absolutePath(""), WrongUsage);
+  EXPECT_EQ(pathArgument(folder.path("link/../x")), folder.path("a/x"));
+  EXPECT_EQ(pathArgument(folder.path("link/..")), folder.path("a"));
+  EXPECT_EQ(pathArgument(folder.path("a/../link")), folder.path("link"));
+  EXPECT_EQ(pathArgument(folder.path("./a//b/")), folder.path("a/b"));
+  EXPECT_EQ(pathArgument("x"), fs::current_path().string() + "/x");
+  EXPECT_EQ(pathArgument("."), fs::current_path().string());
+  EXPECT_THROW(pathArgument(""), WrongUsage);
 }
 
 TEST(OneLine, EscapesWhatWouldBreakTheLine) {

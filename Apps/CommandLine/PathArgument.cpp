@@ -3,28 +3,18 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <unistd.h>
 
 #include "Apps/CommandLine/Arguments.h"
 #include "Platform/Files/Links.h"
+#include "Platform/Files/WorkingFolder.h"
 #include "Platform/Strings/Strings.h"
 
 namespace wevora::command_line {
-namespace {
-
-std::string currentFolder() {
-  const std::unique_ptr<char, decltype(&std::free)> here(::getcwd(nullptr, 0), &std::free);
-  if (!here) throw std::runtime_error("the current folder is gone; give absolute paths");
-  return here.get();
-}
-
-}  // namespace
-
-std::string absolutePath(const std::string& path) {
+std::string pathArgument(const std::string& path) {
   if (path.empty()) throw WrongUsage("a PATH is empty");
-  const std::string whole = path.starts_with('/') ? path : currentFolder() + "/" + path;
+  const auto here = platform::absolutePath(path.starts_with('/') ? "/" : ".");
+  if (!here) throw std::runtime_error("the current folder is gone; give absolute paths");
+  const std::string whole = path.starts_with('/') ? path : *here + "/" + path;
   const auto components = platform::pathComponents(whole);
   if (std::ranges::find(components, "..") == components.end())
     return platform::standardizedPath(whole);

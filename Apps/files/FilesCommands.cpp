@@ -11,9 +11,9 @@
 namespace wevora::files {
 namespace {
 
-using command_line::absolutePath;
 using command_line::jsonString;
 using command_line::oneLine;
+using command_line::pathArgument;
 using command_line::TransferProgress;
 
 constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
@@ -68,19 +68,19 @@ int FilesCommands::forEachPath(Ask ask) {
 }
 
 bool FilesCommands::ignored(const std::string& shown) {
-  const bool yes = WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(absolutePath(shown));
+  const bool yes = WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(pathArgument(shown));
   answer(shown, "ignored", yes, "ignored", "kept");
   return yes;
 }
 
 bool FilesCommands::inTrash(const std::string& shown) {
-  const bool yes = WVRFileTools::fileIsInsideTrashAtFSPath(absolutePath(shown), trash_);
+  const bool yes = WVRFileTools::fileIsInsideTrashAtFSPath(pathArgument(shown), trash_);
   answer(shown, "trash", yes, "trash", "outside");
   return yes;
 }
 
 bool FilesCommands::digest(const std::string& shown) {
-  const std::string path = absolutePath(shown);
+  const std::string path = pathArgument(shown);
   std::string text;
   {
     TransferProgress progress(console_.errors, console_.progress, "digest",
@@ -98,7 +98,7 @@ bool FilesCommands::digest(const std::string& shown) {
 }
 
 bool FilesCommands::hide(const std::string& shown) {
-  const std::string path = absolutePath(shown);
+  const std::string path = pathArgument(shown);
   bool done = false;
   // The file tools put the path between single quotes as it is; the rest of it would be run.
   if (path.find('\'') != std::string::npos) {
@@ -113,7 +113,7 @@ bool FilesCommands::hide(const std::string& shown) {
 }
 
 int FilesCommands::list() {
-  const std::string folder = absolutePath(options_.paths.front());
+  const std::string folder = pathArgument(options_.paths.front());
   return printed(WVRFileTools::getContentsOfDirectory(
                      folder, options_.mask, options_.skipDirectories, options_.skipFiles,
                      options_.resolveSymlinks, options_.skipSymlinks, options_.useResolvedPaths),
@@ -121,7 +121,7 @@ int FilesCommands::list() {
 }
 
 int FilesCommands::scan() {
-  const std::string folder = absolutePath(options_.paths.front());
+  const std::string folder = pathArgument(options_.paths.front());
   return printed(WVRFileTools::scanURLIgnoringExtras(
                      "file://" + platform::percentEncodedPath(folder), options_.saveFolders, true),
                  folder);
@@ -156,7 +156,7 @@ int FilesCommands::backup() {
   const auto& source = options_.paths.front();
   const auto& destination = options_.paths.back();
   std::string reason;
-  const bool done = isBackedUp(absolutePath(source), absolutePath(destination), reason);
+  const bool done = isBackedUp(pathArgument(source), pathArgument(destination), reason);
   if (!done) complain(source, "is not backed up to '" + oneLine(destination) + "': " + reason);
   if (isJson())
     console_.out << "{\"source\":" << jsonString(source)

@@ -25,13 +25,21 @@ TEST(StatusOptionsTest, ReadsOptionsInAnyOrderAndForm) {
 }
 
 TEST(StatusOptionsTest, RefusesWrongCallsWithAReason) {
-  EXPECT_THROW(parsed({"a"}), WrongUsage);
+  EXPECT_THROW(parsed({}), WrongUsage);
+  EXPECT_THROW(parsed({"--watch"}), WrongUsage);
   EXPECT_THROW(parsed({"--account", "7"}), WrongUsage);
+  EXPECT_THROW(parsed({"--account", "", "a"}), WrongUsage);
   EXPECT_THROW(parsed({"--account"}), WrongUsage);
   EXPECT_THROW(parsed({"--account", "7/8", "a"}), WrongUsage);
   EXPECT_THROW(parsed({"--account", "7", ""}), WrongUsage);
   EXPECT_THROW(parsed({"--account", "7", "--format", "xml", "a"}), WrongUsage);
   EXPECT_THROW(parsed({"--account", "7", "--unknown", "a"}), WrongUsage);
+}
+
+TEST(StatusOptionsTest, WithoutAnAccountTheAgentIsAsked) {
+  const auto options = parsed({"--watch", "a"});
+  EXPECT_FALSE(options.account);
+  EXPECT_TRUE(options.watch);
 }
 
 TEST(StatusOptionsTest, HelpAndVersionNeedNothingElse) {

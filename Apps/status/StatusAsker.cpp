@@ -11,21 +11,23 @@ namespace {
 constexpr std::chrono::seconds kLongestWaitForRules{3};
 constexpr std::chrono::milliseconds kPause{20};
 
-std::string wordOf(const std::string& path, const WVIconProvider::Word& word) {
-  if (!word) return "none";
-  if (!word->empty()) return *word;
-  return platform::isReadableFileAtPath(path) ? "none" : "unreadable";
-}
-
 }  // namespace
 
+std::string wordShown(const std::string& path, const WVIconProvider::Word& word) {
+  if (!word) return kNoBadge;
+  if (!word->empty()) return *word;
+  return platform::isReadableFileAtPath(path) ? kNoBadge : "unreadable";
+}
+
 std::vector<std::string> StatusAsker::ask(const std::vector<std::string>& paths) {
+  if (!provider_.turnedOn()) return std::vector<std::string>(paths.size(), kNoBadge);
   draw(paths);
   waitForRefreshes();
   waitForRules(paths);
   std::vector<std::string> words;
   words.reserve(paths.size());
-  for (const auto& path : paths) words.push_back(wordOf(path, provider_.colorFor(ItemURL(path))));
+  for (const auto& path : paths)
+    words.push_back(wordShown(path, provider_.colorFor(ItemURL(path))));
   return words;
 }
 

@@ -8,6 +8,12 @@
 
 namespace wevora::status {
 
+/// The word of an item that has no badge.
+inline constexpr const char* kNoBadge = "none";
+
+/// How the provider's word for a path is printed.
+std::string wordShown(const std::string& path, const WVIconProvider::Word& word);
+
 /// Asks the provider as a host does: draws, lets the refreshes end, draws again.
 /// Threads: the main thread, outside the main loop. Owns: nothing.
 /// Errors: none; what cannot be read has the word "unreadable".
@@ -23,7 +29,8 @@ class StatusAsker {
         clock_(clock),
         runMainLoopUntil_(std::move(runMainLoopUntil)) {}
 
-  /// "green", "blue", "red", "none" or "unreadable" for each absolute path, in their order.
+  /// "green", "blue", "red", "none" or "unreadable" for each absolute path, in their order; "none"
+  /// for all while badges are turned off.
   std::vector<std::string> ask(const std::vector<std::string>& paths);
   /// The database of the volume that holds the path; none where it has none.
   std::optional<std::string> databaseOf(const std::string& path);

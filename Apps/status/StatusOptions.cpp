@@ -3,7 +3,7 @@
 namespace wevora::status {
 
 const char* const kUsage =
-    "usage: wevora-status --account ID [--format text|json] [--recursive] PATH...\n"
+    "usage: wevora-status [--account ID] [--watch] [--format text|json] [--recursive] PATH...\n"
     "\n"
     "Prints the backup state of each item: one line with a word, a tab and the path.\n"
     "\n"
@@ -13,13 +13,18 @@ const char* const kUsage =
     "  none        known to have no badge\n"
     "  unreadable  missing, or not to be read by you\n"
     "\n"
-    "  --account ID        the account whose backup is asked for\n"
+    "The running agent is asked whose backup it is, and badges that are switched off leave "
+    "\"none\".\n"
+    "\n"
+    "  --account ID        that account's backup, whether an agent runs or not\n"
+    "  --watch             stays, and prints an item's line again when its word changes, until\n"
+    "                      interrupted\n"
     "  --format json       one object a line: path, status, and the volume's database or null\n"
     "  --recursive         folders with all that is in them; links are not followed\n"
     "  --help, --version\n"
     "\n"
     "Exit status: 0 when every path was answered, 1 when some path was unreadable, 2 for a wrong\n"
-    "call.\n";
+    "call, 3 when there is no agent to ask.\n";
 
 using command_line::Arguments;
 using command_line::formatNamed;
@@ -27,8 +32,8 @@ using command_line::formatNamed;
 namespace {
 
 void check(const StatusOptions& options) {
-  if (options.account.empty()) throw WrongUsage("--account ID is needed");
-  if (options.account.find('/') != std::string::npos)
+  if (options.account && options.account->empty()) throw WrongUsage("--account needs an ID");
+  if (options.account && options.account->find('/') != std::string::npos)
     throw WrongUsage("an account has no '/' in its name");
   if (options.paths.empty()) throw WrongUsage("no PATH is given");
   for (const auto& path : options.paths)
@@ -49,12 +54,14 @@ StatusOptions StatusOptions::parse(std::span<const char* const> arguments) {
       onlyPaths = true;
     } else if (argument == "--recursive") {
       options.recursive = true;
+    } else if (argument == "--watch") {
+      options.watch = true;
     } else if (argument == "--help" || argument == "-h") {
       options.help = true;
     } else if (argument == "--version") {
       options.version = true;
     } else if (auto account = rest.value(argument, "--account")) {
-      options.account = std::move(*account);
+      options.account = std::move(account);
     } else if (const auto format = rest.value(argument, "--format")) {
       options.format = formatNamed(*format);
     } else {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -13,9 +14,10 @@ using command_line::WrongUsage;
 /// What a person asked for.
 struct StatusOptions {
   using Format = command_line::Format;
-  std::string account;
+  std::optional<std::string> account;  ///< none: the running agent's
   Format format = Format::text;
   bool recursive = false;
+  bool watch = false;
   bool help = false;
   bool version = false;
   std::vector<std::string> paths;

@@ -10,6 +10,11 @@ namespace {
 struct Observer {
   std::string name;
   LocalNotificationCenter::Handler handler;
+  const void* object;
+
+  bool hears(const Notification& notification) const {
+    return name == notification.name && (object == nullptr || object == notification.object);
+  }
 };
 
 }  // namespace
@@ -28,8 +33,9 @@ LocalNotificationCenter& LocalNotificationCenter::defaultCenter() {
 }
 
 std::unique_ptr<LocalNotificationCenter::Observation> LocalNotificationCenter::observe(
-    std::string_view name, Handler handler) {
-  auto observer = std::make_shared<Observer>(Observer{std::string(name), std::move(handler)});
+    std::string_view name, Handler handler, const void* object) {
+  auto observer =
+      std::make_shared<Observer>(Observer{std::string(name), std::move(handler), object});
   {
     const MutexLock lock(state_->mutex);
     state_->observers.push_back(observer);
@@ -42,7 +48,7 @@ void LocalNotificationCenter::post(const Notification& notification) {
   {
     const MutexLock lock(state_->mutex);
     std::ranges::copy_if(state_->observers, std::back_inserter(told),
-                         [&](const auto& observer) { return observer->name == notification.name; });
+                         [&](const auto& observer) { return observer->hears(notification); });
   }
   for (const auto& observer : told) swallowing([&] { observer->handler(notification); });
 }

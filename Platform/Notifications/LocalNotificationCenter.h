@@ -13,6 +13,7 @@ namespace wevora::platform {
 /// A notification inside this process.
 struct Notification {
   std::string name;
+  const void* object = nullptr;  ///< who it is about: an identity, never followed
 };
 
 /// Hands notifications to the observers of their name, inside this process.
@@ -35,7 +36,9 @@ class LocalNotificationCenter {
   /// The one of the process.
   static LocalNotificationCenter& defaultCenter();
 
-  std::unique_ptr<Observation> observe(std::string_view name, Handler handler);
+  /// Hears of one object, or of all where it is null.
+  std::unique_ptr<Observation> observe(std::string_view name, Handler handler,
+                                       const void* object = nullptr);
   void post(const Notification& notification);
 
  private:

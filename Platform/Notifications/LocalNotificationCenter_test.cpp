@@ -16,6 +16,23 @@ TEST(LocalNotificationCenter, TellsTheObserversOfTheNameAndNoOthers) {
   EXPECT_EQ(heard, 1);
 }
 
+TEST(LocalNotificationCenter, AnObserverOfOneObjectHearsNothingOfAnother) {
+  LocalNotificationCenter center;
+  const int mine = 0;
+  const int other = 0;
+  int heard = 0;
+  int heardAll = 0;
+  const auto one = center.observe(
+      "name", [&](const Notification&) { ++heard; }, &mine);
+  const auto all = center.observe("name", [&](const Notification&) { ++heardAll; });
+  center.post({"name", &other});
+  center.post({"name"});
+  EXPECT_EQ(heard, 0);
+  center.post({"name", &mine});
+  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(heardAll, 3);
+}
+
 TEST(LocalNotificationCenter, AnObservationEndsWithItsObject) {
   LocalNotificationCenter center;
   int heard = 0;

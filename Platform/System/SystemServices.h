@@ -2,6 +2,8 @@
 
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
+#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/DistributedObjects/SocketConnections.h"
 #include "Platform/Runtime/Runtime.h"
 #include "Platform/Unmount/GioUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
@@ -16,6 +18,8 @@ struct SystemServices {
   SystemVolumes volumes;
   SqliteDatabases databases{clock};
   GioUnmountApprovals unmountApprovals{dispatch, volumes};
+  SocketConnections distributedObjects{LocalNotificationCenter::defaultCenter()};
+  BusNotificationCenter distributedNotifications;
   Runtime& runtime = Runtime::shared();
 
   /// Made at first use, never destroyed: worker threads may outlast the end of `main`.

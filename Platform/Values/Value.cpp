@@ -46,6 +46,10 @@ void Dictionary::set(std::string_view key, Value value) {
     entries_.emplace_back(std::string(key), std::move(value));
 }
 
+void Dictionary::append(std::string key, Value value) {
+  entries_.emplace_back(std::move(key), std::move(value));
+}
+
 const Value* Dictionary::find(std::string_view key) const {
   const auto place = std::ranges::find(entries_, key, &Entry::first);
   return place == entries_.end() ? nullptr : &place->second;

@@ -34,6 +34,8 @@ class Dictionary {
 
   /// Puts the value in the place of the key's old one, or at the end.
   void set(std::string_view key, Value value);
+  /// Puts the value at the end without a search; where the key is there, the earlier value counts.
+  void append(std::string key, Value value);
   const Value* find(std::string_view key) const;
   Value* find(std::string_view key);
 

@@ -141,7 +141,7 @@ TEST_F(ToolsTest, AnUnreadablePathIsSaidAndMakesTheExitStatusOne) {
 
 TEST_F(ToolsTest, AWrongCallEndsWithTwoAndOneLine) {
   for (const auto& outcome :
-       {status("/tmp"), status("--account 7"), status("--account 7 --no x"), agent(""),
+       {status("--watch"), status("--account 7"), status("--account 7 --no x"), agent(""),
         agent("init --account 7"), agent("fly --account 7"), agent("mark --account 7 x"),
         agent("scan --account a/b --volume /")}) {
     EXPECT_EQ(outcome.status, 2) << outcome.output;

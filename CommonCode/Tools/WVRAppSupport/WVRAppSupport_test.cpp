@@ -1,0 +1,311 @@
+#include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "CommonCode/Tools/WVRAppSupport/DefaultSettings.h"
+#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/PropertyLists/PropertyLists.h"
+#include "Platform/Support/TemporaryFolder.h"
+
+namespace wevora {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Dictionary;
+using platform::PropertyLists;
+using platform::Value;
+
+constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
+
+Dictionary defaults() {
+  return {{"HideDesktopItem", false}, {kOverlay, true}, {"KeepAlive", true}, {"RunAtLoad", true}};
+}
+
+class WVRAppSupportTest : public testing::Test {
+ protected:
+  std::unique_ptr<WVRAppSupport> support() {
+    return WVRAppSupport::initWithUserName(userName, paths);
+  }
+  static std::string contentsOf(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  static void put(const std::string& path, const std::string& text) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+  }
+  static void put(const std::string& path, const Dictionary& settings) {
+    put(path, PropertyLists::xml(settings).value());
+  }
+  static mode_t modeOf(const std::string& path) {
+    struct stat facts {};
+    EXPECT_EQ(::stat(path.c_str(), &facts), 0) << path;
+    return facts.st_mode & 07777U;
+  }
+  std::optional<Value> settings() const { return PropertyLists::read(file); }
+
+  platform::TemporaryFolder root;
+  platform::InstalledPaths paths = platform::InstalledPaths::belowRoot(root.path());
+  std::string userName = platform::loginName().value();
+  std::string folder = root.path("home/" + userName + "/.config/Wevora");
+  std::string file = folder + "/wevora-settings.plist";
+  std::string settingsTemplate = root.path("etc/xdg/Wevora/wevora-settings.plist");
+};
+
+TEST_F(WVRAppSupportTest, ThePathsAreTheSystemsOwn) {
+  EXPECT_STREQ(kUserAppSupportFilePath,
+               "/Users/%@/Library/Application Support/Wevora/wevora-settings.plist");
+  EXPECT_STREQ(kDefaultAppSupportFilePath,
+               "/Library/Application Support/Wevora/wevora-settings.plist");
+}
+
+TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateOnlyTheFolderIsMade) {
+  const auto mask = ::umask(077);
+  const auto object = support();
+  ::umask(mask);
+  EXPECT_EQ(modeOf(folder), 0755U);
+  EXPECT_EQ(modeOf(root.path("home/" + userName + "/.config")), 0755U);
+  EXPECT_FALSE(fs::exists(file));
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+}
+
+TEST_F(WVRAppSupportTest, AFolderThatIsThereKeepsItsMode) {
+  fs::create_directories(folder);
+  fs::permissions(folder, fs::perms::owner_all);
+  support();
+  EXPECT_EQ(modeOf(folder), 0700U);
+}
+
+TEST_F(WVRAppSupportTest, AMissingFileIsACopyOfTheTemplateWithTheDefaults) {
+  put(settingsTemplate, Dictionary{{"Other", "kept"}, {kOverlay, false}});
+  fs::permissions(settingsTemplate, fs::perms::owner_read);
+  const auto object = support();
+  auto expected = defaults();
+  expected.set("Other", "kept");
+  EXPECT_EQ(settings(), Value(expected));
+  EXPECT_EQ(modeOf(file), 0644U);
+  struct stat facts {};
+  ASSERT_EQ(::stat(file.c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_uid, ::getuid());
+  EXPECT_EQ(object->readKey(kOverlay), Value(true));
+}
+
+TEST_F(WVRAppSupportTest, TheTemplateIsNeverWritten) {
+  put(settingsTemplate, Dictionary{{"Other", "kept"}});
+  const auto before = contentsOf(settingsTemplate);
+  support()->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(contentsOf(settingsTemplate), before);
+}
+
+TEST_F(WVRAppSupportTest, AnEmptyDictionaryGetsTheDefaults) {
+  put(file, Dictionary());
+  support();
+  EXPECT_EQ(settings(), Value(defaults()));
+}
+
+TEST_F(WVRAppSupportTest, OneEntryIsEnoughToBeLeftAlone) {
+  put(file, Dictionary{{kOverlay, false}});
+  const auto before = contentsOf(file);
+  const auto object = support();
+  EXPECT_EQ(contentsOf(file), before);
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+  EXPECT_EQ(object->readKey("KeepAlive"), std::nullopt);
+}
+
+TEST_F(WVRAppSupportTest, AFileThatIsNoDictionaryIsFilledWithDefaultsInPlace) {
+  std::mt19937 random(3);
+  std::string noise(5000, '\0');
+  for (char& byte : noise) byte = static_cast<char>(random());
+  for (const auto& text :
+       {std::string(), noise, std::string("<plist version=\"1.0\"><array><true/></array></plist>"),
+        std::string("<plist version=\"1.0\"><dict><key>a</key>")}) {
+    put(file, text);
+    support();
+    EXPECT_EQ(settings(), Value(defaults()));
+    // Written over, not anew: what was longer has its end left.
+    EXPECT_GE(contentsOf(file).size(), text.size());
+  }
+}
+
+TEST_F(WVRAppSupportTest, AReadRepairsNothing) {
+  const auto object = support();
+  put(file, "broken");
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+  EXPECT_EQ(contentsOf(file), "broken");
+}
+
+TEST_F(WVRAppSupportTest, ABinaryFileIsReadAndLeftAlone) {
+  const std::string binary(
+      "bplist00\xD1\x01\x02\x58HideItem\x09\x08\x0B\x14\0\0\0\0\0\0\x01\x01"
+      "\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x15",
+      8 + 3 + 9 + 1 + 3 + 32);
+  put(file, binary);
+  const auto object = support();
+  EXPECT_EQ(contentsOf(file), binary);
+  EXPECT_EQ(object->readKey("HideItem"), Value(true));
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(settings(), Value(Dictionary{{"HideItem", true}, {kOverlay, false}}));
+}
+
+TEST_F(WVRAppSupportTest, AWrittenValueIsReadAndTheOtherKeysStay) {
+  put(file, Dictionary{{"Other", "kept"}});
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  object->writeKey("Text", Value("\xC3\xA9"));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+  EXPECT_EQ(settings(),
+            Value(Dictionary{{"Other", "kept"}, {kOverlay, false}, {"Text", "\xC3\xA9"}}));
+}
+
+TEST_F(WVRAppSupportTest, TheUserOfACallHasNoEffect) {
+  put(file, Dictionary{{kOverlay, false}});
+  const auto object = support();
+  for (const auto& user : {WVRAppSupport::Text("42"), WVRAppSupport::Text()})
+    EXPECT_EQ(object->readKey(kOverlay, user), object->readKey(kOverlay));
+  object->writeKey(kOverlay, Value(true), "42");
+  EXPECT_EQ(settings(), Value(Dictionary{{kOverlay, true}}));
+}
+
+TEST_F(WVRAppSupportTest, WritingNoValueOrUnderNoKeyDoesNotTouchTheFile) {
+  put(settingsTemplate, Dictionary{{"Other", "kept"}});
+  const auto object = support();
+  fs::remove(file);
+  object->writeKey(kOverlay, std::nullopt);
+  object->writeKey(std::nullopt, Value(true));
+  EXPECT_FALSE(fs::exists(file));
+  EXPECT_EQ(object->readKey(std::nullopt), std::nullopt);
+}
+
+TEST_F(WVRAppSupportTest, AShorterTextLeavesTheEndOfTheLongerOneBehindIt) {
+  put(file, Dictionary{{"Key", std::string(500, 'x')}});
+  const auto before = contentsOf(file);
+  const auto object = support();
+  object->writeKey("Key", Value("y"));
+  const auto shorter = PropertyLists::xml({{"Key", Value("y")}}).value();
+  EXPECT_EQ(contentsOf(file), shorter + before.substr(shorter.size()));
+  EXPECT_EQ(object->readKey("Key"), Value("y"));
+  object->writeKey("Key", Value("z"));
+  EXPECT_EQ(object->readKey("Key"), Value("z"));
+}
+
+TEST_F(WVRAppSupportTest, AWriteMakesAFileAnewThatHasGone) {
+  put(settingsTemplate, Dictionary{{"Other", "kept"}});
+  const auto object = support();
+  fs::remove_all(root.path("home"));
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+  EXPECT_EQ(object->readKey("Other"), Value("kept"));
+}
+
+TEST_F(WVRAppSupportTest, AWriteToABrokenFileStartsFromTheDefaults) {
+  const auto object = support();
+  put(file, "broken");
+  object->writeKey(kOverlay, Value(false));
+  auto expected = defaults();
+  expected.set(kOverlay, false);
+  EXPECT_EQ(settings(), Value(expected));
+}
+
+TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateNothingIsWritten) {
+  support()->writeKey(kOverlay, Value(false));
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(WVRAppSupportTest, AValueThatHasNoXmlFormIsNotWritten) {
+  put(file, Dictionary{{kOverlay, false}});
+  const auto before = contentsOf(file);
+  const auto object = support();
+  object->writeKey("Key", Value("\xFF"));
+  object->writeKey("\xFF", Value(true));
+  EXPECT_EQ(contentsOf(file), before);
+}
+
+TEST_F(WVRAppSupportTest, RestoringPutsTheTemplateInTheFilesPlace) {
+  put(settingsTemplate, Dictionary{{"Other", "kept"}});
+  put(file, Dictionary{{kOverlay, false}});
+  const auto object = support();
+  object->restoreUserAppSupportFile();
+  EXPECT_EQ(settings(), Value(Dictionary{{"Other", "kept"}}));
+  EXPECT_EQ(modeOf(file), 0644U);
+  fs::remove(settingsTemplate);
+  object->restoreUserAppSupportFile();
+  EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(WVRAppSupportTest, WritingTheDefaultsOverwritesTheFourKeysOnly) {
+  put(file, Dictionary{{"RunAtLoad", "odd"}, {"Other", "kept"}, {kOverlay, false}});
+  support()->writeDefaultSettingsForUserIfNeed();
+  auto expected = defaults();
+  expected.set("Other", "kept");
+  EXPECT_EQ(settings(), Value(expected));
+}
+
+TEST_F(WVRAppSupportTest, SomethingElseInTheFilesPlaceDoesNotKeepTheCaller) {
+  fs::create_directories(folder);
+  ASSERT_EQ(::mkfifo(file.c_str(), 0644), 0);
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+  fs::remove(file);
+  fs::create_directory(file);
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+}
+
+TEST_F(WVRAppSupportTest, TheArgumentOfInitHasNoEffect) {
+  put(file, Dictionary{{kOverlay, false}});
+  EXPECT_EQ(WVRAppSupport::initWith(std::string("42"), paths)->readKey(kOverlay), Value(false));
+  EXPECT_EQ(WVRAppSupport::initWith(nullptr, paths)->readKey(kOverlay), Value(false));
+}
+
+TEST_F(WVRAppSupportTest, AnUnknownUserHasNoSettingsAndLosesNone) {
+  for (const auto& user : {WVRAppSupport::Text(), WVRAppSupport::Text("no such user")}) {
+    const auto object = WVRAppSupport::initWithUserName(user, platform::InstalledPaths());
+    object->writeKey(kOverlay, Value(false));
+    EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+  }
+}
+
+TEST_F(WVRAppSupportTest, ThreadsMayShareAnObject) {
+  put(file, defaults());
+  const auto object = support();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([&object, i] {
+      for (int round = 0; round < 50; ++round) {
+        object->writeKey("Key " + std::to_string(i), Value(std::int64_t{round}));
+        object->readKey(kOverlay);
+      }
+    });
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(support()->readKey(kOverlay), Value(true));
+}
+
+TEST(DefaultSettingsTest, AnAccountHasTheSameFourKeysInADictionaryOfItsOwn) {
+  Dictionary settings{{"Other", true}};
+  setDefaultSettings(settings, "42");
+  auto expected = defaults();
+  expected.set("Other", true);
+  expected.set("42", defaults());
+  EXPECT_EQ(settings, expected);
+}
+
+TEST(DefaultSettingsTest, AnAccountsOwnDictionaryKeepsItsOtherKeys) {
+  Dictionary settings{{"42", Dictionary{{"Own", "kept"}, {kOverlay, false}}}};
+  setDefaultSettings(settings, "42");
+  auto own = defaults();
+  own.set("Own", "kept");
+  EXPECT_EQ(*valueAs<Dictionary>(settings, "42"), own);
+}
+
+}  // namespace
+}  // namespace wevora

@@ -1,0 +1,326 @@
+#include <algorithm>
+#include <set>
+
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include "Connector/DaemonConnectionProxy.h"
+#include "Connector/DaemonConnectionService.h"
+#include "Platform/DistributedObjects/PublishedService.h"
+#include "Platform/DistributedObjects/SocketConnections.h"
+#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/ServiceThread/ServiceThread.h"
+#include "Tests/TestAgent/TestAgent.h"
+
+namespace wevora {
+namespace {
+
+using platform::Array;
+using platform::Dictionary;
+using platform::Value;
+using platform::valueAs;
+using testing_host::TestAgent;
+
+TEST(DaemonConnectionNameTest, HoldsTheUserNameAndTheSeed) {
+  EXPECT_EQ(daemonConnectionNameAndSeed("alice", 7), "com.Wevora.client.connection.alice.7");
+  EXPECT_EQ(daemonConnectionNameAndSeed("alice", 0), "com.Wevora.client.connection.alice.0");
+}
+
+TEST(DaemonConnectionNameTest, ThirtySeedsAreTriedSoThatSeed30IsNeverFormed) {
+  EXPECT_EQ(daemonConnectionNameMaximalSeed(), 30U);
+}
+
+TEST(DaemonConnectionNameTest, WithoutAUserNameThereIsNoName) {
+  EXPECT_FALSE(daemonConnectionNameAndSeed(std::nullopt, 1));
+}
+
+TEST(DaemonConnectionNameTest, ASeedIsAnUnsignedDecimalAndAUserNameIsNoTemplate) {
+  EXPECT_EQ(daemonConnectionNameAndSeed("%u%@", 4294967295U),
+            "com.Wevora.client.connection.%u%@.4294967295");
+}
+
+TEST(DaemonConnectionStatusTest, EveryStatusHasItsLabelAndAnyOtherNumberTheDefaultOne) {
+  EXPECT_STREQ(daemonConnectionStatusLabel(0), "CONNECTION_STATUS_DID_NOT_LOGGEDIN");
+  EXPECT_STREQ(daemonConnectionStatusLabel(1), "CONNECTION_STATUS_LOGIN_IN_PROGRESS");
+  EXPECT_STREQ(daemonConnectionStatusLabel(2), "CONNECTION_STATUS_LOGGEDIN");
+  EXPECT_STREQ(daemonConnectionStatusLabel(3), "DEFAULT");
+  EXPECT_STREQ(daemonConnectionStatusLabel(-1), "DEFAULT");
+}
+
+TEST(NotificationNamesTest, TheReachabilityNotificationHasNoSuffixUnlikeItsSiblings) {
+  EXPECT_STREQ(kIDaemonConnectionServerReachabilityChanged,
+               "kIDaemonConnectionServerReachabilityChanged");
+  EXPECT_STREQ(kIDaemonConnectionDeviceErrorNotification,
+               "kIDaemonConnectionDeviceErrorNotification");
+}
+
+// The record.
+
+std::vector<std::string> keysOf(const WVRAccountInfo& record) {
+  Coder coder;
+  record.encodeWithCoder(coder);
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : *coder.objects().at(0).as<Dictionary>()) keys.push_back(key);
+  return keys;
+}
+
+WVRAccountInfo decoded(Value object) {
+  Coder coder(std::move(object));
+  return WVRAccountInfo::initWithCoder(coder);
+}
+
+WVRAccountInfo emptyRecord() {
+  return WVRAccountInfo::initWithLastName({}, {}, {}, {}, false, false, 0, {});
+}
+
+TEST(WVRAccountInfoTest, TheArchiveIsOneDictionaryInTheFixedOrder) {
+  EXPECT_EQ(
+      keysOf(TestAgent::accountOf("42")),
+      (std::vector<std::string>{"kFirstNameKey", "kLastNameKey", "kEmailKey", "kSignupDateKey",
+                                "kCourierDriveBillingInfoRequired", "kCourierDriveProhibitedKey",
+                                "kPlanSizeGBKey", "kClientIDKey"}));
+}
+
+TEST(WVRAccountInfoTest, WithoutAFirstNameAndAClientIdTheArchiveHasSixEntries) {
+  const auto record = WVRAccountInfo::initWithLastName("L", std::nullopt, "e", platform::Date{1},
+                                                       false, true, 5, std::nullopt);
+  EXPECT_EQ(keysOf(record),
+            (std::vector<std::string>{"kLastNameKey", "kEmailKey", "kSignupDateKey",
+                                      "kCourierDriveBillingInfoRequired",
+                                      "kCourierDriveProhibitedKey", "kPlanSizeGBKey"}));
+}
+
+TEST(WVRAccountInfoTest, WithNoTextsTheThreeNumbersAreArchivedAllTheSame) {
+  EXPECT_EQ(keysOf(emptyRecord()),
+            (std::vector<std::string>{"kCourierDriveBillingInfoRequired",
+                                      "kCourierDriveProhibitedKey", "kPlanSizeGBKey"}));
+}
+
+TEST(WVRAccountInfoTest, MissingKeysDecodeToNoneNoAndZero) {
+  EXPECT_EQ(decoded(Dictionary()), emptyRecord());
+}
+
+TEST(WVRAccountInfoTest, AnArchiveThatIsNoDictionaryDecodesToAnEmptyRecord) {
+  EXPECT_EQ(decoded(Array{"a"}), emptyRecord());
+  Coder nothing;
+  EXPECT_EQ(WVRAccountInfo::initWithCoder(nothing), emptyRecord());
+}
+
+TEST(WVRAccountInfoTest, EntriesOfOtherTypesAreAbsent) {
+  const auto record = decoded(Dictionary{{"kFirstNameKey", Value(true)},
+                                         {"kClientIDKey", Value(std::int64_t{7})},
+                                         {"kSignupDateKey", Value("yesterday")},
+                                         {"kPlanSizeGBKey", Value("12")},
+                                         {"kCourierDriveProhibitedKey", Value("YES")}});
+  EXPECT_FALSE(record.firstName());
+  EXPECT_FALSE(record.clientID());
+  EXPECT_FALSE(record.signupDate());
+  EXPECT_EQ(record.planSizeGB(), 12);
+  EXPECT_TRUE(record.courierDriveProhibited());
+}
+
+TEST(WVRAccountInfoTest, ACopyAndAnArchivedAndUnarchivedRecordHaveEqualValues) {
+  const auto record = WVRAccountInfo::initWithLastName(
+      "Last", "First", "e@x", platform::Date{-5.25}, true, false, 1LL << 40, "id");
+  EXPECT_EQ(record.copyWithZone(), record);
+  Coder coder;
+  record.encodeWithCoder(coder);
+  EXPECT_EQ(WVRAccountInfo::initWithCoder(coder), record);
+  EXPECT_EQ(record.lastName(), "Last");
+  EXPECT_EQ(record.firstName(), "First");
+  EXPECT_EQ(record.email(), "e@x");
+  EXPECT_EQ(record.signupDate(), platform::Date{-5.25});
+  EXPECT_TRUE(record.courierDriveProhibited());
+  EXPECT_FALSE(record.courierDriveBillingInfoRequired());
+  EXPECT_EQ(record.planSizeGB(), 1LL << 40);
+  EXPECT_EQ(record.clientID(), "id");
+}
+
+TEST(WVRAccountInfoTest, TheBillingKeyHasNoSuffix) {
+  EXPECT_STREQ(kCourierDriveBillingInfoRequiredKey, "kCourierDriveBillingInfoRequired");
+}
+
+TEST(WVRAccountInfoTest, ARecordTravelsByCopyOnlyWhereTheCoderSaysSo) {
+  const auto record = emptyRecord();
+  EXPECT_EQ(record.replacementObjectForPortCoder({.isBycopy = true}), &record);
+  EXPECT_EQ(record.replacementObjectForPortCoder({.isBycopy = false}), nullptr);
+}
+
+// The protocol.
+
+TEST(IDaemonConnectionTest, HasTwentyEightMethodsOfWhichTheBundleUsesThree) {
+  const auto methods = daemonConnectionMethods();
+  ASSERT_EQ(methods.size(), 28U);
+  EXPECT_STREQ(methods.front().selector, "connectionStatus");
+  EXPECT_STREQ(methods.back().selector, "distributedNotificationObject");
+  std::vector<std::string> used;
+  for (const auto& method : methods)
+    if (method.used) used.emplace_back(method.selector);
+  EXPECT_EQ(used, (std::vector<std::string>{"connectionStatus", "accountInfo",
+                                            "distributedNotificationObject"}));
+}
+
+/// The letter of an encoding's result: "c16@0:8" -> "c", "O@16@0:8" -> "O@".
+std::string resultOf(std::string encoding) {
+  return encoding.substr(0, encoding.find_first_of("0123456789"));
+}
+
+TEST(IDaemonConnectionTest, QualifiersAndResultsAgreeWithTheEncodings) {
+  for (const auto& method : daemonConnectionMethods()) {
+    const std::string encoding = method.encoding;
+    EXPECT_EQ(std::string(method.resultQualifiers) == "bycopy", resultOf(encoding) == "O@")
+        << method.selector;
+    const bool out = encoding.find("oO^@") != std::string::npos;
+    const bool in = encoding.find("nO@") != std::string::npos;
+    EXPECT_EQ(std::string(method.argumentQualifiers) == "out bycopy", out) << method.selector;
+    EXPECT_EQ(std::string(method.argumentQualifiers) == "in bycopy", in) << method.selector;
+  }
+}
+
+/// The agent behind a real socket.
+class DaemonConnectionTest : public testing::Test {
+ protected:
+  DaemonConnectionTest() {
+    thread.perform([&] {
+      service = platform::PublishedService::publish(
+          *daemonConnectionNameAndSeed("alice", 7), daemonConnectionProtocol(),
+          [&](const std::string& method, const Array& arguments) {
+            return answerOfDaemonConnection(agent, method, arguments);
+          },
+          folder.path());
+    });
+    connection =
+        objects.connectionWithSendPort(objects.portForName("com.Wevora.client.connection.alice.7"));
+    if (connection) remote = daemonConnectionOver(connection->rootProxy());
+  }
+  ~DaemonConnectionTest() override {
+    thread.perform([&] { service.reset(); });
+  }
+  void SetUp() override { ASSERT_TRUE(remote); }
+
+  platform::TemporaryFolder folder;
+  TestAgent agent;
+  testing_host::ServiceThread thread;
+  std::unique_ptr<platform::PublishedService> service;
+  platform::LocalNotificationCenter center;
+  platform::SocketConnections objects{center, folder.path()};
+  std::shared_ptr<platform::Connection> connection;
+  std::shared_ptr<IDaemonConnection> remote;
+};
+
+TEST_F(DaemonConnectionTest, ThePeersIntrospectionHasTheInterfaceWithAllMethodsAndTheProperty) {
+  const auto text = connection->rootProxy()->call(
+      {"org.freedesktop.DBus.Introspectable",
+       R"(<node><interface name="org.freedesktop.DBus.Introspectable"><method name="Introspect">
+          <arg type="s" direction="out"/></method></interface></node>)"},
+      "Introspect", {});
+  ASSERT_TRUE(text);
+  const std::string xml = *text->at(0).as<std::string>();
+  const std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)> node(
+      g_dbus_node_info_new_for_xml(xml.c_str(), nullptr), &g_dbus_node_info_unref);
+  ASSERT_TRUE(node);
+  auto* interface = g_dbus_node_info_lookup_interface(node.get(), "com.Wevora.IDaemonConnection");
+  ASSERT_NE(interface, nullptr);
+  std::vector<std::string> found;
+  for (auto** method = interface->methods; *method != nullptr; ++method)
+    found.emplace_back((*method)->name);
+  std::vector<std::string> wanted;
+  for (const auto& method : daemonConnectionMethods()) wanted.push_back(wireName(method.selector));
+  EXPECT_EQ(found, wanted);
+  EXPECT_EQ(wireName("isConfigurationUnavailableForDeviceWithID:"),
+            "isConfigurationUnavailableForDeviceWithID_");
+  const auto* property = g_dbus_interface_info_lookup_property(interface, "connectionStatus");
+  ASSERT_NE(property, nullptr);
+  EXPECT_STREQ(property->signature, "i");
+  EXPECT_EQ(property->flags, G_DBUS_PROPERTY_INFO_FLAGS_READABLE);
+  EXPECT_STREQ(kConnectionStatusPropertyAttributes, "Ti,R,N");
+  EXPECT_TRUE(connection->rootProxy()->conformsToProtocol(daemonConnectionProtocol()));
+}
+
+TEST_F(DaemonConnectionTest, TheAccountRecordTravelsByValue) {
+  EXPECT_EQ(remote->accountInfo(), agent.account);
+  agent.account.reset();
+  EXPECT_FALSE(remote->accountInfo());
+  agent.account = emptyRecord();
+  EXPECT_EQ(remote->accountInfo(), agent.account);
+}
+
+TEST_F(DaemonConnectionTest, TheStatusIsAMethodAndAProperty) {
+  agent.status = -2;
+  EXPECT_EQ(remote->connectionStatus(), -2);
+  const auto property = connection->rootProxy()->call(
+      {"org.freedesktop.DBus.Properties",
+       R"(<node><interface name="org.freedesktop.DBus.Properties"><method name="Get">
+          <arg type="s" direction="in"/><arg type="s" direction="in"/>
+          <arg type="v" direction="out"/></method></interface></node>)"},
+      "Get", {"com.Wevora.IDaemonConnection", "connectionStatus"});
+  EXPECT_EQ(property, Array{std::int64_t{-2}});
+}
+
+TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
+  using Text = IDaemonConnection::Text;
+  EXPECT_TRUE(remote->isServerReachable());
+  remote->setPreviousConfiguringStatusToConfigured();
+  EXPECT_EQ(remote->previousConfiguringStatus(), -4);
+  EXPECT_TRUE(remote->isConfigurationUnavailableForDeviceWithID("d"));
+  EXPECT_EQ(remote->getFolderTreeForDeviceWithUID("u"), (Dictionary{{"tree", Value("u")}}));
+  remote->cancelUserAction();
+  remote->retryUserAction();
+  remote->userNotifiedAboutWaitingOfAction();
+  remote->enableBackupForDevicesWithIDs({"a", "b"}, {"c"}, {{"a", Value("/")}});
+  Text device;
+  Array remaining;
+  Text error = "old";
+  EXPECT_EQ(remote->deviceConfiguringStatusAndIDOfCurrentDevice(device, remaining, error), 7U);
+  EXPECT_EQ(device, "device 1");
+  EXPECT_EQ(remaining, (Array{"device 2", "device 3"}));
+  EXPECT_FALSE(error);
+  EXPECT_EQ(remote->commonInfo(), (Dictionary{{"info", Value("common")}}));
+  remote->updateBandwidthOptions({{"x", Value(true)}});
+  EXPECT_EQ(remote->currentBandwidth(), (Dictionary{{"bandwidth", Value(1.5)}}));
+  EXPECT_EQ(remote->bandwidthOptions(), (Dictionary{{"options", Value(true)}}));
+  EXPECT_EQ(remote->deviceList(), Array{Value(Dictionary{{"id", Value("device 1")}})});
+  remote->sendLog("text", 3, true);
+  EXPECT_FALSE(remote->lastPassword());
+  EXPECT_EQ(remote->lastLoginEmail(), "first@example.org");
+  EXPECT_EQ(remote->clientVersion(), "1.2.3");
+  remote->logout();
+  remote->loginWithEmail("e", "p");
+  remote->signUpWithFirstName("f", std::nullopt, "e", "p");
+  EXPECT_EQ(remote->udidWithLocation("l"), "udid of l");
+  remote->updateUDIDWithLocation("l");
+  remote->performCallback("c");
+  EXPECT_EQ(remote->distributedNotificationObject(), "agent of a test");
+  remote->connectionStatus();
+  remote->accountInfo();
+
+  std::set<std::string> reached;
+  for (const auto& call : agent.calls) reached.insert(call.substr(0, call.find(' ')));
+  std::set<std::string> wanted;
+  for (const auto& method : daemonConnectionMethods()) wanted.insert(method.selector);
+  EXPECT_EQ(reached, wanted);
+  EXPECT_TRUE(std::ranges::count(agent.calls, "sendLog:logLevel:withBacktrace: text 3 YES"));
+  EXPECT_TRUE(
+      std::ranges::count(agent.calls, "signUpWithFirstName:lastName:email:password: f none e p"));
+}
+
+TEST_F(DaemonConnectionTest, WithoutAnAgentEveryAnswerIsNoneNoOrZero) {
+  thread.perform([&] { service.reset(); });
+  EXPECT_EQ(remote->connectionStatus(), 0);
+  EXPECT_FALSE(remote->isServerReachable());
+  EXPECT_FALSE(remote->accountInfo());
+  EXPECT_FALSE(remote->distributedNotificationObject());
+  EXPECT_TRUE(remote->deviceList().empty());
+  EXPECT_TRUE(remote->commonInfo().empty());
+}
+
+TEST(DaemonConnectionServiceTest, CallsThatAreNotTheProtocolsHaveNoAnswer) {
+  TestAgent agent;
+  EXPECT_FALSE(answerOfDaemonConnection(agent, "unknown", {}));
+  EXPECT_FALSE(answerOfDaemonConnection(agent, "accountInfo", {"one too many"}));
+  EXPECT_FALSE(answerOfDaemonConnection(agent, "performCallback_", {}));
+  EXPECT_TRUE(agent.calls.empty());
+}
+
+}  // namespace
+}  // namespace wevora

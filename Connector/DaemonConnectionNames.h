@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace wevora {
+
+/// The name of the agent's service, with a login name and a seed for its placeholders.
+inline constexpr const char* kIDaemonConnectionNameTemplate = "com.Wevora.client.connection.%@.%u";
+
+/// None where there is no user name.
+std::optional<std::string> daemonConnectionNameAndSeed(const std::optional<std::string>& userName,
+                                                       std::uint32_t seed);
+/// How many seeds there are: valid ones are 0 to one below it.
+std::uint32_t daemonConnectionNameMaximalSeed();
+
+/// What the agent's connection to its server is doing.
+enum DaemonConnectionStatus : std::int32_t {
+  CONNECTION_STATUS_DID_NOT_LOGGEDIN = 0,
+  CONNECTION_STATUS_LOGIN_IN_PROGRESS = 1,
+  CONNECTION_STATUS_LOGGEDIN = 2,
+};
+/// The name of a status; "DEFAULT" for any other number.
+const char* daemonConnectionStatusLabel(std::int32_t status);
+
+// Notifications between the agent and its clients. Those of the agent carry its
+// distributedNotificationObject.
+inline constexpr const char* kIDaemonConnectionBecomeAvailableNotification =
+    "kIDaemonConnectionBecomeAvailableNotification";
+inline constexpr const char* kIDaemonConnectionAccountInfoChangedNotification =
+    "kIDaemonConnectionAccountInfoChangedNotification";
+inline constexpr const char* kIDaemonConnectionConnectionStatusChangedNotification =
+    "kIDaemonConnectionConnectionStatusChangedNotification";
+inline constexpr const char* kIDaemonConnectionWVREventNotification =
+    "kIDaemonConnectionWVREventNotification";
+inline constexpr const char* kIDaemonConnectionNewMessageReceivedNotification =
+    "kIDaemonConnectionNewMessageReceivedNotification";
+inline constexpr const char* kIDaemonConnectionAutoLoginUDIDChangedNotification =
+    "kIDaemonConnectionAutoLoginUDIDChangedNotification";
+inline constexpr const char* kIDaemonConnectionBandwidthOptionsChangedNotification =
+    "kIDaemonConnectionBandwidthOptionsChangedNotification";
+inline constexpr const char* kIDaemonConnectionLoginErrorNotification =
+    "kIDaemonConnectionLoginErrorNotification";
+inline constexpr const char* kIDaemonConnectionDeviceConfigurationStatusChangedNotification =
+    "kIDaemonConnectionDeviceConfigurationStatusChangedNotification";
+inline constexpr const char* kIDaemonConnectionDevicePreviousConfiguringStatusChangedNotification =
+    "kIDaemonConnectionDevicePreviousConfiguringStatusChangedNotification";
+inline constexpr const char* kIDaemonConnectionDeviceListChangedNotification =
+    "kIDaemonConnectionDeviceListChangedNotification";
+inline constexpr const char* kIDaemonConnectionDeviceErrorNotification =
+    "kIDaemonConnectionDeviceErrorNotification";
+/// The one whose name does not end in "Notification".
+inline constexpr const char* kIDaemonConnectionServerReachabilityChanged =
+    "kIDaemonConnectionServerReachabilityChanged";
+
+/// An object for notifications that the bundle does not use.
+inline constexpr const char* kIDaemonConnectionCommonDistributedNotificationObject =
+    "kIDaemonConnectionCommonDistributedNotificationObject";
+
+// What the userInfo of kIDaemonConnectionWVREventNotification holds: arrays of texts.
+inline constexpr const char* kIDaemonConnectionWVREventNotificationPathsKey =
+    "kIDaemonConnectionWVREventNotificationPathsKey";
+inline constexpr const char* kIDaemonConnectionWVREventNotificationEventsKey =
+    "kIDaemonConnectionWVREventNotificationEventsKey";
+
+/// The settings key that switches the badges; absent means on.
+inline constexpr const char* kFinderOverlayEnabledKey = "kFinderOverlayEnabledKey";
+/// Posted by whoever changed that setting.
+inline constexpr const char* kFinderOverlayChanged = "kFinderOverlayChanged";
+
+}  // namespace wevora

@@ -1,0 +1,219 @@
+#include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
+
+#include <utility>
+#include <vector>
+
+#include "Connector/DaemonConnectionProxy.h"
+#include "Platform/Strings/Strings.h"
+
+namespace wevora {
+namespace {
+
+using platform::Array;
+using platform::DistributedNotification;
+using platform::valueAs;
+
+constexpr const char* kRemovedEvent = "Removed";
+
+/// The texts of an array in a notification; one that is absent or of another type has none.
+std::vector<std::string> textsIn(const DistributedNotification& notification, const char* key) {
+  std::vector<std::string> texts;
+  const auto* values = valueAs<Array>(notification.userInfo, key);
+  if (values == nullptr) return texts;
+  texts.reserve(values->size());
+  for (const auto& value : *values)
+    if (const auto* text = value.as<std::string>()) texts.push_back(*text);
+  return texts;
+}
+
+}  // namespace
+
+WVAgentConnector::WVAgentConnector(WVAgentConnectorServices services)
+    : services_(std::move(services)) {
+  subscribeToFinderOverlayEnabledNotifications();
+}
+
+void WVAgentConnector::connect() {
+  if (const auto port = findPort()) openConnection(port);
+  if (_daemonConnection) {
+    setAccountId(clientID());
+    startObservingEventNotification();
+    checkConnectionStatus();
+    startObservingConnectionBecomeUnvailableNotification();
+    startReceivingAccountInfo();
+    startReceivingConnectionStatusNotifications();
+    services_.engine.updateDesktopForce(false);
+  } else {
+    startToObserveConnectionBecomeAvailableNotification();
+  }
+  checkEnabled();
+}
+
+std::shared_ptr<platform::SendPort> WVAgentConnector::findPort() {
+  for (std::uint32_t seed = 0; seed < daemonConnectionNameMaximalSeed(); ++seed) {
+    const auto name = daemonConnectionNameAndSeed(services_.userName, seed);
+    if (!name) return nullptr;
+    if (auto port = services_.distributedObjects.portForName(*name)) return port;
+  }
+  return nullptr;
+}
+
+void WVAgentConnector::openConnection(const std::shared_ptr<platform::SendPort>& port) {
+  _clientServerConnection = services_.distributedObjects.connectionWithSendPort(port);
+  if (!_clientServerConnection) return;
+  _clientServerConnection->enableMultipleThreads();
+  auto root = _clientServerConnection->rootProxy();
+  if (!root || !root->conformsToProtocol(daemonConnectionProtocol())) return;
+  _daemonConnection = daemonConnectionOver(std::move(root));
+  _distributedNotificationObject = _daemonConnection->distributedNotificationObject();
+}
+
+WVAgentConnector::Text WVAgentConnector::clientID() const {
+  const auto account = _daemonConnection ? _daemonConnection->accountInfo() : std::nullopt;
+  return account ? account->clientID() : std::nullopt;
+}
+
+void WVAgentConnector::checkEnabled() {
+  const auto accountId = clientID();
+  setAccountId(accountId);
+  const auto value = appSupport->readKey(kFinderOverlayEnabledKey, accountId);
+  const bool enabled = !value || value->boolValue();
+  if (enabled && accountId)
+    turnOnIcons();
+  else
+    turnOffIcons();
+}
+
+void WVAgentConnector::turnOnIcons() {
+  services_.engine.setTurnedOn(true);
+}
+
+void WVAgentConnector::turnOffIcons() {
+  services_.engine.setTurnedOn(false);
+}
+
+void WVAgentConnector::setAccountId(const Text& accountId) {
+  appSupport.reset();
+  appSupport = services_.appSupport(accountId);
+  services_.engine.reinit();
+  services_.engine.setAccountIdOfPool(accountId);
+  services_.engine.reinitPool();
+}
+
+void WVAgentConnector::checkConnectionStatus() {
+  if (!_daemonConnection) return;
+  switch (_daemonConnection->connectionStatus()) {
+    case CONNECTION_STATUS_LOGGEDIN:
+    case CONNECTION_STATUS_DID_NOT_LOGGEDIN:
+      checkEnabled();
+      services_.engine.reinit();
+      break;
+    default:
+      break;
+  }
+}
+
+void WVAgentConnector::wvrEventNotificationReceived(const DistributedNotification& notification) {
+  for (const auto& event : textsIn(notification, kIDaemonConnectionWVREventNotificationEventsKey)) {
+    if (event != kRemovedEvent) continue;
+    services_.engine.updateWindows();
+    services_.engine.reinit();
+  }
+  auto paths = textsIn(notification, kIDaemonConnectionWVREventNotificationPathsKey);
+  for (auto& path : paths) path = platform::lowercased(path);
+  services_.engine.updateDesktopForce(false);
+  services_.engine.updateNodesWithPath(std::move(paths));
+}
+
+void WVAgentConnector::accountInfoDidChanged() {
+  setAccountId(clientID());
+}
+
+void WVAgentConnector::finderOverlayChangedNotificationReceived() {
+  checkEnabled();
+}
+
+void WVAgentConnector::connectionDidDie() {
+  _daemonConnection.reset();
+  checkEnabled();
+  stopReceivingAccountInfo();
+  stopObservingEventNotification();
+  stopReceivingConnectionStatusNotifications();
+  stopObservingConnectionBecomeUnvailableNotification();
+  startToObserveConnectionBecomeAvailableNotification();
+}
+
+void WVAgentConnector::connectionAlive() {
+  services_.engine.setAccountIdOfPool(clientID());
+  stopToObserveConnectionBecomeAvailableNotification();
+  connect();
+}
+
+template <class Handler>
+WVAgentConnector::Observation WVAgentConnector::observe(const char* name, const Text& object,
+                                                        Handler handler) {
+  return services_.distributedCenter.observe(
+      name, object, [this, handler](const DistributedNotification& notification) {
+        handler(*this, notification);
+      });
+}
+
+void WVAgentConnector::subscribeToFinderOverlayEnabledNotifications() {
+  overlayObservation_ = observe(
+      kFinderOverlayChanged, std::nullopt,
+      [](WVAgentConnector& self, const auto&) { self.finderOverlayChangedNotificationReceived(); });
+}
+
+void WVAgentConnector::startObservingEventNotification() {
+  eventObservation_ =
+      observe(kIDaemonConnectionWVREventNotification, _distributedNotificationObject,
+              [](WVAgentConnector& self, const auto& notification) {
+                self.wvrEventNotificationReceived(notification);
+              });
+}
+
+void WVAgentConnector::stopObservingEventNotification() {
+  eventObservation_.reset();
+}
+
+void WVAgentConnector::startReceivingAccountInfo() {
+  accountObservation_ =
+      observe(kIDaemonConnectionAccountInfoChangedNotification, _distributedNotificationObject,
+              [](WVAgentConnector& self, const auto&) { self.accountInfoDidChanged(); });
+}
+
+void WVAgentConnector::stopReceivingAccountInfo() {
+  accountObservation_.reset();
+}
+
+void WVAgentConnector::startReceivingConnectionStatusNotifications() {
+  statusObservation_ =
+      observe(kIDaemonConnectionConnectionStatusChangedNotification, _distributedNotificationObject,
+              [](WVAgentConnector& self, const auto&) { self.checkConnectionStatus(); });
+}
+
+void WVAgentConnector::stopReceivingConnectionStatusNotifications() {
+  statusObservation_.reset();
+}
+
+void WVAgentConnector::startToObserveConnectionBecomeAvailableNotification() {
+  availableObservation_ =
+      observe(kIDaemonConnectionBecomeAvailableNotification, std::nullopt,
+              [](WVAgentConnector& self, const auto&) { self.connectionAlive(); });
+}
+
+void WVAgentConnector::stopToObserveConnectionBecomeAvailableNotification() {
+  availableObservation_.reset();
+}
+
+void WVAgentConnector::startObservingConnectionBecomeUnvailableNotification() {
+  unavailableObservation_ = services_.localCenter.observe(
+      platform::kNSConnectionDidDieNotification,
+      [this](const platform::Notification&) { connectionDidDie(); }, _clientServerConnection.get());
+}
+
+void WVAgentConnector::stopObservingConnectionBecomeUnvailableNotification() {
+  unavailableObservation_.reset();
+}
+
+}  // namespace wevora

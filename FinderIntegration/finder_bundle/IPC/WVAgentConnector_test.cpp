@@ -1,0 +1,669 @@
+#include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
+
+#include <functional>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Connector/DaemonConnectionNames.h"
+#include "Connector/DaemonConnectionService.h"
+#include "Tests/TestAgent/TestAgent.h"
+
+namespace wevora {
+namespace {
+
+using platform::Array;
+using platform::Dictionary;
+using platform::DistributedNotification;
+using platform::Value;
+using testing_host::TestAgent;
+using Text = std::optional<std::string>;
+using Log = std::vector<std::string>;
+
+std::string named(const Text& text) {
+  return text.value_or("none");
+}
+
+Log joined(std::initializer_list<Log> parts) {
+  Log all;
+  for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+// Collaborators that note what is asked of them, all in one log.
+
+struct Service {
+  TestAgent agent;
+  bool takesConnections = true;
+  bool conforms = true;
+};
+
+class NotingConnection : public platform::Connection {
+ public:
+  class Root : public platform::RootProxy {
+   public:
+    Root(Log& log, Service& service) : log_(log), service_(service) {}
+    ~Root() override { log_.emplace_back("release proxy"); }
+    bool conformsToProtocol(const platform::WireProtocol& protocol) override {
+      log_.push_back("conforms to " + protocol.interfaceName);
+      return service_.conforms;
+    }
+    std::optional<Array> call(const platform::WireProtocol&, std::string_view method,
+                              const Array& arguments) override {
+      log_.push_back("agent " + std::string(method));
+      return answerOfDaemonConnection(service_.agent, std::string(method), arguments);
+    }
+
+   private:
+    Log& log_;
+    Service& service_;
+  };
+
+  NotingConnection(Log& log, Service& service) : log_(log), service_(service) {}
+  void enableMultipleThreads() override { log_.emplace_back("enable multiple threads"); }
+  std::shared_ptr<platform::RootProxy> rootProxy() override {
+    log_.emplace_back("root proxy");
+    return std::make_shared<Root>(log_, service_);
+  }
+
+ private:
+  Log& log_;
+  Service& service_;
+};
+
+class NotingObjects : public platform::DistributedObjects {
+ public:
+  explicit NotingObjects(Log& log) : log_(log) {}
+
+  Service& publish(std::uint32_t seed) { return services_[nameOf(seed)]; }
+  void remove(std::uint32_t seed) { services_.erase(nameOf(seed)); }
+  const platform::Connection* connection() const { return connection_.lock().get(); }
+
+  std::shared_ptr<platform::SendPort> portForName(const std::string& name) override {
+    log_.push_back("port " + name);
+    const auto found = services_.find(name);
+    if (found == services_.end()) return nullptr;
+    return std::make_shared<Port>(found->second);
+  }
+  std::shared_ptr<platform::Connection> connectionWithSendPort(
+      const std::shared_ptr<platform::SendPort>& sendPort) override {
+    log_.emplace_back("connection");
+    Service& service = dynamic_cast<Port&>(*sendPort).service;
+    if (!service.takesConnections) return nullptr;
+    auto connection = std::make_shared<NotingConnection>(log_, service);
+    connection_ = connection;
+    return connection;
+  }
+
+  static std::string nameOf(std::uint32_t seed) {
+    return "com.Wevora.client.connection.alice." + std::to_string(seed);
+  }
+
+ private:
+  struct Port : platform::SendPort {
+    explicit Port(Service& of) : service(of) {}
+    Service& service;
+  };
+  Log& log_;
+  std::map<std::string, Service> services_;
+  std::weak_ptr<platform::Connection> connection_;
+};
+
+class NotingCenter : public platform::DistributedNotificationCenter {
+ public:
+  explicit NotingCenter(Log& log) : log_(log) {}
+
+  std::function<void(const std::string& name)> whenObserved;
+
+  std::unique_ptr<Observation> observe(const std::string& name, const Text& object,
+                                       Handler handler) override {
+    log_.push_back("observe " + name + " of " + named(object));
+    if (whenObserved) whenObserved(name);
+    return std::make_unique<Observer>(*this, name, object, std::move(handler));
+  }
+  bool post(const DistributedNotification& notification) override {
+    const auto observers = observers_;
+    for (auto* observer : observers)
+      if (observer->hears(notification)) observer->handler(notification);
+    return true;
+  }
+  std::multimap<std::string, std::string> observed() const {
+    std::multimap<std::string, std::string> all;
+    for (const auto* observer : observers_) all.emplace(observer->name, named(observer->object));
+    return all;
+  }
+
+ private:
+  struct Observer : Observation {
+    Observer(NotingCenter& in, std::string of, Text by, Handler then)
+        : center(in), name(std::move(of)), object(std::move(by)), handler(std::move(then)) {
+      center.observers_.push_back(this);
+    }
+    ~Observer() override {
+      std::erase(center.observers_, this);
+      center.log_.push_back("stop " + name);
+    }
+    Observer(const Observer&) = delete;
+    Observer& operator=(const Observer&) = delete;
+    bool hears(const DistributedNotification& notification) const {
+      return notification.name == name && (!object || object == notification.object);
+    }
+    NotingCenter& center;
+    const std::string name;
+    const Text object;
+    const Handler handler;
+  };
+  Log& log_;
+  std::vector<Observer*> observers_;
+};
+
+class NotingEngine : public StatusEngine {
+ public:
+  explicit NotingEngine(Log& log) : log_(log) {}
+  bool turnedOn = false;
+  void setTurnedOn(bool on) override {
+    turnedOn = on;
+    log_.emplace_back(on ? "turn on" : "turn off");
+  }
+  void reinit() override { log_.emplace_back("reinit"); }
+  void setAccountIdOfPool(const Text& accountId) override {
+    log_.push_back("pool account " + named(accountId));
+  }
+  void reinitPool() override { log_.emplace_back("pool reinit"); }
+  void updateWindows() override { log_.emplace_back("windows"); }
+  void updateDesktopForce(bool force) override {
+    log_.emplace_back(force ? "desktop forced" : "desktop");
+  }
+  void updateNodesWithPath(std::vector<std::string> paths) override {
+    std::string line = "nodes";
+    for (const auto& path : paths) line += " " + path;
+    log_.push_back(line);
+  }
+
+ private:
+  Log& log_;
+};
+
+class NotingSettings : public SettingsReader {
+ public:
+  NotingSettings(Log& log, const std::optional<Value>& value, const Text& accountId)
+      : log_(log), value_(value) {
+    log_.push_back("settings of " + named(accountId));
+  }
+  ~NotingSettings() override { log_.emplace_back("release settings"); }
+  NotingSettings(const NotingSettings&) = delete;
+  NotingSettings& operator=(const NotingSettings&) = delete;
+  std::optional<Value> readKey(const std::string& key, const Text& forUser) override {
+    log_.push_back("read " + key + " for " + named(forUser));
+    return value_;
+  }
+
+ private:
+  Log& log_;
+  const std::optional<Value>& value_;
+};
+
+// What the log holds after a step.
+
+Log accountChange(const Text& accountId) {
+  return {"release settings", "settings of " + named(accountId), "reinit",
+          "pool account " + named(accountId), "pool reinit"};
+}
+
+Log enableCheck(const Text& accountId, bool on) {
+  return joined(
+      {accountChange(accountId),
+       {"read kFinderOverlayEnabledKey for " + named(accountId), on ? "turn on" : "turn off"}});
+}
+
+Log askedAccount(const Log& then) {
+  return joined({{"agent accountInfo"}, then});
+}
+
+class WVAgentConnectorTest : public ::testing::Test {
+ protected:
+  void load() {
+    connector_.emplace(WVAgentConnectorServices{
+        "alice", objects_, center_, local_, engine_, [this](const Text& accountId) {
+          return std::make_unique<NotingSettings>(log_, setting_, accountId);
+        }});
+    connector_->connect();
+  }
+  /// Loaded with an agent at the first seed, and the log emptied.
+  TestAgent& connected() {
+    TestAgent& agent = objects_.publish(0).agent;
+    load();
+    log_.clear();
+    return agent;
+  }
+  void post(const char* name, const Text& object = "agent of a test", Dictionary userInfo = {}) {
+    center_.post({name, object, std::move(userInfo)});
+  }
+  void postEvent(Array events, Array paths) {
+    post(kIDaemonConnectionWVREventNotification, "agent of a test",
+         {{kIDaemonConnectionWVREventNotificationEventsKey, Value(std::move(events))},
+          {kIDaemonConnectionWVREventNotificationPathsKey, Value(std::move(paths))}});
+  }
+  void postDeath() {
+    local_.post({platform::kNSConnectionDidDieNotification, objects_.connection()});
+  }
+  std::multimap<std::string, std::string> observedWhileConnected(const std::string& object) const {
+    return {{kFinderOverlayChanged, "none"},
+            {kIDaemonConnectionWVREventNotification, object},
+            {kIDaemonConnectionAccountInfoChangedNotification, object},
+            {kIDaemonConnectionConnectionStatusChangedNotification, object}};
+  }
+  std::multimap<std::string, std::string> observedWhileWaiting() const {
+    return {{kFinderOverlayChanged, "none"},
+            {kIDaemonConnectionBecomeAvailableNotification, "none"}};
+  }
+  std::vector<std::uint32_t> seedsTried() const {
+    std::vector<std::uint32_t> seeds;
+    for (const auto& line : log_)
+      if (line.starts_with("port "))
+        seeds.push_back(static_cast<std::uint32_t>(std::stoul(line.substr(line.rfind('.') + 1))));
+    return seeds;
+  }
+
+  Log log_;
+  NotingObjects objects_{log_};
+  NotingCenter center_{log_};
+  platform::LocalNotificationCenter local_;
+  NotingEngine engine_{log_};
+  std::optional<Value> setting_;
+  std::optional<WVAgentConnector> connector_;
+};
+
+// Connecting.
+
+TEST_F(WVAgentConnectorTest, ConnectingTakesItsStepsInOrder) {
+  objects_.publish(1);
+  load();
+  const Log first = {"settings of 42", "reinit", "pool account 42", "pool reinit"};
+  EXPECT_EQ(
+      log_,
+      joined(
+          {{"observe kFinderOverlayChanged of none", "port " + NotingObjects::nameOf(0),
+            "port " + NotingObjects::nameOf(1), "connection", "enable multiple threads",
+            "root proxy", "conforms to com.Wevora.IDaemonConnection",
+            "agent distributedNotificationObject"},
+           askedAccount(first),
+           {"observe kIDaemonConnectionWVREventNotification of agent of a test",
+            "agent connectionStatus"},
+           askedAccount(enableCheck("42", true)),
+           {"reinit", "observe kIDaemonConnectionAccountInfoChangedNotification of agent of a test",
+            "observe kIDaemonConnectionConnectionStatusChangedNotification of agent of a test",
+            "desktop"},
+           askedAccount(enableCheck("42", true))}));
+}
+
+TEST_F(WVAgentConnectorTest, WithoutAnAgentItWaitsAndTurnsTheBadgesOff) {
+  load();
+  const Log first = {"settings of none",
+                     "reinit",
+                     "pool account none",
+                     "pool reinit",
+                     "read kFinderOverlayEnabledKey for none",
+                     "turn off"};
+  Log expected = {"observe kFinderOverlayChanged of none"};
+  for (std::uint32_t seed = 0; seed < 30; ++seed)
+    expected.push_back("port " + NotingObjects::nameOf(seed));
+  expected.emplace_back("observe kIDaemonConnectionBecomeAvailableNotification of none");
+  EXPECT_EQ(log_, joined({expected, first}));
+}
+
+TEST_F(WVAgentConnectorTest, AnAgentPublishedUnderSeed29OnlyIsFound) {
+  objects_.publish(29);
+  load();
+  EXPECT_EQ(center_.observed(), observedWhileConnected("agent of a test"));
+  EXPECT_TRUE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AnAgentPublishedUnderSeed30IsNeverFound) {
+  objects_.publish(30);
+  load();
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+  EXPECT_EQ(seedsTried().back(), 29U);
+}
+
+TEST_F(WVAgentConnectorTest, OfAgentsUnderSeeds3And5Seed3IsUsed) {
+  objects_.publish(3).agent.object = "three";
+  objects_.publish(5).agent.object = "five";
+  load();
+  EXPECT_EQ(seedsTried(), (std::vector<std::uint32_t>{0, 1, 2, 3}));
+  EXPECT_EQ(center_.observed(), observedWhileConnected("three"));
+}
+
+TEST_F(WVAgentConnectorTest, AConnectionThatCannotBeMadeMeansWaiting) {
+  objects_.publish(0).takesConnections = false;
+  load();
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+  EXPECT_FALSE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, ARootProxyThatDoesNotConformIsNotKeptAndNotAskedFurther) {
+  objects_.publish(0).conforms = false;
+  load();
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+  EXPECT_FALSE(engine_.turnedOn);
+  for (const auto& line : log_) EXPECT_FALSE(line.starts_with("agent ")) << line;
+}
+
+TEST_F(WVAgentConnectorTest, AnAgentThatDoesNotConformHidesTheOneUnderALaterSeed) {
+  objects_.publish(2).conforms = false;
+  objects_.publish(4);
+  load();
+  EXPECT_EQ(seedsTried(), (std::vector<std::uint32_t>{0, 1, 2}));
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+}
+
+TEST_F(WVAgentConnectorTest, WithoutAUserNameNothingIsLookedUp) {
+  WVAgentConnector connector(
+      {std::nullopt, objects_, center_, local_, engine_, [this](const Text& accountId) {
+         return std::make_unique<NotingSettings>(log_, setting_, accountId);
+       }});
+  connector.connect();
+  EXPECT_TRUE(seedsTried().empty());
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+}
+
+TEST_F(WVAgentConnectorTest, ADeathBeforeTheStatusCheckIsNotObservedYet) {
+  objects_.publish(0);
+  std::size_t before = 0;
+  std::size_t after = 1;
+  center_.whenObserved = [&](const std::string& name) {
+    if (name != kIDaemonConnectionWVREventNotification) return;
+    before = log_.size();
+    postDeath();
+    after = log_.size();
+  };
+  load();
+  EXPECT_EQ(before, after);
+}
+
+TEST_F(WVAgentConnectorTest, ADeathWhileTheLastObservationsAreMadeIsHeard) {
+  objects_.publish(0);
+  bool heard = false;
+  center_.whenObserved = [&](const std::string& name) {
+    if (name != kIDaemonConnectionAccountInfoChangedNotification) return;
+    log_.clear();
+    postDeath();
+    heard = !log_.empty();
+  };
+  load();
+  EXPECT_TRUE(heard);
+  EXPECT_FALSE(engine_.turnedOn);
+}
+
+// The switch.
+
+TEST_F(WVAgentConnectorTest, TheSettingStoredAsNoTurnsBadgesOffEvenWithAnAccount) {
+  setting_ = Value(false);
+  objects_.publish(0);
+  load();
+  EXPECT_FALSE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AnAbsentSettingTurnsBadgesOn) {
+  objects_.publish(0);
+  load();
+  EXPECT_TRUE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, TheSettingsBoolValueCountsWhateverItsType) {
+  setting_ = Value("NO");
+  objects_.publish(0);
+  load();
+  EXPECT_FALSE(engine_.turnedOn);
+  setting_ = Value(std::int64_t{2});
+  post(kFinderOverlayChanged, std::nullopt);
+  EXPECT_TRUE(engine_.turnedOn);
+  setting_ = Value(Dictionary{});  // no number and no text
+  post(kFinderOverlayChanged, std::nullopt);
+  EXPECT_FALSE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AnAbsentAccountRecordTurnsBadgesOff) {
+  objects_.publish(0).agent.account.reset();
+  load();
+  EXPECT_FALSE(engine_.turnedOn);
+  EXPECT_EQ(center_.observed(), observedWhileConnected("agent of a test"));
+}
+
+TEST_F(WVAgentConnectorTest, ARecordWithoutAClientIdTurnsBadgesOff) {
+  objects_.publish(0).agent.account = TestAgent::accountOf(std::nullopt);
+  load();
+  EXPECT_FALSE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AChangeOfTheOverlaySettingIsOneEnableCheckWhoeverPostsIt) {
+  connected();
+  setting_ = Value(false);
+  post(kFinderOverlayChanged, "anybody");
+  EXPECT_EQ(log_, askedAccount(enableCheck("42", false)));
+}
+
+TEST_F(WVAgentConnectorTest, EveryEnableCheckMakesNewSettingsAndResetsTheEngineAndThePool) {
+  connected();
+  connector_->checkEnabled();
+  connector_->checkEnabled();
+  EXPECT_EQ(log_,
+            joined({askedAccount(enableCheck("42", true)), askedAccount(enableCheck("42", true))}));
+}
+
+TEST_F(WVAgentConnectorTest, TheOverlaySettingIsFollowedWhileWaitingToo) {
+  load();
+  log_.clear();
+  post(kFinderOverlayChanged, std::nullopt);
+  EXPECT_EQ(log_, enableCheck(std::nullopt, false));
+}
+
+// Status.
+
+TEST_F(WVAgentConnectorTest, StatusOneChangesNothing) {
+  connected().status = CONNECTION_STATUS_LOGIN_IN_PROGRESS;
+  post(kIDaemonConnectionConnectionStatusChangedNotification);
+  EXPECT_EQ(log_, Log{"agent connectionStatus"});
+  EXPECT_TRUE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AnyOtherStatusChangesNothing) {
+  TestAgent& agent = connected();
+  for (const std::int32_t status : {3, -1, 2147483647}) {
+    agent.status = status;
+    log_.clear();
+    post(kIDaemonConnectionConnectionStatusChangedNotification);
+    EXPECT_EQ(log_, Log{"agent connectionStatus"});
+  }
+}
+
+TEST_F(WVAgentConnectorTest, StatusZeroWithAnAccountAndNoSettingLeavesBadgesOnAndResetsTheEngine) {
+  connected().status = CONNECTION_STATUS_DID_NOT_LOGGEDIN;
+  post(kIDaemonConnectionConnectionStatusChangedNotification);
+  EXPECT_EQ(
+      log_,
+      joined({{"agent connectionStatus"}, askedAccount(enableCheck("42", true)), {"reinit"}}));
+  EXPECT_TRUE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, StatusTwoChecksTheSwitchAndThenResetsTheEngine) {
+  connected().status = CONNECTION_STATUS_LOGGEDIN;
+  post(kIDaemonConnectionConnectionStatusChangedNotification);
+  EXPECT_EQ(
+      log_,
+      joined({{"agent connectionStatus"}, askedAccount(enableCheck("42", true)), {"reinit"}}));
+}
+
+TEST_F(WVAgentConnectorTest, AStatusCheckWithoutAProxyDoesNothing) {
+  load();
+  log_.clear();
+  connector_->checkConnectionStatus();
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(WVAgentConnectorTest, NotificationsOfAnotherObjectAreNotHeard) {
+  connected();
+  post(kIDaemonConnectionConnectionStatusChangedNotification, "another agent");
+  post(kIDaemonConnectionWVREventNotification, "another agent");
+  post(kIDaemonConnectionAccountInfoChangedNotification, std::nullopt);
+  EXPECT_TRUE(log_.empty());
+}
+
+// The account.
+
+TEST_F(WVAgentConnectorTest, AChangedAccountRecordChangesTheAccountWithoutAnEnableCheck) {
+  connected().account = TestAgent::accountOf("43");
+  post(kIDaemonConnectionAccountInfoChangedNotification);
+  EXPECT_EQ(log_, askedAccount(accountChange("43")));
+}
+
+TEST_F(WVAgentConnectorTest, ARecordThatLosesItsAccountLeavesTheBadgesAsTheyWere) {
+  connected().account.reset();
+  post(kIDaemonConnectionAccountInfoChangedNotification);
+  EXPECT_EQ(log_, askedAccount(accountChange(std::nullopt)));
+  EXPECT_TRUE(engine_.turnedOn);
+}
+
+// Events.
+
+TEST_F(WVAgentConnectorTest, TwoRemovedAndOnePathAreTwoRefreshesAndOneLowerCasedNode) {
+  connected();
+  postEvent({Value("Removed"), Value("Removed")}, {Value("/Volumes/X/A.TXT")});
+  EXPECT_EQ(log_,
+            (Log{"windows", "reinit", "windows", "reinit", "desktop", "nodes /volumes/x/a.txt"}));
+}
+
+TEST_F(WVAgentConnectorTest, OtherEventNamesOnlyRefreshTheNodes) {
+  connected();
+  postEvent({Value("Created"), Value("removed"), Value("Removed ")},
+            {Value("/B"), Value("/a"), Value("/\xC3\x84")});
+  EXPECT_EQ(log_, (Log{"desktop", "nodes /b /a /\xC3\xA4"}));
+}
+
+TEST_F(WVAgentConnectorTest, AnEventWithoutPathsStillRefreshesTheDesktopAndNoNodes) {
+  connected();
+  postEvent({}, {});
+  post(kIDaemonConnectionWVREventNotification);
+  EXPECT_EQ(log_, (Log{"desktop", "nodes", "desktop", "nodes"}));
+}
+
+TEST_F(WVAgentConnectorTest, WhatIsNoTextInAnEventIsPassedOver) {
+  connected();
+  postEvent({Value(std::int64_t{1}), Value("Removed"), Value(Dictionary{})},
+            {Value(true), Value("/A\xFF")});
+  post(kIDaemonConnectionWVREventNotification, "agent of a test",
+       {{kIDaemonConnectionWVREventNotificationEventsKey, Value("Removed")},
+        {kIDaemonConnectionWVREventNotificationPathsKey, Value(1.5)}});
+  EXPECT_EQ(log_, (Log{"windows", "reinit", "desktop", "nodes /a\xFF", "desktop", "nodes"}));
+}
+
+TEST_F(WVAgentConnectorTest, EventsBeforeAnAgentIsFoundAreNotHeard) {
+  load();
+  log_.clear();
+  postEvent({Value("Removed")}, {Value("/a")});
+  EXPECT_TRUE(log_.empty());
+}
+
+// Death and return.
+
+TEST_F(WVAgentConnectorTest, ADeathTakesItsStepsInOrder) {
+  connected();
+  postDeath();
+  EXPECT_EQ(log_, joined({{"release proxy"},
+                          enableCheck(std::nullopt, false),
+                          {"stop kIDaemonConnectionAccountInfoChangedNotification",
+                           "stop kIDaemonConnectionWVREventNotification",
+                           "stop kIDaemonConnectionConnectionStatusChangedNotification",
+                           "observe kIDaemonConnectionBecomeAvailableNotification of none"}}));
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+}
+
+TEST_F(WVAgentConnectorTest, AfterADeathASecondOneIsNotReceived) {
+  connected();
+  postDeath();
+  log_.clear();
+  postDeath();
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(WVAgentConnectorTest, TheDeathsObserverIsGoneBeforeTheNextAgentIsWaitedFor) {
+  connected();
+  std::size_t before = 0;
+  std::size_t after = 1;
+  center_.whenObserved = [&](const std::string&) {
+    before = log_.size();
+    postDeath();
+    after = log_.size();
+  };
+  postDeath();
+  EXPECT_EQ(before, after);
+}
+
+TEST_F(WVAgentConnectorTest, TheConnectionIsKeptAfterItsDeathUntilTheNextOne) {
+  connected();
+  const auto* first = objects_.connection();
+  ASSERT_NE(first, nullptr);
+  postDeath();
+  EXPECT_EQ(objects_.connection(), first);
+}
+
+TEST_F(WVAgentConnectorTest, TheDeathOfAnotherConnectionIsNotHeard) {
+  connected();
+  const int another = 0;
+  local_.post({platform::kNSConnectionDidDieNotification, &another});
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(WVAgentConnectorTest, AnAgentThatReturnsClearsThePoolsAccountBeforeItIsConnected) {
+  connected();
+  postDeath();
+  objects_.publish(0).agent.object = "the next agent";
+  log_.clear();
+  post(kIDaemonConnectionBecomeAvailableNotification, "anybody");
+  ASSERT_GE(log_.size(), 3U);
+  EXPECT_EQ(Log(log_.begin(), log_.begin() + 3),
+            (Log{"pool account none", "stop kIDaemonConnectionBecomeAvailableNotification",
+                 "port " + NotingObjects::nameOf(0)}));
+  EXPECT_EQ(center_.observed(), observedWhileConnected("the next agent"));
+  EXPECT_TRUE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AnAnnouncementThatLeadsNowhereIsWaitedForAgain) {
+  connected();
+  objects_.remove(0);
+  connector_->connectionDidDie();
+  post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+  EXPECT_FALSE(engine_.turnedOn);
+}
+
+TEST_F(WVAgentConnectorTest, AnAnnouncementWhileConnectedHasNoEffect) {
+  connected();
+  post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(WVAgentConnectorTest, AHundredDeathsAndReturnsLeaveOneObserverOfEachKind) {
+  connected();
+  for (int round = 0; round < 100; ++round) {
+    objects_.remove(static_cast<std::uint32_t>(round % 30));
+    const auto next = static_cast<std::uint32_t>((round + 1) % 30);
+    objects_.publish(next).agent.object = "agent " + std::to_string(round);
+    connector_->connectionDidDie();
+    EXPECT_EQ(center_.observed(), observedWhileWaiting());
+    post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
+    EXPECT_EQ(center_.observed(), observedWhileConnected("agent " + std::to_string(round)));
+  }
+}
+
+TEST_F(WVAgentConnectorTest, TheOverlaySubscriptionLastsThroughDeathAndReturn) {
+  connected();
+  postDeath();
+  post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
+  EXPECT_EQ(center_.observed().count(kFinderOverlayChanged), 1U);
+}
+
+}  // namespace
+}  // namespace wevora

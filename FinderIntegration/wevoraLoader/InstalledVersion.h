@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace wevora {
+
+/// The installed bundle's information list; a path text of the system's own.
+inline constexpr const char* kBundleInfoPath =
+    "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist";
+inline constexpr const char* kFinderVersionKey = "kFinderVersion";
+
+/// A version: three numbers, as in "1.4.12".
+struct BundleVersion {
+  std::int32_t major = 0;
+  std::int32_t minor = 0;
+  std::int32_t patch = 0;
+
+  friend bool operator==(const BundleVersion&, const BundleVersion&) = default;
+};
+
+/// None for a text with other than three components. One that does not begin with a number is 0.
+std::optional<BundleVersion> versionFromText(std::string_view text);
+
+/// What "kFinderVersion" says in the installed list, read anew by every call. Threads: any.
+/// None where the list, the key or one of three components is missing.
+std::optional<BundleVersion> installedVersion();
+
+}  // namespace wevora

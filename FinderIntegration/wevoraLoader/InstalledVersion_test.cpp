@@ -1,0 +1,79 @@
+#include "FinderIntegration/wevoraLoader/InstalledVersion.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/PropertyLists/PropertyLists.h"
+#include "Platform/Support/TemporaryFolder.h"
+
+namespace wevora {
+namespace {
+
+using platform::Dictionary;
+using platform::PropertyLists;
+
+TEST(InstalledVersionTest, ThePathAndTheKeyAreTheSystemsOwn) {
+  EXPECT_STREQ(kBundleInfoPath,
+               "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist");
+  EXPECT_STREQ(kFinderVersionKey, "kFinderVersion");
+}
+
+TEST(InstalledVersionTest, AVersionIsThreeNumbersJoinedByDots) {
+  EXPECT_EQ(versionFromText("1.4.12"), (BundleVersion{1, 4, 12}));
+  EXPECT_EQ(versionFromText("-1.+2.007"), (BundleVersion{-1, 2, 7}));
+}
+
+TEST(InstalledVersionTest, OtherThanThreeComponentsAreNoVersion) {
+  for (const char* text : {"", "2", "2.0", "2.1.7.4", "2.1.7.", "....", "2,1,7"})
+    EXPECT_EQ(versionFromText(text), std::nullopt) << text;
+}
+
+TEST(InstalledVersionTest, AComponentThatDoesNotBeginWithANumberIsZero) {
+  EXPECT_EQ(versionFromText("a.1b.3 beta"), (BundleVersion{0, 1, 3}));
+  EXPECT_EQ(versionFromText(".."), (BundleVersion{0, 0, 0}));
+  EXPECT_EQ(versionFromText("-.+.x9"), (BundleVersion{0, 0, 0}));
+}
+
+TEST(InstalledVersionTest, ANumberThatIsTooLargeIsTheLargest) {
+  EXPECT_EQ(versionFromText("99999999999.-99999999999.99999999999999999999999"),
+            (BundleVersion{2147483647, -2147483648, 2147483647}));
+}
+
+class InstalledListTest : public testing::Test {
+ protected:
+  InstalledListTest() {
+    const auto paths = platform::InstalledPaths::belowRoot(root.path());
+    list = paths.translate(kBundleInfoPath);
+    std::filesystem::create_directories(std::filesystem::path(list).parent_path());
+    platform::InstalledPaths::setShared(paths);
+  }
+  void install(const Dictionary& info) {
+    std::ofstream(list, std::ios::trunc) << PropertyLists::xml(info).value();
+  }
+
+  platform::TemporaryFolder root;
+  std::string list;
+};
+
+TEST_F(InstalledListTest, TheInstalledVersionIsReadAnewByEveryCall) {
+  install({{"Other", true}, {"kFinderVersion", "2.1.7"}});
+  EXPECT_EQ(installedVersion(), (BundleVersion{2, 1, 7}));
+  install({{"kFinderVersion", "2.1.8"}});
+  EXPECT_EQ(installedVersion(), (BundleVersion{2, 1, 8}));
+}
+
+TEST_F(InstalledListTest, WithoutAListOrATextUnderTheKeyNoVersionIsInstalled) {
+  EXPECT_EQ(installedVersion(), std::nullopt);
+  install({{"Other", "2.1.7"}});
+  EXPECT_EQ(installedVersion(), std::nullopt);
+  install({{"kFinderVersion", 2.1}});
+  EXPECT_EQ(installedVersion(), std::nullopt);
+  std::ofstream(list, std::ios::trunc) << "broken";
+  EXPECT_EQ(installedVersion(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace wevora

@@ -1,0 +1,217 @@
+#include "Platform/DistributedObjects/PublishedService.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <utility>
+
+#include <gio/gio.h>
+
+#include "Platform/DistributedObjects/Deadline.h"
+#include "Platform/DistributedObjects/InterfaceDescription.h"
+#include "Platform/Support/Guard.h"
+#include "Platform/Variants/Variants.h"
+
+namespace wevora::platform {
+namespace {
+
+constexpr int kBacklog = 16;
+
+/// A listening socket under a name, put there in one step: nobody finds it half made.
+Descriptor listeningSocket(const std::string& path) {
+  const std::string made = path + "." + std::to_string(::getpid());
+  Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (!listener || made.size() >= sizeof address.sun_path) return {};
+  std::memcpy(address.sun_path, made.data(), made.size());
+  ::unlink(made.c_str());
+  const bool named =
+      ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+      ::chmod(made.c_str(), S_IRUSR | S_IWUSR) == 0 && ::listen(listener.get(), kBacklog) == 0 &&
+      std::rename(made.c_str(), path.c_str()) == 0;
+  if (named) return listener;
+  ::unlink(made.c_str());
+  return {};
+}
+
+/// What tells a file from another that took its name.
+std::pair<dev_t, ino_t> identityOf(const std::string& path) {
+  struct stat facts {};
+  if (::lstat(path.c_str(), &facts) != 0) return {};
+  return {facts.st_dev, facts.st_ino};
+}
+
+}  // namespace
+
+struct PublishedService::State {
+  /// Stays where it is: GDBus keeps its address.
+  struct Interface {
+    InterfaceDescription description;
+    Handler handler;
+  };
+
+  explicit State(std::vector<Offer> offers) : cancellable(g_cancellable_new()) {
+    for (auto& [protocol, handler] : offers)
+      interfaces.push_back(
+          {{protocol.introspectionXml, protocol.interfaceName}, std::move(handler)});
+  }
+  ~State() {
+    g_cancellable_cancel(cancellable.get());
+    if (service) {
+      g_signal_handlers_disconnect_by_data(service.get(), this);
+      g_socket_service_stop(service.get());
+      g_socket_listener_close(G_SOCKET_LISTENER(service.get()));
+    }
+    while (!peers.empty()) forget(peers.begin()->first);
+    if (!path.empty() && identityOf(path) == identity) ::unlink(path.c_str());
+  }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  bool isComplete() const {
+    return !interfaces.empty() &&
+           std::all_of(interfaces.begin(), interfaces.end(), [](const Interface& offered) {
+             return offered.description.interface() != nullptr;
+           });
+  }
+
+  bool listen(const std::string& at) {
+    if (connectToOwnSocket(at)) return false;  // somebody is there
+    Descriptor listener = listeningSocket(at);
+    if (!listener) return false;
+    path = at;
+    identity = identityOf(at);
+    const GPtr<GSocket> socket(g_socket_new_from_fd(listener.get(), nullptr));
+    if (!socket) return false;
+    listener.release();
+    service.reset(g_socket_service_new());
+    g_signal_connect(service.get(), "incoming", G_CALLBACK(&State::incoming), this);
+    return g_socket_listener_add_socket(G_SOCKET_LISTENER(service.get()), socket.get(), nullptr,
+                                        nullptr) != FALSE;
+  }
+
+  static gboolean incoming(GSocketService* /*service*/, GSocketConnection* stream,
+                           GObject* /*source*/, gpointer self) noexcept {
+    const auto* state = static_cast<State*>(self);
+    gchar* guid = g_dbus_generate_guid();
+    const auto flags =
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_SERVER |
+                                          G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_REQUIRE_SAME_USER |
+                                          G_DBUS_CONNECTION_FLAGS_DELAY_MESSAGE_PROCESSING);
+    g_dbus_connection_new(G_IO_STREAM(stream), guid, flags, nullptr, state->cancellable.get(),
+                          &State::authenticated, self);
+    g_free(guid);
+    return TRUE;
+  }
+
+  static void authenticated(GObject* /*source*/, GAsyncResult* result, gpointer self) noexcept {
+    GError* failed = nullptr;
+    GPtr<GDBusConnection> peer(g_dbus_connection_new_finish(result, &failed));
+    if (failed != nullptr) {
+      // Where the service is gone, so is the state.
+      g_error_free(failed);
+      return;
+    }
+    if (g_dbus_connection_is_closed(peer.get()) != FALSE) return;
+    swallowing([&] { static_cast<State*>(self)->welcome(std::move(peer)); });
+  }
+
+  void welcome(GPtr<GDBusConnection> peer) {
+    static constexpr GDBusInterfaceVTable kTable = {&State::called, &State::read, nullptr, {}};
+    std::vector<guint> objects;
+    for (auto& offered : interfaces)
+      objects.push_back(g_dbus_connection_register_object(
+          peer.get(), "/", offered.description.interface(), &kTable, &offered, nullptr, nullptr));
+    g_signal_connect(peer.get(), "closed", G_CALLBACK(&State::closed), this);
+    auto* bus = peer.release();
+    peers[bus] = std::move(objects);
+    g_dbus_connection_start_message_processing(bus);
+  }
+
+  static void closed(GDBusConnection* peer, gboolean /*vanished*/, GError* /*reason*/,
+                     gpointer self) noexcept {
+    swallowing([&] { static_cast<State*>(self)->forget(peer); });
+  }
+
+  void forget(GDBusConnection* peer) {
+    const auto place = peers.find(peer);
+    if (place == peers.end()) return;
+    for (const guint object : place->second) g_dbus_connection_unregister_object(peer, object);
+    peers.erase(place);
+    g_signal_handlers_disconnect_by_data(peer, this);
+    g_dbus_connection_close(peer, nullptr, nullptr, nullptr);
+    g_object_unref(peer);
+  }
+
+  static void called(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*path*/,
+                     const gchar* /*name*/, const gchar* method, GVariant* arguments,
+                     GDBusMethodInvocation* invocation, gpointer offered) noexcept {
+    const auto* interface = static_cast<Interface*>(offered);
+    const VariantPtr answer(swallowingOr<GVariant*>(nullptr, [&]() -> GVariant* {
+      const auto given = membersOf(arguments);
+      const auto members = given ? interface->handler(method, *given) : std::nullopt;
+      const auto* info = interface->description.method(method);
+      return members && info != nullptr ? tupleOf(*members, info->out_args) : nullptr;
+    }));
+    if (answer)
+      g_dbus_method_invocation_return_value(invocation, answer.get());
+    else
+      g_dbus_method_invocation_return_error_literal(invocation, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
+                                                    "the call could not be answered");
+  }
+
+  static GVariant* read(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*path*/,
+                        const gchar* /*name*/, const gchar* property, GError** error,
+                        gpointer offered) noexcept {
+    const auto* interface = static_cast<Interface*>(offered);
+    VariantPtr value(swallowingOr<GVariant*>(nullptr, [&]() -> GVariant* {
+      const auto members = interface->handler(property, {});
+      const auto* info =
+          g_dbus_interface_info_lookup_property(interface->description.interface(), property);
+      if (!members || members->empty() || info == nullptr) return nullptr;
+      return variantOf(members->front(), info->signature).release();
+    }));
+    if (!value)
+      g_set_error_literal(error, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
+                          "the property could not be read");
+    return value.release();
+  }
+
+  std::vector<Interface> interfaces;
+  GPtr<GCancellable> cancellable;
+  std::string path;
+  std::pair<dev_t, ino_t> identity;
+  GPtr<GSocketService> service;
+  std::map<GDBusConnection*, std::vector<guint>> peers;  // with a reference; what is registered
+};
+
+std::unique_ptr<PublishedService> PublishedService::publish(const std::string& name,
+                                                            std::vector<Offer> offers,
+                                                            const std::string& folder) {
+  const auto path = socketPath(folder, name);
+  auto state = std::make_unique<State>(std::move(offers));
+  if (!path || !state->isComplete() || !state->listen(*path)) return nullptr;
+  return std::unique_ptr<PublishedService>(new PublishedService(std::move(state)));
+}
+
+std::unique_ptr<PublishedService> PublishedService::publish(const std::string& name,
+                                                            const WireProtocol& protocol,
+                                                            Handler handler,
+                                                            const std::string& folder) {
+  return publish(name, std::vector<Offer>{{protocol, std::move(handler)}}, folder);
+}
+
+PublishedService::PublishedService(std::unique_ptr<State> state) : state_(std::move(state)) {}
+PublishedService::~PublishedService() = default;
+
+std::size_t PublishedService::peers() const {
+  return state_->peers.size();
+}
+
+}  // namespace wevora::platform

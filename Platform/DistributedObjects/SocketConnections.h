@@ -1,0 +1,37 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "Platform/DistributedObjects/DistributedObjects.h"
+#include "Platform/DistributedObjects/ServiceNames.h"
+#include "Platform/Notifications/LocalNotificationCenter.h"
+
+namespace wevora::platform {
+
+/// Services on Unix sockets that speak D-Bus without a bus between: the socket of a service has the
+/// service's name, its object is "/". Only what this user owns and runs is a service.
+///
+/// A peer that leaves a question unanswered for `patience` is taken for dead: the connection is
+/// closed, the question has no answer, and the death is told like any other.
+/// Threads: the main thread; a connection's proxies from any.
+/// Owns: nothing; the notification center must outlive its connections.
+/// Errors: null or none for everything that cannot be had.
+class SocketConnections : public DistributedObjects {
+ public:
+  explicit SocketConnections(LocalNotificationCenter& center,
+                             std::string folder = userRuntimeFolder(),
+                             std::chrono::milliseconds patience = std::chrono::seconds(2))
+      : center_(center), folder_(std::move(folder)), patience_(patience) {}
+
+  std::shared_ptr<SendPort> portForName(const std::string& name) override;
+  std::shared_ptr<Connection> connectionWithSendPort(
+      const std::shared_ptr<SendPort>& sendPort) override;
+
+ private:
+  LocalNotificationCenter& center_;
+  std::string folder_;
+  std::chrono::milliseconds patience_;
+};
+
+}  // namespace wevora::platform

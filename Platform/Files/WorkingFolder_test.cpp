@@ -1,0 +1,20 @@
+#include "Platform/Files/WorkingFolder.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+namespace wevora::platform {
+namespace {
+
+TEST(WorkingFolderTest, APathThatBeginsInTheWorkingFolderIsGivenFromTheRoot) {
+  EXPECT_EQ(absolutePath("a/../b"), std::filesystem::current_path().string() + "/b");
+  EXPECT_EQ(absolutePath(""), std::filesystem::current_path().string());
+}
+
+TEST(WorkingFolderTest, APathFromTheRootIsOnlyTidied) {
+  EXPECT_EQ(absolutePath("/a//b/."), "/a/b");
+}
+
+}  // namespace
+}  // namespace wevora::platform

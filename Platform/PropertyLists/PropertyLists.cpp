@@ -1,0 +1,297 @@
+#include "Platform/PropertyLists/PropertyLists.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <fcntl.h>
+#include <limits>
+#include <memory>
+#include <plist/plist.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Platform/PropertyLists/BinaryListBounds.h"
+#include "Platform/PropertyLists/ListText.h"
+
+namespace wevora::platform {
+namespace {
+
+constexpr std::string_view kBinaryMark = "bplist";
+constexpr std::string_view kEndTag = "</plist>";
+/// The library counts dates from 2001-01-01.
+constexpr double kLibraryEpoch = 978307200;
+
+struct ListFree {
+  void operator()(void* list) const noexcept { plist_free(list); }
+};
+using List = std::unique_ptr<void, ListFree>;
+
+struct Free {
+  void operator()(void* memory) const noexcept { std::free(memory); }
+};
+
+/// The library reads numbers as the thread's locale writes them; in a list they have one form.
+/// Threads: one. Owns: the locale of its thread, for its scope. Errors: the locale stays.
+class PlainNumbers {
+ public:
+  PlainNumbers()
+      : plain_(::newlocale(LC_NUMERIC_MASK, "C", ::duplocale(::uselocale(nullptr)))),
+        before_(plain_ == nullptr ? nullptr : ::uselocale(plain_)) {}
+  ~PlainNumbers() {
+    if (plain_ == nullptr) return;
+    ::uselocale(before_);
+    ::freelocale(plain_);
+  }
+  PlainNumbers(const PlainNumbers&) = delete;
+  PlainNumbers& operator=(const PlainNumbers&) = delete;
+
+ private:
+  locale_t plain_;
+  locale_t before_;
+};
+
+std::optional<Value> valueOf(plist_t node, int depth);
+
+std::optional<Value> textOf(plist_t node) {
+  std::uint64_t length = 0;
+  const char* text = plist_get_string_ptr(node, &length);
+  std::string result = text == nullptr ? std::string() : std::string(text, length);
+  if (!isListText(result)) return std::nullopt;
+  return Value(std::move(result));
+}
+
+Value dataOf(plist_t node) {
+  std::uint64_t length = 0;
+  const auto* bytes = reinterpret_cast<const std::byte*>(plist_get_data_ptr(node, &length));
+  return bytes == nullptr ? Data() : Data(bytes, bytes + length);
+}
+
+Value dateOf(plist_t node) {
+  std::int32_t seconds = 0;
+  std::int32_t microseconds = 0;
+  plist_get_date_val(node, &seconds, &microseconds);
+  return Date{kLibraryEpoch + seconds + microseconds / 1e6};
+}
+
+std::optional<Value> arrayOf(plist_t node, int depth) {
+  Array result;
+  void* iterator = nullptr;
+  plist_array_new_iter(node, &iterator);
+  const std::unique_ptr<void, Free> owned(iterator);
+  for (plist_t item = nullptr;;) {
+    plist_array_next_item(node, iterator, &item);
+    if (item == nullptr) return Value(std::move(result));
+    auto value = valueOf(item, depth + 1);
+    if (!value) return std::nullopt;
+    result.push_back(std::move(*value));
+  }
+}
+
+std::optional<Value> dictionaryOf(plist_t node, int depth) {
+  Dictionary result;
+  void* iterator = nullptr;
+  plist_dict_new_iter(node, &iterator);
+  const std::unique_ptr<void, Free> owned(iterator);
+  for (plist_t item = nullptr;;) {
+    char* name = nullptr;
+    plist_dict_next_item(node, iterator, &name, &item);
+    const std::unique_ptr<char, Free> key(name);
+    if (item == nullptr) return Value(std::move(result));
+    auto value = valueOf(item, depth + 1);
+    if (!value || !key || !isListText(key.get())) return std::nullopt;
+    result.set(key.get(), std::move(*value));
+  }
+}
+
+bool flagOf(plist_t node) {
+  std::uint8_t flag = 0;
+  plist_get_bool_val(node, &flag);
+  return flag != 0;
+}
+
+std::int64_t integerOf(plist_t node) {
+  std::uint64_t number = 0;
+  plist_get_uint_val(node, &number);
+  return static_cast<std::int64_t>(number);
+}
+
+double realOf(plist_t node) {
+  double number = 0;
+  plist_get_real_val(node, &number);
+  return number;
+}
+
+std::optional<Value> valueOf(plist_t node, int depth) {
+  if (depth > PropertyLists::kDeepest) return std::nullopt;
+  switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN:
+      return flagOf(node);
+    case PLIST_UINT:
+      return integerOf(node);
+    case PLIST_REAL:
+      return realOf(node);
+    case PLIST_STRING:
+      return textOf(node);
+    case PLIST_DATE:
+      return dateOf(node);
+    case PLIST_DATA:
+      return dataOf(node);
+    case PLIST_ARRAY:
+      return arrayOf(node, depth);
+    case PLIST_DICT:
+      return dictionaryOf(node, depth);
+    default:
+      return std::nullopt;
+  }
+}
+
+/// Makes the library's nodes of values; a null node where a value has no XML form.
+/// Threads: a value. Owns: nothing. Errors: see above.
+struct NodeMaker {
+  int depth = 0;
+
+  List operator()(bool flag) const { return List(plist_new_bool(flag ? 1 : 0)); }
+  List operator()(std::int64_t number) const {
+    return List(plist_new_uint(static_cast<std::uint64_t>(number)));
+  }
+  List operator()(double number) const {
+    return List(std::isfinite(number) ? plist_new_real(number) : nullptr);
+  }
+  List operator()(const std::string& text) const {
+    return List(isListText(text) ? plist_new_string(text.c_str()) : nullptr);
+  }
+  List operator()(const Date& date) const {
+    const double seconds = std::floor(date.secondsSince1970 - kLibraryEpoch);
+    if (!(std::abs(seconds) < std::numeric_limits<std::int32_t>::max())) return nullptr;
+    return List(plist_new_date(static_cast<std::int32_t>(seconds), 0));
+  }
+  List operator()(const Data& data) const {
+    return List(plist_new_data(reinterpret_cast<const char*>(data.data()), data.size()));
+  }
+  List operator()(const Array& array) const {
+    List result(plist_new_array());
+    for (const auto& value : array) {
+      List item = inside(value);
+      if (!item) return nullptr;
+      plist_array_append_item(result.get(), item.release());
+    }
+    return result;
+  }
+  List operator()(const Dictionary& dictionary) const {
+    List result(plist_new_dict());
+    for (const auto& [key, value] : dictionary) {
+      List item = isListText(key) ? inside(value) : nullptr;
+      if (!item) return nullptr;
+      plist_dict_set_item(result.get(), key.c_str(), item.release());
+    }
+    return result;
+  }
+
+ private:
+  List inside(const Value& value) const {
+    if (depth >= PropertyLists::kDeepest) return nullptr;
+    return value.visit(NodeMaker{depth + 1});
+  }
+};
+
+/// Up to the end tag; none where it is missing or a NUL, which no XML holds, comes before it: the
+/// library would end the process over a NUL in a key.
+std::optional<std::string_view> wholeXml(std::string_view text) {
+  const auto end = text.find(kEndTag);
+  if (end == std::string_view::npos) return std::nullopt;
+  text = text.substr(0, end + kEndTag.size());
+  if (text.find('\0') != std::string_view::npos) return std::nullopt;
+  return text;
+}
+
+/// Whether the library reads it in a bounded time and depth. Every value and every key has a tag,
+/// and for every escaped character the library moves all of the text behind it.
+bool isWithinBounds(std::string_view xml) {
+  constexpr std::size_t kMostBytesMoved = std::size_t{1} << 32U;
+  std::size_t tags = 0;
+  for (std::size_t i = 0; i + 1 < xml.size(); ++i)
+    if (xml[i] == '<' && xml[i + 1] != '/') ++tags;
+  const auto escapes = static_cast<std::size_t>(std::ranges::count(xml, '&'));
+  return tags <= PropertyLists::kMostValues && escapes <= kMostBytesMoved / xml.size();
+}
+
+List listOf(std::string_view bytes) {
+  constexpr BinaryListBounds kBounds{PropertyLists::kMostValues, 2 * PropertyLists::kLargestFile,
+                                     PropertyLists::kDeepest};
+  const PlainNumbers numbers;
+  plist_t list = nullptr;
+  if (bytes.starts_with(kBinaryMark)) {
+    if (isWithin(kBounds, bytes))
+      plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &list);
+  } else if (const auto xml = wholeXml(bytes); xml && isWithinBounds(*xml)) {
+    plist_from_xml(xml->data(), static_cast<std::uint32_t>(xml->size()), &list);
+  }
+  return List(list);
+}
+
+/// Threads: one. Owns: the descriptor. Errors: a negative one.
+class OpenFile {
+ public:
+  // A pipe in the file's place must not keep the caller.
+  explicit OpenFile(const std::string& path)
+      : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+  ~OpenFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+  int descriptor() const noexcept { return descriptor_; }
+
+ private:
+  int descriptor_;
+};
+
+std::optional<std::string> contentsOf(const std::string& path) {
+  const OpenFile file(path);
+  struct stat facts {};
+  if (file.descriptor() < 0 || ::fstat(file.descriptor(), &facts) != 0) return std::nullopt;
+  constexpr auto kLargest = static_cast<off_t>(PropertyLists::kLargestFile);
+  if (!S_ISREG(facts.st_mode) || facts.st_size > kLargest) return std::nullopt;
+  // The file may grow meanwhile; what it had is what is read.
+  std::string bytes(static_cast<std::size_t>(facts.st_size), '\0');
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const auto count = ::read(file.descriptor(), bytes.data() + filled, bytes.size() - filled);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return std::nullopt;
+    if (count == 0) break;
+    filled += static_cast<std::size_t>(count);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+}  // namespace
+
+std::optional<Value> PropertyLists::read(const std::string& path) {
+  const auto bytes = contentsOf(path);
+  return bytes ? parse(*bytes) : std::nullopt;
+}
+
+std::optional<Value> PropertyLists::parse(std::span<const char> bytes) {
+  if (bytes.empty() || bytes.size() > kLargestFile) return std::nullopt;
+  const List list = listOf({bytes.data(), bytes.size()});
+  return list ? valueOf(list.get(), 0) : std::nullopt;
+}
+
+std::optional<std::string> PropertyLists::xml(const Dictionary& list) {
+  const PlainNumbers numbers;
+  const List root = NodeMaker{}(list);
+  if (!root) return std::nullopt;
+  char* text = nullptr;
+  std::uint32_t length = 0;
+  plist_to_xml(root.get(), &text, &length);
+  const std::unique_ptr<char, Free> owned(text);
+  if (!owned) return std::nullopt;
+  return std::string(text, length);
+}
+
+}  // namespace wevora::platform

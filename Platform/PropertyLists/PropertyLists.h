@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "Platform/Values/Value.h"
+
+namespace wevora::platform {
+
+/// Property lists: values in files, as XML or binary.
+///
+/// A list is hostile input, and what can be read can be written: at most 16 MiB in a regular file,
+/// at most 16,384 values and keys, at most 512 of them inside one another, not more escaped
+/// characters than can be read at once, and every text is UTF-8 that XML can hold.
+///
+/// Threads: any. Owns: nothing. Errors: none is the answer to all of them.
+class PropertyLists {
+ public:
+  static constexpr std::size_t kLargestFile = std::size_t{16} * 1024 * 1024;  ///< bytes
+  static constexpr std::size_t kMostValues = 16384;
+  static constexpr int kDeepest = 512;
+
+  /// The list in a file, in either form. What follows the end of an XML list is not looked at.
+  static std::optional<Value> read(const std::string& path);
+  /// The list in memory, in either form.
+  static std::optional<Value> parse(std::span<const char> bytes);
+  /// The list as XML, keys in their order; none where a value has no XML form, such as a text with
+  /// a byte that is not UTF-8. Dates lose their fraction of a second.
+  static std::optional<std::string> xml(const Dictionary& list);
+};
+
+}  // namespace wevora::platform

@@ -1,0 +1,167 @@
+// A peer of the bundle in a process of its own.
+//   link-peer agent SEED OBJECT ACCOUNT   an agent that announces itself and posts events all the
+//                                         time, until it is killed
+//   link-peer mute SEED                   accepts, and never says anything
+//   link-peer garbage SEED                answers whatever it is sent with noise
+//   link-peer noise SEED                  greets like an agent, and then speaks noise
+//   link-peer storm COUNT OBJECT          posts that many events as fast as it can, and ends
+// Every one prints "ready" when it can be found.
+
+#include <array>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <vector>
+
+#include <gio/gio.h>
+
+#include "Connector/DaemonConnectionService.h"
+#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/DistributedObjects/PublishedService.h"
+#include "Tests/TestAgent/TestAgent.h"
+
+namespace wevora::testing_host {
+namespace {
+
+using platform::Array;
+using platform::BusNotificationCenter;
+using platform::Value;
+
+std::string nameOfSeed(const std::string& seed) {
+  return *daemonConnectionNameAndSeed(g_get_user_name(),
+                                      static_cast<std::uint32_t>(std::stoul(seed)));
+}
+
+void ready() {
+  std::cout << "ready" << std::endl;
+}
+
+bool postEvent(BusNotificationCenter& center, const std::string& object, std::string path) {
+  return center.post(
+      {kIDaemonConnectionWVREventNotification,
+       object,
+       {{kIDaemonConnectionWVREventNotificationPathsKey, Value(Array{Value(std::move(path))})},
+        {kIDaemonConnectionWVREventNotificationEventsKey, Value(Array{Value("Created")})}}});
+}
+
+struct EventSource {
+  BusNotificationCenter& center;
+  const std::string& object;
+};
+
+gboolean postNext(gpointer data) noexcept {
+  const auto* events = static_cast<EventSource*>(data);
+  return postEvent(events->center, events->object, "/Volumes/A") ? G_SOURCE_CONTINUE
+                                                                 : G_SOURCE_REMOVE;
+}
+
+int runAgent(const std::string& seed, const std::string& object, const std::string& account) {
+  TestAgent agent;
+  agent.object = object;
+  agent.account = TestAgent::accountOf(account);
+  const auto service = platform::PublishedService::publish(
+      nameOfSeed(seed), daemonConnectionProtocol(),
+      [&agent](const std::string& method, const Array& arguments) {
+        return answerOfDaemonConnection(agent, method, arguments);
+      });
+  if (!service) return 1;
+  BusNotificationCenter center;
+  center.post({kIDaemonConnectionBecomeAvailableNotification, std::nullopt, {}});
+  ready();
+  EventSource events{center, object};
+  g_timeout_add(1, &postNext, &events);
+  while (true) g_main_context_iteration(nullptr, TRUE);
+}
+
+int listenOn(const std::string& name) {
+  const auto path = platform::socketPath(platform::userRuntimeFolder(), name);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path->copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ::unlink(path->c_str());
+  if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      ::listen(socket, 8) != 0)
+    return -1;
+  ready();
+  return socket;
+}
+
+int runMute(const std::string& seed) {
+  if (listenOn(nameOfSeed(seed)) < 0) return 1;
+  while (true) ::pause();
+}
+
+void say(int peer, std::string_view text) {
+  if (::send(peer, text.data(), text.size(), MSG_NOSIGNAL) < 0) return;
+}
+
+void sayNoise(int peer) {
+  unsigned state = 12345;
+  std::string noise(4096, '\0');
+  for (char& byte : noise) {
+    state = state * 1103515245U + 12345U;
+    byte = static_cast<char>(state >> 16U);
+  }
+  noise.front() = 'l';  // as a message of the bus begins
+  say(peer, noise);
+}
+
+/// Whatever the peer asks is answered as its kind of garbage.
+void answer(int peer, bool greets) {
+  std::array<char, 4096> heard{};
+  while (true) {
+    const auto got = ::recv(peer, heard.data(), heard.size(), 0);
+    if (got <= 0) break;
+    const std::string_view text(heard.data(), static_cast<std::size_t>(got));
+    if (!greets || text.find("BEGIN") != std::string_view::npos)
+      sayNoise(peer);
+    else if (text.find("NEGOTIATE_UNIX_FD") != std::string_view::npos)
+      say(peer, "AGREE_UNIX_FD\r\n");
+    else if (text.find("AUTH EXTERNAL ") != std::string_view::npos)
+      say(peer, "OK 0123456789abcdef0123456789abcdef\r\n");
+    else
+      say(peer, "REJECTED EXTERNAL\r\n");
+  }
+  ::close(peer);
+}
+
+int runGarbage(const std::string& seed, bool greets) {
+  const int socket = listenOn(nameOfSeed(seed));
+  while (socket >= 0) {
+    const int peer = ::accept4(socket, nullptr, nullptr, SOCK_CLOEXEC);
+    if (peer >= 0) answer(peer, greets);
+  }
+  return 1;
+}
+
+int runStorm(const std::string& count, const std::string& object) {
+  BusNotificationCenter center;
+  const int events = std::stoi(count);
+  for (int i = 0; i < events; ++i)
+    if (!postEvent(center, object, "/Volumes/" + std::to_string(i))) return 1;
+  return center.flush() ? 0 : 1;
+}
+
+int run(const std::vector<std::string>& words) {
+  const auto is = [&](std::string_view kind, std::size_t count) {
+    return words.size() == count + 1 && words.front() == kind;
+  };
+  if (is("agent", 3)) return runAgent(words[1], words[2], words[3]);
+  if (is("mute", 1)) return runMute(words[1]);
+  if (is("garbage", 1)) return runGarbage(words[1], false);
+  if (is("noise", 1)) return runGarbage(words[1], true);
+  if (is("storm", 2)) return runStorm(words[1], words[2]);
+  return 2;
+}
+
+}  // namespace
+}  // namespace wevora::testing_host
+
+int main(int count, char** arguments) {
+  return wevora::testing_host::run(std::vector<std::string>(arguments + 1, arguments + count));
+}

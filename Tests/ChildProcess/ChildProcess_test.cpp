@@ -1,0 +1,42 @@
+#include "Tests/ChildProcess/ChildProcess.h"
+
+#include <csignal>
+
+#include <gtest/gtest.h>
+
+namespace wevora::testing_host {
+namespace {
+
+TEST(ChildProcessTest, OutputErrorsAndStatusAreKeptApart) {
+  const auto outcome = ranToItsEnd({"sh", "-c", "echo said; echo complained >&2; exit 3"});
+  EXPECT_EQ(outcome.output, "said\n");
+  EXPECT_EQ(outcome.errors, "complained\n");
+  EXPECT_EQ(outcome.status, 3);
+}
+
+TEST(ChildProcessTest, AProgramThatIsNotThereEndsAsInAShell) {
+  EXPECT_EQ(ranToItsEnd({"/no/such/program"}).status, 127);
+}
+
+TEST(ChildProcessTest, VariablesAreSetAndTakenAway) {
+  ::setenv("WEVORA_TEST_A", "a", 1);
+  const auto outcome = ranToItsEnd({"sh", "-c", "echo ${WEVORA_TEST_A-none} $WEVORA_TEST_B"},
+                                   {{"WEVORA_TEST_A", std::nullopt}, {"WEVORA_TEST_B", "b"}});
+  EXPECT_EQ(outcome.output, "none b\n");
+}
+
+TEST(ChildProcessTest, OutputIsWaitedForWhileTheChildRuns) {
+  ChildProcess child({"sh", "-c", "echo ready; exec sleep 1000"});
+  EXPECT_TRUE(child.waitForOutput("ready\n"));
+  EXPECT_FALSE(child.status());
+  child.signal(SIGTERM);
+  EXPECT_EQ(child.waitForEnd(), 128 + SIGTERM);
+  EXPECT_FALSE(child.waitForOutput("never"));
+}
+
+TEST(ChildProcessTest, MoreThanAPipeHoldsIsRead) {
+  EXPECT_EQ(ranToItsEnd({"sh", "-c", "head -c 1000000 /dev/zero"}).output.size(), 1000000U);
+}
+
+}  // namespace
+}  // namespace wevora::testing_host

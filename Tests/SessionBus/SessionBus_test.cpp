@@ -1,0 +1,38 @@
+#include "Tests/SessionBus/SessionBus.h"
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Tests/ServiceThread/ServiceThread.h"
+
+namespace wevora::testing_host {
+namespace {
+
+TEST(SessionBusTest, NotificationsTravelOverItAndTheEnvironmentIsPutBack) {
+  ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
+  {
+    const SessionBus bus;
+    EXPECT_EQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), bus.address());
+    EXPECT_EQ(std::getenv("XDG_RUNTIME_DIR"), bus.runtimeFolder());
+    platform::BusNotificationCenter center;
+    bool heard = false;
+    const auto observation =
+        center.observe("Something", std::nullopt, [&](const auto&) { heard = true; });
+    ASSERT_TRUE(observation);
+    EXPECT_TRUE(center.post({"Something", std::nullopt, {}}));
+    EXPECT_TRUE(runMainLoopUntil([&] { return heard; }));
+  }
+  EXPECT_STREQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/nowhere");
+}
+
+TEST(SessionBusTest, AStoppedBusTakesNothing) {
+  SessionBus bus;
+  bus.stop();
+  platform::BusNotificationCenter center;
+  EXPECT_FALSE(center.post({"Something", std::nullopt, {}}));
+}
+
+}  // namespace
+}  // namespace wevora::testing_host

@@ -1,0 +1,192 @@
+// The settings file among other programs, and on disks that take no more.
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
+#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/PropertyLists/PropertyLists.h"
+#include "Tests/Integration/InMountNamespace.h"
+
+namespace wevora {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Dictionary;
+using platform::PropertyLists;
+using platform::Value;
+
+constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
+
+/// A small disk that holds a whole system's settings.
+class SettingsTest : public testing::Test {
+ protected:
+  SettingsTest() {
+    fs::create_directories(root);
+    mounted = ::mount("tmpfs", root.c_str(), "tmpfs", 0, "size=128k") == 0;
+    fs::create_directories(root + "/etc/xdg/Wevora");
+    std::ofstream(root + "/etc/xdg/Wevora/wevora-settings.plist")
+        << PropertyLists::xml({{"Other", "kept"}}).value();
+  }
+  ~SettingsTest() override { ::umount2(root.c_str(), MNT_DETACH); }
+  void SetUp() override { ASSERT_TRUE(mounted); }
+
+  std::unique_ptr<WVRAppSupport> support() const {
+    return WVRAppSupport::initWithUserName(userName, paths);
+  }
+  /// Takes all the space that is left.
+  void fill() const {
+    std::ofstream out(root + "/filler");
+    while (out << std::string(4096, 'x') && out.flush()) {
+    }
+  }
+  void unfill() const { fs::remove(root + "/filler"); }
+  bool remount(unsigned long flags) const {
+    return ::mount("tmpfs", root.c_str(), "tmpfs", MS_REMOUNT | flags, nullptr) == 0;
+  }
+  /// What a Python program prints that knows the file's path as `path`.
+  int python(const std::string& program) const {
+    const std::string script = root + "/program.py";
+    std::ofstream(script) << "import plistlib, sys\npath = '" << file << "'\n" << program;
+    return std::system(("python3 -B " + script).c_str());
+  }
+
+  const std::string root = "/media/wevora-settings";
+  const platform::InstalledPaths paths = platform::InstalledPaths::belowRoot(root);
+  const std::string userName = platform::loginName().value();
+  const std::string file = root + "/home/" + userName + "/.config/Wevora/wevora-settings.plist";
+  bool mounted = false;
+};
+
+TEST_F(SettingsTest, AFullDiskBreaksTheFileAtWorstAndTheNextWriteRepairsIt) {
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  fill();
+  object->writeKey("Long", Value(std::string(50000, 'y')));
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+  object->writeKey(kOverlay, Value(false));
+  unfill();
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+  EXPECT_EQ(object->readKey("KeepAlive"), Value(true));
+}
+
+TEST_F(SettingsTest, OnAFullDiskThereIsNoFileToReadUntilThereIsRoom) {
+  fill();
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+  unfill();
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+}
+
+TEST_F(SettingsTest, AReadOnlyFolderIsReadAndLeftAlone) {
+  support();
+  ASSERT_TRUE(remount(MS_RDONLY));
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(true));
+  EXPECT_EQ(object->readKey("Other"), Value("kept"));
+}
+
+TEST_F(SettingsTest, AReadOnlyHomeWithoutAFileHasNoSettings) {
+  ASSERT_TRUE(remount(MS_RDONLY));
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
+}
+
+TEST_F(SettingsTest, WritersInTwoProcessesLeaveAFileThatIsRead) {
+  support();
+  std::vector<pid_t> writers;
+  for (int writer = 0; writer < 2; ++writer) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      const auto object = support();
+      for (int round = 0; round < 300; ++round)
+        object->writeKey("Writer " + std::to_string(writer),
+                         Value(std::string(static_cast<std::size_t>(round % 7 * 40), 'x')));
+      ::_exit(0);
+    }
+    writers.push_back(child);
+  }
+  for (const pid_t writer : writers) {
+    int status = -1;
+    ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+    EXPECT_EQ(status, 0);
+  }
+  const auto object = support();
+  EXPECT_EQ(object->readKey(kOverlay), Value(true));
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+}
+
+TEST_F(SettingsTest, APythonProgramReadsWhatWasWritten) {
+  const auto object = support();
+  object->writeKey(kOverlay, Value(false));
+  object->writeKey("Text", Value("<\xC3\xA9&> \xF0\x9F\x98\x80"));
+  object->writeKey("Number", Value(std::int64_t{-7}));
+  object->writeKey("Real", Value(0.1));
+  object->writeKey("Date", Value(platform::Date{1700000000}));
+  object->writeKey("Data", Value(platform::Data{std::byte{0}, std::byte{255}}));
+  object->writeKey("Array", Value(platform::Array{true, "x", Dictionary{{"k", false}}}));
+  EXPECT_EQ(python("import datetime\n"
+                   "list = plistlib.load(open(path, 'rb'))\n"
+                   "assert list == {'Other': 'kept', 'HideDesktopItem': False, 'KeepAlive': True,\n"
+                   "  'RunAtLoad': True, 'kFinderOverlayEnabledKey': False,\n"
+                   "  'Text': '<\\u00e9&> \\U0001f600', 'Number': -7, 'Real': 0.1,\n"
+                   "  'Date': datetime.datetime(2023, 11, 14, 22, 13, 20),\n"
+                   "  'Data': b'\\x00\\xff', 'Array': [True, 'x', {'k': False}]}, list\n"
+                   "assert list['kFinderOverlayEnabledKey'] is False\n"),
+            0);
+}
+
+TEST_F(SettingsTest, WhatAPythonProgramWroteIsReadInBothForms) {
+  const auto object = support();
+  for (const std::string form : {"FMT_XML", "FMT_BINARY"}) {
+    ASSERT_EQ(python("import datetime\n"
+                     "list = {'kFinderOverlayEnabledKey': False, 'Text': '<\\u00e9&>',\n"
+                     "  'Number': -7, 'Real': 0.1, 'Data': b'\\x00\\xff',\n"
+                     "  'Date': datetime.datetime(2023, 11, 14, 22, 13, 20),\n"
+                     "  'Array': [True, 'x', {'k': False}], '42': {'RunAtLoad': True}}\n"
+                     "plistlib.dump(list, open(path, 'wb'), fmt=plistlib." +
+                     form + ")\n"),
+              0);
+    EXPECT_EQ(support()->readKey(kOverlay), Value(false));
+    EXPECT_EQ(object->readKey("Text"), Value("<\xC3\xA9&>"));
+    EXPECT_EQ(object->readKey("Number"), Value(std::int64_t{-7}));
+    EXPECT_EQ(object->readKey("Real"), Value(0.1));
+    EXPECT_EQ(object->readKey("Date"), Value(platform::Date{1700000000}));
+    EXPECT_EQ(object->readKey("Data"), Value(platform::Data{std::byte{0}, std::byte{255}}));
+    EXPECT_EQ(object->readKey("Array"),
+              Value(platform::Array{true, "x", Dictionary{{"k", false}}}));
+    EXPECT_EQ(object->readKey("42"), Value(Dictionary{{"RunAtLoad", true}}));
+  }
+}
+
+TEST_F(SettingsTest, AFileOfAPythonProgramIsWrittenToAndReadByItAgain) {
+  const auto object = support();
+  ASSERT_EQ(python("plistlib.dump({'kFinderOverlayEnabledKey': True, 'Own': [1, 2]},\n"
+                   "  open(path, 'wb'), fmt=plistlib.FMT_BINARY)\n"),
+            0);
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(python("list = plistlib.load(open(path, 'rb'))\n"
+                   "assert list == {'kFinderOverlayEnabledKey': False, 'Own': [1, 2]}, list\n"),
+            0);
+}
+
+}  // namespace
+}  // namespace wevora
+
+int main(int count, char** arguments) {
+  return wevora::testing_host::runTestsInMountNamespace(count, arguments);
+}
