@@ -46,6 +46,7 @@ void takeAllSignals(posix_spawnattr_t& attributes) {
 
 std::optional<pid_t> spawned(std::string commandLine, std::vector<std::string> variables) {
   std::vector<char*> environment;
+  environment.reserve(variables.size() + 1);
   for (auto& variable : variables) environment.push_back(variable.data());
   environment.push_back(nullptr);
   std::string name = "sh";

@@ -243,6 +243,15 @@ TEST_F(FilesTest, TheTrashOfTheHomeVolumeIsInTheHome) {
             "trash\t" + folder.path("Trash/files/x") + "\n");
 }
 
+TEST_F(FilesTest, AHomeTrashThatIsKeptOnAnotherVolumeEnclosesItsItemsToo) {
+  ASSERT_TRUE(mounted);
+  fs::create_directories(volume.path("Trash/files"));
+  write(volume.path("Trash/files/x"));
+  const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + quoted + "' ";
+  EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash/files/x'").status, 0);
+  EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
+}
+
 // --- Backups -------------------------------------------------------------------------------------
 
 TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
