@@ -14,18 +14,21 @@ platform::Array valuesOf(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-void Announcer::post(const std::string& name, const platform::Dictionary& userInfo) {
-  if (center_.post({name, object_, userInfo}) || std::exchange(warned_, true)) return;
-  warn_("no session bus can be reached: file managers are not told what happens");
+bool Announcer::post(const std::string& name, const platform::Dictionary& userInfo) {
+  const bool sent = center_.post({name, object_, userInfo});
+  if (!sent && !std::exchange(warned_, true))
+    warn_("no session bus can be reached: file managers are not told what happens");
+  return sent;
 }
 
-void Announcer::becomeAvailable() {
-  post(kIDaemonConnectionBecomeAvailableNotification);
+bool Announcer::becomeAvailable() {
+  const bool told = post(kIDaemonConnectionBecomeAvailableNotification);
   for (const int seconds : {1, 3, 10})
     dispatch_.mainQueue().after(std::chrono::seconds(seconds), [weak = std::weak_ptr(self_)] {
       if (const auto self = weak.lock())
         (*self)->post(kIDaemonConnectionBecomeAvailableNotification);
     });
+  return told;
 }
 
 void Announcer::event(const std::string& path, const std::string& word) {

@@ -27,10 +27,11 @@ class Announcer {
 
   const std::string& object() const noexcept { return object_; }
 
-  void post(const std::string& name, const platform::Dictionary& userInfo = {});
+  /// False where nobody can be told.
+  bool post(const std::string& name, const platform::Dictionary& userInfo = {});
   /// Now, and again after a while: a listener that is just noticing the end of the agent before
   /// this one begins to listen only then.
-  void becomeAvailable();
+  bool becomeAvailable();
   void event(const std::string& path, const std::string& word);
 
  private:

@@ -32,24 +32,29 @@ RunningAgent::RunningAgent(const ServeOptions& options, std::string object,
       queue_(around_.clock, options.syncRate),
       worker_(around_.dispatch.serialQueue("volumes")),
       watch_(std::make_shared<platform::FolderWatch>(
-          [this](const platform::FolderEvent& event) { noticed(event); })),
-      unmounts_(around_.unmountApprovals.createSession()) {
+          [this](const platform::FolderEvent& event) { noticed(event); })) {
   for (const auto& volume : options.volumes)
     keepers_.push_back(std::make_shared<VolumeKeeper>(
         volume,
         VolumeKeeper::Surroundings{around_.dispatch, worker_, watch_, around_.clock, *this}));
-  if (!unmounts_) return;
-  unmounts_->scheduleOnMainLoop();
-  unmounts_->registerUnmountApproval(&RunningAgent::unmountAsked, this);
 }
 
 RunningAgent::~RunningAgent() {
   if (unmounts_) unmounts_->unregisterUnmountApproval(&RunningAgent::unmountAsked, this);
 }
 
-void RunningAgent::start() {
-  announcer_.becomeAvailable();
+bool RunningAgent::start() {
+  const bool told = announcer_.becomeAvailable();
   useAccount(root_.accountInfo()->clientID().value_or(""));
+  return told;
+}
+
+void RunningAgent::heedUnmounts(platform::UnmountApprovals& approvals) {
+  if (keepers_.empty()) return;
+  unmounts_ = approvals.createSession();
+  if (!unmounts_) return;
+  unmounts_->scheduleOnMainLoop();
+  unmounts_->registerUnmountApproval(&RunningAgent::unmountAsked, this);
 }
 
 void RunningAgent::setStatus(std::int32_t status) {

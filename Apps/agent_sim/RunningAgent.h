@@ -26,7 +26,6 @@ class RunningAgent : public VolumeListener, public Controlled {
     platform::Dispatch& dispatch;
     const platform::Clock& clock;
     platform::DistributedNotificationCenter& notifications;
-    platform::UnmountApprovals& unmountApprovals;
     std::function<void()> quit;
   };
 
@@ -36,8 +35,10 @@ class RunningAgent : public VolumeListener, public Controlled {
   RunningAgent& operator=(const RunningAgent&) = delete;
 
   IDaemonConnection& rootObject() noexcept { return root_; }
-  /// Announces the agent, and begins to keep the volumes.
-  void start();
+  /// Announces the agent, and begins to keep the volumes. False where there is nobody to tell.
+  bool start();
+  /// Leaves volumes alone that are about to be unmounted.
+  void heedUnmounts(platform::UnmountApprovals& approvals);
 
   void setStatus(std::int32_t status) override;
   void setAccount(const std::string& account) override;

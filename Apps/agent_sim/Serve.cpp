@@ -1,6 +1,8 @@
 #include "Apps/agent_sim/Serve.h"
 
+#include <array>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -91,11 +93,13 @@ int runServe(std::span<const char* const> arguments) {
   platform::BusNotificationCenter notifications;
   platform::GioUnmountApprovals unmounts(dispatch, volumes);
   RunningAgent agent(options, notificationObject(options),
-                     {dispatch, clock, notifications, unmounts, [&loop] { loop.quit(); }});
+                     {dispatch, clock, notifications, [&loop] { loop.quit(); }});
   const auto service = published(name, agent);
   for (const auto& volume : options.volumes) prepareDatabase(volume, options.account, clock);
   say("serving " + name);
-  agent.start();
+  // Without a bus there is only GIO's own monitor; others would complain, each in its own words.
+  if (!agent.start()) ::setenv("GIO_USE_VOLUME_MONITOR", "unix", 0);
+  agent.heedUnmounts(unmounts);
   loop.run();
   say("ended");
   return 0;

@@ -13,7 +13,7 @@ constexpr std::size_t kFoldersInSlice = 64;
 /// What is written in many steps is looked at once.
 constexpr std::chrono::milliseconds kMoment{50};
 constexpr std::chrono::seconds kRetry{2};
-constexpr std::chrono::seconds kRescanOfUnwatched{10};
+constexpr std::chrono::seconds kRescanOfUnwatched{5};
 
 std::string reasonOf(const std::error_code& failed) {
   if (failed == std::errc::no_space_on_device)
@@ -145,7 +145,7 @@ void VolumeKeeper::noteUnwatched(const std::vector<SliceResult::Unwatched>& fold
   if (!std::exchange(saidUnwatched_, true))
     around_.listener.warn(
         folders.front().folder + " cannot be watched: " + reasonOf(folders.front().reason) +
-        "; what happens in it, and in " + "others like it, is found by looking every 10 s");
+        "; what happens in it, and in " + "others like it, is found by looking every 5 s");
   if (std::exchange(rescanning_, true)) return;
   later(kRescanOfUnwatched, &VolumeKeeper::scanUnwatched);
 }

@@ -22,6 +22,21 @@ namespace {
 
 constexpr int kBacklog = 16;
 
+/// General tools greet whomever they speak to like a bus; they are given a name, for politeness.
+constexpr const char* kBusPath = "/org/freedesktop/DBus";
+constexpr const char* kGreetedName = ":1.0";
+constexpr const char* kBusXml = R"xml(<node>
+  <interface name="org.freedesktop.DBus">
+    <method name="Hello"><arg direction="out" type="s"/></method>
+  </interface>
+</node>)xml";
+
+void greeted(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*path*/,
+             const gchar* /*name*/, const gchar* /*method*/, GVariant* /*arguments*/,
+             GDBusMethodInvocation* invocation, gpointer /*nothing*/) noexcept {
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", kGreetedName));
+}
+
 /// A listening socket under a name, put there in one step: nobody finds it half made.
 Descriptor listeningSocket(const std::string& path) {
   const std::string made = path + "." + std::to_string(::getpid());
@@ -124,14 +139,16 @@ struct PublishedService::State {
 
   void welcome(GPtr<GDBusConnection> peer) {
     static constexpr GDBusInterfaceVTable kTable = {&State::called, &State::read, nullptr, {}};
-    std::vector<guint> objects;
+    static constexpr GDBusInterfaceVTable kGreeting = {&greeted, nullptr, nullptr, {}};
+    std::vector<guint> objects{g_dbus_connection_register_object(
+        peer.get(), kBusPath, bus.interface(), &kGreeting, nullptr, nullptr, nullptr)};
     for (auto& offered : interfaces)
       objects.push_back(g_dbus_connection_register_object(
           peer.get(), "/", offered.description.interface(), &kTable, &offered, nullptr, nullptr));
     g_signal_connect(peer.get(), "closed", G_CALLBACK(&State::closed), this);
-    auto* bus = peer.release();
-    peers[bus] = std::move(objects);
-    g_dbus_connection_start_message_processing(bus);
+    auto* held = peer.release();
+    peers[held] = std::move(objects);
+    g_dbus_connection_start_message_processing(held);
   }
 
   static void closed(GDBusConnection* peer, gboolean /*vanished*/, GError* /*reason*/,
@@ -183,6 +200,7 @@ struct PublishedService::State {
     return value.release();
   }
 
+  const InterfaceDescription bus{kBusXml, "org.freedesktop.DBus"};
   std::vector<Interface> interfaces;
   GPtr<GCancellable> cancellable;
   std::string path;
