@@ -59,6 +59,14 @@ TEST_F(IconViewOverlayTest, TheIconIsChangedInPlaceBeforeTheHostDrawsItOnce) {
   EXPECT_TRUE(anythingSeen(*cell->icon->representations()[0].bitmap, kGreen));
 }
 
+TEST_F(IconViewOverlayTest, OneWrapperIsMadeForEachDrawing) {
+  const auto cell = host.makeIconCell(badged.item("green"), {64, 64});
+  host.draw(cell);
+  EXPECT_EQ(host.wrappersMade, 1);
+  host.draw(cell);
+  EXPECT_EQ(host.wrappersMade, 2);
+}
+
 TEST_F(IconViewOverlayTest, TheBadgeIsLeftUnflipped) {
   drawn("green", {64, 64});
   EXPECT_FALSE(badged.provider->images().greenImageFlipped->isFlipped());

@@ -129,7 +129,7 @@ void addDelegateMethods(Class& own, const Runtime& runtime, const InstalledPaths
 }  // namespace
 
 std::shared_ptr<Class> WVOutlineViewDelegate::registerIn(Runtime& runtime, InstalledPaths paths) {
-  const auto own = runtime.registerClass(kName);
+  auto own = runtime.registerClass(kName);
   if (!own) return runtime.classNamed(kName);
   addAccessors(*own);
   addDelegateMethods(*own, runtime, paths);

@@ -25,6 +25,9 @@ class Runtime;
 /// A reference to an object of the runtime; a null one is "nothing", to which anything may be sent.
 using Id = std::shared_ptr<Object>;
 
+template <class Result, class... Arguments>
+Result send(const Id& receiver, std::string_view selector, Arguments... arguments);
+
 /// What a host's object raises, and what a message that nobody understands raises.
 /// Threads: any. Owns: its text. Errors: is one.
 class HostException : public std::runtime_error {
@@ -210,9 +213,6 @@ class Runtime {
   mutable Mutex mutex_;
   std::map<std::string, std::shared_ptr<Class>, std::less<>> classes_ GUARDED_BY(mutex_);
 };
-
-template <class Result, class... Arguments>
-Result send(const Id& receiver, std::string_view selector, Arguments... arguments);
 
 /// A message of certain types that waits for its target.
 /// Threads: one. Owns: as Invocation. Errors: as Invocation.

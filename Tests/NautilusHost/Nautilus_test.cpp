@@ -167,19 +167,20 @@ TEST_P(NautilusViewTest, NoCellShowsTheBadgeOfTheItemThatItShowedBefore) {
     return !word.empty();
   };
   const auto allAreBadged = [&] {
-    const auto cells = session.screen().cells();
-    const auto picture = session.screen().picture();
-    return !cells.empty() && picture &&
-           std::ranges::all_of(cells, [&](const auto& cell) { return isRight(cell, *picture); });
+    const auto look = session.screen().look();
+    return !look.cells.empty() && look.picture &&
+           std::ranges::all_of(look.cells,
+                               [&](const auto& cell) { return isRight(cell, *look.picture); });
   };
   ASSERT_TRUE(session.until(allAreBadged));
   std::set<std::string> seen;
   for (int step = 0; step <= 24; ++step) {
     const double down = step / 12.0;
     session.screen().scroll(down <= 1 ? down : 2 - down);
-    const auto picture = session.screen().picture();
-    for (const auto& cell : session.screen().cells()) {
-      isRight(cell, *picture);
+    const auto look = session.screen().look();
+    ASSERT_TRUE(look.picture);
+    for (const auto& cell : look.cells) {
+      isRight(cell, *look.picture);
       seen.insert(cell.name);
     }
   }
@@ -316,12 +317,12 @@ TEST_P(NautilusViewTest, PlacesWithoutLocalPathsHaveNoBadgesAndHarmNothing) {
   for (const char* place : {"trash:///", "recent:///", "network:///", "other-locations:///"}) {
     session.openAnother(place, 0);
     ++window;
-    platform::BitmapRef picture;
+    testing_host::Look look;
     ASSERT_TRUE(session.until(
-        [&] { return (picture = session.screen().picture(window)) != nullptr; }, window))
+        [&] { return (look = session.screen().look(window)).picture != nullptr; }, window))
         << place;
-    for (const auto& cell : session.screen().cells(window))
-      EXPECT_EQ(session.badges().wordAt(*picture, cell), "") << place << " " << cell.name;
+    for (const auto& cell : look.cells)
+      EXPECT_EQ(session.badges().wordAt(*look.picture, cell), "") << place << " " << cell.name;
   }
   EXPECT_FALSE(session.fileManager().status());
   EXPECT_TRUE(session.shows(path("kept.txt"), "green"));

@@ -28,9 +28,8 @@ using nautilus::textProperty;
 constexpr const char* kInterfaceXml = R"xml(
 <node><interface name="com.Wevora.Test.NautilusProbe">
   <method name="Windows"><arg type="as" direction="out"/></method>
-  <method name="Cells"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
+  <method name="Look"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
   <method name="Rows"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
-  <method name="Picture"><arg type="u" direction="in"/><arg type="s" direction="in"/></method>
   <method name="NextFrame"><arg type="u" direction="in"/></method>
   <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
   <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
@@ -68,18 +67,20 @@ GtkWidget* windowOf(guint number) {
   return number < windows.size() ? windows[number] : nullptr;
 }
 
-/// In the window's picture; none for what is not wholly inside the part of its view that can be
-/// seen.
+/// In the window's picture; none for what a view that scrolls cuts off.
 std::optional<graphene_rect_t> frameIn(GtkWidget* window, GtkWidget* widget) {
   graphene_rect_t frame;
-  graphene_rect_t view;
-  if (!gtk_widget_compute_bounds(widget, window, &frame)) return std::nullopt;
   graphene_rect_t whole;
-  if (!gtk_widget_compute_bounds(window, window, &whole)) return std::nullopt;
-  GtkWidget* scrolled = gtk_widget_get_ancestor(widget, GTK_TYPE_SCROLLED_WINDOW);
-  if (scrolled != nullptr && gtk_widget_compute_bounds(scrolled, window, &view) &&
-      !graphene_rect_contains_rect(&view, &frame))
+  if (!gtk_widget_compute_bounds(widget, window, &frame) ||
+      !gtk_widget_compute_bounds(window, window, &whole))
     return std::nullopt;
+  for (GtkWidget* around = widget; around != window; around = gtk_widget_get_parent(around)) {
+    graphene_rect_t part;
+    if (gtk_widget_get_overflow(around) == GTK_OVERFLOW_HIDDEN &&
+        (!gtk_widget_compute_bounds(around, window, &part) ||
+         !graphene_rect_contains_rect(&part, &frame)))
+      return std::nullopt;
+  }
   graphene_rect_offset(&frame, -whole.origin.x, -whole.origin.y);
   return frame;
 }
@@ -166,18 +167,22 @@ bool savePicture(GtkWidget* window, const char* file) {
 
 using Invocation = GDBusMethodInvocation;
 
-/// Answers after the next frame of the window.
-void answerAfterFrame(GtkWidget* window, Invocation* invocation) {
+/// Answers when the window has drawn its next frame: what it shows and what it is asked for are of
+/// one moment then.
+void answerAfterFrame(GtkWidget* window, Invocation* invocation,
+                      std::function<GVariant*()> answer = {}) {
   struct Waiting {
     Invocation* invocation;
+    std::function<GVariant*()> answer;
     gulong handler;
   };
   GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
-  auto* waiting = new Waiting{invocation, 0};
+  auto* waiting = new Waiting{invocation, std::move(answer), 0};
   waiting->handler =
       g_signal_connect(clock, "after-paint", G_CALLBACK(+[](GdkFrameClock* painted, Waiting* done) {
                          g_signal_handler_disconnect(painted, done->handler);
-                         g_dbus_method_invocation_return_value(done->invocation, nullptr);
+                         g_dbus_method_invocation_return_value(
+                             done->invocation, done->answer ? done->answer() : nullptr);
                          delete done;
                        }),
                        waiting);
@@ -297,14 +302,15 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
     g_dbus_method_invocation_return_value(invocation, answer);
   };
   guint number = 0;
-  if (method == "Cells") return done(cellsOf(window));
   if (method == "Rows") return done(rowsOf(window));
   if (method == "NextFrame") return answerAfterFrame(window, invocation);
-  if (method == "Picture") {
+  if (method == "Look") {
     const char* file = nullptr;
     g_variant_get(arguments, "(u&s)", &number, &file);
-    if (savePicture(window, file)) return done(nullptr);
-    return g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "no picture");
+    return answerAfterFrame(window, invocation, [window, path = std::string(file)] {
+      savePicture(window, path.c_str());
+      return cellsOf(window);
+    });
   }
   if (method == "Scroll") {
     double part = 0;

@@ -58,9 +58,8 @@ std::vector<std::string> Screen::windows() const {
   return titles;
 }
 
-std::vector<Place> Screen::places(const char* method, unsigned window) const {
+std::vector<Place> Screen::placesOf(const Variant& answer) {
   std::vector<Place> places;
-  const auto answer = call(method, g_variant_new("(u)", window));
   if (!answer) return places;
   const Variant list(g_variant_get_child_value(answer.get(), 0));
   for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
@@ -74,19 +73,15 @@ std::vector<Place> Screen::places(const char* method, unsigned window) const {
   return places;
 }
 
-std::vector<Place> Screen::cells(unsigned window) const {
-  return places("Cells", window);
-}
-
 std::vector<Place> Screen::sidebar(unsigned window) const {
-  return places("Rows", window);
+  return placesOf(call("Rows", g_variant_new("(u)", window)));
 }
 
-platform::BitmapRef Screen::picture(unsigned window) const {
+Look Screen::look(unsigned window) const {
   const platform::TemporaryFolder folder;
   const std::string file = folder.path("picture");
-  if (!call("Picture", g_variant_new("(us)", window, file.c_str()))) return nullptr;
-  return readPicture(file);
+  auto cells = placesOf(call("Look", g_variant_new("(us)", window, file.c_str())));
+  return {readPicture(file), std::move(cells)};
 }
 
 void Screen::nextFrame(unsigned window) const {

@@ -19,6 +19,12 @@ struct Place {
   platform::Rect frame;  ///< in the window's picture, points
 };
 
+/// What a window shows at one moment.
+struct Look {
+  platform::BitmapRef picture;  ///< what its widgets drew last; null without a window
+  std::vector<Place> cells;     ///< those that are wholly to be seen
+};
+
 /// What the file manager shows, told by the probe inside it.
 /// Threads: one. Owns: its connection to the bus. Errors: what cannot be told is empty; throws
 /// without a bus.
@@ -32,11 +38,11 @@ class Screen {
 
   /// The titles of the windows, in the order in which they were opened.
   std::vector<std::string> windows() const;
-  /// Those that are wholly to be seen.
-  std::vector<Place> cells(unsigned window = 0) const;
+  /// Once its next frame is drawn.
+  Look look(unsigned window = 0) const;
+  std::vector<Place> cells(unsigned window = 0) const { return look(window).cells; }
+  platform::BitmapRef picture(unsigned window = 0) const { return look(window).picture; }
   std::vector<Place> sidebar(unsigned window = 0) const;
-  /// What the window's widgets drew last; null without a window.
-  platform::BitmapRef picture(unsigned window = 0) const;
   void nextFrame(unsigned window = 0) const;
   /// From 0, the top, to 1.
   void scroll(double part, unsigned window = 0) const;
@@ -56,7 +62,7 @@ class Screen {
   };
   using Variant = std::unique_ptr<GVariant, VariantUnref>;
   Variant call(const char* method, GVariant* arguments) const;
-  std::vector<Place> places(const char* method, unsigned window) const;
+  static std::vector<Place> placesOf(const Variant& answer);
 
   GDBusConnection* bus_;
 };

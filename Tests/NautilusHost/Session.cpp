@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::chrono::seconds kPatience{30};
+constexpr std::chrono::seconds kPatience{60};
 
 void must(bool done, const std::string& what) {
   if (!done) throw std::runtime_error("the session has no " + what);
@@ -67,8 +67,9 @@ const char* nameOf(Session::View view) {
 }
 
 void runWell(const std::vector<std::string>& command) {
-  const auto outcome = ranToItsEnd(command);
-  if (outcome.status != 0) throw std::runtime_error(command.front() + ": " + outcome.errors);
+  ChildProcess process(command);
+  if (process.waitForEnd(kPatience) != 0)
+    throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
 }
 
 /// For a person to look at; answers the file.
@@ -109,7 +110,8 @@ Session::Session(View view, Module module)
   installModules(module);
   write(home_ + "/.config/glib-2.0/settings/keyfile",
         std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") + nameOf(view) +
-            "'\nrecursive-search='always'\n");
+            "'\nrecursive-search='always'\n"
+            "[org/gnome/nautilus/window-state]\ninitial-size=(1000, 800)\n");
   display_ = std::make_unique<ChildProcess>(std::vector<std::string>{
       "Xvfb", "-displayfd", "1", "-screen", "0", "1400x1000x24", "-nolisten", "tcp"});
   must(display_->waitForOutput("\n"), "display");
@@ -173,12 +175,10 @@ bool Session::until(const std::function<bool()>& holds, unsigned window) const {
 }
 
 std::string Session::word(const std::string& path, unsigned window) const {
-  const auto cells = screen_->cells(window);
-  const auto picture = screen_->picture(window);
-  const std::string uri = uriOf(path);
-  const auto cell = std::ranges::find(cells, uri, &Place::name);
-  if (cell == cells.end() || !picture) return "not shown";
-  return badges_.wordAt(*picture, *cell);
+  const auto look = screen_->look(window);
+  const auto cell = std::ranges::find(look.cells, uriOf(path), &Place::name);
+  if (cell == look.cells.end() || !look.picture) return "not shown";
+  return badges_.wordAt(*look.picture, *cell);
 }
 
 testing::AssertionResult Session::shows(const std::string& path, const std::string& word,

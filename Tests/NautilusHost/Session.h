@@ -40,7 +40,7 @@ class Session {
   const Screen& screen() const { return *screen_; }
   const ChildProcess& fileManager() const { return *fileManager_; }
   const BadgeReader& badges() const { return badges_; }
-  /// Each time the window has drawn a frame, until it holds; false after half a minute.
+  /// Each time the window has drawn a frame, until it holds; false after a minute.
   bool until(const std::function<bool()>& holds, unsigned window = 0) const;
 
   /// The word that the item's icon shows; "not shown" for one that is not on the screen.

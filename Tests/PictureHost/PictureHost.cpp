@@ -85,7 +85,8 @@ std::shared_ptr<Class> PictureHost::registerClass(bool present, const char* name
 void PictureHost::registerWrappers(const Classes& classes) {
   const auto add = [&](bool present, const char* name, const char* initializer) {
     const auto wrappers = registerClass(present, name);
-    wrappers->addClassMethod("alloc", Implementation::of<Id()>([](const Id& self) {
+    wrappers->addClassMethod("alloc", Implementation::of<Id()>([this](const Id& self) {
+                               ++wrappersMade;
                                return std::make_shared<ImageWrapper>(as<Class>(self));
                              }),
                              "@@:");

@@ -146,6 +146,7 @@ class PictureHost {
   RecordingHost recording;
   std::vector<std::string> events;  ///< of all sidebars and their delegates, in order
   std::shared_ptr<View> desktopView;
+  int wrappersMade = 0;  ///< by `alloc`, of either class
 
  private:
   std::shared_ptr<Class> registerClass(bool present, const char* name, Class* super = nullptr);
