@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
-#include "Tests/NautilusHost/ProbeInterface.h"
+#include "Tests/HostSession/ProbeInterface.h"
 
 namespace wevora::testing_host {
 namespace {
@@ -26,7 +26,7 @@ using nautilus::objectProperty;
 using nautilus::textProperty;
 
 constexpr const char* kInterfaceXml = R"xml(
-<node><interface name="com.Wevora.Test.NautilusProbe">
+<node><interface name="com.Wevora.Test.Probe">
   <method name="Windows"><arg type="as" direction="out"/></method>
   <method name="Look"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
   <method name="Rows"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>

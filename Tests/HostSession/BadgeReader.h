@@ -4,9 +4,13 @@
 #include <string>
 
 #include "Platform/Graphics/Image.h"
-#include "Tests/NautilusHost/Screen.h"
+#include "Tests/HostSession/Screen.h"
 
 namespace wevora::testing_host {
+
+/// How much of the solid pixels of a badge, or of any other small picture, is there; 0 to 1.
+double shareThere(const platform::Bitmap& badge, const platform::Bitmap& picture,
+                  const platform::Rect& square);
 
 /// Tells by a picture's pixels which badge an icon has.
 /// Threads: one. Owns: the badges. Errors: throws where the bundle has no badges.

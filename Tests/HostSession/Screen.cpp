@@ -1,4 +1,4 @@
-#include "Tests/NautilusHost/Screen.h"
+#include "Tests/HostSession/Screen.h"
 
 #include <array>
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "Platform/Support/TemporaryFolder.h"
-#include "Tests/NautilusHost/ProbeInterface.h"
+#include "Tests/HostSession/ProbeInterface.h"
 
 namespace wevora::testing_host {
 namespace {

@@ -1,4 +1,4 @@
-#include "Tests/NautilusHost/BadgeReader.h"
+#include "Tests/HostSession/BadgeReader.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -27,16 +27,27 @@ bool areAlike(std::uint32_t a, std::uint32_t b) {
   return true;
 }
 
-/// Where the badge lies on an icon of the host: over all of it in the icon view; in the list, the
+/// Where the badge lies on an icon of the host: over all of it in an icon view; in a list, the
 /// square of 32 or 16 points in its lower left corner.
 platform::Rect squareOn(const Place& icon) {
   const auto& frame = icon.frame;
-  const double side = icon.kind == "NautilusGridCell" ? frame.height : frame.height >= 32 ? 32 : 16;
+  const bool row = icon.kind == "NautilusNameCell" || icon.kind == "Fm::FolderViewTreeView";
+  const double side = !row ? frame.height : frame.height >= 32 ? 32 : 16;
   return {frame.x, frame.y + frame.height - side, side, side};
 }
 
-/// How much of the badge's solid pixels is there.
-double shareOf(const Bitmap& badge, const Bitmap& picture, const platform::Rect& square) {
+}  // namespace
+
+BadgeReader::BadgeReader(const std::string& resources) {
+  for (const auto& [word, file] :
+       {std::pair("green", "/ok.icns"), std::pair("blue", "/backup.icns"),
+        std::pair("red", "/w.icns")}) {
+    badges_[word].image = platform::imageWithContentsOfFile(resources + file);
+    if (!badges_[word].image) throw std::runtime_error("the bundle has no badges");
+  }
+}
+
+double shareThere(const Bitmap& badge, const Bitmap& picture, const platform::Rect& square) {
   const auto left = static_cast<std::size_t>(std::lround(square.x));
   const auto top = static_cast<std::size_t>(std::lround(square.y));
   int solid = 0;
@@ -49,17 +60,6 @@ double shareOf(const Bitmap& badge, const Bitmap& picture, const platform::Rect&
       alike += areAlike(pixel, picture.pixels()[(top + y) * picture.width() + left + x]) ? 1 : 0;
     }
   return solid == 0 ? 0 : static_cast<double>(alike) / solid;
-}
-
-}  // namespace
-
-BadgeReader::BadgeReader(const std::string& resources) {
-  for (const auto& [word, file] :
-       {std::pair("green", "/ok.icns"), std::pair("blue", "/backup.icns"),
-        std::pair("red", "/w.icns")}) {
-    badges_[word].image = platform::imageWithContentsOfFile(resources + file);
-    if (!badges_[word].image) throw std::runtime_error("the bundle has no badges");
-  }
 }
 
 platform::BitmapRef BadgeReader::Badge::ofSide(std::size_t side) const {
@@ -78,8 +78,8 @@ std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon) const 
   std::string best;
   double bestShare = 0;
   for (const auto& [word, badge] : badges_) {
-    const double share = shareOf(*badge.ofSide(static_cast<std::size_t>(std::lround(square.width))),
-                                 picture, square);
+    const double share = shareThere(
+        *badge.ofSide(static_cast<std::size_t>(std::lround(square.width))), picture, square);
     if (share <= bestShare) continue;
     best = word;
     bestShare = share;
