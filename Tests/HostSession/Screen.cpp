@@ -97,6 +97,17 @@ void Screen::activate(const std::string& action, const std::string& argument,
   call("Activate", g_variant_new("(uss)", window, action.c_str(), argument.c_str()));
 }
 
+void Screen::move(const std::string& uri, double x, double y, unsigned window) const {
+  call("Move", g_variant_new("(usdd)", window, uri.c_str(), x, y));
+}
+
+unsigned Screen::paints(unsigned window) const {
+  const auto answer = call("Paints", g_variant_new("(u)", window));
+  unsigned count = 0;
+  if (answer) g_variant_get(answer.get(), "(u)", &count);
+  return count;
+}
+
 void Screen::search(const std::string& text, unsigned window) const {
   call("Search", g_variant_new("(us)", window, text.c_str()));
 }

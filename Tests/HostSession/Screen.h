@@ -49,6 +49,10 @@ class Screen {
   /// Does what a menu or a key would do; the argument is the text of a GVariant, or "".
   void activate(const std::string& action, const std::string& argument = "",
                 unsigned window = 0) const;
+  /// Puts an icon of the desktop somewhere else, points.
+  void move(const std::string& uri, double x, double y, unsigned window = 0) const;
+  /// How often the window's view of items was asked to paint.
+  unsigned paints(unsigned window = 0) const;
   /// Types into the search entry.
   void search(const std::string& text, unsigned window = 0) const;
   /// Presses the button that ejects a place of the sidebar; false where there is none.

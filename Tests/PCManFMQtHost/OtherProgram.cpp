@@ -61,7 +61,7 @@ int main(int count, char** arguments) {
   view.setModel(&model);
   view.show();
   // Once everything that was posted while the program started is done.
-  QTimer::singleShot(200, &view, [&] {
+  QTimer::singleShot(0, &view, [&] {
     report(view);
     QApplication::quit();
   });
