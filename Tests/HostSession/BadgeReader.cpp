@@ -62,15 +62,26 @@ double shareThere(const Bitmap& badge, const Bitmap& picture, const platform::Re
   return solid == 0 ? 0 : static_cast<double>(alike) / solid;
 }
 
-platform::BitmapRef BadgeReader::Badge::ofSide(std::size_t side) const {
-  auto& bitmap = drawn[side];
+platform::BitmapRef BadgeReader::Badge::ofSide(std::size_t side, bool onDesktop) const {
+  auto& bitmap = drawn[{side, onDesktop}];
   if (bitmap) return bitmap;
-  const auto context =
-      platform::BitmapContext::create({.width = side, .height = side, .flipped = false});
-  const platform::CurrentTarget current(*context);
-  const auto points = static_cast<double>(side);
-  image->drawInRect({0, 0, points, points}, {}, platform::CompositingOperation::SourceOver, 1.0);
-  return bitmap = context->createImage();
+  const auto drawnAt = [](std::size_t pixels, const auto& draw) {
+    const auto context =
+        platform::BitmapContext::create({.width = pixels, .height = pixels, .flipped = false});
+    const auto points = static_cast<double>(pixels);
+    draw(*context, platform::Rect{0, 0, points, points});
+    return context->createImage();
+  };
+  const auto whole = [this](platform::DrawingTarget& target, const platform::Rect& all) {
+    const platform::CurrentTarget current(target);
+    image->drawInRect(all, {}, platform::CompositingOperation::SourceOver, 1.0);
+  };
+  if (!onDesktop) return bitmap = drawnAt(side, whole);
+  // The desktop is given the badge in the badge's own size, whatever the size of the icon.
+  const auto own = drawnAt(static_cast<std::size_t>(image->size().width), whole);
+  return bitmap = drawnAt(side, [&](platform::DrawingTarget& target, const platform::Rect& all) {
+           platform::contextDrawImage(target, all, own);
+         });
 }
 
 std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon) const {
@@ -78,8 +89,9 @@ std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon) const 
   std::string best;
   double bestShare = 0;
   for (const auto& [word, badge] : badges_) {
-    const double share = shareThere(
-        *badge.ofSide(static_cast<std::size_t>(std::lround(square.width))), picture, square);
+    const auto side = static_cast<std::size_t>(std::lround(square.width));
+    const bool onDesktop = icon.kind == "PCManFM::DesktopWindow";
+    const double share = shareThere(*badge.ofSide(side, onDesktop), picture, square);
     if (share <= bestShare) continue;
     best = word;
     bestShare = share;

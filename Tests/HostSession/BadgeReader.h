@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "Platform/Graphics/Image.h"
 #include "Tests/HostSession/Screen.h"
@@ -25,8 +26,9 @@ class BadgeReader {
  private:
   struct Badge {
     platform::ImageRef image;
-    mutable std::map<std::size_t, platform::BitmapRef> drawn;  ///< by the side, pixels
-    platform::BitmapRef ofSide(std::size_t side) const;
+    mutable std::map<std::pair<std::size_t, bool>, platform::BitmapRef> drawn;
+    /// The side is in pixels.
+    platform::BitmapRef ofSide(std::size_t side, bool onDesktop) const;
   };
   std::map<std::string, Badge> badges_;
 };

@@ -113,15 +113,25 @@ std::string uriOf(const QModelIndex& index) {
   return list.left(list.indexOf('\n')).trimmed().toStdString();
 }
 
-/// Where an item's icon is, by the rules of the host's delegate and of the style.
+bool isOnDesktop(const QAbstractItemView& view) {
+  return view.parent()->inherits("PCManFM::DesktopWindow");
+}
+
+/// The part of an item of an icon view that a person can click to choose it begins with the icon.
+QRectF clickableIcon(const QAbstractItemView& view, const QModelIndex& index) {
+  const QRect item = view.visualRect(index);
+  QPoint corner(item.center().x(), item.top());
+  while (corner.y() < item.bottom() && view.indexAt(corner) != index) ++corner.ry();
+  while (corner.x() > item.left() && view.indexAt(corner - QPoint(1, 0)) == index) --corner.rx();
+  return QRectF(corner, view.iconSize());
+}
+
+/// Where an item's icon is, by how the host takes clicks and by the style.
 QRectF iconRect(QAbstractItemView& view, const QModelIndex& index) {
   const QRect item = view.visualRect(index);
   const QSize icon = view.iconSize();
   const auto* list = qobject_cast<QListView*>(&view);
-  if (list != nullptr && list->viewMode() == QListView::IconMode) {
-    const int margin = view.parent()->inherits("PCManFM::DesktopWindow") ? 1 : 3;
-    return QRectF(QPointF(item.x() + (item.width() - icon.width()) / 2, item.y() + margin), icon);
-  }
+  if (list != nullptr && list->viewMode() == QListView::IconMode) return clickableIcon(view, index);
   QStyleOptionViewItem option;
   option.initFrom(&view);
   option.rect = item;
@@ -153,7 +163,8 @@ GVariant* cellsOf(QWidget* window) {
     for (int row = 0; row < rows; ++row) {
       const auto index = model->index(row, 0, view->rootIndex());
       if (!QRectF(view->viewport()->rect()).contains(iconRect(*view, index))) continue;
-      addPlace(cells, uriOf(index), view->metaObject()->className(), *view->viewport(),
+      const QObject* kind = isOnDesktop(*view) ? view->parent() : view;
+      addPlace(cells, uriOf(index), kind->metaObject()->className(), *view->viewport(),
                iconRect(*view, index));
     }
   }
