@@ -32,7 +32,7 @@ class NotingEngine : public QPaintEngine {
   void drawTextItem(const QPointF&, const QTextItem&) override {}
   void drawTiledPixmap(const QRectF&, const QPixmap&, const QPointF&) override {}
 
-  std::optional<QRectF> picture;
+  std::optional<QRectF> picture;  ///< in device pixels
 
  private:
   void note(const QRectF& place) {
@@ -47,6 +47,7 @@ class NotingDevice : public QPaintDevice {
  public:
   explicit NotingDevice(const QWidget& like) : like_(like) {}
   QPaintEngine* paintEngine() const override { return &engine_; }
+  /// In device pixels.
   const std::optional<QRectF>& picture() const { return engine_.picture; }
 
  protected:
@@ -98,7 +99,7 @@ std::optional<QRectF> learn(QAbstractItemView& view, const QModelIndex& index, c
   }
   if (!device.picture()) return std::nullopt;
   QRectF box(QPointF(), QSizeF(option.decorationSize));
-  box.moveCenter(device.picture()->center());
+  box.moveCenter(device.picture()->center() / device.devicePixelRatioF());
   return box.translated(-item.topLeft());
 }
 

@@ -61,6 +61,10 @@ void mountEmpty(const std::string& folder) {
   must(::mount("tmpfs", folder.c_str(), "tmpfs", 0, nullptr) == 0, folder);
 }
 
+void bindFile(const std::string& file, const std::string& over) {
+  must(::mount(file.c_str(), over.c_str(), nullptr, MS_BIND, nullptr) == 0, over);
+}
+
 std::string uriOf(const std::string& path) {
   char* uri = g_filename_to_uri(path.c_str(), nullptr, nullptr);
   std::string text = uri == nullptr ? "" : uri;
@@ -134,6 +138,13 @@ bool HostSession::until(const std::function<bool()>& holds, unsigned window) con
     if (fileManager_ && fileManager_->status()) return false;
     screen_->nextFrame(window);
   }
+  return false;
+}
+
+bool HostSession::untilOutside(const std::function<bool()>& holds) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (std::chrono::steady_clock::now() < end)
+    if (holds()) return true;
   return false;
 }
 

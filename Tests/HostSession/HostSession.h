@@ -34,6 +34,8 @@ class HostSession {
   const BadgeReader& badges() const { return badges_; }
   /// Each time the window has drawn a frame, until it holds; false after a minute.
   bool until(const std::function<bool()>& holds, unsigned window = 0) const;
+  /// The same of what is not to be seen in a window: asks again and again.
+  static bool untilOutside(const std::function<bool()>& holds);
 
   /// The word that the item's icon shows; "not shown" for one that is not on the screen.
   std::string word(const std::string& path, unsigned window = 0) const;
@@ -58,9 +60,9 @@ class HostSession {
   /// Throws where the window does not come to show so many items.
   void waitForItems(std::size_t items, unsigned window) const;
 
- private:
   Environment environment(const Environment& more) const;
 
+ private:
   std::string home_;
   SessionBus bus_;
   std::string displayName_;
@@ -73,6 +75,8 @@ class HostSession {
 
 /// Mounts an empty folder over this one.
 void mountEmpty(const std::string& folder);
+/// Has a file show what another one holds.
+void bindFile(const std::string& file, const std::string& over);
 
 /// The file URI of a path, as the file manager has it.
 std::string uriOf(const std::string& path);

@@ -455,17 +455,23 @@ std::set<std::string> librariesOf(pid_t process) {
   return found;
 }
 
+/// The program, which is Qt's own but not the file manager, with the plug-in named to it.
+testing_host::Outcome otherProgram(const std::string& program, testing_host::Environment more) {
+  more.insert({{"QT_QPA_PLATFORM", "offscreen"}, {"QT_PLUGIN_PATH", WEVORA_QT_PLUGINS}});
+  return testing_host::ranToItsEnd({program}, more);
+}
+
+// The file manager itself insists on GLib's main loop; a program of its name need not.
 TEST_F(PCManFMQtTest, WhereQtDoesNotRunOnGLibThePluginSaysSoOnceAndDoesNothing) {
-  scan();
-  QtSession session({.onGLib = false});
-  const Agent agent(kAccount);
-  session.start(volume.path());
-  const std::string told = "wevora: Qt does not run on GLib's main loop";
-  ASSERT_TRUE(session.until(
-      [&] { return session.fileManager().errors().find(told) != std::string::npos; }));
-  EXPECT_FALSE(librariesOf(session.fileManager().pid()).contains("/finder_bundle.so"));
-  const std::string errors = session.fileManager().errors();
-  EXPECT_EQ(errors.find(told, errors.find(told) + 1), std::string::npos);
+  const QtSession session({});
+  const platform::TemporaryFolder folder;
+  fs::copy_file(WEVORA_OTHER_PROGRAM, folder.path("pcmanfm-qt"));
+  const auto outcome = otherProgram(folder.path("pcmanfm-qt"),
+                                    {{"QT_QPA_GENERIC_PLUGINS", "wevora"}, {"QT_NO_GLIB", "1"}});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors,
+            "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
+  EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
 }
 
 TEST_F(PCManFMQtTest, TheFileManagerHoldsTheBundleThatIsInstalled) {
@@ -476,13 +482,8 @@ TEST_F(PCManFMQtTest, TheFileManagerHoldsTheBundleThatIsInstalled) {
 
 TEST_F(PCManFMQtTest, InAnotherProgramOfQtsThePluginDoesNothing) {
   const QtSession session({});
-  const auto outcomeWith = [](const char* plugins) {
-    return testing_host::ranToItsEnd({WEVORA_OTHER_PROGRAM}, {{"QT_QPA_PLATFORM", "offscreen"},
-                                                              {"QT_PLUGIN_PATH", WEVORA_QT_PLUGINS},
-                                                              {"QT_QPA_GENERIC_PLUGINS", plugins}});
-  };
-  const auto without = outcomeWith("");
-  const auto with = outcomeWith("wevora");
+  const auto without = otherProgram(WEVORA_OTHER_PROGRAM, {{"QT_QPA_GENERIC_PLUGINS", ""}});
+  const auto with = otherProgram(WEVORA_OTHER_PROGRAM, {{"QT_QPA_GENERIC_PLUGINS", "wevora"}});
   ASSERT_EQ(without.status, 0);
   ASSERT_EQ(with.status, 0);
   EXPECT_EQ(with.errors, without.errors);
@@ -490,6 +491,59 @@ TEST_F(PCManFMQtTest, InAnotherProgramOfQtsThePluginDoesNothing) {
   EXPECT_TRUE(without.output.ends_with("libraries \n")) << without.output;
   const auto same = without.output.substr(0, without.output.size() - 1);
   EXPECT_EQ(with.output, same + "wevora-pcmanfm-qt.so\n");
+}
+
+// The loader.
+
+testing_host::Outcome loader(const std::vector<std::string>& words) {
+  std::vector<std::string> command = {WEVORA_LOADER};
+  command.insert(command.end(), words.begin(), words.end());
+  return testing_host::ranToItsEnd(command);
+}
+std::string lineOf(const QtSession& session, const std::string& state) {
+  return "pcmanfm-qt (process " + std::to_string(session.fileManager().pid()) + "): " + state;
+}
+
+TEST_F(PCManFMQtTest, TheLoaderStartsTheFileManagerWithItsBadges) {
+  scan();
+  QtSession session({.plugin = Plugin::Absent, .loader = WEVORA_LOADER});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  const auto status = loader({"--status"});
+  EXPECT_NE(status.output.find(lineOf(session, "holds version " WEVORA_VERSION ", as installed")),
+            std::string::npos)
+      << status.output;
+}
+
+TEST_F(PCManFMQtTest, TheLoaderTellsOfAFileManagerWithoutTheBundle) {
+  QtSession session({.plugin = Plugin::Absent});
+  session.open(volume.path(), 3);
+  const auto status = loader({"--status"});
+  EXPECT_NE(status.output.find(lineOf(session, "runs without the bundle")), std::string::npos)
+      << status.output;
+}
+
+TEST_F(PCManFMQtTest, AfterAnUpdateTheLoaderHasTheFileManagerQuitAndStartsItAgain) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  session.installVersion("77.1.2");
+  const auto status = loader({"--status"});
+  EXPECT_EQ(status.status, 3);
+  EXPECT_NE(status.output.find(lineOf(session, "holds version " WEVORA_VERSION "\n")),
+            std::string::npos)
+      << status.output;
+  const auto restarted = session.runWithEnvironment({WEVORA_LOADER, "--restart"});
+  EXPECT_EQ(restarted.status, 0) << restarted.errors;
+  EXPECT_EQ(session.fileManager().status(), 0);
+  EXPECT_TRUE(session.untilOutside([&] {
+    return loader({"--status"}).output.find("holds version 77.1.2, as installed") !=
+           std::string::npos;
+  }));
+  loader({"pcmanfm-qt", "--quit"});
 }
 
 // Volumes.

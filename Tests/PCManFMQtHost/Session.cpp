@@ -1,5 +1,8 @@
 #include "Tests/PCManFMQtHost/Session.h"
 
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <vector>
 
 namespace wevora::testing_host {
@@ -33,24 +36,36 @@ QtSession::QtSession(const Options& options) : HostSession("2400x1000"), options
 }
 
 Environment QtSession::environment() const {
-  Environment all = {{"QT_PLUGIN_PATH", std::string(WEVORA_QT_PLUGINS) + ":" + WEVORA_QT_PROBE},
-                     {"QT_QPA_GENERIC_PLUGINS",
-                      options_.plugin == Plugin::Present ? "wevora,wevora-probe" : "wevora-probe"},
-                     {"QT_SCALE_FACTOR", std::to_string(options_.scale)},
-                     {"QT_LOGGING_RULES", "*.debug=false"},
-                     {"QT_QPA_PLATFORM", "xcb"},
-                     {"QT_QPA_PLATFORMTHEME", std::nullopt}};
-  if (!options_.onGLib) all["QT_NO_GLIB"] = "1";
-  return all;
-}
-
-void QtSession::start(const std::string& location) {
-  startFileManager({"pcmanfm-qt", location}, environment());
+  return {{"QT_PLUGIN_PATH", std::string(WEVORA_QT_PLUGINS) + ":" + WEVORA_QT_PROBE},
+          {"QT_QPA_GENERIC_PLUGINS",
+           options_.plugin == Plugin::Present ? "wevora,wevora-probe" : "wevora-probe"},
+          {"QT_SCALE_FACTOR", std::to_string(options_.scale)},
+          {"QT_LOGGING_RULES", "*.debug=false"},
+          {"QT_QPA_PLATFORM", "xcb"},
+          {"QT_QPA_PLATFORMTHEME", std::nullopt}};
 }
 
 void QtSession::open(const std::string& location, std::size_t items) {
-  start(location);
+  std::vector<std::string> command = {"pcmanfm-qt", location};
+  if (!options_.loader.empty()) command.insert(command.begin(), options_.loader);
+  startFileManager(command, environment());
   waitForItems(items, 0);
+}
+
+void QtSession::installVersion(const std::string& version) const {
+  const std::string contents = std::string(WEVORA_INSTALL_PREFIX) +
+                               "/lib/wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents";
+  std::ifstream before(contents + "/Info.plist");
+  std::string list((std::istreambuf_iterator<char>(before)), {});
+  const auto at = list.find(WEVORA_VERSION);
+  if (at == std::string::npos) throw std::runtime_error("the bundle has no version");
+  list.replace(at, std::string(WEVORA_VERSION).size(), version);
+  writeAtHome("Info.plist", list);
+  bindFile(home() + "/Info.plist", contents + "/Info.plist");
+}
+
+Outcome QtSession::runWithEnvironment(const std::vector<std::string>& command) const {
+  return ranToItsEnd(command, HostSession::environment(environment()));
 }
 
 void QtSession::openAnother(const std::string& location, std::size_t items) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "Tests/HostSession/HostSession.h"
 
@@ -16,8 +17,8 @@ class QtSession : public HostSession {
   struct Options {
     View view = View::Icon;
     Plugin plugin = Plugin::Present;
-    int scale = 1;       ///< device pixels a point
-    bool onGLib = true;  ///< whether Qt runs on GLib's main loop
+    int scale = 1;            ///< device pixels a point
+    std::string loader = {};  ///< what starts the file manager, where it is not started itself
   };
 
   explicit QtSession(const Options& options);
@@ -28,8 +29,11 @@ class QtSession : public HostSession {
   void openAnother(const std::string& location, std::size_t items = 1);
   /// Starts the file manager without a window, as the desktop, which shows this folder.
   void openDesktop(const std::string& folder, std::size_t items = 1);
-  /// Starts the file manager and waits for nothing.
-  void start(const std::string& location);
+
+  /// Puts another version of the bundle into place of the one that the file manager holds.
+  void installVersion(const std::string& version) const;
+  /// A program in the file manager's session, to its end.
+  Outcome runWithEnvironment(const std::vector<std::string>& command) const;
 
  private:
   Environment environment() const;
