@@ -74,7 +74,7 @@ int Loader::restart() {
 
 bool Loader::restart(const RunningHost& running) {
   const auto& host = *running.host;
-  around_.processes.run({std::string(host.program), std::string(host.quit)});
+  around_.processes.start({std::string(host.program), std::string(host.quit)}, {});
   if (!around_.processes.ends(running.process, kTimeToQuit)) {
     complain(kNotQuit,
              nameOf(running) + " was asked to quit and has not; close its windows and try again");

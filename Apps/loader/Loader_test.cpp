@@ -30,10 +30,6 @@ class NotedProcesses : public Processes {
     became = command;
     variables = more;
   }
-  bool run(const Words& command) override {
-    runs.push_back(command);
-    return true;
-  }
   bool start(const Words& command, const Variables& more) override {
     started.push_back(command);
     variables = more;
@@ -46,7 +42,6 @@ class NotedProcesses : public Processes {
 
   Words became;
   Variables variables;
-  std::vector<Words> runs;
   std::vector<Words> started;
   std::vector<pid_t> waitedFor;
   bool quits = true;
@@ -149,16 +144,15 @@ TEST_F(LoaderTest, ARestartAsksOnlyHostsOfAnotherVersionToQuit) {
   add("nautilus", 5, Holding::Installed);
   add("pcmanfm-qt", 6, Holding::Nothing);
   EXPECT_EQ(loader().restart(), Loader::kDone);
-  EXPECT_THAT(processes.runs, IsEmpty());
   EXPECT_THAT(processes.started, IsEmpty());
 }
 
 TEST_F(LoaderTest, AHostOfAnotherVersionQuitsByItsOwnCommandAndIsStartedAsItWas) {
   add("pcmanfm-qt-desktop", 6, Holding::Another, {"/usr/bin/pcmanfm-qt", "--desktop"});
   EXPECT_EQ(loader().restart(), Loader::kDone);
-  EXPECT_THAT(processes.runs, ElementsAre(Words{"pcmanfm-qt", "--quit"}));
   EXPECT_THAT(processes.waitedFor, ElementsAre(6));
-  EXPECT_THAT(processes.started, ElementsAre(Words{"pcmanfm-qt", "--desktop"}));
+  EXPECT_THAT(processes.started,
+              ElementsAre(Words{"pcmanfm-qt", "--quit"}, Words{"pcmanfm-qt", "--desktop"}));
   EXPECT_EQ(processes.variables.at("QT_QPA_GENERIC_PLUGINS"), "wevora");
 }
 
@@ -167,7 +161,7 @@ TEST_F(LoaderTest, AHostThatDoesNotQuitIsLeftAloneAndToldOf) {
   add("nautilus", 5, Holding::Another);
   EXPECT_EQ(loader().restart(), Loader::kNotQuit);
   EXPECT_THAT(errors.str(), HasSubstr("was asked to quit and has not"));
-  EXPECT_THAT(processes.started, IsEmpty());
+  EXPECT_THAT(processes.started, ElementsAre(Words{"nautilus", "--quit"}));
 }
 
 // What the machine tells of its processes.
@@ -182,9 +176,12 @@ class RunningHostsTest : public testing::Test {
     fs::create_directories(made);
     return made;
   }
-  void addProcess(pid_t number, const std::string& program, const std::string& maps = "") const {
+  void addProcess(pid_t number, const std::string& program, const std::string& maps = "",
+                  const std::string& bus = "unix:path=/ours") const {
     fs::create_symlink(program, process(number) + "/exe");
     std::ofstream(process(number) + "/cmdline") << program << '\0' << "--desktop" << '\0';
+    std::ofstream(process(number) + "/environ")
+        << "A=b" << '\0' << "DBUS_SESSION_BUS_ADDRESS=" << bus << '\0';
     std::ofstream(process(number) + "/maps") << maps;
   }
   static std::string bundleLine(std::uint64_t file, const std::string& mark = "") {
@@ -207,7 +204,7 @@ class RunningHostsTest : public testing::Test {
     memory.write(reinterpret_cast<const char*>(&record), sizeof record);
   }
   std::vector<RunningHost> all() const {
-    return RunningHosts(folder.path("proc"), library(), kInstalled).all();
+    return RunningHosts(folder.path("proc"), library(), kInstalled, "unix:path=/ours").all();
   }
 
   platform::TemporaryFolder folder;
@@ -225,6 +222,11 @@ TEST_F(RunningHostsTest, OnlySupportedFileManagersAreFound) {
   EXPECT_THAT(hosts[0].command, ElementsAre("/usr/bin/pcmanfm-qt", "--desktop"));
   EXPECT_EQ(hosts[1].host->name, "nautilus");
   EXPECT_EQ(hosts[1].holding, Holding::Nothing);
+}
+
+TEST_F(RunningHostsTest, AFileManagerOfAnotherSessionIsNotFound) {
+  addProcess(5, "/usr/bin/nautilus", "", "unix:path=/another");
+  EXPECT_THAT(all(), IsEmpty());
 }
 
 TEST_F(RunningHostsTest, TheRecordInAHostsMemoryTellsItsVersion) {

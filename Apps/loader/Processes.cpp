@@ -6,7 +6,6 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace wevora::loader {
@@ -24,23 +23,22 @@ void setVariables(const Variables& more) {
   for (const auto& [name, value] : more) ::setenv(name.c_str(), value.c_str(), 1);
 }
 
-/// In a session of its own, with no input.
-pid_t spawn(const std::vector<std::string>& command, bool detached) {
+/// In a session of its own, and with none of this one's files.
+bool spawnDetached(const std::vector<std::string>& command) {
   posix_spawn_file_actions_t files;
   posix_spawnattr_t attributes;
   ::posix_spawn_file_actions_init(&files);
   ::posix_spawnattr_init(&attributes);
-  if (detached) {
-    ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-  }
+  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    ::posix_spawn_file_actions_addopen(&files, file, "/dev/null", O_RDWR, 0);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
   pid_t child = -1;
   const auto words = asArguments(command);
   const int failed =
       ::posix_spawnp(&child, words.front(), &files, &attributes, words.data(), environ);
   ::posix_spawnattr_destroy(&attributes);
   ::posix_spawn_file_actions_destroy(&files);
-  return failed == 0 ? child : -1;
+  return failed == 0;
 }
 
 }  // namespace
@@ -50,18 +48,9 @@ void MachineProcesses::become(const std::vector<std::string>& command, const Var
   ::execvp(command.front().c_str(), asArguments(command).data());
 }
 
-bool MachineProcesses::run(const std::vector<std::string>& command) {
-  const pid_t child = spawn(command, false);
-  int status = 0;
-  if (child < 0) return false;
-  while (::waitpid(child, &status, 0) < 0)
-    if (errno != EINTR) return false;
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 bool MachineProcesses::start(const std::vector<std::string>& command, const Variables& more) {
   setVariables(more);
-  return spawn(command, true) >= 0;
+  return spawnDetached(command);
 }
 
 bool MachineProcesses::ends(pid_t process, std::chrono::milliseconds allowed) {

@@ -20,8 +20,6 @@ class Processes {
 
   /// Becomes the program; comes back only where that cannot be.
   virtual void become(const std::vector<std::string>& command, const Variables& more) = 0;
-  /// Runs a program to its end.
-  virtual bool run(const std::vector<std::string>& command) = 0;
   /// Starts a program that goes on when this one ends.
   virtual bool start(const std::vector<std::string>& command, const Variables& more) = 0;
   /// Waits for the end of any process.
@@ -32,7 +30,6 @@ class Processes {
 class MachineProcesses : public Processes {
  public:
   void become(const std::vector<std::string>& command, const Variables& more) override;
-  bool run(const std::vector<std::string>& command) override;
   bool start(const std::vector<std::string>& command, const Variables& more) override;
   bool ends(pid_t process, std::chrono::milliseconds allowed) override;
 };

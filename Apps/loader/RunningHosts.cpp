@@ -52,11 +52,19 @@ std::string programOf(const std::string& process) {
   return path.substr(path.rfind('/') + 1);
 }
 
-std::vector<std::string> wordsOf(const std::string& process) {
-  std::ifstream file(process + "/cmdline", std::ios::binary);
+/// What a process tells of itself, "cmdline" or "environ".
+std::vector<std::string> wordsOf(const std::string& process, const char* list) {
+  std::ifstream file(process + "/" + list, std::ios::binary);
   std::vector<std::string> words;
   for (std::string word; std::getline(file, word, '\0');) words.push_back(word);
   return words;
+}
+
+std::string sessionBusOf(const std::string& process) {
+  static constexpr std::string_view kVariable = "DBUS_SESSION_BUS_ADDRESS=";
+  for (const auto& word : wordsOf(process, "environ"))
+    if (word.starts_with(kVariable)) return word.substr(kVariable.size());
+  return "";
 }
 
 bool isOfThisUser(const std::string& process) {
@@ -98,8 +106,9 @@ std::vector<RunningHost> RunningHosts::all() const {
 std::optional<RunningHost> RunningHosts::hostOf(pid_t process) const {
   const std::string folder = processes_ + "/" + std::to_string(process);
   const auto* supported = hostOfProgram(programOf(folder));
-  if (supported == nullptr || !isOfThisUser(folder)) return std::nullopt;
-  RunningHost host{.host = supported, .process = process, .command = wordsOf(folder)};
+  if (supported == nullptr || !isOfThisUser(folder) || sessionBusOf(folder) != sessionBus_)
+    return std::nullopt;
+  RunningHost host{.host = supported, .process = process, .command = wordsOf(folder, "cmdline")};
   if (host.command.empty()) return std::nullopt;
   for (const auto& one : supportedHosts())
     if (one.program == supported->program && !one.mode.empty() &&

@@ -27,7 +27,8 @@ struct RunningHost {
   std::optional<BundleVersion> version = std::nullopt;  ///< the held one, where it can be told
 };
 
-/// Finds the calling user's file managers by their processes' executables. What one holds is told
+/// Finds the file managers of a session of the calling user's, by their processes' executables and
+/// by the session bus in their environment: over it they are asked to quit. What one holds is told
 /// by its own mapped copy of the bundle and by the record that the bundle has left in its memory:
 /// the record's name is gone as soon as it is written, but the host keeps it mapped. Where the
 /// record may not be read, a mapped copy that is the installed file is of the installed version.
@@ -49,6 +50,7 @@ class RunningHosts {
   const std::string processes_;
   const std::string library_;
   const std::optional<BundleVersion> installed_;
+  const std::string sessionBus_;  ///< its address
 };
 
 }  // namespace wevora::loader

@@ -43,12 +43,15 @@ int run(const std::vector<std::string>& words) {
   const auto paths = platform::InstalledPaths::shared();
   MachineProcesses processes;
   const auto installed = installedVersion();
-  const RunningHosts running("/proc", paths.translate(kLibrary), installed);
+  const Variables environment = environmentOfThis();
+  const auto bus = environment.find("DBUS_SESSION_BUS_ADDRESS");
+  const RunningHosts running("/proc", paths.translate(kLibrary), installed,
+                             bus == environment.end() ? "" : bus->second);
   Loader loader({.processes = processes,
                  .running = [&] { return running.all(); },
                  .installed = installed,
                  .pluginFolder = paths.translate(kPluginFolder),
-                 .environment = environmentOfThis(),
+                 .environment = environment,
                  .out = std::cout,
                  .errors = std::cerr});
   if (words.size() == 1 && first == "--status") return loader.status();

@@ -542,19 +542,27 @@ TEST_F(PCManFMQtTest, AfterAnUpdateTheLoaderHasTheFileManagerQuitAndStartsItAgai
   EXPECT_TRUE(session.untilOutside([&] {
     return loader({"--status"}).output.find("holds version 77.1.2, as installed") !=
            std::string::npos;
-  }));
-  loader({"pcmanfm-qt", "--quit"});
+  })) << loader({"--status"}).output;
+  session.runWithEnvironment({"pcmanfm-qt", "--quit"});
 }
 
 // Volumes.
 
-TEST_F(PCManFMQtTest, AVolumeWhoseFolderIsOpenCanBeUnmounted) {
-  scan();
+TEST_F(PCManFMQtTest, ADiskWhoseFolderIsOpenIsUnmountedFromWithinTheFileManager) {
+  // Only root may mount a disk image.
+  MountedVolume disk(
+      testing_host::mayMountDisks() ? MountedVolume::Kind::ext4 : MountedVolume::Kind::ramfs,
+      "/media/Disk");
+  ASSERT_TRUE(disk.mount());
+  std::ofstream(disk.path("waiting.txt")) << "x";
+  agentTool({"init", "--account", kAccount, "--volume", disk.path(), "--include", disk.path()});
+  agentTool({"scan", "--account", kAccount, "--volume", disk.path()});
   QtSession session({});
   const Agent agent(kAccount);
-  session.open(path("Folder"), 2);
-  ASSERT_TRUE(session.until([&] { return session.word(path("Folder/inside.txt")) == "blue"; }));
-  EXPECT_TRUE(session.until([&] { return volume.unmount(); }));
+  session.open(disk.path(), 2);
+  ASSERT_TRUE(session.shows(disk.path("waiting.txt"), "blue"));
+  ASSERT_TRUE(session.screen().eject("Disk"));
+  EXPECT_TRUE(session.until([&] { return !fs::exists(disk.path("waiting.txt")); }));
   EXPECT_FALSE(session.fileManager().status());
 }
 

@@ -40,6 +40,7 @@ constexpr const char* kInterfaceXml = R"xml(
   <method name="NextFrame"><arg type="u" direction="in"/></method>
   <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
   <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
+  <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
   <method name="Move"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="d" direction="in"/><arg type="d" direction="in"/></method>
   <method name="Paints"><arg type="u" direction="in"/><arg type="u" direction="out"/></method>
 </interface></node>)xml";
@@ -214,7 +215,8 @@ void answerAfterFrame(Invocation* invocation, const std::function<GVariant*()>& 
 void scroll(QWidget* window, double part) {
   for (auto* view : viewsIn(window))
     for (auto* bar : {view->verticalScrollBar(), view->horizontalScrollBar()})
-      bar->setValue(static_cast<int>(part * bar->maximum()));
+      if (bar->orientation() == Qt::Vertical || qobject_cast<QListView*>(view) != nullptr)
+        bar->setValue(static_cast<int>(part * bar->maximum()));
 }
 
 void activate(QWidget* window, const char* action) {
@@ -239,6 +241,26 @@ void move(QWidget* window, const std::string& uri, const QPoint& place) {
     }
 }
 
+/// As the host does when a person asks for it.
+bool eject(const std::string& name) {
+  GVolumeMonitor* monitor = g_volume_monitor_get();
+  GList* mounts = g_volume_monitor_get_mounts(monitor);
+  bool found = false;
+  for (GList* one = mounts; one != nullptr; one = one->next) {
+    auto* mount = static_cast<GMount*>(one->data);
+    char* called = g_mount_get_name(mount);
+    if (name == called) {
+      found = true;
+      g_mount_unmount_with_operation(mount, G_MOUNT_UNMOUNT_NONE, nullptr, nullptr, nullptr,
+                                     nullptr);
+    }
+    g_free(called);
+  }
+  g_list_free_full(mounts, g_object_unref);
+  g_object_unref(monitor);
+  return found;
+}
+
 void answerOf(QWidget* window, const std::string& method, GVariant* arguments,
               Invocation* invocation) {
   guint number = 0;
@@ -255,6 +277,11 @@ void answerOf(QWidget* window, const std::string& method, GVariant* arguments,
                               savePicture(shown, file);
                               return cellsOf(shown);
                             });
+  }
+  if (method == "Eject") {
+    g_variant_get(arguments, "(u&s)", &number, &text);
+    return g_dbus_method_invocation_return_value(invocation,
+                                                 g_variant_new("(b)", eject(text) ? TRUE : FALSE));
   }
   if (method == "Scroll") {
     double part = 0;
