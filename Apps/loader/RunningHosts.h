@@ -37,8 +37,12 @@ struct RunningHost {
 class RunningHosts {
  public:
   /// `processes` is "/proc"; `library` the installed bundle's code.
-  RunningHosts(std::string processes, std::string library, std::optional<BundleVersion> installed)
-      : processes_(std::move(processes)), library_(std::move(library)), installed_(installed) {}
+  RunningHosts(std::string processes, std::string library, std::optional<BundleVersion> installed,
+               std::string sessionBus)
+      : processes_(std::move(processes)),
+        library_(std::move(library)),
+        installed_(installed),
+        sessionBus_(std::move(sessionBus)) {}
 
   /// In the order of their process numbers.
   std::vector<RunningHost> all() const;
