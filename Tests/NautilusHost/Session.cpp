@@ -74,7 +74,7 @@ void runWell(const std::vector<std::string>& command) {
 
 /// For a person to look at; answers the file.
 std::string keepPicture(const platform::BitmapRef& picture) {
-  const std::string file = testing::TempDir() + "wevora-nautilus.ppm";
+  std::string file = testing::TempDir() + "wevora-nautilus.ppm";
   if (!picture) return "nothing";
   std::ofstream out(file, std::ios::binary);
   out << "P6 " << picture->width() << " " << picture->height() << " 255\n";
