@@ -18,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::chrono::seconds kPatience{60};
+constexpr const char* kSettings = "/.config/glib-2.0/settings/keyfile";
 
 void must(bool done, const std::string& what) {
   if (!done) throw std::runtime_error("the session has no " + what);
@@ -108,12 +109,12 @@ Session::Session(View view, Module module)
   installBelow(WEVORA_INSTALL_PREFIX);
   installSettings();
   installModules(module);
-  write(home_ + "/.config/glib-2.0/settings/keyfile",
+  write(home_ + kSettings,
         std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") + nameOf(view) +
-            "'\nrecursive-search='always'\n"
-            "[org/gnome/nautilus/window-state]\ninitial-size=(1000, 800)\n");
+            "'\nrecursive-search='always'\n");
+  setWindowSize(1000, 800);
   display_ = std::make_unique<ChildProcess>(std::vector<std::string>{
-      "Xvfb", "-displayfd", "1", "-screen", "0", "1400x1000x24", "-nolisten", "tcp"});
+      "Xvfb", "-displayfd", "1", "-screen", "0", "2400x1600x24", "-nolisten", "tcp"});
   must(display_->waitForOutput("\n"), "display");
   displayName_ = ":" + display_->output();
   displayName_.erase(displayName_.find('\n'));
@@ -139,6 +140,15 @@ Environment Session::environment() const {
 
 void Session::addBookmark(const std::string& folder, const std::string& name) const {
   write(home_ + "/.config/gtk-3.0/bookmarks", uriOf(folder) + " " + name + "\n");
+}
+
+void Session::setWindowSize(int width, int height) const {
+  write(home_ + kSettings, "[org/gnome/nautilus/window-state]\ninitial-size=(" +
+                               std::to_string(width) + ", " + std::to_string(height) + ")\n");
+}
+
+void Session::useSmallIcons() const {
+  write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
 }
 
 void Session::hideBundle() const {

@@ -34,6 +34,10 @@ class Session {
   /// Another window of the same file manager.
   void openAnother(const std::string& location, std::size_t items = 1);
 
+  /// In points; before the file manager is started.
+  void setWindowSize(int width, int height) const;
+  /// The smallest of the icon view; before the file manager is started.
+  void useSmallIcons() const;
   /// Takes the bundle away; before the file manager is started.
   void hideBundle() const;
 
