@@ -22,8 +22,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kAccount = "7";
 constexpr int kFiles = 10'000;
-constexpr int kRounds = 5;
-constexpr unsigned kFrames = 120;
+constexpr int kRounds = 3;
+constexpr unsigned kFrames = 60;
 
 double medianOf(std::vector<double> values) {
   if (values.empty()) return 0;

@@ -308,7 +308,7 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
     const char* file = nullptr;
     g_variant_get(arguments, "(u&s)", &number, &file);
     return answerAfterFrame(window, invocation, [window, path = std::string(file)] {
-      savePicture(window, path.c_str());
+      if (!path.empty()) savePicture(window, path.c_str());
       return cellsOf(window);
     });
   }
