@@ -147,10 +147,6 @@ void Session::setWindowSize(int width, int height) const {
                                std::to_string(width) + ", " + std::to_string(height) + ")\n");
 }
 
-void Session::useSmallIcons() const {
-  write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
-}
-
 void Session::hideBundle() const {
   mountEmpty(std::string(WEVORA_INSTALL_PREFIX) + "/lib/wevora/FinderPlugin/Bundle");
 }
