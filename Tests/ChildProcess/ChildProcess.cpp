@@ -71,6 +71,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM}) std::signal(signal, SIG_DFL);
   const int input = ::open("/dev/null", O_RDONLY);
   ::dup2(input, STDIN_FILENO);
   ::dup2(output, STDOUT_FILENO);
