@@ -298,8 +298,9 @@ TEST_F(NotificationBusTest, ObservingAThousandTimesLeaksNoRuleNoDescriptorAndNoH
   }
   settle();
   EXPECT_EQ(held.use_count(), 1);
+  // The first count may have had one that the call to the bus was about to let go.
+  EXPECT_LE(openDescriptors(), descriptors);
   EXPECT_EQ(sender.matchRules().size(), rules);
-  EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 TEST_F(NotificationBusTest, AThousandObserversAtOnceAllHearAndAllGo) {
