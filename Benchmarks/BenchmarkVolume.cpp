@@ -19,10 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr int kDeepLevels = 8;
 
-std::string databaseIn(const std::string& volume) {
-  return volume + "/Wevora-Account-" + BenchmarkVolume::kAccount + ".db";
-}
-
 std::string smallFolderName(int number) {
   return "Folder " + std::to_string(number);
 }
@@ -83,6 +79,16 @@ class Filler {
 
 }  // namespace
 
+std::string databaseIn(const std::string& volume) {
+  return volume + "/Wevora-Account-" + BenchmarkVolume::kAccount + ".db";
+}
+
+std::string mountInfoOf(const std::string& volume) {
+  std::string escaped;
+  for (const char c : volume) escaped += c == ' ' ? std::string("\\040") : std::string(1, c);
+  return "36 35 98:0 / " + escaped + " rw - ext4 /dev/benchmark rw\n";
+}
+
 const BenchmarkVolume& BenchmarkVolume::shared() {
   static const BenchmarkVolume volume;
   return volume;
@@ -132,9 +138,7 @@ std::string BenchmarkVolume::databasePath() const {
 }
 
 std::string BenchmarkVolume::mountInfo() const {
-  std::string escaped;
-  for (const char c : path_) escaped += c == ' ' ? std::string("\\040") : std::string(1, c);
-  return "36 35 98:0 / " + escaped + " rw - ext4 /dev/benchmark rw\n";
+  return mountInfoOf(path_);
 }
 
 std::string BenchmarkVolume::smallFolder(int number) const {

@@ -4,6 +4,11 @@
 
 namespace wevora::benchmarks {
 
+/// Where the benchmarks' account has its database on a volume.
+std::string databaseIn(const std::string& volume);
+/// What the kernel would say of one mounted volume.
+std::string mountInfoOf(const std::string& volume);
+
 /// A folder that plays a mounted volume, with a database of a million rows. It is made once, at
 /// $WEVORA_BENCHMARK_VOLUME or in the build folder, and kept for later runs.
 /// Threads: one makes it, any read it. Owns: nothing; the folder stays.

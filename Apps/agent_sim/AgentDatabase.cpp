@@ -1,20 +1,14 @@
 #include "Apps/agent_sim/AgentDatabase.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <map>
-#include <optional>
-#include <sys/stat.h>
 #include <system_error>
 #include <utility>
 
+#include "Apps/agent_sim/FileTable.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "FinderIntegration/finder_bundle/IconProvider/WVDBPool.h"
 #include "Platform/Files/Files.h"
 #include "Platform/Strings/Strings.h"
 #include "Platform/Volumes/Volumes.h"
-#include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
-#include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
 namespace wevora::agent_sim {
 namespace {
@@ -22,31 +16,11 @@ namespace {
 using platform::DatabaseValue;
 using platform::DatabaseWriter;
 using std::string;
-
-const string kFile = kFileTableName;
-const string kID = kFileTableColumnFileID;
-const string kParent = kFileTableColumnParentID;
-const string kName = kFileTableColumnNameLong;
-const string kSynchronized = kFileTableColumnSyncDate;
+using namespace file_table;
 
 /// A name as SQL wants it, whatever the name is.
 string quoted(const string& name) {
   return "\"" + name + "\"";
-}
-
-string textOf(const DatabaseValue& value) {
-  const auto* text = std::get_if<string>(&value);
-  return text == nullptr ? string() : *text;
-}
-
-DatabaseValue dateValue(const platform::Date& date) {
-  auto text = dbFormat(date);
-  return text ? DatabaseValue(std::move(*text)) : DatabaseValue(nullptr);
-}
-
-bool isOwnFile(const string& name) {
-  return name == ".wevora" ||
-         (name.starts_with("Wevora-Account-") && name.find(".db") != string::npos);
 }
 
 string schema() {
@@ -151,176 +125,44 @@ int AgentDatabase::addRule(const std::string& folder, bool exclude) {
   return 1;
 }
 
-/// What the database says of an item.
-struct AgentDatabase::Known {
-  string id;
-  bool isFolder = false;
-  std::int64_t size = 0;
-  string modified;
-};
-
-/// What the disk says of it.
-struct AgentDatabase::Found {
-  bool isFolder = false;
-  dev_t device = 0;
-  std::int64_t size = 0;
-  string modified;
-
-  static std::optional<Found> at(const string& path, std::error_code& failed) {
-    struct stat facts {};
-    failed.clear();
-    if (::lstat(path.c_str(), &facts) != 0) {
-      failed.assign(errno, std::generic_category());
-      return std::nullopt;
-    }
-    const platform::Date date{static_cast<double>(facts.st_mtim.tv_sec) +
-                              static_cast<double>(facts.st_mtim.tv_nsec) / 1e9};
-    return Found{S_ISDIR(facts.st_mode), facts.st_dev, facts.st_size, dbFormat(date).value_or("")};
-  }
-};
-
-/// One pass over the volume, folder by folder.
-class AgentDatabase::Scan {
- public:
-  Scan(AgentDatabase& database, const std::function<void(const string&)>& warn)
-      : writer_(database.writer_),
-        warn_(warn),
-        top_(database.mountPoint_),
-        now_(dateValue(database.clock_.now())) {}
-
-  ScanResult run() {
-    std::error_code failed;
-    const auto top = Found::at(top_, failed);
-    if (!top || !top->isFolder) throw Failure(top_ + " is no folder");
-    device_ = top->device;
-    folders_.push_back({top_, kNilFileID});
-    while (!folders_.empty()) {
-      const auto folder = std::move(folders_.back());
-      folders_.pop_back();
-      scanFolder(folder);
-    }
-    writer_.run("UPDATE " + kFile + " SET " + kFileTableColumnScannedDate + "=? WHERE " + kParent +
-                    " IS NULL",
-                {now_});
-    return result_;
-  }
-
- private:
+AgentDatabase::ScanResult AgentDatabase::scan(const std::function<void(const std::string&)>& warn) {
   struct Folder {
     string path;
     string id;
   };
-
-  void scanFolder(const Folder& folder) {
-    auto known = rowsBelow(folder.id);
-    std::error_code failed;
-    std::filesystem::directory_iterator entry(folder.path, failed);
-    for (; !failed && entry != std::filesystem::directory_iterator(); entry.increment(failed)) {
-      const string name = entry->path().filename().string();
-      if (folder.path == top_ && isOwnFile(name)) continue;
-      std::error_code unseen;
-      const auto found = Found::at(entry->path().string(), unseen);
-      if (!found) {
-        if (unseen == std::errc::no_such_file_or_directory) continue;  // gone since it was listed
-        // It is there, whatever it is: what is known of it stays.
-        warnOf(entry->path().string(), unseen);
-        known.erase(name);
+  using Fate = ScannedItem::Fate;
+  DatabaseWriter::Transaction transaction(writer_);
+  RowScan rows(writer_, mountPoint_, clock_.now(), RowScan::Touch::everyRow, warn);
+  ScanResult result;
+  std::vector<Folder> folders{{mountPoint_, kNilFileID}};
+  while (!folders.empty()) {
+    const auto folder = std::move(folders.back());
+    folders.pop_back();
+    for (auto& item : rows.folder(folder.path, folder.id).value_or(std::vector<ScannedItem>())) {
+      if (item.fate == Fate::removed) {
+        result.gone += item.rows;
         continue;
       }
-      std::optional<Known> row;
-      if (const auto place = known.find(name); place != known.end()) {
-        row = std::move(place->second);
-        known.erase(place);
-      }
-      scanItem(folder, name, *found, row);
+      ++result.items;
+      result.added += item.fate == Fate::added ? 1 : 0;
+      result.changed += item.fate == Fate::changed ? 1 : 0;
+      // Another file system below this one has a database of its own.
+      if (item.isFolder && item.isOfVolume)
+        folders.push_back({platform::pathByAppendingComponent(folder.path, item.name), item.id});
     }
-    if (failed) return warnOf(folder.path, failed);
-    for (const auto& [name, row] : known) remove(row.id);
   }
-
-  void warnOf(const string& path, const std::error_code& failed) const {
-    warn_(path + " cannot be read: " + failed.message());
-  }
-
-  void scanItem(const Folder& folder, const string& name, const Found& found,
-                std::optional<Known> row) {
-    ++result_.items;
-    if (row && row->isFolder != found.isFolder) {
-      remove(row->id);
-      row.reset();
-    }
-    const string id = row ? row->id : WVRFileTools::getUUID();
-    if (!row)
-      add(folder.id, name, found, id);
-    else
-      update(found, *row);
-    // Another file system below this one has a database of its own.
-    if (found.isFolder && found.device == device_)
-      folders_.push_back({platform::pathByAppendingComponent(folder.path, name), id});
-  }
-
-  std::map<string, Known> rowsBelow(const string& parent) {
-    std::map<string, Known> rows;
-    for (auto& row :
-         writer_.run("SELECT " + kName + "," + kID + "," + kFileTableColumnIsFolder + "," +
-                         kFileTableColumnFileSize + "," + kFileTableColumnModifyDate + " FROM " +
-                         kFile + " WHERE " + kParent + "=?",
-                     {parent})) {
-      const auto* isFolder = std::get_if<std::int64_t>(&row[2]);
-      const auto* size = std::get_if<std::int64_t>(&row[3]);
-      rows[textOf(row[0])] = {textOf(row[1]), isFolder != nullptr && *isFolder != 0,
-                              size == nullptr ? -1 : *size, textOf(row[4])};
-    }
-    return rows;
-  }
-
-  void add(const string& parent, const string& name, const Found& found, const string& id) {
-    ++result_.added;
-    writer_.run(
-        "INSERT INTO " + kFile + "(" + kID + "," + kParent + "," + kFileTableColumnIsFolder + "," +
-            kFileTableColumnNameShort + "," + kName + "," + kFileTableColumnFileSize + "," +
-            kFileTableColumnModifyDate + "," + kFileTableColumnScannedDate +
-            ") VALUES(?, ?, ?, ?, ?, ?, ?, ?)",
-        {id, parent, std::int64_t{found.isFolder}, name, name, found.size, found.modified, now_});
-  }
-
-  void update(const Found& found, const Known& row) {
-    const bool changed =
-        !found.isFolder && (found.size != row.size || found.modified != row.modified);
-    if (changed) ++result_.changed;
-    const string pending = changed ? "," + kSynchronized + "=NULL" : "";
-    writer_.run("UPDATE " + kFile + " SET " + kFileTableColumnFileSize + "=?," +
-                    kFileTableColumnModifyDate + "=?," + kFileTableColumnScannedDate + "=?" +
-                    pending + " WHERE " + kID + "=?",
-                {found.size, found.modified, now_, row.id});
-  }
-
-  void remove(const string& id) {
-    writer_.run("WITH RECURSIVE gone(id) AS (SELECT ?1 UNION SELECT " + kFile + "." + kID +
-                    " FROM " + kFile + " JOIN gone ON " + kFile + "." + kParent +
-                    "=gone.id) DELETE FROM " + kFile + " WHERE " + kID +
-                    " IN (SELECT id FROM gone)",
-                {id});
-    result_.gone += writer_.changes();
-  }
-
-  DatabaseWriter& writer_;
-  const std::function<void(const string&)>& warn_;
-  const string top_;
-  const DatabaseValue now_;
-  dev_t device_ = 0;
-  std::vector<Folder> folders_;
-  ScanResult result_;
-};
-
-AgentDatabase::ScanResult AgentDatabase::scan(const std::function<void(const std::string&)>& warn) {
-  DatabaseWriter::Transaction transaction(writer_);
-  const auto result = Scan(*this, warn).run();
+  noteScan();
   transaction.commit();
   return result;
 }
 
-std::string AgentDatabase::identifierOf(const std::string& path) {
+void AgentDatabase::noteScan() {
+  writer_.run("UPDATE " + kFile + " SET " + kFileTableColumnScannedDate + "=? WHERE " + kParent +
+                  " IS NULL",
+              {dateValue(clock_.now())});
+}
+
+std::optional<std::string> AgentDatabase::knownIdentifierOf(const std::string& path) {
   string id = kNilFileID;
   const string below = relative(mountPoint_, path);
   platform::PathComponents walk(below);
@@ -328,10 +170,16 @@ std::string AgentDatabase::identifierOf(const std::string& path) {
     const auto rows = writer_.run(
         "SELECT " + kID + " FROM " + kFile + " WHERE " + kParent + "=? AND " + kName + "=?",
         {id, string(*name)});
-    if (rows.empty()) throw Failure(path + " is not in the database (scan the volume first)");
+    if (rows.empty()) return std::nullopt;
     id = textOf(rows.front().front());
   }
   return id;
+}
+
+std::string AgentDatabase::identifierOf(const std::string& path) {
+  auto id = knownIdentifierOf(path);
+  if (!id) throw Failure(path + " is not in the database (scan the volume first)");
+  return std::move(*id);
 }
 
 std::int64_t AgentDatabase::markBelow(const std::string& identifier, const DatabaseValue& date) {
@@ -355,6 +203,42 @@ std::int64_t AgentDatabase::mark(const std::vector<std::string>& paths, bool syn
   const auto marks = openMarks(paths, synchronized);
   marks.transaction->commit();
   return marks.items;
+}
+
+AgentDatabase::Updates::Updates(AgentDatabase& database, RowScan::Warn warn)
+    : database_(database),
+      transaction_(std::make_unique<DatabaseWriter::Transaction>(database.writer_)),
+      rows_(database.writer_, database.mountPoint_, database.clock_.now(),
+            RowScan::Touch::changedRows, std::move(warn), [this] { step(); }) {}
+
+void AgentDatabase::Updates::step() {
+  // Readers wait while a batch is written: batches are small.
+  if (++steps_ % kItemsInBatch != 0) return;
+  commit();
+  transaction_ = std::make_unique<DatabaseWriter::Transaction>(database_.writer_);
+}
+
+std::optional<std::vector<ScannedItem>> AgentDatabase::Updates::scanFolder(
+    const std::string& path, const RowScan::Names* names) {
+  const auto id = database_.knownIdentifierOf(path);
+  return id ? rows_.folder(path, *id, names) : std::nullopt;
+}
+
+bool AgentDatabase::Updates::synchronize(const std::string& path) {
+  const auto id = database_.knownIdentifierOf(path);
+  std::error_code failed;
+  const auto found = FileFacts::at(path, failed);
+  if (!id || !found) return false;
+  database_.writer_.run("UPDATE " + kFile + " SET " + kSynchronized + "=? WHERE " + kID +
+                            "=? AND " + kFileTableColumnFileSize + "=? AND " +
+                            kFileTableColumnModifyDate + "=?",
+                        {dateValue(database_.clock_.now()), *id, found->size, found->modified});
+  return database_.writer_.changes() > 0;
+}
+
+void AgentDatabase::Updates::commit() {
+  if (transaction_) transaction_->commit();
+  transaction_.reset();
 }
 
 }  // namespace wevora::agent_sim

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
+#include "Apps/agent_sim/RowScan.h"
 #include "Platform/Database/DatabaseWriter.h"
 #include "Platform/Time/Clock.h"
 
@@ -62,13 +63,40 @@ class AgentDatabase {
   /// As `mark`, but left to the caller to commit. The database must outlive the answer.
   OpenMarks openMarks(const std::vector<std::string>& paths, bool synchronized);
 
- private:
-  struct Known;
-  struct Found;
-  class Scan;
+  /// Changes that are made while others read: written in small batches, so that nobody waits long.
+  /// Undone when destroyed before `commit`, but for the batches that are written by then.
+  class Updates {
+   public:
+    /// The database must outlive it.
+    Updates(AgentDatabase& database, RowScan::Warn warn);
+    Updates(const Updates&) = delete;
+    Updates& operator=(const Updates&) = delete;
 
+    /// Brings the rows of the items right in a folder in step, all of them or those of some names.
+    /// None where the folder is not there, has no row, or is of another volume.
+    std::optional<std::vector<ScannedItem>> scanFolder(const std::string& path,
+                                                       const RowScan::Names* names = nullptr);
+    /// Marks an item as backed up; false where it is not, or not any more, what its row says.
+    bool synchronize(const std::string& path);
+    /// Must be the last.
+    void commit();
+
+   private:
+    static constexpr int kItemsInBatch = 500;
+    void step();
+
+    AgentDatabase& database_;
+    std::unique_ptr<platform::DatabaseWriter::Transaction> transaction_;
+    RowScan rows_;
+    int steps_ = 0;
+  };
+
+ private:
   void createTables();
   int addRule(const std::string& folder, bool exclude);
+  void noteScan();
+  /// None for what has no row.
+  std::optional<std::string> knownIdentifierOf(const std::string& path);
   std::string identifierOf(const std::string& path);
   std::int64_t markBelow(const std::string& identifier, const platform::DatabaseValue& date);
 

@@ -1,15 +1,14 @@
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <optional>
 #include <span>
-#include <unistd.h>
 
 #include "Apps/agent_sim/AgentDatabase.h"
+#include "Apps/agent_sim/Console.h"
+#include "Apps/agent_sim/Ctl.h"
+#include "Apps/agent_sim/Serve.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "Platform/Files/Files.h"
 #include "Platform/Strings/Strings.h"
@@ -31,14 +30,20 @@ constexpr const char* kUsage =
     "      for their backup\n"
     "  mark --account ID --synchronized|--pending PATH...\n"
     "      marks items as backed up, or as waiting; folders with all that is in them\n"
+    "  serve --account ID [--user NAME] [--seed N] [--volume MOUNTPOINT]... [--sync-rate N]\n"
+    "      runs as the agent until it is ended: file managers find it under the user's name\n"
+    "      (default: one's own) and the seed (0 to 29, default 0). The databases of the volumes "
+    "are\n"
+    "      made, and kept in step with what happens there; files that wait are backed up, the\n"
+    "      oldest first, N of them each second (default 5; 0: none)\n"
+    "  ctl [--user NAME] [--seed N] status 0|1|2 | account ID | event NAME PATH... | quit\n"
+    "      tells the running agent to change its connection's status (0 logged out, 1 logging in,\n"
+    "      2 logged in) or its account, to announce that something happened to paths, or to end.\n"
+    "      Without a seed it is the first agent that answers\n"
     "  help, --help, --version\n"
     "\n"
-    "Exit status: 0 done, 1 not done (nothing was changed), 2 for a wrong call.\n";
-
-class WrongUsage : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+    "Exit status: 0 done, 1 not done (nothing was changed), 2 for a wrong call, 3 where no agent\n"
+    "runs that ctl could reach.\n";
 
 struct Call {
   std::string command;
@@ -49,33 +54,6 @@ struct Call {
   std::optional<bool> synchronized;
   std::vector<std::string> paths;
 };
-
-std::string absolute(const std::string& path) {
-  if (path.empty()) throw WrongUsage("a path is empty");
-  if (path.starts_with("/")) return platform::standardizedPath(path);
-  const std::unique_ptr<char, decltype(&std::free)> here(::getcwd(nullptr, 0), &std::free);
-  if (!here) throw Failure("the current folder is gone; give absolute paths");
-  return platform::standardizedPath(std::string(here.get()) + "/" + path);
-}
-
-/// Paths may hold line ends, but what is told is one line.
-std::string oneLine(std::string_view text) {
-  std::string line;
-  for (const char c : text) {
-    if (c >= ' ' || c < 0) {
-      line += c;
-      continue;
-    }
-    std::array<char, 5> escape{};
-    std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned>(c));
-    line += escape.data();
-  }
-  return line;
-}
-
-void complain(std::string_view text) {
-  std::cerr << "wevora-agent-sim: " << oneLine(text) << "\n";
-}
 
 void setMark(Call& call, bool synchronized) {
   if (call.synchronized.value_or(synchronized) != synchronized)
@@ -135,13 +113,6 @@ void check(const Call& call) {
     checkMark(call);
   else
     checkVolume(call);
-}
-
-std::string mounted(const std::string& volume) {
-  if (!platform::SystemVolumes().fileSystemTypeOf(volume))
-    throw Failure(volume + " is not the mount point of a volume");
-  if (!platform::fileExistsAtPath(volume).isDirectory) throw Failure(volume + " is no folder");
-  return volume;
 }
 
 /// The innermost mounted volume that holds a path and has a database of the account. One without
@@ -228,6 +199,10 @@ int run(std::span<const char* const> arguments) {
     std::cout << answer;
     return 0;
   }
+  if (!arguments.empty() && std::string_view(arguments.front()) == "serve")
+    return runServe(arguments.subspan(1));
+  if (!arguments.empty() && std::string_view(arguments.front()) == "ctl")
+    return runCtl(arguments.subspan(1));
   const Call call = parse(arguments);
   const platform::SystemClock clock;
   const std::map<std::string, int (*)(const Call&, const platform::Clock&)> commands = {

@@ -202,9 +202,11 @@ void WVIconProvider::refresh(const std::string& path, const std::string& folder)
       changed.clear();
     }
   }
-  for (const auto& item : changed) redrawViewOf(item);
-  if (!changed.empty()) services_.finderTools.updateNodesWithPath(std::move(changed));
+  auto views = takeViewsOf(changed);
   store(folder, std::move(newStatuses));
+  // Asked only now: a host that draws at once finds the new words.
+  for (auto& view : views) redraw(std::move(view));
+  if (!changed.empty()) services_.finderTools.updateNodesWithPath(std::move(changed));
 }
 
 void WVIconProvider::refreshVolumeTopOnly(const std::string& path, const std::string& folder,
@@ -231,15 +233,19 @@ WVStringWithCreationDate WVIconProvider::statusOf(const WVDBAccessor::Row& row) 
   return {word, services_.clock};
 }
 
-void WVIconProvider::redrawViewOf(const std::string& path) {
-  Id view;
-  {
-    const MutexLock lock(views_);
+std::vector<Id> WVIconProvider::takeViewsOf(const std::vector<std::string>& paths) {
+  std::vector<Id> views;
+  const MutexLock lock(views_);
+  for (const auto& path : paths) {
     const auto found = viewForPath_.find(path);
-    if (found == viewForPath_.end()) return;
-    view = std::move(found->second);
+    if (found == viewForPath_.end()) continue;
+    views.push_back(std::move(found->second));
     viewForPath_.erase(found);
   }
+  return views;
+}
+
+void WVIconProvider::redraw(Id view) {
   // Moved along, so that the last hold on the host's object is let go on the main thread.
   const bool isLayer = view->respondsToSelector("setNeedsDisplay");
   services_.dispatch.mainQueue().async(

@@ -125,7 +125,8 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   void setVolumeTop(FolderStatuses& statuses, std::string_view name,
                     const WVDBAccessor* accessor) const;
   WVStringWithCreationDate statusOf(const WVDBAccessor::Row& row) const;
-  void redrawViewOf(const std::string& path);
+  std::vector<platform::Id> takeViewsOf(const std::vector<std::string>& paths);
+  void redraw(platform::Id view);
   void store(const std::string& folder, Statuses statuses);
   void touch(const std::string& folder) REQUIRES(lock_);
   void trim(std::vector<Statuses>& evicted) REQUIRES(lock_);

@@ -116,6 +116,49 @@ TEST_F(ProviderTest, ItemsAreGreenBlueOrRedOnceTheirFolderWasRead) {
   EXPECT_EQ(draw(volume + "/sub"), "red");
 }
 
+/// A main thread that is always idle: what it is given has run when the giver goes on.
+class IdleMainThread : public platform::Dispatch {
+ public:
+  explicit IdleMainThread(platform::Dispatch& others) : others_(others) {}
+  platform::Queue& mainQueue() override { return main_; }
+  std::shared_ptr<platform::Queue> serialQueue(std::string_view name) override {
+    return others_.serialQueue(name);
+  }
+  std::shared_ptr<platform::OperationQueue> operationQueue(std::size_t maxConcurrent) override {
+    return others_.operationQueue(maxConcurrent);
+  }
+
+ private:
+  class AtOnce : public platform::Queue {
+   public:
+    void async(platform::Block block) override { block(); }
+    std::shared_ptr<platform::DelayedBlock> after(std::chrono::nanoseconds,
+                                                  platform::Block) override {
+      return nullptr;
+    }
+  };
+  platform::Dispatch& others_;
+  AtOnce main_;
+};
+
+TEST_F(ProviderTest, AViewThatDrawsAsSoonAsItIsAskedHasItsNewWord) {
+  IdleMainThread idle(dispatch);
+  WVFinderTools idleTools(host.runtime, idle.mainQueue(), clock);
+  const auto eager = WVIconProvider::init({clock, idle, idleTools, pool});
+  const auto item = addFile("item", kSynced);
+  Word drawn;
+  const auto viewClass = host.runtime.registerClass("EagerView");
+  viewClass->addMethod(
+      "setNeedsDisplay:", platform::Implementation::of<void(bool)>([&](const platform::Id&, bool) {
+        drawn = eager->colorFor(ItemURL(item));
+      }),
+      "v@:B");
+  eager->setView(std::make_shared<platform::Object>(*viewClass), item);
+  eager->colorFor(ItemURL(item));
+  dispatch.runAll();
+  EXPECT_EQ(drawn, "green");
+}
+
 TEST_F(ProviderTest, AFolderIsRedEvenWhenItIsBackedUp) {
   fs::create_directory(volume + "/sub");
   database.addFolder("sub", kTop, "sub", kSynced);

@@ -97,6 +97,25 @@ TEST_F(DistributedObjectsTest, AMethodIsAnsweredWithItsResultAndThenItsOutArgume
   EXPECT_EQ(root->call(kGreeting, "count", {}), (Array{std::int64_t{2}, Array{"a", "b"}}));
 }
 
+TEST_F(DistributedObjectsTest, AServiceAnswersToEveryProtocolThatItOffers) {
+  const WireProtocol other{"com.Wevora.Other", R"(<node><interface name="com.Wevora.Other">
+  <method name="end"><arg type="s" direction="out"/></method></interface></node>)"};
+  thread.perform([&] {
+    service = PublishedService::publish(
+        "service",
+        {{kGreeting, greet},
+         {other, [](const std::string& method, const Array&) { return Array{method + "ed"}; }}},
+        folder.path());
+  });
+  const auto connection = connect();
+  ASSERT_TRUE(connection);
+  const auto root = connection->rootProxy();
+  EXPECT_TRUE(root->conformsToProtocol(kGreeting));
+  EXPECT_TRUE(root->conformsToProtocol(other));
+  EXPECT_EQ(root->call(kGreeting, "greet_", {"you"}), Array{"hello you"});
+  EXPECT_EQ(root->call(other, "end", {}), Array{"ended"});
+}
+
 TEST_F(DistributedObjectsTest, ACallThatFailsHasNoAnswerAndTheConnectionGoesOn) {
   ASSERT_TRUE(publish());
   const auto connection = connect();

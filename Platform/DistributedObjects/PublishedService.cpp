@@ -1,5 +1,6 @@
 #include "Platform/DistributedObjects/PublishedService.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -20,6 +21,21 @@ namespace wevora::platform {
 namespace {
 
 constexpr int kBacklog = 16;
+
+/// General tools greet whomever they speak to like a bus; they are given a name, for politeness.
+constexpr const char* kBusPath = "/org/freedesktop/DBus";
+constexpr const char* kGreetedName = ":1.0";
+constexpr const char* kBusXml = R"xml(<node>
+  <interface name="org.freedesktop.DBus">
+    <method name="Hello"><arg direction="out" type="s"/></method>
+  </interface>
+</node>)xml";
+
+void greeted(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*path*/,
+             const gchar* /*name*/, const gchar* /*method*/, GVariant* /*arguments*/,
+             GDBusMethodInvocation* invocation, gpointer /*nothing*/) noexcept {
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", kGreetedName));
+}
 
 /// A listening socket under a name, put there in one step: nobody finds it half made.
 Descriptor listeningSocket(const std::string& path) {
@@ -49,10 +65,17 @@ std::pair<dev_t, ino_t> identityOf(const std::string& path) {
 }  // namespace
 
 struct PublishedService::State {
-  State(const WireProtocol& protocol, Handler answer)
-      : description(protocol.introspectionXml, protocol.interfaceName),
-        handler(std::move(answer)),
-        cancellable(g_cancellable_new()) {}
+  /// Stays where it is: GDBus keeps its address.
+  struct Interface {
+    InterfaceDescription description;
+    Handler handler;
+  };
+
+  explicit State(std::vector<Offer> offers) : cancellable(g_cancellable_new()) {
+    for (auto& [protocol, handler] : offers)
+      interfaces.push_back(
+          {{protocol.introspectionXml, protocol.interfaceName}, std::move(handler)});
+  }
   ~State() {
     g_cancellable_cancel(cancellable.get());
     if (service) {
@@ -65,6 +88,13 @@ struct PublishedService::State {
   }
   State(const State&) = delete;
   State& operator=(const State&) = delete;
+
+  bool isComplete() const {
+    return !interfaces.empty() &&
+           std::all_of(interfaces.begin(), interfaces.end(), [](const Interface& offered) {
+             return offered.description.interface() != nullptr;
+           });
+  }
 
   bool listen(const std::string& at) {
     if (connectToOwnSocket(at)) return false;  // somebody is there
@@ -109,12 +139,16 @@ struct PublishedService::State {
 
   void welcome(GPtr<GDBusConnection> peer) {
     static constexpr GDBusInterfaceVTable kTable = {&State::called, &State::read, nullptr, {}};
-    const guint object = g_dbus_connection_register_object(peer.get(), "/", description.interface(),
-                                                           &kTable, this, nullptr, nullptr);
+    static constexpr GDBusInterfaceVTable kGreeting = {&greeted, nullptr, nullptr, {}};
+    std::vector<guint> objects{g_dbus_connection_register_object(
+        peer.get(), kBusPath, bus.interface(), &kGreeting, nullptr, nullptr, nullptr)};
+    for (auto& offered : interfaces)
+      objects.push_back(g_dbus_connection_register_object(
+          peer.get(), "/", offered.description.interface(), &kTable, &offered, nullptr, nullptr));
     g_signal_connect(peer.get(), "closed", G_CALLBACK(&State::closed), this);
-    auto* bus = peer.release();
-    peers[bus] = object;
-    g_dbus_connection_start_message_processing(bus);
+    auto* held = peer.release();
+    peers[held] = std::move(objects);
+    g_dbus_connection_start_message_processing(held);
   }
 
   static void closed(GDBusConnection* peer, gboolean /*vanished*/, GError* /*reason*/,
@@ -125,25 +159,21 @@ struct PublishedService::State {
   void forget(GDBusConnection* peer) {
     const auto place = peers.find(peer);
     if (place == peers.end()) return;
-    g_dbus_connection_unregister_object(peer, place->second);
+    for (const guint object : place->second) g_dbus_connection_unregister_object(peer, object);
     peers.erase(place);
     g_signal_handlers_disconnect_by_data(peer, this);
     g_dbus_connection_close(peer, nullptr, nullptr, nullptr);
     g_object_unref(peer);
   }
 
-  std::optional<Array> answerOf(const std::string& method, GVariant* arguments) const {
-    auto members = membersOf(arguments);
-    return members ? handler(method, *members) : std::nullopt;
-  }
-
   static void called(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*path*/,
-                     const gchar* /*interface*/, const gchar* method, GVariant* arguments,
-                     GDBusMethodInvocation* invocation, gpointer self) noexcept {
-    const auto* state = static_cast<State*>(self);
+                     const gchar* /*name*/, const gchar* method, GVariant* arguments,
+                     GDBusMethodInvocation* invocation, gpointer offered) noexcept {
+    const auto* interface = static_cast<Interface*>(offered);
     const VariantPtr answer(swallowingOr<GVariant*>(nullptr, [&]() -> GVariant* {
-      const auto members = state->answerOf(method, arguments);
-      const auto* info = state->description.method(method);
+      const auto given = membersOf(arguments);
+      const auto members = given ? interface->handler(method, *given) : std::nullopt;
+      const auto* info = interface->description.method(method);
       return members && info != nullptr ? tupleOf(*members, info->out_args) : nullptr;
     }));
     if (answer)
@@ -154,13 +184,13 @@ struct PublishedService::State {
   }
 
   static GVariant* read(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*path*/,
-                        const gchar* /*interface*/, const gchar* property, GError** error,
-                        gpointer self) noexcept {
-    const auto* state = static_cast<State*>(self);
+                        const gchar* /*name*/, const gchar* property, GError** error,
+                        gpointer offered) noexcept {
+    const auto* interface = static_cast<Interface*>(offered);
     VariantPtr value(swallowingOr<GVariant*>(nullptr, [&]() -> GVariant* {
-      const auto members = state->handler(property, {});
+      const auto members = interface->handler(property, {});
       const auto* info =
-          g_dbus_interface_info_lookup_property(state->description.interface(), property);
+          g_dbus_interface_info_lookup_property(interface->description.interface(), property);
       if (!members || members->empty() || info == nullptr) return nullptr;
       return variantOf(members->front(), info->signature).release();
     }));
@@ -170,23 +200,29 @@ struct PublishedService::State {
     return value.release();
   }
 
-  InterfaceDescription description;
-  Handler handler;
+  const InterfaceDescription bus{kBusXml, "org.freedesktop.DBus"};
+  std::vector<Interface> interfaces;
   GPtr<GCancellable> cancellable;
   std::string path;
   std::pair<dev_t, ino_t> identity;
   GPtr<GSocketService> service;
-  std::map<GDBusConnection*, guint> peers;  // each with a reference, and its object's number
+  std::map<GDBusConnection*, std::vector<guint>> peers;  // with a reference; what is registered
 };
+
+std::unique_ptr<PublishedService> PublishedService::publish(const std::string& name,
+                                                            std::vector<Offer> offers,
+                                                            const std::string& folder) {
+  const auto path = socketPath(folder, name);
+  auto state = std::make_unique<State>(std::move(offers));
+  if (!path || !state->isComplete() || !state->listen(*path)) return nullptr;
+  return std::unique_ptr<PublishedService>(new PublishedService(std::move(state)));
+}
 
 std::unique_ptr<PublishedService> PublishedService::publish(const std::string& name,
                                                             const WireProtocol& protocol,
                                                             Handler handler,
                                                             const std::string& folder) {
-  const auto path = socketPath(folder, name);
-  auto state = std::make_unique<State>(protocol, std::move(handler));
-  if (!path || state->description.interface() == nullptr || !state->listen(*path)) return nullptr;
-  return std::unique_ptr<PublishedService>(new PublishedService(std::move(state)));
+  return publish(name, std::vector<Offer>{{protocol, std::move(handler)}}, folder);
 }
 
 PublishedService::PublishedService(std::unique_ptr<State> state) : state_(std::move(state)) {}

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Platform/DistributedObjects/DistributedObjects.h"
 #include "Platform/DistributedObjects/ServiceNames.h"
@@ -21,8 +22,17 @@ class PublishedService {
   using Handler =
       std::function<std::optional<Array>(const std::string& method, const Array& arguments)>;
 
+  /// A protocol that the service's object answers to.
+  struct Offer {
+    WireProtocol protocol;
+    Handler handler;
+  };
+
   /// Takes over what a service that ended without cleaning up has left. Null where a running
   /// service has the name, or where the socket cannot be made.
+  static std::unique_ptr<PublishedService> publish(const std::string& name,
+                                                   std::vector<Offer> offers,
+                                                   const std::string& folder = userRuntimeFolder());
   static std::unique_ptr<PublishedService> publish(const std::string& name,
                                                    const WireProtocol& protocol, Handler handler,
                                                    const std::string& folder = userRuntimeFolder());

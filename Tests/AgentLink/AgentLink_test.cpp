@@ -110,8 +110,7 @@ class AgentLinkTest : public ::testing::Test {
   const SessionBus bus_;
   CountingEngine engine_;
   platform::LocalNotificationCenter local_;
-  platform::SocketConnections objects_{local_, platform::userRuntimeFolder(),
-                                       std::chrono::milliseconds(300)};
+  platform::SocketConnections objects_{local_};
   platform::BusNotificationCenter center_;
   std::optional<WVAgentConnector> connector_;
 };

@@ -48,13 +48,20 @@ bool postEvent(BusNotificationCenter& center, const std::string& object, std::st
         {kIDaemonConnectionWVREventNotificationEventsKey, Value(Array{Value("Created")})}}});
 }
 
+bool announce(BusNotificationCenter& center) {
+  return center.post({kIDaemonConnectionBecomeAvailableNotification, std::nullopt, {}});
+}
+
 struct EventSource {
   BusNotificationCenter& center;
   const std::string& object;
+  int posted = 0;
 };
 
 gboolean postNext(gpointer data) noexcept {
-  const auto* events = static_cast<EventSource*>(data);
+  auto* events = static_cast<EventSource*>(data);
+  // Again from time to time, for who has not yet noticed the death of the last agent.
+  if (++events->posted % 100 == 0) announce(events->center);
   return postEvent(events->center, events->object, "/Volumes/A") ? G_SOURCE_CONTINUE
                                                                  : G_SOURCE_REMOVE;
 }
@@ -70,7 +77,7 @@ int runAgent(const std::string& seed, const std::string& object, const std::stri
       });
   if (!service) return 1;
   BusNotificationCenter center;
-  center.post({kIDaemonConnectionBecomeAvailableNotification, std::nullopt, {}});
+  announce(center);
   ready();
   EventSource events{center, object};
   g_timeout_add(1, &postNext, &events);

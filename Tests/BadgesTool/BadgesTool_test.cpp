@@ -10,6 +10,7 @@
 
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Integration/OwnSettings.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
 
@@ -60,16 +61,7 @@ class Observer {
 
 class BadgesToolTest : public testing::Test {
  protected:
-  BadgesToolTest() {
-    fs::remove_all(home);
-    fs::create_directories(home);
-    mounted = ::mount("tmpfs", "/etc", "tmpfs", 0, "size=1m") == 0;
-    std::ofstream("/etc/passwd") << "wevora:x:" << ::getuid() << ":0::" << home << ":/bin/sh\n";
-    fs::create_directories(fs::path(settingsTemplate).parent_path());
-    std::ofstream(settingsTemplate) << PropertyLists::xml({{"Other", "kept"}}).value();
-  }
-  ~BadgesToolTest() override { ::umount2("/etc", MNT_DETACH); }
-  void SetUp() override { ASSERT_TRUE(mounted); }
+  void SetUp() override { ASSERT_TRUE(system.mounted); }
   std::optional<Value> setting() const {
     const auto list = PropertyLists::read(file);
     const auto* settings = list ? list->as<Dictionary>() : nullptr;
@@ -78,10 +70,9 @@ class BadgesToolTest : public testing::Test {
   }
 
   testing_host::SessionBus bus;
-  const std::string home = "/media/home";
-  const std::string file = home + "/.config/Wevora/wevora-settings.plist";
-  const std::string settingsTemplate = "/etc/xdg/Wevora/wevora-settings.plist";
-  bool mounted = false;
+  const testing_host::OwnSettings system;
+  const std::string& file = system.file;
+  const std::string& settingsTemplate = system.settingsTemplate;
 };
 
 TEST_F(BadgesToolTest, BadgesAreOnUntilTheyAreSwitchedOff) {

@@ -1,0 +1,73 @@
+#include "Apps/agent_sim/EventCoalescer.h"
+
+#include <gtest/gtest.h>
+
+#include "Platform/Time/VirtualClock.h"
+
+namespace wevora::agent_sim {
+namespace {
+
+using namespace std::chrono_literals;
+using Texts = std::vector<std::string>;
+
+class EventCoalescerTest : public testing::Test {
+ protected:
+  platform::VirtualClock clock;
+  EventCoalescer events{clock};
+};
+
+TEST_F(EventCoalescerTest, AnEventAfterAQuietTimeIsToldAtOnce) {
+  EXPECT_FALSE(events.untilDue());
+  EXPECT_FALSE(events.take());
+  events.add("/a", kEventCreated);
+  EXPECT_EQ(events.untilDue(), 0ns);
+  EXPECT_EQ(events.take()->paths, Texts{"/a"});
+  EXPECT_FALSE(events.take());
+}
+
+TEST_F(EventCoalescerTest, HoweverManyEventsThereAreTheyAreToldFiveTimesASecond) {
+  int told = 0;
+  std::size_t paths = 0;
+  for (int i = 0; i < 1000; ++i, clock.advance(1ms)) {
+    events.add("/" + std::to_string(i), kEventChanged);
+    if (const auto batch = events.take()) {
+      ++told;
+      paths += batch->paths.size();
+    }
+  }
+  EXPECT_EQ(told, 5);
+  EXPECT_EQ(paths, 801U);
+  EXPECT_EQ(events.untilDue(), 0ns);
+  EXPECT_EQ(events.take()->paths.size(), 199U);
+}
+
+TEST_F(EventCoalescerTest, APathAndAWordAreToldOnceInANotification) {
+  events.add("/a", kEventRemoved);
+  events.add("/b", kEventRemoved);
+  events.add("/a", kEventRemoved);
+  events.add("/a", kEventCreated);
+  const auto batch = events.take();
+  ASSERT_TRUE(batch);
+  EXPECT_EQ(batch->paths, (Texts{"/a", "/b"}));
+  EXPECT_EQ(batch->words, (Texts{"Removed", "Created"}));
+}
+
+TEST_F(EventCoalescerTest, WhatHappensAgainIsToldAgain) {
+  events.add("/a", kEventChanged);
+  events.take();
+  events.add("/a", kEventChanged);
+  EXPECT_EQ(events.untilDue(), 200ms);
+  clock.advance(200ms);
+  EXPECT_EQ(events.take()->paths, Texts{"/a"});
+}
+
+TEST_F(EventCoalescerTest, AStormIsToldInPieces) {
+  for (int i = 0; i < 5000; ++i) events.add("/" + std::to_string(i), kEventCreated);
+  EXPECT_EQ(events.take()->paths.size(), 4096U);
+  EXPECT_FALSE(events.take());
+  clock.advance(200ms);
+  EXPECT_EQ(events.take()->paths.size(), 904U);
+}
+
+}  // namespace
+}  // namespace wevora::agent_sim

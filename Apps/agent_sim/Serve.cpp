@@ -1,0 +1,108 @@
+#include "Apps/agent_sim/Serve.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+#include <glib-unix.h>
+
+#include "Apps/agent_sim/AgentDatabase.h"
+#include "Apps/agent_sim/Console.h"
+#include "Apps/agent_sim/RunningAgent.h"
+#include "Connector/DaemonConnectionService.h"
+#include "Platform/Dispatch/GLibDispatch.h"
+#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/DistributedObjects/PublishedService.h"
+#include "Platform/DistributedObjects/SocketConnections.h"
+#include "Platform/Unmount/GioUnmountApprovals.h"
+#include "Platform/Volumes/Volumes.h"
+
+namespace wevora::agent_sim {
+namespace {
+
+using platform::PublishedService;
+
+/// The main loop, which signals end.
+/// Threads: the main thread. Owns: the loop and its signal handlers. Errors: none.
+class MainLoop {
+ public:
+  MainLoop() : loop_(g_main_loop_new(nullptr, FALSE)) {
+    for (std::size_t i = 0; i < kSignals.size(); ++i)
+      sources_[i] = g_unix_signal_add(kSignals[i], &MainLoop::ended, loop_);
+    std::signal(SIGPIPE, SIG_IGN);  // who reads what is said may go away
+  }
+  ~MainLoop() {
+    for (const guint source : sources_) g_source_remove(source);
+    g_main_loop_unref(loop_);
+  }
+  MainLoop(const MainLoop&) = delete;
+  MainLoop& operator=(const MainLoop&) = delete;
+
+  void run() { g_main_loop_run(loop_); }
+  void quit() { g_main_loop_quit(loop_); }
+
+ private:
+  static constexpr std::array<int, 3> kSignals{SIGTERM, SIGINT, SIGHUP};
+
+  static gboolean ended(gpointer loop) noexcept {
+    g_main_loop_quit(static_cast<GMainLoop*>(loop));
+    return G_SOURCE_CONTINUE;
+  }
+
+  GMainLoop* loop_;
+  std::array<guint, kSignals.size()> sources_{};
+};
+
+/// Of this process alone.
+std::string notificationObject(const ServeOptions& options) {
+  return "com.Wevora.client." + options.user + "." + std::to_string(options.seed) + "." +
+         std::to_string(::getpid());
+}
+
+std::unique_ptr<PublishedService> published(const std::string& name, RunningAgent& agent) {
+  auto service = PublishedService::publish(
+      name,
+      {{daemonConnectionProtocol(),
+        [&agent](const std::string& method, const platform::Array& arguments) {
+          return answerOfDaemonConnection(agent.rootObject(), method, arguments);
+        }},
+       {controlProtocol(), [&agent](const std::string& method, const platform::Array& arguments) {
+          return answerOfControl(agent, method, arguments);
+        }}});
+  if (service) return service;
+  platform::LocalNotificationCenter center;
+  if (platform::SocketConnections(center).portForName(name))
+    throw Failure("an agent runs already under the name " + name + " (take another --seed)");
+  throw Failure("the socket " + platform::userRuntimeFolder() + "/" + name + " cannot be made");
+}
+
+}  // namespace
+
+int runServe(std::span<const char* const> arguments) {
+  const auto options = serveOptions(arguments);
+  for (const auto& volume : options.volumes) mounted(volume);
+  const auto name = daemonConnectionNameAndSeed(options.user, options.seed).value_or("");
+
+  MainLoop loop;
+  const platform::SystemClock clock;
+  const platform::SystemVolumes volumes;
+  platform::GLibDispatch dispatch;
+  platform::BusNotificationCenter notifications;
+  platform::GioUnmountApprovals unmounts(dispatch, volumes);
+  RunningAgent agent(options, notificationObject(options),
+                     {dispatch, clock, notifications, [&loop] { loop.quit(); }});
+  const auto service = published(name, agent);
+  for (const auto& volume : options.volumes) prepareDatabase(volume, options.account, clock);
+  say("serving " + name);
+  // Without a bus there is only GIO's own monitor; others would complain, each in its own words.
+  if (!agent.start()) ::setenv("GIO_USE_VOLUME_MONITOR", "unix", 0);
+  agent.heedUnmounts(unmounts);
+  loop.run();
+  say("ended");
+  return 0;
+}
+
+}  // namespace wevora::agent_sim

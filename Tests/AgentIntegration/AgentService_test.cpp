@@ -1,0 +1,148 @@
+// The agent's service: how it comes, answers and goes.
+
+#include <csignal>
+#include <filesystem>
+
+#include "Connector/IDaemonConnection.h"
+#include "Tests/AgentIntegration/AgentTest.h"
+#include "Tests/Integration/InMountNamespace.h"
+
+namespace wevora {
+namespace {
+
+namespace fs = std::filesystem;
+using testing_host::AgentTest;
+using testing_host::ranToItsEnd;
+
+class AgentServiceTest : public AgentTest {};
+
+TEST_F(AgentServiceTest, ItsMethodsAreThoseOfTheProtocolToAToolThatIsNotOurs) {
+  const auto agent = served();
+  ASSERT_TRUE(agent);
+  const auto described = gdbus("introspect", {}).output;
+  for (const auto& method : daemonConnectionMethods())
+    EXPECT_NE(described.find(" " + wireName(method.selector) + "("), std::string::npos)
+        << method.selector;
+}
+
+TEST_F(AgentServiceTest, EveryMethodIsAnswered) {
+  const auto agent = served({"--seed", "0"});
+  ASSERT_TRUE(agent);
+  EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
+  EXPECT_EQ(asked("isServerReachable"), "(true,)\n");
+  EXPECT_EQ(asked("setPreviousConfiguringStatusToConfigured"), "()\n");
+  EXPECT_EQ(asked("previousConfiguringStatus"), "(0,)\n");
+  EXPECT_EQ(asked("isConfigurationUnavailableForDeviceWithID_", {"x"}), "(true,)\n");
+  EXPECT_EQ(asked("getFolderTreeForDeviceWithUID_", {"x"}), "(@a{sv} {},)\n");
+  for (const auto* action :
+       {"cancelUserAction", "retryUserAction", "userNotifiedAboutWaitingOfAction"})
+    EXPECT_EQ(asked(action), "()\n");
+  EXPECT_EQ(asked("enableBackupForDevicesWithIDs_disableBackupForDevicesWithIDs_"
+                  "setFolderTreesToBackup_",
+                  {"['x']", "@as []", "@a{sv} {}"}),
+            "()\n");
+  EXPECT_EQ(asked("deviceConfiguringStatusAndIDOfCurrentDevice_arrayOfRemainDeviceIDs_"
+                  "currentError_"),
+            "(uint64 0, '', @as [], '')\n");
+  EXPECT_NE(asked("commonInfo").find("'connectionStatus': <'CONNECTION_STATUS_LOGGEDIN'>"),
+            std::string::npos);
+  EXPECT_EQ(asked("updateBandwidthOptions_", {"{'limitUpload': <true>}"}), "()\n");
+  EXPECT_NE(asked("bandwidthOptions").find("'limitUpload': <true>"), std::string::npos);
+  EXPECT_NE(asked("currentBandwidth").find("uploadBytesPerSecond"), std::string::npos);
+  EXPECT_NE(asked("accountInfo").find("'kClientIDKey': <'7'>"), std::string::npos);
+  EXPECT_EQ(asked("deviceList"), "(@aa{sv} [],)\n");
+  EXPECT_EQ(asked("sendLog_logLevel_withBacktrace_", {"hello", "3", "false"}), "()\n");
+  EXPECT_TRUE(agent->waitForOutput("log 3: hello\n"));
+  EXPECT_EQ(asked("lastPassword"), "('',)\n");
+  EXPECT_EQ(asked("lastLoginEmail"), "('account@example.org',)\n");
+  EXPECT_EQ(asked("clientVersion"), "('0.1.0',)\n");
+  EXPECT_EQ(asked("logout"), "()\n");
+  EXPECT_EQ(asked("connectionStatus"), "(0,)\n");
+  EXPECT_EQ(asked("loginWithEmail_password_", {"zoe@example.org", "secret"}), "()\n");
+  EXPECT_EQ(asked("lastLoginEmail"), "('zoe@example.org',)\n");
+  EXPECT_EQ(asked("signUpWithFirstName_lastName_email_password_", {"Zoe", "Z", "z@z.org", "s"}),
+            "()\n");
+  EXPECT_NE(asked("accountInfo").find("'kFirstNameKey': <'Zoe'>"), std::string::npos);
+  const auto udid = asked("udidWithLocation_", {"here"});
+  EXPECT_EQ(asked("udidWithLocation_", {"here"}), udid);
+  EXPECT_EQ(asked("updateUDIDWithLocation_", {"here"}), "()\n");
+  EXPECT_NE(asked("udidWithLocation_", {"here"}), udid);
+  EXPECT_EQ(asked("performCallback_", {"x"}), "()\n");
+  EXPECT_EQ(asked("distributedNotificationObject"),
+            "('com.Wevora.client.zoe.0." + std::to_string(agent->pid()) + "',)\n");
+}
+
+TEST_F(AgentServiceTest, ItsVolumesAreItsDevices) {
+  const auto agent = keeping();
+  ASSERT_TRUE(agent);
+  EXPECT_NE(asked("deviceList").find("'id': <'" + volume.path() + "'>"), std::string::npos);
+  EXPECT_EQ(asked("isConfigurationUnavailableForDeviceWithID_", {volume.path()}), "(false,)\n");
+}
+
+TEST_F(AgentServiceTest, ItAnnouncesItselfAtTheStartAndAgainForWhoListensLater) {
+  const auto agent = served();
+  ASSERT_TRUE(hears(kIDaemonConnectionBecomeAvailableNotification));
+  EXPECT_EQ(heard[0].object, "com.Wevora.client.zoe.0." + std::to_string(agent->pid()));
+  heard.clear();
+  EXPECT_TRUE(hears(kIDaemonConnectionBecomeAvailableNotification));
+}
+
+TEST_F(AgentServiceTest, ASignalEndsItAndLeavesNoSocket) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    const auto agent = served();
+    ASSERT_TRUE(agent);
+    EXPECT_TRUE(fs::exists(socket()));
+    agent->signal(signal);
+    EXPECT_EQ(agent->waitForEnd(), 0);
+    EXPECT_FALSE(fs::exists(socket()));
+  }
+}
+
+TEST_F(AgentServiceTest, TheNextAgentTakesOverWhatAKilledOneLeaves) {
+  const auto killed = keeping();
+  ASSERT_TRUE(killed);
+  killed->signal(SIGKILL);
+  EXPECT_EQ(killed->waitForEnd(), 128 + SIGKILL);
+  EXPECT_TRUE(fs::exists(socket()));
+  const auto next = keeping();
+  ASSERT_TRUE(next);
+  EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
+}
+
+TEST_F(AgentServiceTest, AnAgentIsNotPushedAsideByAnother) {
+  const auto first = served();
+  ASSERT_TRUE(first);
+  const auto second = ranToItsEnd(serveCommand({"--volume", volume.path()}));
+  EXPECT_EQ(second.status, 1);
+  EXPECT_NE(second.errors.find("an agent runs already"), std::string::npos) << second.errors;
+  EXPECT_FALSE(fs::exists(volume.path("Wevora-Account-7.db")));
+  EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
+  EXPECT_TRUE(served({"--seed", "5"}));
+}
+
+TEST_F(AgentServiceTest, WithoutABusItServesAndSaysSoInOneLine) {
+  testing_host::ChildProcess agent(serveCommand({"--volume", volume.path()}),
+                                   {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere"}});
+  ASSERT_TRUE(agent.waitForOutput("scanned "));
+  EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
+  EXPECT_EQ(agent.errors(),
+            "wevora-agent-sim: no session bus can be reached: file managers are not told what "
+            "happens\n");
+}
+
+TEST_F(AgentServiceTest, ItOutlivesTheBus) {
+  const auto agent = keeping();
+  ASSERT_TRUE(agent);
+  bus.stop();
+  write("file");
+  EXPECT_EQ(ctl({"event", "Something", "/a"}).status, 0);
+  EXPECT_TRUE(agent->waitForErrors("no session bus can be reached"));
+  EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
+}
+
+}  // namespace
+}  // namespace wevora
+
+int main(int count, char** arguments) {
+  return wevora::testing_host::runTestsInMountNamespace(count, arguments);
+}
