@@ -1,8 +1,5 @@
 #include "Apps/status/StatusOptions.h"
 
-#include <optional>
-#include <string_view>
-
 namespace wevora::status {
 
 const char* const kUsage =
@@ -29,34 +26,10 @@ const char* const kUsage =
     "Exit status: 0 when every path was answered, 1 when some path was unreadable, 2 for a wrong\n"
     "call, 3 when there is no agent to ask.\n";
 
+using command_line::Arguments;
+using command_line::formatNamed;
+
 namespace {
-
-class Arguments {
- public:
-  explicit Arguments(std::span<const char* const> all) : all_(all) {}
-  bool more() const { return next_ < all_.size(); }
-  std::string take() { return all_[next_++]; }
-
-  /// The value of "--name VALUE" or "--name=VALUE"; none where the argument is another one.
-  std::optional<std::string> value(const std::string& argument, std::string_view name) {
-    if (argument == name) {
-      if (!more()) throw WrongUsage(std::string(name) + " needs a value");
-      return take();
-    }
-    if (argument.starts_with(std::string(name) + "=")) return argument.substr(name.size() + 1);
-    return std::nullopt;
-  }
-
- private:
-  std::span<const char* const> all_;
-  std::size_t next_ = 0;
-};
-
-StatusOptions::Format formatNamed(const std::string& name) {
-  if (name == "text") return StatusOptions::Format::text;
-  if (name == "json") return StatusOptions::Format::json;
-  throw WrongUsage("--format is text or json, not '" + name + "'");
-}
 
 void check(const StatusOptions& options) {
   if (options.account && options.account->empty()) throw WrongUsage("--account needs an ID");

@@ -2,21 +2,18 @@
 
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "Apps/CommandLine/Arguments.h"
+
 namespace wevora::status {
 
-/// A wrong call, with the reason in one line.
-class WrongUsage : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+using command_line::WrongUsage;
 
 /// What a person asked for.
 struct StatusOptions {
-  enum class Format { text, json };
+  using Format = command_line::Format;
   std::optional<std::string> account;  ///< none: the running agent's
   Format format = Format::text;
   bool recursive = false;

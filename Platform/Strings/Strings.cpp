@@ -23,9 +23,25 @@ bool isAscii(std::string_view text) {
   return true;
 }
 
-void appendLowercasedValid(std::string& out, std::string_view valid) {
-  const GText lower(g_utf8_strdown(valid.data(), static_cast<gssize>(valid.size())));
-  out += lower.get();
+/// Converts what is UTF-8 and leaves every other byte as it is.
+std::string converted(std::string_view text, char* (*convert)(const char*, gssize)) {
+  std::string result;
+  result.reserve(text.size());
+  if (isAscii(text)) {
+    for (const char c : text) result += g_ascii_tolower(c);
+    return result;
+  }
+  while (!text.empty()) {
+    const char* end = nullptr;
+    g_utf8_validate_len(text.data(), text.size(), &end);
+    const auto valid = text.substr(0, static_cast<std::size_t>(end - text.data()));
+    result += GText(convert(valid.data(), static_cast<gssize>(valid.size()))).get();
+    text.remove_prefix(valid.size());
+    if (text.empty()) break;
+    result += text.front();
+    text.remove_prefix(1);
+  }
+  return result;
 }
 
 int hexDigit(char c) {
@@ -122,23 +138,15 @@ std::size_t utf16Length(std::string_view text) {
 }
 
 std::string lowercased(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  if (isAscii(text)) {
-    for (const char c : text) result += g_ascii_tolower(c);
-    return result;
-  }
-  while (!text.empty()) {
-    const char* end = nullptr;
-    g_utf8_validate_len(text.data(), text.size(), &end);
-    const auto valid = text.substr(0, static_cast<std::size_t>(end - text.data()));
-    appendLowercasedValid(result, valid);
-    text.remove_prefix(valid.size());
-    if (text.empty()) break;
-    result += text.front();
-    text.remove_prefix(1);
-  }
-  return result;
+  return converted(text, &g_utf8_strdown);
+}
+
+std::string caseFolded(std::string_view text) {
+  return converted(text, &g_utf8_casefold);
+}
+
+std::string randomUUID() {
+  return GText(g_uuid_string_random()).get();
 }
 
 std::string percentEncodedPath(std::string_view path) {

@@ -60,6 +60,12 @@ Character firstCharacter(std::string_view text);
 /// Unicode lower case, independent of the locale.
 std::string lowercased(std::string_view text);
 
+/// Texts that differ in case only have the same fold; independent of the locale.
+std::string caseFolded(std::string_view text);
+
+/// A new random UUID in lower case, 8-4-4-4-12.
+std::string randomUUID();
+
 /// Percent-encodes what a file URL's path may not hold; "/" stays.
 std::string percentEncodedPath(std::string_view path);
 

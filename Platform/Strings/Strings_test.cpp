@@ -63,6 +63,21 @@ TEST(Lowercased, IsUnicodeAwareAndLeavesBytesThatAreNotUtf8Alone) {
   EXPECT_EQ(lowercased(std::string_view("A\0\xC3\x89", 4)), std::string_view("a\0\xC3\xA9", 4));
 }
 
+TEST(CaseFolded, IsTheSameForTextsThatDifferInCaseOnly) {
+  EXPECT_EQ(caseFolded("Stra\xC3\x9F"
+                       "E"),
+            caseFolded("STRASSE"));
+  EXPECT_EQ(caseFolded("\xCE\xA3"), caseFolded("\xCF\x82"));
+  EXPECT_NE(caseFolded("a\xFF"), caseFolded("a\xFE"));
+}
+
+TEST(RandomUUID, IsCanonicalAndNew) {
+  const auto uuid = randomUUID();
+  ASSERT_EQ(uuid.size(), 36U);
+  for (const std::size_t dash : {8U, 13U, 18U, 23U}) EXPECT_EQ(uuid[dash], '-');
+  EXPECT_NE(uuid, randomUUID());
+}
+
 TEST(FileUrl, DecodesWhatWasEncoded) {
   const std::string odd = "/a b/\xC3\xA9%#?/\xFF";
   EXPECT_EQ(pathFromFileUrl("file://" + percentEncodedPath(odd)), odd);

@@ -1,44 +1,16 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 
-#include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <memory>
-#include <unistd.h>
 
-#include <glib.h>
-
+#include "Platform/Digest/MD5.h"
 #include "Platform/Files/Files.h"
+#include "Platform/Files/Links.h"
 #include "Platform/Strings/Strings.h"
 
 namespace wevora {
 namespace {
 
 constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
-constexpr std::size_t kMD5ChunkSize = 16384;
-
-struct ChecksumFree {
-  void operator()(GChecksum* checksum) const noexcept { g_checksum_free(checksum); }
-};
-struct GFree {
-  void operator()(char* text) const noexcept { g_free(text); }
-};
-
-class Descriptor {
- public:
-  explicit Descriptor(const std::string& path) : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 /// The text that the path's file URL has: an existing folder's ends with a separator.
 std::string fileUrlPath(std::string_view path) {
@@ -47,12 +19,6 @@ std::string fileUrlPath(std::string_view path) {
   const bool separatorGiven = text.size() != path.size();
   if (text != "/" && platform::fileExistsAtPath(text).isDirectory) return text + "/";
   return separatorGiven ? std::string(path) : text;
-}
-
-std::string resolvedPath(std::string_view path) {
-  std::error_code failed;
-  const auto resolved = std::filesystem::weakly_canonical(std::filesystem::path(path), failed);
-  return failed ? std::string(path) : resolved.string();
 }
 
 }  // namespace
@@ -64,7 +30,8 @@ bool WVRFileTools::pathIsEqualToPath(std::string_view path, std::string_view isE
 bool WVRFileTools::pathIsEqualToPath(std::string_view path, std::string_view isEqualToPath,
                                      bool resolveSymlinks) {
   if (!resolveSymlinks) return pathIsEqualToPath(path, isEqualToPath);
-  return pathIsEqualToPath(resolvedPath(path), resolvedPath(isEqualToPath));
+  return pathIsEqualToPath(platform::resolvedPath(std::string(path)),
+                           platform::resolvedPath(std::string(isEqualToPath)));
 }
 
 bool WVRFileTools::filePathBelongsToDirectoryAtPath(std::string_view filePath,
@@ -87,21 +54,16 @@ std::optional<platform::Date> WVRFileTools::fileLastModificationDate(const std::
 }
 
 std::string WVRFileTools::getMD5FromFile(const std::string& path) {
-  const Descriptor file(path);
-  if (file.get() < 0) return kMD5Error;
-  const std::unique_ptr<GChecksum, ChecksumFree> digest(g_checksum_new(G_CHECKSUM_MD5));
-  std::array<unsigned char, kMD5ChunkSize> chunk;
-  for (;;) {
-    const ssize_t read = ::read(file.get(), chunk.data(), chunk.size());
-    if (read < 0 && errno == EINTR) continue;
-    if (read <= 0) break;
-    g_checksum_update(digest.get(), chunk.data(), read);
-  }
-  return g_checksum_get_string(digest.get());
+  return getMD5FromFile(path, {});
+}
+
+std::string WVRFileTools::getMD5FromFile(const std::string& path,
+                                         const platform::ByteProgress& progress) {
+  return platform::md5OfFile(path, progress).value_or(kMD5Error);
 }
 
 std::string WVRFileTools::getUUID() {
-  return std::unique_ptr<char, GFree>(g_uuid_string_random()).get();
+  return platform::randomUUID();
 }
 
 const char* WVRFileTools::homeDirectoryCString() {

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+namespace wevora::command_line {
+
+/// Tells in one line of a terminal how many bytes were handled, once they are many. The line is
+/// gone with the object. Threads: one. Owns: nothing. Errors: those of the stream.
+class TransferProgress {
+ public:
+  /// `terminal` is written to when `wanted`; `total` is 0 when it is not known.
+  TransferProgress(std::ostream& terminal, bool wanted, std::string what, std::uint64_t total = 0);
+  ~TransferProgress();
+  TransferProgress(const TransferProgress&) = delete;
+  TransferProgress& operator=(const TransferProgress&) = delete;
+
+  void add(std::uint64_t bytes);
+
+ private:
+  std::ostream& terminal_;
+  const bool wanted_;
+  const std::string what_;
+  const std::uint64_t total_;
+  std::uint64_t done_ = 0;
+  std::uint64_t shown_ = 0;
+};
+
+}  // namespace wevora::command_line

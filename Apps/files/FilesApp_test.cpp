@@ -1,0 +1,204 @@
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Apps/files/FilesCommands.h"
+#include "Apps/files/FilesOptions.h"
+#include "Apps/files/ReportingFileOperations.h"
+#include "Platform/FileCopy/FaultyFileCalls.h"
+#include "Platform/Support/TemporaryFolder.h"
+
+namespace wevora::files {
+namespace {
+
+namespace fs = std::filesystem;
+using Command = FilesOptions::Command;
+
+FilesOptions parsed(std::vector<const char*> arguments) {
+  return FilesOptions::parse(arguments);
+}
+
+TEST(FilesOptionsTest, ReadsTheOptionsOfACommandInAnyOrder) {
+  const auto list = parsed({"list", "--no-dirs", "a", "--mask=*.txt", "--no-files", "--no-resolve",
+                            "--keep-links", "--resolved", "--format", "json"});
+  EXPECT_EQ(list.command, Command::list);
+  EXPECT_EQ(list.mask, "*.txt");
+  EXPECT_TRUE(list.skipDirectories && list.skipFiles && list.useResolvedPaths);
+  EXPECT_FALSE(list.resolveSymlinks || list.skipSymlinks);
+  EXPECT_EQ(list.format, FilesOptions::Format::json);
+  EXPECT_EQ(list.paths, std::vector<std::string>{"a"});
+  const auto backup = parsed({"backup", "--attempts", "0", "--", "-a", "--b"});
+  EXPECT_EQ(backup.attempts, 0U);
+  EXPECT_EQ(backup.paths, (std::vector<std::string>{"-a", "--b"}));
+  EXPECT_FALSE(parsed({"scan", "a", "--files"}).saveFolders);
+  EXPECT_TRUE(parsed({"scan", "a"}).saveFolders);
+}
+
+TEST(FilesOptionsTest, TheDefaultsAreThoseOfTheShortestForms) {
+  const auto list = parsed({"list", "a"});
+  EXPECT_EQ(list.mask, std::nullopt);
+  EXPECT_TRUE(list.resolveSymlinks && list.skipSymlinks);
+  EXPECT_FALSE(list.skipDirectories || list.skipFiles || list.useResolvedPaths);
+  EXPECT_EQ(parsed({"backup", "a", "b"}).attempts, std::nullopt);
+}
+
+TEST(FilesOptionsTest, RefusesWrongCallsWithAReason) {
+  for (const auto& wrong : std::vector<std::vector<const char*>>{
+           {},
+           {"unknown", "a"},
+           {"list"},
+           {"list", "a", "b"},
+           {"list", "--files", "a"},
+           {"scan", "--mask", "x", "a"},
+           {"ignored"},
+           {"ignored", ""},
+           {"ignored", "--mask", "a"},
+           {"list", "a", "--mask"},
+           {"backup", "a"},
+           {"backup", "a", "b", "c"},
+           {"backup", "--attempts", "-1", "a", "b"},
+           {"backup", "--attempts", "2x", "a", "b"},
+           {"backup", "--attempts=99999999999999999999", "a", "b"},
+           {"md5", "--format", "xml", "a"}})
+    EXPECT_THROW(parsed(wrong), WrongUsage);
+}
+
+TEST(FilesOptionsTest, HelpAndVersionNeedNothingElse) {
+  EXPECT_TRUE(parsed({"help"}).help);
+  EXPECT_TRUE(parsed({"--help"}).help);
+  EXPECT_TRUE(parsed({"list", "-h"}).help);
+  EXPECT_TRUE(parsed({"--version"}).version);
+}
+
+class FilesCommandsTest : public testing::Test {
+ protected:
+  std::string file(const std::string& name, const std::string& text = "x") {
+    std::ofstream(folder.path(name)) << text;
+    return folder.path(name);
+  }
+  int run(std::vector<std::string> arguments) {
+    std::vector<const char*> texts;
+    for (const auto& argument : arguments) texts.push_back(argument.c_str());
+    const auto options = FilesOptions::parse(texts);
+    out.str("");
+    errors.str("");
+    return FilesCommands(options, {out, errors, true}, {folder.path(), folder.path("Trash"), 1000},
+                         platform::Shell(folder.path("programs")))
+        .run();
+  }
+
+  const platform::TemporaryFolder folder;
+  std::ostringstream out;
+  std::ostringstream errors;
+};
+
+TEST_F(FilesCommandsTest, IgnoredIsYesOnlyWhenAllAreIgnored) {
+  const auto part = file("a.part");
+  EXPECT_EQ(run({"ignored", part}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "ignored\t" + part + "\n");
+  const auto plain = file("a");
+  EXPECT_EQ(run({"ignored", "--format=json", part, plain}), FilesCommands::kNo);
+  EXPECT_EQ(out.str(), "{\"path\":\"" + part + "\",\"ignored\":true}\n{\"path\":\"" + plain +
+                           "\",\"ignored\":false}\n");
+}
+
+TEST_F(FilesCommandsTest, TrashIsYesOnlyWhenAllAreInTheTrash) {
+  fs::create_directories(folder.path("Trash/files"));
+  const auto gone = file("Trash/files/gone");
+  EXPECT_EQ(run({"trash", gone}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "trash\t" + gone + "\n");
+  EXPECT_EQ(run({"trash", gone, file("a")}), FilesCommands::kNo);
+  EXPECT_EQ(run({"trash", "--format=json", gone}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "{\"path\":\"" + gone + "\",\"trash\":true}\n");
+}
+
+TEST_F(FilesCommandsTest, Md5PrintsAsOtherProgramsDoAndGoesOnAfterAFailure) {
+  const auto empty = file("empty", "");
+  EXPECT_EQ(run({"md5", folder.path("gone"), empty}), FilesCommands::kNo);
+  EXPECT_EQ(out.str(), "d41d8cd98f00b204e9800998ecf8427e  " + empty + "\n");
+  EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("gone") + ": cannot be read\n");
+  EXPECT_EQ(run({"md5", "--format=json", folder.path("gone")}), FilesCommands::kNo);
+  EXPECT_EQ(out.str(), "{\"path\":\"" + folder.path("gone") + "\",\"md5\":null}\n");
+}
+
+TEST_F(FilesCommandsTest, LargeDigestsAndCopiesShowTheirProgress) {
+  const auto large = file("large");
+  fs::resize_file(large, 40 << 20);
+  EXPECT_EQ(run({"md5", large}), FilesCommands::kYes);
+  EXPECT_THAT(errors.str(), testing::HasSubstr("digest: 32 MiB of 40 MiB, 80 %"));
+  EXPECT_EQ(run({"backup", large, folder.path("copy")}), FilesCommands::kYes);
+  EXPECT_THAT(errors.str(), testing::HasSubstr("copied and compared: "));
+}
+
+TEST_F(FilesCommandsTest, ListAndScanPrintPathsAndTellAnUnreadableFolder) {
+  fs::create_directories(folder.path("a/folder"));
+  file("a/file.txt");
+  EXPECT_EQ(run({"list", "--no-dirs", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), folder.path("a/file.txt") + "\n");
+  EXPECT_EQ(run({"list", "--mask", "*.TXT", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "");
+  EXPECT_EQ(run({"scan", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), folder.path("a/folder") + "\n");
+  EXPECT_EQ(run({"scan", "--files", "--format=json", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "{\"path\":\"" + folder.path("a/file.txt") + "\"}\n");
+  for (const auto* command : {"list", "scan"}) {
+    EXPECT_EQ(run({command, folder.path("gone")}), FilesCommands::kNo);
+    EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("gone") + ": cannot be read\n");
+  }
+}
+
+TEST_F(FilesCommandsTest, BackupTellsWhyItFailed) {
+  EXPECT_EQ(run({"backup", file("a"), folder.path("b")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str() + errors.str(), "");
+  EXPECT_EQ(run({"backup", "--format=json", folder.path("a"), folder.path("b")}),
+            FilesCommands::kNo);
+  EXPECT_EQ(out.str(), "{\"source\":\"" + folder.path("a") + "\",\"destination\":\"" +
+                           folder.path("b") + "\",\"done\":false}\n");
+  EXPECT_THAT(errors.str(), testing::HasSubstr("File exists"));
+  EXPECT_TRUE(fs::exists(folder.path("b")));
+  EXPECT_EQ(run({"backup", "--attempts", "2", folder.path("a"), folder.path("b")}),
+            FilesCommands::kNo);
+  EXPECT_FALSE(fs::exists(folder.path("b")));
+  EXPECT_EQ(run({"backup", "--attempts=0", folder.path("a"), folder.path("b")}),
+            FilesCommands::kNo);
+  EXPECT_THAT(errors.str(), testing::HasSubstr("not tried"));
+}
+
+TEST_F(FilesCommandsTest, HideBelievesOnlyWhatItSees) {
+  fs::create_directory(folder.path("programs"));
+  std::ofstream(folder.path("programs/chflags")) << "#!/bin/sh\nexit 0\n";
+  fs::permissions(folder.path("programs/chflags"), fs::perms::owner_all);
+  EXPECT_EQ(run({"hide", file("a")}), FilesCommands::kNo);
+  EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("a") + ": was not hidden\n");
+  std::ofstream(folder.path("programs/chflags"))
+      << "#!/bin/sh\nbasename \"$2\" >>'" << folder.path(".hidden") << "'\n";
+  EXPECT_EQ(run({"hide", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "hidden\t" + folder.path("a") + "\n");
+}
+
+TEST_F(FilesCommandsTest, APathWithASingleQuoteIsNeverGivenToTheShell) {
+  EXPECT_EQ(run({"hide", file("x'; touch '" + std::string("y"))}), FilesCommands::kNo);
+  EXPECT_THAT(errors.str(), testing::HasSubstr("single quote"));
+  EXPECT_FALSE(fs::exists(folder.path("y")));
+}
+
+TEST(ReportingFileOperationsTest, RemembersTheFirstFailure) {
+  const platform::TemporaryFolder folder;
+  platform::FaultyFileCalls calls;
+  platform::SystemFileOperations system(calls);
+  ReportingFileOperations operations(system);
+  EXPECT_EQ(operations.reason(), "");
+  EXPECT_TRUE(operations.copyItem("/dev/null", folder.path("b")));
+  EXPECT_TRUE(operations.copyItem(folder.path("gone"), folder.path("b")));
+  EXPECT_EQ(operations.reason(), "only files, folders and links can be copied");
+  ReportingFileOperations others(system);
+  EXPECT_FALSE(others.contentsEqual(folder.path("a"), folder.path("b")));
+  EXPECT_EQ(others.reason(), "the copy is not equal");
+  EXPECT_FALSE(others.removeItem(folder.path("b")));
+}
+
+}  // namespace
+}  // namespace wevora::files

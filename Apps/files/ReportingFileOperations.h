@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <system_error>
+
+#include "Platform/FileCopy/FileOperations.h"
+
+namespace wevora::files {
+
+/// Passes operations on and remembers what failed first, for a person to read.
+/// Threads: one. Owns: nothing. Errors: as those that it passes on to.
+class ReportingFileOperations : public platform::FileOperations {
+ public:
+  explicit ReportingFileOperations(platform::FileOperations& operations)
+      : operations_(operations) {}
+
+  std::error_code copyItem(const std::string& from, const std::string& to) override;
+  bool contentsEqual(const std::string& path, const std::string& other) override;
+  std::error_code removeItem(const std::string& path) override;
+
+  /// Empty when nothing failed. The first of several attempts says most: those after a copy that
+  /// was not equal fail only because it is there.
+  const std::string& reason() const { return reason_; }
+
+ private:
+  void note(const std::string& reason) {
+    if (reason_.empty()) reason_ = reason;
+  }
+
+  platform::FileOperations& operations_;
+  std::string reason_;
+};
+
+}  // namespace wevora::files

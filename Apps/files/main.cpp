@@ -1,0 +1,43 @@
+#include <iostream>
+#include <unistd.h>
+
+#include "Apps/files/FilesCommands.h"
+#include "CommonCode/Tools/FileTools/WVRFileTools.h"
+
+namespace wevora::files {
+namespace {
+
+constexpr int kWrongUsage = 2;
+
+int run(const FilesOptions& options) {
+  if (options.help) {
+    std::cout << kUsage;
+    return FilesCommands::kYes;
+  }
+  if (options.version) {
+    std::cout << "wevora-files " WEVORA_VERSION "\n";
+    return FilesCommands::kYes;
+  }
+  WVRFileTools::load();
+  const FilesConsole console{std::cout, std::cerr, ::isatty(STDERR_FILENO) != 0};
+  const int status = FilesCommands(options, console).run();
+  std::cout.flush();
+  if (!std::cout) throw std::runtime_error("cannot write the answers");
+  return status;
+}
+
+}  // namespace
+}  // namespace wevora::files
+
+int main(int count, char** arguments) {
+  using namespace wevora::files;
+  try {
+    const std::span<const char* const> all(arguments, static_cast<std::size_t>(count));
+    return run(FilesOptions::parse(all.subspan(count > 0 ? 1 : 0)));
+  } catch (const WrongUsage& wrong) {
+    std::cerr << "wevora-files: " << wrong.what() << " (try --help)\n";
+  } catch (const std::exception& failure) {
+    std::cerr << "wevora-files: " << failure.what() << "\n";
+  }
+  return kWrongUsage;
+}

@@ -1,0 +1,128 @@
+#include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "CommonCode/Tools/FileTools/Wildcard.h"
+#include "Platform/Files/Hidden.h"
+#include "Platform/Files/Links.h"
+#include "Platform/Files/Listing.h"
+#include "Platform/Strings/Strings.h"
+
+namespace wevora {
+namespace {
+
+using platform::ItemKind;
+
+/// So many steps of a chain of links are followed.
+constexpr int kMaxSymlinksCount = 100;
+
+/// An item that a link leads to, which may be a link again.
+struct Followed {
+  std::string path;
+  ItemKind kind;
+};
+
+Followed followLinks(const std::string& path, ItemKind kind) {
+  Followed reached{path, kind};
+  for (int count = 0; count < kMaxSymlinksCount && reached.kind == ItemKind::link; ++count) {
+    std::string next = platform::afterOneLink(reached.path);
+    if (next == reached.path) break;  // and would stay there
+    reached = {next, platform::kindOfItem(next)};
+  }
+  return reached;
+}
+
+std::string urlOf(const std::string& path) {
+  return "file://" + platform::percentEncodedPath(path);
+}
+
+}  // namespace
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(const std::string& directory) {
+  return getContentsOfDirectory(directory, std::nullopt);
+}
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(
+    const std::string& directory, std::optional<std::string_view> byMask) {
+  return getContentsOfDirectory(directory, byMask, false);
+}
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(
+    const std::string& directory, std::optional<std::string_view> byMask, bool skipDirectories) {
+  return getContentsOfDirectory(directory, byMask, skipDirectories, false);
+}
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(
+    const std::string& directory, std::optional<std::string_view> byMask, bool skipDirectories,
+    bool skipFiles) {
+  return getContentsOfDirectory(directory, byMask, skipDirectories, skipFiles, true);
+}
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(
+    const std::string& directory, std::optional<std::string_view> byMask, bool skipDirectories,
+    bool skipFiles, bool resolveSymlinks) {
+  return getContentsOfDirectory(directory, byMask, skipDirectories, skipFiles, resolveSymlinks,
+                                true);
+}
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(
+    const std::string& directory, std::optional<std::string_view> byMask, bool skipDirectories,
+    bool skipFiles, bool resolveSymlinks, bool skipSymlinks) {
+  return getContentsOfDirectory(directory, byMask, skipDirectories, skipFiles, resolveSymlinks,
+                                skipSymlinks, false);
+}
+
+std::vector<std::string> WVRFileTools::getContentsOfDirectory(
+    const std::string& directory, std::optional<std::string_view> byMask, bool skipDirectories,
+    bool skipFiles, bool resolveSymlinks, bool skipSymlinks, bool useResolvedPaths) {
+  std::vector<std::string> paths;
+  if (directory.empty()) return paths;
+  const std::string folder = platform::resolvedPath(directory);
+  platform::eachItemOfFolder(folder, [&](std::string_view name, ItemKind ownKind) {
+    std::string own = platform::pathByAppendingComponent(folder, name);
+    std::optional<Followed> followed;
+    if (resolveSymlinks && ownKind == ItemKind::link) followed = followLinks(own, ownKind);
+    const ItemKind kind = followed ? followed->kind : ownKind;
+    if (skipSymlinks && kind == ItemKind::link) return;
+    if (skipDirectories && kind == ItemKind::folder) return;
+    if (skipFiles && kind == ItemKind::file) return;
+    if (byMask && !matchesWildcard(name, *byMask, LetterCase::matters)) return;
+    paths.push_back(useResolvedPaths && followed ? std::move(followed->path) : std::move(own));
+  });
+  return paths;
+}
+
+std::vector<std::string> WVRFileTools::scanURLIgnoringExtras(std::optional<std::string_view> url) {
+  return scanURLIgnoringExtras(url, true);
+}
+
+std::vector<std::string> WVRFileTools::scanURLIgnoringExtras(std::optional<std::string_view> url,
+                                                             bool checkPermissions) {
+  return scanURLIgnoringExtras(url, true, checkPermissions);
+}
+
+std::vector<std::string> WVRFileTools::scanURLIgnoringExtrasAndDirs(
+    std::optional<std::string_view> url) {
+  return scanURLIgnoringExtrasAndDirs(url, true);
+}
+
+std::vector<std::string> WVRFileTools::scanURLIgnoringExtrasAndDirs(
+    std::optional<std::string_view> url, bool checkPermissions) {
+  return scanURLIgnoringExtras(url, false, checkPermissions);
+}
+
+std::vector<std::string> WVRFileTools::scanURLIgnoringExtras(std::optional<std::string_view> url,
+                                                             bool saveFolders,
+                                                             bool /*checkPermissions*/) {
+  std::vector<std::string> paths;
+  const auto folder = url ? fileURLToString(*url) : std::nullopt;
+  if (!folder || folder->empty()) return paths;
+  const platform::HiddenNames hidden(*folder);
+  platform::eachItemOfFolder(*folder, [&](std::string_view name, ItemKind kind) {
+    if (hidden.hides(name)) return;
+    std::string path = platform::pathByAppendingComponent(*folder, name);
+    if ((kind == ItemKind::folder) == saveFolders &&
+        !fileShouldBeIgnoredIfExistsAtPath(path, urlOf(path)))
+      paths.push_back(std::move(path));
+  });
+  return paths;
+}
+
+}  // namespace wevora

@@ -1,0 +1,57 @@
+#include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "Platform/FileCopy/FileOperations.h"
+#include "Platform/Files/MakeFolder.h"
+#include "Platform/Shell/Shell.h"
+
+namespace wevora {
+
+bool WVRFileTools::makeDirectoryWithPath(const std::string& path, std::uint64_t mode) {
+  return makeDirectoryWithPath(path, false, mode);
+}
+
+bool WVRFileTools::makeDirectoryWithPath(const std::string& path, bool withIntermediateDirectories,
+                                         std::uint64_t mode) {
+  const auto bits = static_cast<mode_t>(mode);
+  return withIntermediateDirectories ? platform::makeFolderWithParents(path, bits)
+                                     : platform::makeFolder(path, bits);
+}
+
+bool WVRFileTools::changeModeOfFileAtPath(const std::string& path, std::uint64_t mode) {
+  return platform::changeMode(path, static_cast<mode_t>(mode));
+}
+
+void WVRFileTools::hideFileAtPath(const std::string& path) {
+  hideFileAtPath(path, platform::Shell());
+}
+
+void WVRFileTools::hideFileAtPath(const std::string& path, const platform::Shell& shell) {
+  shell.run("chflags hidden '" + path + "'");
+}
+
+bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string& toPath) {
+  platform::SystemFileOperations operations;
+  return backupFileWithPath(path, toPath, operations);
+}
+
+bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string& toPath,
+                                      platform::FileOperations& operations) {
+  return !operations.copyItem(path, toPath) && operations.contentsEqual(path, toPath);
+}
+
+bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string& toPath,
+                                      std::uint64_t attempts) {
+  platform::SystemFileOperations operations;
+  return backupFileWithPath(path, toPath, attempts, operations);
+}
+
+bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string& toPath,
+                                      std::uint64_t attempts,
+                                      platform::FileOperations& operations) {
+  for (std::uint64_t attempt = 0; attempt < attempts; ++attempt)
+    if (backupFileWithPath(path, toPath, operations)) return true;
+  // A destination that is the source, or holds it, must stay: a backup loses nothing.
+  if (!platform::removalWouldTouch(toPath, path)) operations.removeItem(toPath);
+  return false;
+}
+
+}  // namespace wevora

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cerrno>
+#include <system_error>
+
+namespace wevora::platform {
+
+inline std::error_code errorOf(int number) {
+  return {number, std::generic_category()};
+}
+/// What the last call of the system left.
+inline std::error_code lastError() {
+  return errorOf(errno);
+}
+
+}  // namespace wevora::platform

@@ -1,0 +1,63 @@
+#include "Platform/FileCopy/FileCalls.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace wevora::platform {
+
+int FileCalls::openToRead(const std::string& path) {
+  return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+}
+
+int FileCalls::openNew(const std::string& path) {
+  return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+}
+
+int FileCalls::clone(int to, int from) {
+  return ::ioctl(to, FICLONE, from);
+}
+
+ssize_t FileCalls::copyRange(int from, int to, off_t offset, std::size_t bytes) {
+  off_t fromOffset = offset;
+  off_t toOffset = offset;
+  return ::copy_file_range(from, &fromOffset, to, &toOffset, bytes, 0);
+}
+
+ssize_t FileCalls::read(int file, std::byte* bytes, std::size_t count, off_t offset) {
+  return ::pread(file, bytes, count, offset);
+}
+
+ssize_t FileCalls::write(int file, const std::byte* bytes, std::size_t count, off_t offset) {
+  return ::pwrite(file, bytes, count, offset);
+}
+
+int FileCalls::resize(int file, off_t size) {
+  return ::ftruncate(file, size);
+}
+
+int FileCalls::flush(int file) {
+  return ::fsync(file);
+}
+
+int FileCalls::flushVolume(int file) {
+  return ::syncfs(file);
+}
+
+int FileCalls::renameToNew(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return -1;
+  // A volume that does not know the flag.
+  struct stat facts {};
+  if (::lstat(to.c_str(), &facts) == 0) {
+    errno = EEXIST;
+    return -1;
+  }
+  return ::rename(from.c_str(), to.c_str());
+}
+
+}  // namespace wevora::platform

@@ -1,0 +1,31 @@
+#include "Platform/FileCopy/FileOperations.h"
+
+#include "Platform/FileCopy/ItemCompare.h"
+#include "Platform/FileCopy/ItemCopy.h"
+#include "Platform/FileCopy/ItemRemoval.h"
+
+namespace wevora::platform {
+namespace {
+
+FileCalls& systemCalls() {
+  static FileCalls calls;
+  return calls;
+}
+
+}  // namespace
+
+SystemFileOperations::SystemFileOperations() : SystemFileOperations(systemCalls()) {}
+
+std::error_code SystemFileOperations::copyItem(const std::string& from, const std::string& to) {
+  return ItemCopy(calls_, progress_).copy(from, to);
+}
+
+bool SystemFileOperations::contentsEqual(const std::string& path, const std::string& other) {
+  return ItemCompare(calls_, progress_).equal(path, other);
+}
+
+std::error_code SystemFileOperations::removeItem(const std::string& path) {
+  return removeWithContents(path);
+}
+
+}  // namespace wevora::platform

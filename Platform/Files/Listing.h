@@ -1,0 +1,18 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace wevora::platform {
+
+/// What an item is, a symbolic link not followed; `unknown` when that cannot be learned.
+enum class ItemKind { unknown, file, folder, link, other };
+ItemKind kindOfItem(const std::string& path);
+
+/// Calls `use` with the name and the kind of each direct child of a folder, in the order in which
+/// the system gives them. False when the folder cannot be read to its end. Threads: any.
+bool eachItemOfFolder(const std::string& folder,
+                      const std::function<void(std::string_view name, ItemKind kind)>& use);
+
+}  // namespace wevora::platform

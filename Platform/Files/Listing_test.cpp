@@ -1,0 +1,43 @@
+#include "Platform/Files/Listing.h"
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "Platform/Support/TemporaryFolder.h"
+
+namespace wevora::platform {
+namespace {
+
+TEST(EachItemOfFolder, TellsEveryChildOnceWithItsOwnKind) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path(".file")) << "x";
+  std::filesystem::create_directories(folder.path("folder/deeper"));
+  std::filesystem::create_directory_symlink("folder", folder.path("link"));
+  ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  std::map<std::string, ItemKind> seen;
+  EXPECT_TRUE(eachItemOfFolder(folder.path(), [&](std::string_view name, ItemKind kind) {
+    EXPECT_TRUE(seen.emplace(name, kind).second);
+  }));
+  EXPECT_EQ(seen, (std::map<std::string, ItemKind>{{".file", ItemKind::file},
+                                                   {"folder", ItemKind::folder},
+                                                   {"link", ItemKind::link},
+                                                   {"pipe", ItemKind::other}}));
+  for (const auto& [name, kind] : seen) EXPECT_EQ(kindOfItem(folder.path(name)), kind);
+  EXPECT_EQ(kindOfItem(folder.path("missing")), ItemKind::unknown);
+}
+
+TEST(EachItemOfFolder, IsFalseForWhatIsNoReadableFolder) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path("file")) << "x";
+  const auto none = [](std::string_view, ItemKind) { FAIL(); };
+  EXPECT_FALSE(eachItemOfFolder(folder.path("file"), none));
+  EXPECT_FALSE(eachItemOfFolder(folder.path("missing"), none));
+  EXPECT_FALSE(eachItemOfFolder("", none));
+}
+
+}  // namespace
+}  // namespace wevora::platform

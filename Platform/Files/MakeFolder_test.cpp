@@ -1,0 +1,54 @@
+#include "Platform/Files/MakeFolder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "Platform/Support/TemporaryFolder.h"
+
+namespace wevora::platform {
+namespace {
+
+mode_t modeOf(const std::string& path) {
+  struct stat facts {};
+  return ::stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
+}
+
+TEST(MakeFolder, GivesExactlyTheBitsWhateverTheUmask) {
+  const TemporaryFolder folder;
+  const mode_t before = ::umask(077);
+  EXPECT_TRUE(makeFolder(folder.path("open"), 0777));
+  EXPECT_TRUE(makeFolder(folder.path("sticky"), 01750));
+  ::umask(before);
+  EXPECT_EQ(modeOf(folder.path("open")), 0777U);
+  EXPECT_EQ(modeOf(folder.path("sticky")), 01750U);
+}
+
+TEST(MakeFolderWithParents, GivesEveryNewFolderTheSameBitsEvenOnesThatLockTheOwnerOut) {
+  const TemporaryFolder folder;
+  EXPECT_TRUE(makeFolderWithParents(folder.path("a/b//c/"), 0500));
+  for (const auto* made : {"a", "a/b", "a/b/c"}) EXPECT_EQ(modeOf(folder.path(made)), 0500U);
+  for (const auto* made : {"a", "a/b", "a/b/c"}) ::chmod(folder.path(made).c_str(), 0700);
+}
+
+TEST(MakeFolderWithParents, LeavesFoldersThatExistAsTheyAre) {
+  const TemporaryFolder folder;
+  ASSERT_TRUE(makeFolder(folder.path("a"), 0711));
+  EXPECT_TRUE(makeFolderWithParents(folder.path("a"), 0700));
+  EXPECT_TRUE(makeFolderWithParents(folder.path("a/b"), 0700));
+  EXPECT_EQ(modeOf(folder.path("a")), 0711U);
+  EXPECT_TRUE(makeFolderWithParents("/", 0700));
+}
+
+TEST(MakeFolderWithParents, IsFalseBelowAFile) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path("file")) << "x";
+  EXPECT_FALSE(makeFolderWithParents(folder.path("file"), 0700));
+  EXPECT_FALSE(makeFolderWithParents(folder.path("file/a"), 0700));
+  EXPECT_FALSE(makeFolderWithParents("", 0700));
+}
+
+}  // namespace
+}  // namespace wevora::platform

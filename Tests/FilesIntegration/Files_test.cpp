@@ -1,0 +1,330 @@
+// wevora-files and chflags as a person runs them, on real volumes.
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Platform/Shell/Shell.h"
+#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Integration/MountedVolume.h"
+
+namespace wevora {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing_host::MountedVolume;
+
+struct Outcome {
+  int status = -1;
+  std::string output;  ///< standard output and error
+};
+
+Outcome run(const std::string& command) {
+  Outcome outcome;
+  FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
+  char buffer[4096];
+  std::size_t count = 0;
+  while ((count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+    outcome.output.append(buffer, count);
+  const int status = ::pclose(pipe);
+  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return outcome;
+}
+
+Outcome files(const std::string& arguments) {
+  return run(WEVORA_FILES " " + arguments);
+}
+Outcome chflags(const std::string& arguments) {
+  return run(WEVORA_CHFLAGS " " + arguments);
+}
+/// As a user whom the modes of files bind, as they do not bind root.
+std::string bound(const std::string& command) {
+  return "setpriv --bounding-set=-dac_override,-dac_read_search " + command;
+}
+
+class FilesTest : public testing::Test {
+ protected:
+  FilesTest() { mounted = volume.mount(); }
+
+  void write(const std::string& path, const std::string& text = "x") {
+    std::ofstream(path) << text;
+  }
+  void makeFile(const std::string& path, std::uintmax_t bytes) {
+    std::ofstream file(path);
+    const std::string block(1 << 20, 'a');
+    for (std::uintmax_t left = bytes; left > 0; left -= std::min<std::uintmax_t>(left, 1 << 20))
+      file << block.substr(0, std::min<std::uintmax_t>(left, 1 << 20));
+  }
+  static std::vector<std::string> namesIn(const std::string& path) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(path))
+      names.push_back(entry.path().filename().string());
+    std::ranges::sort(names);
+    return names;
+  }
+
+  const platform::TemporaryFolder folder;
+  MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/wevora files"};  // of 16 MiB
+  bool mounted = false;
+  const std::string quoted = "'/media/wevora files";  // the quotes are closed by its user
+};
+
+TEST_F(FilesTest, AQuestionIsAnsweredByTheExitStatusToo) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a.txt"));
+  EXPECT_EQ(files("ignored " + quoted + "/gone.PART' " + quoted + "/.x.dtapart'").status, 0);
+  const auto mixed = files("ignored " + quoted + "/a.txt' " + quoted + "/gone.part'");
+  EXPECT_EQ(mixed.status, 1);
+  EXPECT_EQ(mixed.output,
+            "kept\t/media/wevora files/a.txt\nignored\t/media/wevora files/gone.part\n");
+  EXPECT_EQ(files("ignored").status, 2);
+  EXPECT_EQ(files("unknown x").status, 2);
+  EXPECT_EQ(files("--help").status, 0);
+  EXPECT_THAT(files("--version").output, HasSubstr("wevora-files "));
+  EXPECT_EQ(run(WEVORA_FILES " md5 " + quoted + "/a.txt' >/dev/full").status, 2);
+}
+
+TEST_F(FilesTest, PathsAreTakenFromTheCurrentFolder) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a b"));
+  const auto answer = run("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
+  EXPECT_EQ(answer.output, "9dd4e461268c8034f5c8564e155c67a6  a b\n");
+}
+
+TEST_F(FilesTest, ListsAndScansAFolder) {
+  ASSERT_TRUE(mounted);
+  fs::create_directory(volume.path("folder"));
+  fs::create_directory_symlink("folder", volume.path("link"));
+  fs::create_symlink("gone", volume.path("dangling"));
+  write(volume.path("a.txt"));
+  write(volume.path("x.part"));
+  const auto sorted = [](const std::string& arguments) {
+    return run(WEVORA_FILES " " + arguments + " | sort | sed 's|.*/||' | tr '\\n' ' '").output;
+  };
+  EXPECT_EQ(sorted("list " + quoted + "'"), "a.txt folder link x.part ");
+  EXPECT_EQ(sorted("list --no-dirs " + quoted + "'"), "a.txt x.part ");
+  EXPECT_EQ(sorted("list --no-files --resolved " + quoted + "'"), "folder folder ");
+  EXPECT_EQ(sorted("list --no-resolve --keep-links --mask '*n*' " + quoted + "'"),
+            "dangling link ");
+  EXPECT_EQ(sorted("scan " + quoted + "'"), "folder ");
+  EXPECT_EQ(sorted("scan --files " + quoted + "'"), "a.txt dangling link ");
+  EXPECT_EQ(files("list " + quoted + "/gone'").status, 1);
+}
+
+TEST_F(FilesTest, JsonIsReadByAnotherProgram) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("odd \"\\\n\xFF name"));
+  const auto read = run(WEVORA_FILES " list --format json " + quoted +
+                        "' | python3 -c 'import json,sys,os\n"
+                        "for line in sys.stdin:\n"
+                        "  path = os.fsencode(json.loads(line)[\"path\"].encode("
+                        "\"utf-8\", \"surrogateescape\"))\n"
+                        "  print(os.path.exists(path), len(path))'");
+  EXPECT_EQ(read.output, "True 33\n");
+}
+
+// --- Hiding --------------------------------------------------------------------------------------
+
+TEST_F(FilesTest, TheInstalledCommandHidesAnItemWithoutAnyHelpOfTheSearchPath) {
+  ASSERT_TRUE(mounted);
+  // Over the place of installation, in this test's own mount namespace.
+  fs::path above = platform::kInstalledProgramFolder;
+  while (!fs::exists(above)) above = above.parent_path();
+  ASSERT_NE(above, "/");
+  ASSERT_EQ(::mount("tmpfs", above.c_str(), "tmpfs", 0, "size=64m"), 0);
+  fs::create_directories(platform::kInstalledProgramFolder);
+  fs::copy(WEVORA_CHFLAGS, platform::kInstalledProgramFolder);
+  write(volume.path("two words"));
+  const auto hidden = files("hide " + quoted + "/two words'");
+  ::umount2(above.c_str(), MNT_DETACH);
+  EXPECT_EQ(hidden.status, 0) << hidden.output;
+  EXPECT_EQ(hidden.output, "hidden\t/media/wevora files/two words\n");
+  EXPECT_EQ(files("ignored " + quoted + "/two words'").status, 0);
+  EXPECT_EQ(files("scan --files " + quoted + "'").output, "");
+}
+
+TEST_F(FilesTest, WithoutTheCommandHidingFailsWithAReason) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a"));
+  const auto answer = run("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.output, HasSubstr("was not hidden"));
+}
+
+TEST_F(FilesTest, ChflagsHidesAndShowsSeveralItemsAtOnce) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a"));
+  write(volume.path("b c"));
+  EXPECT_EQ(chflags("hidden " + quoted + "/a' " + quoted + "/b c' " + quoted + "/a'").status, 0);
+  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "a\nb c\n");
+  EXPECT_EQ(chflags("nohidden -- " + quoted + "/a'").status, 0);
+  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "b c\n");
+}
+
+TEST_F(FilesTest, ChflagsTellsWhatItCouldNotDoAndGoesOn) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a"));
+  const auto answer = chflags("hidden " + quoted + "/gone' " + quoted + "/a' " + quoted +
+                              "/a'\"$(printf '\\nb')\"");
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.output, HasSubstr("/gone: cannot be hidden: No such file"));
+  EXPECT_THAT(answer.output, HasSubstr("line end"));
+  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "a\n");
+  EXPECT_EQ(chflags("").status, 2);
+  EXPECT_EQ(chflags("arch x").status, 2);
+  EXPECT_EQ(chflags("hidden").status, 2);
+  EXPECT_EQ(chflags("--help").status, 0);
+}
+
+TEST_F(FilesTest, ChflagsCannotMarkWhatIsInAFolderThatMayNotBeChanged) {
+  ASSERT_TRUE(mounted);
+  fs::create_directory(volume.path("locked"));
+  write(volume.path("locked/a"));
+  ::chmod(volume.path("locked").c_str(), 0555);
+  const auto answer = run(bound(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.output, HasSubstr("Permission denied"));
+  EXPECT_EQ(namesIn(volume.path("locked")), (std::vector<std::string>{"a"}));
+}
+
+TEST_F(FilesTest, OnAFullVolumeTheListStaysAsItWas) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a"));
+  write(volume.path(".hidden"), "b\n");
+  run("cat /dev/zero >" + quoted + "/ballast'");
+  EXPECT_EQ(chflags("hidden " + quoted + "/a'").status, 1);
+  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "b\n");
+  EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a", "ballast"}));
+}
+
+// --- Trash ---------------------------------------------------------------------------------------
+
+TEST_F(FilesTest, TheTrashOfAnotherVolumeIsAtItsTop) {
+  ASSERT_TRUE(mounted);
+  const std::string user = std::to_string(::getuid());
+  fs::create_directories(volume.path(".Trash-" + user + "/files/gone"));
+  fs::create_directories(volume.path(".Trash/" + user + "/files"));
+  fs::create_directories(volume.path(".Trash-4711/files"));
+  fs::create_directories(volume.path("deep/.Trash-" + user + "/files"));
+  write(volume.path(".Trash-" + user + "/files/gone/x"));
+  write(volume.path(".Trash/" + user + "/files/x"));
+  write(volume.path(".Trash-4711/files/x"));
+  write(volume.path("deep/.Trash-" + user + "/files/x"));
+  const auto inTrash = [this](const std::string& below) {
+    return files("trash " + quoted + "/" + below + "'").status;
+  };
+  EXPECT_EQ(inTrash(".Trash-" + user + "/files/gone/x"), 0);
+  EXPECT_EQ(inTrash(".Trash-" + user), 1);
+  EXPECT_EQ(inTrash(".Trash-4711/files/x"), 1);
+  EXPECT_EQ(inTrash("deep/.Trash-" + user + "/files/x"), 1);
+  // Everybody's Trash counts only where nobody can take what is another's.
+  EXPECT_EQ(inTrash(".Trash/" + user + "/files/x"), 1);
+  ::chmod(volume.path(".Trash").c_str(), 01777);
+  EXPECT_EQ(inTrash(".Trash/" + user + "/files/x"), 0);
+  fs::create_directory_symlink(".Trash-" + user, volume.path("link"));
+  EXPECT_EQ(inTrash("link/files"), 1);
+}
+
+TEST_F(FilesTest, TheTrashOfTheHomeVolumeIsInTheHome) {
+  fs::create_directories(folder.path("Trash/files"));
+  write(folder.path("Trash/files/x"));
+  EXPECT_EQ(run("HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() +
+                " " WEVORA_FILES " trash " + folder.path("Trash/files/x"))
+                .output,
+            "trash\t" + folder.path("Trash/files/x") + "\n");
+}
+
+TEST_F(FilesTest, AHomeTrashThatIsKeptOnAnotherVolumeEnclosesItsItemsToo) {
+  ASSERT_TRUE(mounted);
+  fs::create_directories(volume.path("Trash/files"));
+  write(volume.path("Trash/files/x"));
+  const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + quoted + "' ";
+  EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash/files/x'").status, 0);
+  EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
+}
+
+// --- Backups -------------------------------------------------------------------------------------
+
+TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
+  ASSERT_TRUE(mounted);
+  fs::create_directories(folder.path("a/deep"));
+  makeFile(folder.path("a/deep/large"), 5'000'000);
+  fs::create_symlink("deep/large", folder.path("a/link"));
+  EXPECT_EQ(files("backup " + folder.path("a") + " " + quoted + "/copy'").output, "");
+  EXPECT_EQ(run("diff -r " + folder.path("a") + " " + quoted + "/copy'").output, "");
+  EXPECT_TRUE(fs::is_symlink(volume.path("copy/link")));
+}
+
+TEST_F(FilesTest, AFullVolumeHoldsNoPartOfACopy) {
+  ASSERT_TRUE(mounted);
+  makeFile(folder.path("large"), 20 << 20);
+  fs::create_directory(folder.path("folder"));
+  for (int i = 0; i < 20; ++i) makeFile(folder.path("folder/" + std::to_string(i)), 1 << 20);
+  for (const auto* source : {"large", "folder"})
+    for (const auto* attempts : {"", "--attempts 3 "}) {
+      const auto answer =
+          files("backup " + std::string(attempts) + folder.path(source) + " " + quoted + "/copy'");
+      EXPECT_EQ(answer.status, 1);
+      EXPECT_THAT(answer.output, HasSubstr("No space left on device"));
+      EXPECT_EQ(namesIn(volume.path()), std::vector<std::string>{});
+    }
+  EXPECT_EQ(fs::file_size(folder.path("large")), std::uintmax_t{20 << 20});
+  EXPECT_EQ(namesIn(folder.path("folder")).size(), 20U);
+}
+
+TEST_F(FilesTest, AVolumeWithoutAnyRoomTakesNoCopy) {
+  ASSERT_TRUE(mounted);
+  run("cat /dev/zero >" + quoted + "/ballast'");
+  write(folder.path("small"), "text");
+  EXPECT_EQ(files("backup --attempts 2 " + folder.path("small") + " " + quoted + "/copy'").status,
+            1);
+  EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{"ballast"}));
+}
+
+TEST_F(FilesTest, AnUnreadableFileIsNotBackedUpNorTheFolderThatHoldsIt) {
+  fs::create_directory(folder.path("a"));
+  write(folder.path("a/first"));
+  write(folder.path("a/secret"));
+  ::chmod(folder.path("a/secret").c_str(), 0);
+  for (const auto* source : {"a", "a/secret"}) {
+    const auto answer = run(bound(WEVORA_FILES " backup --attempts 2 " + folder.path(source) + " " +
+                                  folder.path("copy")));
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(answer.output, HasSubstr("Permission denied"));
+  }
+  EXPECT_EQ(run(bound(WEVORA_FILES " md5 " + folder.path("a/secret"))).status, 1);
+  EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"a"}));
+  EXPECT_EQ(namesIn(folder.path("a")), (std::vector<std::string>{"first", "secret"}));
+}
+
+TEST_F(FilesTest, ASourceThatIsItsOwnDestinationIsNotLost) {
+  write(folder.path("a"), "text");
+  EXPECT_EQ(files("backup --attempts 2 " + folder.path("a") + " " + folder.path("a")).status, 1);
+  EXPECT_EQ(run("cd " + folder.path() + " && " WEVORA_FILES " backup --attempts 0 a ./a").status,
+            1);
+  EXPECT_EQ(run("cat " + folder.path("a")).output, "text");
+}
+
+TEST_F(FilesTest, LargeFilesShowTheirProgressOnATerminalOnly) {
+  write(folder.path("large"), "");
+  fs::resize_file(folder.path("large"), 48 << 20);
+  const std::string digest = WEVORA_FILES " md5 " + folder.path("large");
+  EXPECT_THAT(run("script -qec '" + digest + "' /dev/null").output, HasSubstr("MiB of 48 MiB"));
+  EXPECT_EQ(run(digest).output, "f6a7b2f72130b8e4033094cb3b4ab80c  " + folder.path("large") + "\n");
+}
+
+}  // namespace
+}  // namespace wevora
+
+int main(int count, char** arguments) {
+  return wevora::testing_host::runTestsInMountNamespace(count, arguments);
+}
