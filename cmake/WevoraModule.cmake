@@ -1,6 +1,8 @@
 # One folder, one module, one target.
 #
-#   wevora_module(name
+#   wevora_module(name [SHARED]
+#     SHARED                  one copy in a process into which host and bundle both bring it: a
+#                             library of its own, installed in lib/wevora
 #     SOURCES a.cpp b.cpp     sources of this folder (none: a header-only module)
 #     DEPS    wevora::x       what its headers may include: the layer diagram
 #     PRIVATE PkgConfig::Y    what only its sources may include
@@ -41,8 +43,15 @@ function(wevora_tests target)
 endfunction()
 
 function(wevora_module name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS;PRIVATE;TEST_DEPS" ${ARGN})
-  if(ARG_SOURCES)
+  cmake_parse_arguments(ARG "SHARED" "" "SOURCES;DEPS;PRIVATE;TEST_DEPS" ${ARGN})
+  if(ARG_SHARED)
+    add_library(wevora_${name} SHARED ${ARG_SOURCES})
+    set_target_properties(wevora_${name} PROPERTIES
+      CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF INSTALL_RPATH "$ORIGIN")
+    target_link_libraries(wevora_${name} PUBLIC ${ARG_DEPS} PRIVATE wevora_options ${ARG_PRIVATE})
+    target_include_directories(wevora_${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    install(TARGETS wevora_${name} LIBRARY DESTINATION lib/wevora)
+  elseif(ARG_SOURCES)
     add_library(wevora_${name} STATIC ${ARG_SOURCES})
     target_link_libraries(wevora_${name} PUBLIC ${ARG_DEPS} PRIVATE wevora_options ${ARG_PRIVATE})
     target_include_directories(wevora_${name} PUBLIC ${PROJECT_SOURCE_DIR})

@@ -11,6 +11,7 @@ namespace {
 
 using platform::Id;
 using platform::MutexLock;
+using platform::send;
 
 constexpr const char* kGreen = "green";
 constexpr const char* kBlue = "blue";
@@ -79,6 +80,8 @@ std::shared_ptr<WVIconProvider> WVIconProvider::init(WVIconProviderServices serv
 
 WVIconProvider::WVIconProvider(Private, WVIconProviderServices services)
     : services_(std::move(services)),
+      images_(BadgeImages::load(services_.paths)),
+      FINodeClass(services_.runtime.classNamed("FINode")),
       support_queue_(services_.dispatch.serialQueue("support_queue")),
       queue_(services_.dispatch.operationQueue(kMaxConcurrentRefreshes)) {}
 
@@ -141,6 +144,52 @@ WVPathType WVIconProvider::pathTypeForPath(const ItemURL& url, const WVDBAccesso
   if (!item.exists) return WVPathTypeNone;
   if (item.isDirectory && (included.touched || excluded.touched)) return WVPathTypeRuleFolder;
   return included.length > excluded.length ? WVPathTypeIncluded : WVPathTypeNone;
+}
+
+// --- The badge of an item ------------------------------------------------------------------------
+
+platform::ImageRef WVIconProvider::imageForPath(const ItemURL& path, bool isFlipped) {
+  const Word word = colorFor(path);
+  if (word == kRed) return isFlipped ? images_.redImage : images_.redImageFlipped;
+  if (word == kBlue) return isFlipped ? images_.blueImage : images_.blueImageFlipped;
+  if (word == kGreen) return isFlipped ? images_.greenImage : images_.greenImageFlipped;
+  return nullptr;
+}
+
+platform::ImageRef WVIconProvider::imageForFINode(const Id& node, const Id& withView,
+                                                  bool isFlipped) {
+  if (!turnedOn()) return nullptr;
+  const auto url = send<std::optional<ItemURL>>(node, "previewItemURL");
+  if (!url) return nullptr;
+  setView(withView, url->path());
+  return imageForPath(*url, isFlipped);
+}
+
+platform::ImageRef WVIconProvider::iconForCell(const Id& cell) {
+  if (!turnedOn()) return nullptr;
+  const auto* node = send<const TFENode*>(cell, "node");
+  if (node == nullptr) return nullptr;
+  return imageForFINode(nodeOf(*node), send<Id>(cell, "view"), false);
+}
+
+platform::ImageRef WVIconProvider::imageForBrowserCell(const Id& cell) {
+  if (!turnedOn()) return nullptr;
+  return imageForFINode(send<Id>(cell, "representedItem"), nullptr, false);
+}
+
+platform::ImageRef WVIconProvider::iconForDesktopCell(const Id& icon) {
+  if (!turnedOn() || !icon) return nullptr;
+  const auto node = icon->instanceVariable<TFENode>("_node");
+  return node ? imageForFINode(nodeOf(*node), icon, false) : nullptr;
+}
+
+std::optional<ItemURL> WVIconProvider::pathForNode(const TFENode* node) const {
+  if (node == nullptr) return std::nullopt;
+  return send<std::optional<ItemURL>>(nodeOf(*node), "previewItemURL");
+}
+
+Id WVIconProvider::nodeOf(const TFENode& reference) const {
+  return send<Id>(FINodeClass, "nodeFromNodeRef:", reference);
 }
 
 // --- The refresh of a folder ---------------------------------------------------------------------
@@ -250,9 +299,9 @@ void WVIconProvider::redraw(Id view) {
   const bool isLayer = view->respondsToSelector("setNeedsDisplay");
   services_.dispatch.mainQueue().async(
       [view = std::move(view), isLayer, &finderTools = services_.finderTools] {
-        if (!isLayer) return platform::send<void>(view, "setNeedsDisplay:", true);
+        if (!isLayer) return send<void>(view, "setNeedsDisplay:", true);
         finderTools.updateDesktopForce(false);
-        platform::send<void>(view, "setNeedsDisplay");
+        send<void>(view, "setNeedsDisplay");
       });
 }
 

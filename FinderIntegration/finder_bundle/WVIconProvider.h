@@ -11,10 +11,14 @@
 #include <unordered_set>
 #include <vector>
 
+#include "FinderIntegration/finder_bundle/BadgeImages.h"
 #include "FinderIntegration/finder_bundle/FolderStatuses.h"
 #include "FinderIntegration/finder_bundle/IconProvider/WVDBPool.h"
 #include "FinderIntegration/finder_bundle/Tools/ItemURL.h"
+#include "FinderIntegration/finder_bundle/Tools/TFENode.h"
 #include "FinderIntegration/finder_bundle/Tools/WVFinderTools.h"
+#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Runtime/Runtime.h"
 #include "Platform/Strings/Strings.h"
 
 namespace wevora {
@@ -33,17 +37,19 @@ struct WVIconProviderServices {
   platform::Dispatch& dispatch;
   WVFinderTools& finderTools;
   std::shared_ptr<WVDBPool> pool;
+  const platform::Runtime& runtime = platform::Runtime::shared();
+  platform::InstalledPaths paths = platform::InstalledPaths::shared();  ///< of the badges' images
 };
 
-/// Answers, for an item that the host draws, the word that tells its backup state: at once, from
-/// memory. What is missing or old is read in the background, a folder at a time, and the items
-/// whose word changed are drawn again.
+/// Answers, for an item that the host draws, the word that tells its backup state, and the badge
+/// for it: at once, from memory. What is missing or old is read in the background, a folder at a
+/// time, and the items whose word changed are drawn again.
 ///
-/// Threads: colorFor, setView, setTurnedOn and the path types on the main thread; the others on
-///   any. Refreshes run on an operation queue, at most eight at a time; the list of pending
-///   folders is touched only on the serial queue "support_queue". No lock is held while the
+/// Threads: colorFor, the images, setView, setTurnedOn and the path types on the main thread; the
+///   others on any. Refreshes run on an operation queue, at most eight at a time; the list of
+///   pending folders is touched only on the serial queue "support_queue". No lock is held while the
 ///   database is read or the host is called, and none inside another.
-/// Owns: the folder cache, the remembered views, the queues.
+/// Owns: the folder cache, the remembered views, the queues, the badges' images.
 /// Errors: a missing volume, database or row means no word; nothing fails.
 class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   struct Private {
@@ -67,6 +73,30 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   /// rules; none while nothing is known, and then a refresh of the item's folder is queued.
   // -colorFor:
   Word colorFor(const ItemURL& url);
+
+  // The badge of an item: one of the provider's own images, never a copy, and null where there is
+  // no badge. What the host raises passes through.
+
+  /// A flipped context gets the image that is not flipped, and the other way round.
+  // -imageForPath:isFlipped:
+  platform::ImageRef imageForPath(const ItemURL& path, bool isFlipped);
+  /// Null while badges are off; otherwise the view is remembered for the node's path.
+  // -imageForFINode:withView:isFlipped:
+  platform::ImageRef imageForFINode(const platform::Id& node, const platform::Id& withView,
+                                    bool isFlipped);
+  /// Of a cell of a list or of columns.
+  // -iconForCell:
+  platform::ImageRef iconForCell(const platform::Id& cell);
+  /// Of a cell of icons.
+  // -imageForBrowserCell:
+  platform::ImageRef imageForBrowserCell(const platform::Id& cell);
+  /// Of an icon of the desktop, which is its own view.
+  // -iconForDesktopCell:
+  platform::ImageRef iconForDesktopCell(const platform::Id& icon);
+  /// None for a null pointer, and for a node without a URL.
+  // -pathForNode:
+  std::optional<ItemURL> pathForNode(const TFENode* node) const;
+  const BadgeImages& images() const noexcept { return images_; }
 
   // -pathTypeForPath:
   WVPathType pathTypeForPath(const ItemURL& url);
@@ -134,7 +164,11 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   void forgetEverything();
   void endedPending();
 
+  platform::Id nodeOf(const TFENode& reference) const;
+
   const WVIconProviderServices services_;
+  const BadgeImages images_;
+  const std::shared_ptr<platform::Class> FINodeClass;  // the host's, if it has it
   std::atomic<bool> turnedOn_{false};
 
   const std::shared_ptr<platform::Queue> support_queue_;

@@ -12,6 +12,15 @@ bool Object::respondsToSelector(std::string_view selector) const {
   return methodFor(selector).has_value();
 }
 
+std::optional<std::string> Object::methodSignatureForSelector(std::string_view selector) const {
+  const auto method = methodFor(selector);
+  return method ? std::optional(method->typeEncoding) : std::nullopt;
+}
+
+void Object::forwardInvocation(Invocation& invocation) {
+  throw HostException("unrecognized selector " + std::string(invocation.selector()));
+}
+
 std::optional<Method> Object::methodFor(std::string_view selector) const {
   return isa_.instanceMethod(selector);
 }

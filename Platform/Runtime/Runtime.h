@@ -8,8 +8,11 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
+#include <variant>
 
 #include "Platform/Support/Mutex.h"
 
@@ -21,6 +24,9 @@ class Runtime;
 
 /// A reference to an object of the runtime; a null one is "nothing", to which anything may be sent.
 using Id = std::shared_ptr<Object>;
+
+template <class Result, class... Arguments>
+Result send(const Id& receiver, std::string_view selector, Arguments... arguments);
 
 /// What a host's object raises, and what a message that nobody understands raises.
 /// Threads: any. Owns: its text. Errors: is one.
@@ -86,6 +92,24 @@ struct Method {
   std::string typeEncoding;
 };
 
+/// A message that its receiver has no method for: what it may hand to another object.
+/// Threads: one. Owns: the arguments and the answer, which is a default value until a target gave
+/// one. Errors: those of the target's method.
+class Invocation {
+ public:
+  explicit Invocation(std::string_view selector) : selector_(selector) {}
+  virtual ~Invocation() = default;
+  Invocation(const Invocation&) = delete;
+  Invocation& operator=(const Invocation&) = delete;
+
+  std::string_view selector() const noexcept { return selector_; }
+  /// Sends the message to another object; its answer becomes this one's.
+  virtual void invokeWithTarget(const Id& target) = 0;
+
+ private:
+  const std::string_view selector_;
+};
+
 /// Something that can be sent messages.
 /// Threads: as its methods. Owns: its instance variables.
 /// Errors: none of its own.
@@ -98,7 +122,11 @@ class Object {
 
   Class& isa() const noexcept { return isa_; }
   bool isKindOf(const Class* wanted) const;
-  bool respondsToSelector(std::string_view selector) const;
+  virtual bool respondsToSelector(std::string_view selector) const;
+  /// The text that encodes the types of the method; none where there is none.
+  virtual std::optional<std::string> methodSignatureForSelector(std::string_view selector) const;
+  /// What becomes of a message that the object has no method for: it raises HostException.
+  virtual void forwardInvocation(Invocation& invocation);
 
   /// Instance variables, by name; a name that was never set reads as none.
   void setInstanceVariable(std::string_view name, std::any value);
@@ -186,16 +214,46 @@ class Runtime {
   std::map<std::string, std::shared_ptr<Class>, std::less<>> classes_ GUARDED_BY(mutex_);
 };
 
+/// A message of certain types that waits for its target.
+/// Threads: one. Owns: as Invocation. Errors: as Invocation.
+template <class Result, class... Arguments>
+class TypedInvocation : public Invocation {
+ public:
+  TypedInvocation(std::string_view selector, Arguments... arguments)
+      : Invocation(selector), arguments_(std::forward<Arguments>(arguments)...) {}
+
+  void invokeWithTarget(const Id& target) override {
+    std::apply(
+        [&](Arguments... arguments) {
+          if constexpr (std::is_void_v<Result>)
+            send<void, Arguments...>(target, selector(), std::forward<Arguments>(arguments)...);
+          else
+            answer_ = send<Result, Arguments...>(target, selector(),
+                                                 std::forward<Arguments>(arguments)...);
+        },
+        arguments_);
+  }
+  Result answer() {
+    if constexpr (!std::is_void_v<Result>) return std::move(answer_);
+  }
+
+ private:
+  std::tuple<Arguments...> arguments_;
+  std::conditional_t<std::is_void_v<Result>, std::monostate, Result> answer_{};
+};
+
 /// Sends a message. Nothing (a null receiver) answers a default value of the result's type; a
-/// receiver that does not know the selector raises HostException, as does one whose method has
-/// other types. No lock is held while the method runs.
+/// receiver that does not know the selector forwards the message or raises HostException; one whose
+/// method has other types raises it. No lock is held while the method runs.
 template <class Result, class... Arguments>
 Result send(const Id& receiver, std::string_view selector, Arguments... arguments) {
   if (!receiver) return Result();
-  const auto method = receiver->methodFor(selector);
-  if (!method) throw HostException("unrecognized selector " + std::string(selector));
-  return method->implementation.template invoke<Result, Arguments...>(
-      receiver, std::forward<Arguments>(arguments)...);
+  if (const auto method = receiver->methodFor(selector))
+    return method->implementation.template invoke<Result, Arguments...>(
+        receiver, std::forward<Arguments>(arguments)...);
+  TypedInvocation<Result, Arguments...> invocation(selector, std::forward<Arguments>(arguments)...);
+  receiver->forwardInvocation(invocation);
+  return invocation.answer();
 }
 
 }  // namespace wevora::platform

@@ -88,6 +88,45 @@ TEST_F(RuntimeTest, AClassAnswersItsClassMethodsAndThoseOfItsSuperclass) {
   EXPECT_FALSE(make(derived)->respondsToSelector("shared"));
 }
 
+/// Hands every message that it has no method for to another object, if there is one.
+class Forwarder : public Object {
+ public:
+  Forwarder(Class& isa, Id target) : Object(isa), target_(std::move(target)) {}
+  void forwardInvocation(Invocation& invocation) override {
+    if (target_) invocation.invokeWithTarget(target_);
+  }
+
+ private:
+  Id target_;
+};
+
+TEST_F(RuntimeTest, AMessageWithoutAMethodIsForwardedAndItsAnswerComesBack) {
+  base->addMethod("join:and:",
+                  Implementation::of<std::string(std::string, int)>(
+                      [](const Id&, const std::string& a, int b) { return a + std::to_string(b); }),
+                  "@@:@i");
+  int called = 0;
+  base->addMethod("call", Implementation::of<void()>([&](const Id&) { ++called; }), "v@:");
+  const auto other = runtime.registerClass("Other");
+  const Id forwarder = std::make_shared<Forwarder>(*other, make(base));
+  EXPECT_EQ(send<std::string>(forwarder, "join:and:", std::string("a"), 1), "a1");
+  send<void>(forwarder, "call");
+  EXPECT_EQ(called, 1);
+  EXPECT_THROW(send<void>(forwarder, "unknown"), HostException);
+}
+
+TEST_F(RuntimeTest, AMessageThatIsForwardedToNothingYieldsZero) {
+  const Id forwarder = std::make_shared<Forwarder>(*base, nullptr);
+  EXPECT_EQ(send<double>(forwarder, "height"), 0.0);
+  send<void>(forwarder, "call", 1);
+}
+
+TEST_F(RuntimeTest, TheSignatureOfAMethodIsItsTypeEncoding) {
+  base->addMethod("n", Implementation::of<int()>([](const Id&) { return 1; }), "i@:");
+  EXPECT_EQ(make(derived)->methodSignatureForSelector("n"), "i@:");
+  EXPECT_EQ(make(derived)->methodSignatureForSelector("m"), std::nullopt);
+}
+
 TEST_F(RuntimeTest, KindOfIncludesSuperclassesAndNothingElse) {
   EXPECT_TRUE(make(derived)->isKindOf(base.get()));
   EXPECT_FALSE(make(base)->isKindOf(derived.get()));

@@ -46,7 +46,7 @@ void RecordingHost::registerNodes(const Classes& classes) {
   if (classes.nodes) nodeClass_ = runtime.registerClass("FINode");
   nodeClass_->addMethod("previewItemURL",
                         Implementation::of<std::optional<ItemURL>()>(
-                            [](const Id& self) { return std::optional(as<Node>(self).url); }),
+                            [](const Id& self) { return as<Node>(self).url; }),
                         "@@:");
   nodeClass_->addClassMethod(
       "nodeFromNodeRef:", Implementation::of<Id(TFENode)>([this](const Id&, TFENode reference) {
@@ -97,7 +97,8 @@ void RecordingHost::registerWindows(const Classes& classes) {
       "@@:");
 
   browserClass_ = runtime.registerClass("TBrowserViewController");
-  cellClass_ = runtime.registerClass("TListViewIconAndTextCell");
+  cellClass_ = std::make_shared<Class>("TListViewIconAndTextCell", nullptr);
+  if (classes.listCells) cellClass_ = runtime.registerClass("TListViewIconAndTextCell");
   cellClass_->addMethod("controlView", getter("controlView"), "@@:");
   browserClass_->addMethod(
       "browserView",
@@ -193,9 +194,9 @@ void RecordingHost::addRaisingWindow() {
   addWindow(std::make_shared<Object>(*browserControllerClass_));
 }
 
-TFENode RecordingHost::referenceTo(const std::string& path) {
+std::shared_ptr<Node> RecordingHost::makeNode(const std::string& path) {
   nodes_.push_back(std::make_shared<Node>(*nodeClass_, path));
-  return {nodes_.back().get()};
+  return nodes_.back();
 }
 
 }  // namespace wevora::testing_host

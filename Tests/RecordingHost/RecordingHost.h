@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ class View : public Object {
 class Node : public Object {
  public:
   Node(Class& isa, std::string path) : Object(isa), url(std::move(path)) {}
-  ItemURL url;
+  std::optional<ItemURL> url;  ///< none: an item that is nowhere
 };
 
 /// A browser window's contents.
@@ -52,6 +53,7 @@ class RecordingHost {
     bool browserControllers = true;
     bool desktop = true;
     bool nodes = true;
+    bool listCells = true;
   };
 
   RecordingHost() : RecordingHost(Classes{}) {}
@@ -67,7 +69,8 @@ class RecordingHost {
   std::shared_ptr<View> makeView() { return std::make_shared<View>(*viewClass_); }
   /// A layer: it answers "setNeedsDisplay" without an argument.
   std::shared_ptr<View> makeLayer() { return std::make_shared<View>(*layerClass_); }
-  TFENode referenceTo(const std::string& path);
+  std::shared_ptr<Node> makeNode(const std::string& path);
+  TFENode referenceTo(const std::string& path) { return {makeNode(path).get()}; }
 
   platform::Runtime runtime;
   int desktopReloads = 0;

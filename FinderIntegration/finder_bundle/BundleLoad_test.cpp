@@ -1,0 +1,99 @@
+#include "FinderIntegration/finder_bundle/BundleLoad.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "Tests/PictureHost/BadgedHost.h"
+
+namespace wevora {
+namespace {
+
+using platform::Implementation;
+using testing_host::BadgedHost;
+using testing_host::PictureHost;
+
+TEST(BundleLoadTest, TheClassesAreLoadedInOneFixedOrder) {
+  const BadgedHost badged;
+  std::vector<std::string_view> names;
+  for (const auto& hook : badged.bundle.hooks()) names.push_back(hook.name);
+  EXPECT_EQ(names, (std::vector<std::string_view>{
+                       "WVRFileTools", "WVAgentConnector", "InjectedBundleClass", "IconViewOverlay",
+                       "WVIconCell", "WVFinderTools", "WVRDesktopIcon", "NSDate(DBFormat)"}));
+}
+
+/// What each hook has done so far, told by what it leaves in the host.
+std::vector<std::string> tracesIn(BadgedHost& badged) {
+  const auto has = [&](const char* className, const char* selector) {
+    return badged.host.classNamed(className)->instanceMethod(selector).has_value();
+  };
+  std::vector<std::string> traces = badged.order;
+  if (has("TSidebarView", "wvr_setDelegate:")) traces.emplace_back("InjectedBundleClass");
+  if (has("IKIconCell", "wv_drawImage:")) traces.emplace_back("IconViewOverlay");
+  if (has("TListViewIconAndTextCell", "wv_drawIconWithFrame:")) traces.emplace_back("WVIconCell");
+  if (has("TDesktopIcon", "wv_drawLayer:inContext:")) traces.emplace_back("WVRDesktopIcon");
+  return traces;
+}
+
+TEST(BundleLoadTest, EachHookDoesItsOwnWorkAndNoOthers) {
+  BadgedHost badged;
+  std::vector<std::string> done;
+  for (const auto& hook : badged.bundle.hooks()) {
+    hook.load();
+    const auto traces = tracesIn(badged);
+    done.emplace_back(hook.name);
+    for (const auto& trace : traces)
+      EXPECT_NE(std::find(done.begin(), done.end(), trace), done.end()) << trace << " too early";
+  }
+  EXPECT_EQ(tracesIn(badged).size(), 7U) << "all but WVFinderTools, which only schedules";
+}
+
+TEST(BundleLoadTest, NothingIsReplacedBeforeItIsRun) {
+  BadgedHost badged;
+  EXPECT_TRUE(tracesIn(badged).empty());
+}
+
+TEST(BundleLoadTest, WindowsAreRedrawnTwoSecondsAfterTheLoad) {
+  BadgedHost badged;
+  const auto browser = badged.host.recording.addBrowserWindow({});
+  badged.dispatch.runAll();
+  const int before = browser->view->redraws;
+  badged.load();
+  badged.dispatch.advance(std::chrono::milliseconds(1999));
+  EXPECT_EQ(browser->view->redraws, before);
+  badged.dispatch.advance(std::chrono::milliseconds(1));
+  EXPECT_EQ(browser->view->redraws, before + 1);
+}
+
+TEST(BundleLoadTest, AHookThatRaisesEndsAloneAndTheNextOnesRun) {
+  BadgedHost badged;
+  WVFinderTools tools(badged.host.runtime(), badged.dispatch.mainQueue(), badged.clock);
+  platform::Runtime runtime;
+  const auto cells = runtime.registerClass("IKIconCell");
+  cells->addMethod("drawImage:", Implementation::of<void(Id)>([](const Id&, const Id&) {}), "v@:@");
+  bool last = false;
+  const BundleLoad bundle({.principal = {.runtime = runtime,
+                                         .mainQueue = badged.dispatch.mainQueue(),
+                                         .paths = badged.installed.paths,
+                                         .setVersion = nullptr,
+                                         .visited = nullptr},
+                           .provider = *badged.provider,
+                           .finderTools = tools,
+                           .loadFileTools = [] { throw platform::HostException("no file tools"); },
+                           .loadAgentConnector = nullptr,
+                           .loadDateFormat = [&] { last = true; }});
+  bundle.run();
+  EXPECT_TRUE(cells->instanceMethod("wv_drawImage:"));
+  EXPECT_TRUE(last);
+}
+
+TEST(BundleLoadTest, InAHostWithNoneOfTheClassesNothingHappens) {
+  BadgedHost badged(PictureHost::Classes::none());
+  badged.load();
+  badged.dispatch.advance(std::chrono::seconds(10));
+  EXPECT_EQ(badged.order,
+            (std::vector<std::string>{"WVRFileTools", "WVAgentConnector", "NSDate(DBFormat)"}));
+}
+
+}  // namespace
+}  // namespace wevora

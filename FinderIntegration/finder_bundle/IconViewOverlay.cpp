@@ -1,0 +1,81 @@
+#include "FinderIntegration/finder_bundle/IconViewOverlay.h"
+
+#include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
+#include "FinderIntegration/finder_bundle/WVIconProvider.h"
+#include "Platform/Support/Guard.h"
+
+namespace wevora {
+namespace {
+
+using platform::CompositingOperation;
+using platform::Implementation;
+using platform::Runtime;
+using platform::send;
+
+constexpr const char* kDrawImageTypes = "v@:@";
+constexpr const char* kDrawWithFrameTypes = "v@:{CGRect={CGPoint=dd}{CGSize=dd}}@";
+
+void drawInto(platform::Image& image, const platform::Image& badge) {
+  // A square as tall as the image, however wide that is.
+  const double height = image.size().height;
+  image.lockFocus();
+  const platform::ScopeExit unlocked([&] { image.unlockFocus(); });
+  badge.drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
+}
+
+/// A new wrapper of the image, which has the cell's badge now.
+Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime, WVIconProvider& provider) {
+  const ImageRef badge = provider.imageForBrowserCell(cell);
+  const auto image = send<ImageRef>(wrapper, "_nsImage");
+  if (badge) badge->setFlipped(false);
+  if (badge && image) drawInto(*image, *badge);
+  const Id made =
+      send<Id>(send<Id>(runtime.classNamed("IKImageWrapper"), "alloc"), "initWithNSImage:", image);
+  return made ? made : wrapper;
+}
+
+}  // namespace
+
+IconViewOverlay::IconViewOverlay(Runtime& runtime, WVIconProvider& provider) : runtime_(runtime) {
+  const auto own = runtime.registerClass("IconViewOverlay");
+  if (!own) return;
+  own->addMethod(
+      "wv_drawImage:",
+      Implementation::of<void(Id)>([&runtime, &provider](const Id& self, const Id& image) {
+        const Id shown =
+            platform::swallowingOr(image, [&] { return badged(self, image, runtime, provider); });
+        send<void>(self, "wv_drawImage:", shown);
+      }),
+      kDrawImageTypes);
+  own->addMethod(
+      "wv_drawWithFrame:inView:",
+      Implementation::of<void(Rect, Id)>([](const Id& self, Rect frame, const Id& inView) {
+        send<void>(self, "wv_drawWithFrame:inView:", frame, inView);
+      }),
+      kDrawWithFrameTypes);
+  own->addMethod("imageFrame", Implementation::of<Rect()>([](const Id&) { return imageFrame(); }),
+                 "{CGRect={CGPoint=dd}{CGSize=dd}}@:");
+}
+
+void IconViewOverlay::load() {
+  WVMethodOverload::overloadSelector("drawImage:", runtime_.classNamed("IKIconCell").get(),
+                                     "wv_drawImage:", runtime_.classNamed("IconViewOverlay").get(),
+                                     kDrawImageTypes);
+  loadReflective();
+}
+
+void IconViewOverlay::loadReflective() {
+  WVMethodOverload::overloadSelector(
+      "drawImage:", runtime_.classNamed("IKFinderReflectiveIconCell").get(),
+      "wv_drawImage:", runtime_.classNamed("IconViewOverlay").get(), kDrawImageTypes);
+  loadDrawWithFrame();
+}
+
+void IconViewOverlay::loadDrawWithFrame() {
+  WVMethodOverload::overloadSelector(
+      "drawInteriorWithFrame:inView:", runtime_.classNamed("IKIconCell").get(),
+      "wv_drawWithFrame:inView:", runtime_.classNamed("IconViewOverlay").get(),
+      kDrawWithFrameTypes);
+}
+
+}  // namespace wevora

@@ -1,0 +1,182 @@
+#include "FinderIntegration/finder_bundle/IconViewOverlay.h"
+
+#include <gtest/gtest.h>
+
+#include "Tests/PictureHost/BadgedHost.h"
+
+namespace wevora {
+namespace {
+
+using platform::send;
+using testing_host::anythingSeen;
+using testing_host::BadgedHost;
+using testing_host::kBlue;
+using testing_host::kGreen;
+using testing_host::kRed;
+using testing_host::PictureHost;
+using testing_host::seen;
+using testing_host::Sight;
+
+class IconViewOverlayTest : public testing::Test {
+ protected:
+  IconViewOverlayTest() {
+    badged.load();
+    badged.settle();
+  }
+  platform::BitmapRef drawn(const std::string& name, platform::Size size,
+                            const char* className = "IKIconCell") {
+    return host.draw(host.makeIconCell(badged.item(name), size, className));
+  }
+  BadgedHost badged;
+  PictureHost& host = badged.host;
+};
+
+TEST_F(IconViewOverlayTest, TheBadgeCoversTheWholeOfASquareIcon) {
+  EXPECT_EQ(seen(*drawn("green", {64, 64}), kGreen), (Sight{{0, 0, 64, 64}, true}));
+  EXPECT_EQ(seen(*drawn("blue", {32, 32}), kBlue), (Sight{{0, 0, 32, 32}, true}));
+  EXPECT_EQ(seen(*drawn("red", {128, 128}), kRed), (Sight{{0, 0, 128, 128}, true}));
+}
+
+TEST_F(IconViewOverlayTest, AnImageOf128By64GetsTheBadgeInASquareAsTallAsItself) {
+  EXPECT_EQ(seen(*drawn("green", {128, 64}), kGreen), (Sight{{0, 0, 64, 64}, true}));
+}
+
+TEST_F(IconViewOverlayTest, AnImageThatIsTallerThanWideGetsTheLeftOfASquareAsTallAsItself) {
+  EXPECT_EQ(seen(*drawn("green", {32, 64}), kGreen), (Sight{{0, 0, 32, 64}, true}));
+}
+
+TEST_F(IconViewOverlayTest, ReflectiveCellsGetBadgesToo) {
+  const auto cell = host.makeIconCell(badged.item("green"), {64, 64}, "IKFinderReflectiveIconCell");
+  EXPECT_EQ(seen(*host.draw(cell), kGreen), (Sight{{0, 0, 64, 64}, true}));
+  EXPECT_EQ(cell->reflections, 1) << "by the reflective cell's own drawing";
+}
+
+TEST_F(IconViewOverlayTest, TheIconIsChangedInPlaceBeforeTheHostDrawsItOnce) {
+  const auto cell = host.makeIconCell(badged.item("green"), {64, 64});
+  host.draw(cell);
+  EXPECT_EQ(cell->drawn.size(), 1U);
+  ASSERT_EQ(cell->icon->representations().size(), 1U);
+  EXPECT_TRUE(anythingSeen(*cell->icon->representations()[0].bitmap, kGreen));
+}
+
+TEST_F(IconViewOverlayTest, OneWrapperIsMadeForEachDrawing) {
+  const auto cell = host.makeIconCell(badged.item("green"), {64, 64});
+  host.draw(cell);
+  EXPECT_EQ(host.wrappersMade, 1);
+  host.draw(cell);
+  EXPECT_EQ(host.wrappersMade, 2);
+}
+
+TEST_F(IconViewOverlayTest, TheBadgeIsLeftUnflipped) {
+  drawn("green", {64, 64});
+  EXPECT_FALSE(badged.provider->images().greenImageFlipped->isFlipped());
+}
+
+TEST_F(IconViewOverlayTest, AnItemWithoutABadgeIsDrawnAsItIs) {
+  const auto bitmap = drawn("plain", {64, 64});
+  for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
+}
+
+TEST_F(IconViewOverlayTest, WithBadgesOffTheIconIsDrawnAsItIs) {
+  badged.provider->setTurnedOn(false);
+  const auto bitmap = drawn("green", {64, 64});
+  for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
+}
+
+TEST_F(IconViewOverlayTest, TheDrawingOfTheFramePassesStraightThrough) {
+  const auto cell = host.makeIconCell(badged.item("green"), {64, 64});
+  const Id view = host.recording.makeView();
+  send<void>(cell, "drawInteriorWithFrame:inView:", Rect{1, 2, 3, 4}, view);
+  EXPECT_EQ(cell->frames, (std::vector<std::pair<Rect, Id>>{{Rect{1, 2, 3, 4}, view}}));
+}
+
+TEST_F(IconViewOverlayTest, TheMethodsAreAddedWithTheirTypeEncodings) {
+  const auto encoding = [&](const char* className, const char* selector) {
+    return host.classNamed(className)->instanceMethod(selector)->typeEncoding;
+  };
+  EXPECT_EQ(encoding("IKIconCell", "wv_drawImage:"), "v@:@");
+  EXPECT_EQ(encoding("IKFinderReflectiveIconCell", "wv_drawImage:"), "v@:@");
+  EXPECT_EQ(encoding("IKIconCell", "wv_drawWithFrame:inView:"),
+            "v@:{CGRect={CGPoint=dd}{CGSize=dd}}@");
+}
+
+TEST_F(IconViewOverlayTest, TheFrameOfTheImageIsEmpty) {
+  EXPECT_EQ(IconViewOverlay::imageFrame(), Rect());
+}
+
+/// Which of the three replacements are in their places.
+std::vector<bool> installedIn(PictureHost& host) {
+  const auto has = [&](const char* className, const char* selector) {
+    return host.classNamed(className)->instanceMethod(selector).has_value();
+  };
+  const auto cells = host.classNamed("IKIconCell")->instanceMethod("wv_drawImage:");
+  const auto reflective =
+      host.classNamed("IKFinderReflectiveIconCell")->instanceMethod("wv_drawImage:");
+  const bool own = reflective && (!cells || reflective->implementation != cells->implementation);
+  return {cells.has_value(), own, has("IKIconCell", "wv_drawWithFrame:inView:")};
+}
+
+TEST(IconViewOverlayLoadTest, EachLoadInstallsItsReplacementAndThenThoseAfterIt) {
+  BadgedHost cells;
+  BadgedHost reflective;
+  BadgedHost frames;
+  IconViewOverlay(cells.host.runtime(), *cells.provider).load();
+  IconViewOverlay(reflective.host.runtime(), *reflective.provider).loadReflective();
+  IconViewOverlay(frames.host.runtime(), *frames.provider).loadDrawWithFrame();
+  EXPECT_EQ(installedIn(cells.host), (std::vector<bool>{true, true, true}));
+  EXPECT_EQ(installedIn(reflective.host), (std::vector<bool>{false, true, true}));
+  EXPECT_EQ(installedIn(frames.host), (std::vector<bool>{false, false, true}));
+}
+
+TEST(IconViewOverlayMissingTest, WithoutReflectiveCellsTheOthersAreHookedAllTheSame) {
+  auto classes = PictureHost::Classes();
+  classes.reflectiveCells = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
+  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
+}
+
+TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheIconIsDrawnWithItsBadgeAllTheSame) {
+  auto classes = PictureHost::Classes();
+  classes.wrappers = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
+  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
+}
+
+TEST(IconViewOverlayMissingTest, WithoutAPictureFileTheIconIsDrawnAsItIs) {
+  BadgedHost badged({}, false);
+  badged.load();
+  badged.settle();
+  const auto bitmap = badged.host.draw(badged.host.makeIconCell(badged.item("green"), {64, 64}));
+  for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
+}
+
+TEST(IconViewOverlayMissingTest, AClassThatHasTheNewMethodHasItsMethodsExchangedAndNoBadge) {
+  BadgedHost badged;
+  int calls = 0;
+  badged.host.classNamed("IKIconCell")
+      ->addMethod("wv_drawImage:",
+                  platform::Implementation::of<void(Id)>([&](const Id&, const Id&) { ++calls; }),
+                  "v@:@");
+  badged.load();
+  const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
+  send<void>(cell, "drawImage:", Id());
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(IconViewOverlayMissingTest, WhatTheHostRaisesLeavesItsOwnDrawing) {
+  BadgedHost badged;
+  badged.load();
+  const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
+  // Not a node at all: it does not know what it is asked.
+  cell->representedItem = badged.host.recording.makeView();
+  EXPECT_TRUE(badged.host.draw(cell));
+}
+
+}  // namespace
+}  // namespace wevora

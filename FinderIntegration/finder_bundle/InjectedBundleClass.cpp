@@ -1,0 +1,79 @@
+#include "FinderIntegration/finder_bundle/InjectedBundleClass.h"
+
+#include <utility>
+#include <vector>
+
+#include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
+#include "FinderIntegration/finder_bundle/WVOutlineViewDelegate.h"
+#include "FinderIntegration/wevoraLoader/InstalledVersion.h"
+#include "Platform/PropertyLists/PropertyLists.h"
+#include "Platform/Support/Guard.h"
+
+namespace wevora {
+namespace {
+
+using platform::send;
+
+constexpr const char* kSetDelegateTypes = "v:@";  // not the usual form; kept
+
+}  // namespace
+
+InjectedBundleClass::InjectedBundleClass(Services services) : services_(std::move(services)) {
+  WVOutlineViewDelegate::registerIn(services_.runtime, services_.paths);
+}
+
+void InjectedBundleClass::load() {
+  platform::swallowing([this] { reportVersion(); });
+  platform::swallowing([this] {
+    hookSidebars();
+    walkWindows("sidebarViewContainer");
+  });
+}
+
+void InjectedBundleClass::reportVersion() const {
+  const auto list = platform::PropertyLists::read(services_.paths.translate(kBundleInfoPath));
+  const auto* info = list ? list->as<platform::Dictionary>() : nullptr;
+  const auto* text = info ? platform::valueAs<std::string>(*info, kFinderVersionKey) : nullptr;
+  const auto version = text ? versionFromText(*text) : std::nullopt;
+  if (!version || !services_.setVersion) return;
+  services_.mainQueue.async([setVersion = services_.setVersion, version = *version] {
+    setVersion(version.major, version.minor, version.patch);
+  });
+}
+
+void InjectedBundleClass::hookSidebars() const {
+  WVMethodOverload::overloadSelector(
+      "setDelegate:", services_.runtime.classNamed("TSidebarView").get(),
+      "wvr_setDelegate:", services_.runtime.classNamed("WVOutlineViewDelegate").get(),
+      kSetDelegateTypes);
+}
+
+void InjectedBundleClass::walkWindows(const char* container) const {
+  const Id controllers = services_.runtime.classNamed("TBrowserWindowController");
+  for (std::int64_t id = 1;; ++id) {
+    const Id controller = send<Id>(controllers, "controllerWithID:", id);
+    if (!controller) return;
+    investigateSideBarViewHierarchy(send<Id>(controller, container), std::nullopt);
+  }
+}
+
+void InjectedBundleClass::investigateSideBarViewHierarchy(
+    const Id& view, const std::optional<std::string>& level) const {
+  platform::swallowing([&] {
+    const std::string mark = level.value_or("#");
+    if (!view) return;
+    if (services_.visited) services_.visited(view, mark);
+    if (view->isKindOf(services_.runtime.classNamed("TSidebarView").get())) {
+      send<void>(view, "setDelegate:", send<Id>(view, "delegate"));
+      send<void>(view, "setNeedsDisplay:", true);
+    }
+    for (const Id& subview : send<std::vector<Id>>(view, "subviews"))
+      investigateSideBarViewHierarchy(subview, mark + "#");
+  });
+}
+
+void InjectedBundleClass::observe() const {
+  walkWindows("browserViewContainer");
+}
+
+}  // namespace wevora

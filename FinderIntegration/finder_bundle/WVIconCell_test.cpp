@@ -1,0 +1,232 @@
+#include "FinderIntegration/finder_bundle/WVIconCell.h"
+
+#include <gtest/gtest.h>
+
+#include "Tests/PictureHost/BadgedHost.h"
+
+namespace wevora {
+namespace {
+
+using platform::Implementation;
+using platform::send;
+using testing_host::anythingSeen;
+using testing_host::BadgedHost;
+using testing_host::kBlue;
+using testing_host::kGreen;
+using testing_host::kRed;
+using testing_host::PictureHost;
+using testing_host::Sight;
+
+constexpr double kX = 50;  // of a frame: the badge does not follow it
+constexpr double kY = 20;
+
+class IconCellTest : public testing::Test {
+ protected:
+  IconCellTest() {
+    badged.load();
+    badged.settle();
+  }
+  platform::BitmapRef drawn(const std::string& name, double height,
+                            const char* className = "TListViewIconAndTextCell") {
+    return host.draw(host.makeListCell(badged.item(name), className), {kX, kY, 60, height});
+  }
+  static std::optional<Sight> sight(const platform::BitmapRef& bitmap,
+                                    const testing_host::Halves& picture = kGreen) {
+    return testing_host::seen(*bitmap, picture, PictureHost::kPixelsPerPoint);
+  }
+  BadgedHost badged;
+  PictureHost& host = badged.host;
+};
+
+struct Row {
+  double height;
+  double y;
+  double side;  ///< 0: no badge
+};
+
+class RowTest : public IconCellTest, public testing::WithParamInterface<Row> {
+ protected:
+  static std::optional<Sight> expected(double x) {
+    const Row row = GetParam();
+    if (row.side == 0) return std::nullopt;
+    return Sight{{x, row.y, row.side, row.side}, true};
+  }
+};
+
+TEST_P(RowTest, AListRowGetsTheBadgeInItsMiddleTenPointsFromTheLeftEdge) {
+  const auto bitmap = drawn("green", GetParam().height);
+  EXPECT_EQ(sight(bitmap), expected(10));
+  EXPECT_EQ(anythingSeen(*bitmap, kGreen), GetParam().side > 0);
+}
+
+TEST_P(RowTest, AColumnRowGetsTheBadgeInItsMiddleSixPointsFromTheLeftEdge) {
+  EXPECT_EQ(sight(drawn("green", GetParam().height, "TColumnCell")), expected(6));
+}
+
+std::string nameOf(const testing::TestParamInfo<Row>& row) {
+  return "Of" + std::to_string(static_cast<int>(row.param.height)) + "Points";
+}
+
+INSTANTIATE_TEST_SUITE_P(Heights, RowTest,
+                         testing::Values(Row{8, 0, 0}, Row{9, 16.5, 16}, Row{20, 22, 16},
+                                         Row{32, 28, 16}, Row{33, 20.5, 32}, Row{40, 24, 32}),
+                         nameOf);
+
+TEST_F(IconCellTest, EveryWordHasItsBadge) {
+  EXPECT_TRUE(sight(drawn("green", 20), kGreen));
+  EXPECT_TRUE(sight(drawn("blue", 20), kBlue));
+  EXPECT_TRUE(sight(drawn("red", 20), kRed));
+}
+
+TEST_F(IconCellTest, TheHostDrawsItsIconFirstAndOnce) {
+  const auto cell = host.makeListCell(badged.item("green"));
+  host.draw(cell, {0, kY, 60, 20});
+  EXPECT_EQ(cell->calls, std::vector<std::string>{"drawIconWithFrame:"});
+}
+
+TEST_F(IconCellTest, TheBadgeCoversTheHostsIcon) {
+  const auto cell = host.makeListCell(badged.item("green"));
+  EXPECT_EQ(sight(host.draw(cell, {0, kY, 60, 40})), (Sight{{10, 24, 32, 32}, true}));
+}
+
+TEST_F(IconCellTest, TheBadgeIsLeftFlipped) {
+  badged.provider->images().greenImageFlipped->setFlipped(false);
+  drawn("green", 20);
+  EXPECT_TRUE(badged.provider->images().greenImageFlipped->isFlipped());
+}
+
+TEST_F(IconCellTest, ACellWithoutAThumbnailGetsTheUnflippedBadgeAsItsThumbnailAndIsDrawnAgain) {
+  const auto cell = host.makeListCell(badged.item("green"));
+  cell->thumbnail = nullptr;
+  const auto bitmap = host.draw(cell, {kX, kY, 60, 32});
+  EXPECT_EQ(cell->calls, (std::vector<std::string>{
+                             "drawIconWithFrame:", "setThumbnail:", "drawIconWithFrame:"}));
+  EXPECT_EQ(cell->thumbnail, badged.provider->images().greenImageFlipped);
+  EXPECT_FALSE(cell->thumbnail->isFlipped());
+  ASSERT_TRUE(sight(bitmap));
+  EXPECT_EQ(sight(bitmap)->frame, (Rect{kX, kY, 32, 32})) << "where the host draws thumbnails";
+}
+
+TEST_F(IconCellTest, ACellWithoutAThumbnailAndWithoutABadgeIsGivenNoneAndDrawnAgain) {
+  const auto cell = host.makeListCell(badged.item("plain"));
+  cell->thumbnail = nullptr;
+  host.draw(cell, {kX, kY, 60, 32});
+  EXPECT_EQ(cell->calls, (std::vector<std::string>{
+                             "drawIconWithFrame:", "setThumbnail:", "drawIconWithFrame:"}));
+  EXPECT_EQ(cell->thumbnail, nullptr);
+}
+
+TEST_F(IconCellTest, DrawingAgainPassesBySubclassesThatDrawInTheirOwnWay) {
+  int own = 0;
+  const auto special = host.runtime().registerClass(
+      "TSpecialCell", host.classNamed("TListViewIconAndTextCell").get());
+  special->addMethod(
+      "wv_drawIconWithFrame:", Implementation::of<void(Rect)>([&](const Id&, Rect) { ++own; }),
+      "v@:{CGRect={CGPoint=dd}{CGSize=dd}}");
+  const auto like = host.makeListCell(badged.item("green"));
+  const auto cell = std::make_shared<testing_host::ListCell>(*special);
+  cell->node = like->node;
+  host.draw(cell, {kX, kY, 60, 32});
+  EXPECT_EQ(own, 1) << "the host's first drawing";
+  EXPECT_EQ(cell->calls, (std::vector<std::string>{"setThumbnail:", "drawIconWithFrame:"}));
+}
+
+TEST_F(IconCellTest, AnItemWithoutABadgeIsDrawnAsItIs) {
+  const auto bitmap = drawn("plain", 32);
+  for (const auto& picture : {kGreen, kBlue, kRed}) EXPECT_FALSE(anythingSeen(*bitmap, picture));
+}
+
+TEST_F(IconCellTest, WithBadgesOffNothingIsPainted) {
+  badged.provider->setTurnedOn(false);
+  EXPECT_FALSE(anythingSeen(*drawn("green", 32), kGreen));
+}
+
+TEST_F(IconCellTest, TheMethodsAreAddedWithTheirTypeEncodings) {
+  EXPECT_EQ(host.classNamed("TListViewIconAndTextCell")
+                ->instanceMethod("wv_drawIconWithFrame:")
+                ->typeEncoding,
+            "v@:{CGRect={CGPoint=dd}{CGSize=dd}}");
+  EXPECT_EQ(host.classNamed("NSCGImageSnapshotRep")->instanceMethod("scaleFactor")->typeEncoding,
+            "d@:v");
+}
+
+TEST_F(IconCellTest, SnapshotsOfImagesAnswerTheScaleOfOne) {
+  const Id snapshot = std::make_shared<platform::Object>(*host.classNamed("NSCGImageSnapshotRep"));
+  EXPECT_DOUBLE_EQ(send<double>(snapshot, "scaleFactor"), 1.0);
+}
+
+TEST(IconCellMissingTest, SnapshotsThatHaveAScaleKeepIt) {
+  BadgedHost badged;
+  const auto snapshots = badged.host.classNamed("NSCGImageSnapshotRep");
+  snapshots->addMethod("scaleFactor", Implementation::of<double()>([](const Id&) { return 3.0; }),
+                       "d@:");
+  badged.load();
+  EXPECT_DOUBLE_EQ(send<double>(std::make_shared<platform::Object>(*snapshots), "scaleFactor"),
+                   3.0);
+}
+
+TEST(IconCellMissingTest, WithoutColumnCellsListRowsHaveTheirBadges) {
+  auto classes = PictureHost::Classes();
+  classes.columnCells = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  const auto bitmap =
+      badged.host.draw(badged.host.makeListCell(badged.item("green")), {kX, kY, 60, 20});
+  EXPECT_EQ(testing_host::seen(*bitmap, kGreen, PictureHost::kPixelsPerPoint),
+            (Sight{{10, 22, 16, 16}, true}));
+}
+
+TEST(IconCellMissingTest, AClassThatHasTheNewMethodHasItsMethodsExchanged) {
+  BadgedHost badged;
+  int own = 0;
+  badged.host.classNamed("TListViewIconAndTextCell")
+      ->addMethod("wv_drawIconWithFrame:",
+                  Implementation::of<void(Rect)>([&](const Id&, Rect) { ++own; }), "v@:");
+  badged.load();
+  const auto cell = badged.host.makeListCell(badged.item("green"));
+  badged.host.draw(cell, {kX, kY, 60, 20});
+  EXPECT_EQ(own, 1);
+  EXPECT_TRUE(cell->calls.empty());
+  send<void>(cell, "wv_drawIconWithFrame:", Rect{kX, kY, 60, 20});
+  EXPECT_EQ(cell->calls, std::vector<std::string>{"drawIconWithFrame:"});
+}
+
+TEST(IconCellMissingTest, ACellThatDoesNotKnowWhatItIsAskedIsDrawnAsItIs) {
+  BadgedHost badged;
+  badged.load();
+  const auto stranger = badged.host.runtime().registerClass("TStranger", nullptr);
+  stranger->addMethod(
+      "wv_drawIconWithFrame:", Implementation::of<void(Rect)>([](const Id&, Rect) {}), "v@:");
+  stranger->addMethod("drawIconWithFrame:",
+                      badged.host.classNamed("TListViewIconAndTextCell")
+                          ->instanceMethod("drawIconWithFrame:")
+                          ->implementation,
+                      "v@:");
+  const Id strange = std::make_shared<platform::Object>(*stranger);
+  EXPECT_NO_THROW(send<void>(strange, "drawIconWithFrame:", Rect{0, 0, 10, 20}));
+}
+
+// In the shared runtime: the class is looked up once in the process, at the first use.
+TEST(IconCellPathTest, PathForNodeIsTheURLOfTheNodeThatTheHostHasForTheReference) {
+  const auto nodes = platform::Runtime::shared().registerClass("FINode");
+  ASSERT_TRUE(nodes);
+  Id node = std::make_shared<platform::Object>(*nodes);
+  nodes->addClassMethod(
+      "nodeFromNodeRef:", Implementation::of<Id(TFENode)>([&](const Id&, TFENode reference) {
+        return reference.fNodeRef == node.get() ? node : nullptr;
+      }),
+      "@@:^v");
+  nodes->addMethod("previewItemURL", Implementation::of<std::optional<ItemURL>()>([](const Id&) {
+                     return std::optional(ItemURL("/a/b"));
+                   }),
+                   "@@:");
+  const TFENode reference{node.get()};
+  EXPECT_EQ(WVIconCell::pathForNode(&reference), ItemURL("/a/b"));
+  const TFENode other;
+  EXPECT_EQ(WVIconCell::pathForNode(&other), std::nullopt);
+  EXPECT_EQ(WVIconCell::pathForNode(nullptr), std::nullopt);
+}
+
+}  // namespace
+}  // namespace wevora

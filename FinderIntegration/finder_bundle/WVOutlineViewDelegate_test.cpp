@@ -1,0 +1,267 @@
+#include "FinderIntegration/finder_bundle/WVOutlineViewDelegate.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "Platform/Graphics/GraphicsContext.h"
+#include "Tests/PictureFiles/PictureFiles.h"
+#include "Tests/PictureHost/BadgedHost.h"
+
+namespace wevora {
+namespace {
+
+using platform::Implementation;
+using platform::send;
+using testing_host::BadgedHost;
+using testing_host::PictureHost;
+
+constexpr const char* kWillDisplay = "outlineView:willDisplayCell:forTableColumn:item:";
+constexpr const char* kHeight = "outlineView:heightOfRowByItem:";
+
+class OutlineViewDelegateTest : public testing::Test {
+ protected:
+  OutlineViewDelegateTest() { badged.load(); }
+  std::shared_ptr<WVOutlineViewDelegate> proxyOf(const Id& view) {
+    return std::dynamic_pointer_cast<WVOutlineViewDelegate>(send<Id>(view, "delegate"));
+  }
+  std::ptrdiff_t count(const std::string& event) {
+    return std::count(host.events.begin(), host.events.end(), event);
+  }
+  /// A sidebar with such rows, and a delegate that knows everything.
+  std::shared_ptr<testing_host::Sidebar> sidebarOf(const std::vector<std::string>& names) {
+    auto sidebar = host.makeSidebar(names);
+    send<void>(sidebar, "setDelegate:", Id(delegate));
+    return sidebar;
+  }
+  BadgedHost badged;
+  PictureHost& host = badged.host;
+  std::shared_ptr<testing_host::SidebarDelegate> delegate =
+      host.makeDelegate(PictureHost::delegateSelectors());
+};
+
+// --- The drive's row -----------------------------------------------------------------------------
+
+TEST_F(OutlineViewDelegateTest, TheDriveGetsThePictureByEitherOfItsNames) {
+  const auto rows = host.draw(sidebarOf({"wDrive", "(w) Drive", "Documents"}));
+  EXPECT_TRUE(rows[0].picture);
+  EXPECT_TRUE(rows[1].picture);
+  EXPECT_FALSE(rows[2].picture);
+}
+
+TEST_F(OutlineViewDelegateTest, TheNamesOfTheDriveInAnotherLetterCaseAreOtherNames) {
+  for (const auto& row :
+       host.draw(sidebarOf({"wdrive", "WDrive", "(W) Drive", "(w) drive", " wDrive", "wDrive "})))
+    EXPECT_FALSE(row.picture);
+}
+
+TEST_F(OutlineViewDelegateTest, AnItemWithoutANameIsLeftToTheHost) {
+  const auto sidebar = sidebarOf({"wDrive"});
+  sidebar->items = {host.recording.makeView()};
+  EXPECT_FALSE(host.draw(sidebar)[0].picture);
+  EXPECT_EQ(count(kWillDisplay), 1);
+}
+
+TEST_F(OutlineViewDelegateTest, ThePictureHas32By32PointsAndEveryRepresentationOfTheFile) {
+  const auto rows = host.draw(sidebarOf({"wDrive"}));
+  ASSERT_TRUE(rows[0].picture);
+  EXPECT_EQ(rows[0].picture->size(), (platform::Size{32, 32}));
+  ASSERT_EQ(rows[0].picture->representations().size(), 2U);
+  EXPECT_EQ(rows[0].picture->representations()[1].bitmap->width(), 64U);
+  EXPECT_EQ(rows[0].picture->representations()[0].bitmap->pixels().front(),
+            testing_host::kSidebar.upper);
+}
+
+TEST_F(OutlineViewDelegateTest, TheHostPreparesTheCellBeforeItsImageIsReplaced) {
+  host.draw(sidebarOf({"(w) Drive"}));
+  EXPECT_EQ(host.events, (std::vector<std::string>{kHeight, kWillDisplay, "setImage:"}));
+}
+
+TEST_F(OutlineViewDelegateTest, OtherRowsAreTheHostsAlone) {
+  host.draw(sidebarOf({"Documents"}));
+  EXPECT_EQ(host.events, (std::vector<std::string>{kHeight, kWillDisplay}));
+}
+
+TEST_F(OutlineViewDelegateTest, ThePictureIsReadAnewAtEachDrawing) {
+  const auto sidebar = sidebarOf({"wDrive"});
+  const auto first = host.draw(sidebar)[0].picture;
+  testing_host::writeTiff(badged.installed.contents + "Resources/sidebar.tiff",
+                          {{testing_host::twoHalves(16, 16, 0xFF111111, 0xFF222222), 72}});
+  const auto second = host.draw(sidebar)[0].picture;
+  EXPECT_NE(first, second);
+  ASSERT_EQ(second->representations().size(), 1U);
+  EXPECT_EQ(second->representations()[0].bitmap->width(), 16U);
+}
+
+TEST_F(OutlineViewDelegateTest, AMissingPictureIsSetAllTheSameWithoutRepresentations) {
+  badged.installed.removePicture("sidebar.tiff");
+  const auto rows = host.draw(sidebarOf({"wDrive"}));
+  ASSERT_TRUE(rows[0].picture);
+  EXPECT_TRUE(rows[0].picture->representations().empty());
+  EXPECT_EQ(rows[0].picture->size(), (platform::Size{32, 32}));
+}
+
+TEST(OutlineViewDelegateMissingTest, WithoutAnInstalledBundleAnEmptyPictureIsSet) {
+  BadgedHost badged({}, false);
+  std::filesystem::remove_all(badged.installed.contents);
+  badged.load();
+  const auto sidebar = badged.host.makeSidebar({"wDrive"});
+  const auto delegate = badged.host.makeDelegate({kWillDisplay});
+  send<void>(sidebar, "setDelegate:", Id(delegate));
+  const auto rows = badged.host.draw(sidebar);
+  ASSERT_TRUE(rows[0].picture);
+  EXPECT_TRUE(rows[0].picture->representations().empty());
+}
+
+// --- Setting a delegate --------------------------------------------------------------------------
+
+TEST_F(OutlineViewDelegateTest, ADelegateIsWrappedInAProxyThatServesItsView) {
+  const auto sidebar = sidebarOf({});
+  const auto proxy = proxyOf(sidebar);
+  ASSERT_TRUE(proxy);
+  EXPECT_EQ(proxy->realDelegate(), delegate);
+  EXPECT_EQ(proxy->view(), sidebar);
+  EXPECT_EQ(send<Id>(proxy, "realDelegate"), Id(delegate));
+  EXPECT_EQ(send<Id>(proxy, "view"), Id(sidebar));
+}
+
+TEST_F(OutlineViewDelegateTest, NoDelegateIsPassedThroughAndMakesNoProxy) {
+  const auto sidebar = host.makeSidebar({});
+  send<void>(sidebar, "setDelegate:", Id());
+  EXPECT_EQ(sidebar->delegatesSet, std::vector<bool>{false});
+  EXPECT_EQ(send<Id>(sidebar, "delegate"), nullptr);
+}
+
+TEST_F(OutlineViewDelegateTest, SettingAViewsDelegateToItsProxyWrapsTheProxyInASecondOne) {
+  const auto sidebar = sidebarOf({"wDrive"});
+  const auto first = proxyOf(sidebar);
+  send<void>(sidebar, "setDelegate:", Id(first));
+  const auto second = proxyOf(sidebar);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(second->realDelegate(), first);
+  EXPECT_EQ(first->realDelegate(), delegate);
+}
+
+TEST_F(OutlineViewDelegateTest, TwoProxiesSetTheDrivesImageTwiceAfterTheHostPreparedTheCellOnce) {
+  const auto sidebar = sidebarOf({"wDrive"});
+  send<void>(sidebar, "setDelegate:", Id(proxyOf(sidebar)));
+  const auto rows = host.draw(sidebar);
+  EXPECT_TRUE(rows[0].picture);
+  EXPECT_EQ(host.events,
+            (std::vector<std::string>{kHeight, kWillDisplay, "setImage:", "setImage:"}));
+}
+
+TEST_F(OutlineViewDelegateTest, AProxyLivesAsLongAsItsView) {
+  auto sidebar = sidebarOf({"wDrive"});
+  const std::weak_ptr<WVOutlineViewDelegate> proxy = proxyOf(sidebar);
+  EXPECT_FALSE(proxy.expired());
+  sidebar.reset();
+  EXPECT_TRUE(proxy.expired());
+}
+
+TEST_F(OutlineViewDelegateTest, AProxyKeepsNeitherItsDelegateNorItsView) {
+  const auto sidebar = sidebarOf({"wDrive"});
+  const auto proxy = proxyOf(sidebar);
+  EXPECT_EQ(delegate.use_count(), 1);
+  delegate.reset();
+  EXPECT_EQ(proxy->realDelegate(), nullptr);
+  EXPECT_FALSE(proxy->respondsToSelector(kWillDisplay));
+}
+
+TEST_F(OutlineViewDelegateTest, AProxyThatGoesLeavesItsViewWithoutADelegate) {
+  const auto sidebar = host.makeSidebar({});
+  auto proxy = WVOutlineViewDelegate::make(host.runtime());
+  proxy->setRealDelegate(delegate);
+  proxy->setView(sidebar);
+  proxy.reset();
+  EXPECT_EQ(sidebar->delegatesSet, std::vector<bool>{false}) << "by the host's own setter";
+}
+
+TEST_F(OutlineViewDelegateTest, TheAccessorsOfAProxyCanBeSent) {
+  const auto sidebar = host.makeSidebar({});
+  const auto proxy = WVOutlineViewDelegate::make(host.runtime());
+  send<void>(proxy, "setRealDelegate:", Id(delegate));
+  send<void>(proxy, "setView:", Id(sidebar));
+  EXPECT_EQ(proxy->realDelegate(), delegate);
+  EXPECT_EQ(proxy->view(), sidebar);
+}
+
+// --- Forwarding ----------------------------------------------------------------------------------
+
+TEST_F(OutlineViewDelegateTest, TheOtherFourOperationsAreForwardedAndAnsweredUnchanged) {
+  const auto sidebar = sidebarOf({"wDrive"});
+  const Id proxy = proxyOf(sidebar);
+  const Id item = sidebar->items[0];
+  EXPECT_EQ(send<Id>(proxy, "outlineView:dataCellForTableColumn:item:", Id(sidebar), Id(), item),
+            item);
+  EXPECT_EQ(send<Id>(proxy, "outlineView:viewForTableColumn:item:", Id(sidebar), Id(), item), item);
+  EXPECT_TRUE(send<bool>(proxy, "outlineView:isGroupItem:", Id(sidebar), item));
+  EXPECT_DOUBLE_EQ(send<double>(proxy, kHeight, Id(sidebar), item), 37.5);
+  EXPECT_EQ(delegate->calls.size(), 4U);
+}
+
+TEST_F(OutlineViewDelegateTest, TheHeightsOfRowsAreTheRealDelegates) {
+  EXPECT_DOUBLE_EQ(host.draw(sidebarOf({"wDrive"}))[0].height, 37.5);
+}
+
+TEST_F(OutlineViewDelegateTest, ADelegateWithoutHeightsLeavesTheDefaultHeightInForce) {
+  const auto sidebar = host.makeSidebar({"wDrive"});
+  const auto poor = host.makeDelegate({kWillDisplay});
+  send<void>(sidebar, "setDelegate:", Id(poor));
+  const auto rows = host.draw(sidebar);
+  EXPECT_FALSE(proxyOf(sidebar)->respondsToSelector(kHeight));
+  EXPECT_DOUBLE_EQ(rows[0].height, PictureHost::kRowHeight);
+  EXPECT_TRUE(rows[0].picture);
+}
+
+TEST_F(OutlineViewDelegateTest, ADelegateThatPreparesNoCellsGetsNoPictureForTheDrive) {
+  const auto sidebar = host.makeSidebar({"wDrive"});
+  const auto poor = host.makeDelegate({kHeight});
+  send<void>(sidebar, "setDelegate:", Id(poor));
+  EXPECT_FALSE(proxyOf(sidebar)->respondsToSelector(kWillDisplay));
+  EXPECT_FALSE(host.draw(sidebar)[0].picture);
+}
+
+TEST_F(OutlineViewDelegateTest, AProxyAnswersToWhatTheRealDelegateAnswersToAndToNothingElse) {
+  const auto rich = host.makeDelegate({"outlineView:somethingElse:"});
+  const auto proxy = WVOutlineViewDelegate::make(host.runtime());
+  EXPECT_FALSE(proxy->respondsToSelector(kWillDisplay));
+  proxy->setRealDelegate(rich);
+  EXPECT_TRUE(proxy->respondsToSelector("outlineView:somethingElse:"));
+  EXPECT_FALSE(proxy->respondsToSelector(kWillDisplay));
+  EXPECT_FALSE(proxy->respondsToSelector("wvr_setDelegate:"));
+}
+
+TEST_F(OutlineViewDelegateTest, SignaturesAreTheRealDelegates) {
+  const auto proxy = proxyOf(sidebarOf({}));
+  EXPECT_EQ(WVOutlineViewDelegate::make(host.runtime())->methodSignatureForSelector(kHeight),
+            std::nullopt);
+  const auto alone = WVOutlineViewDelegate::make(host.runtime());
+  alone->setRealDelegate(delegate);
+  EXPECT_EQ(alone->methodSignatureForSelector(kHeight), std::string("types of ") + kHeight);
+  EXPECT_EQ(alone->methodSignatureForSelector("absent:"), std::nullopt);
+}
+
+TEST_F(OutlineViewDelegateTest, AMessageThatTheProxyDoesNotKnowReachesTheRealDelegate) {
+  const auto rich = host.makeDelegate({"hear:"});
+  const auto proxy = WVOutlineViewDelegate::make(host.runtime());
+  proxy->setRealDelegate(rich);
+  EXPECT_EQ(send<std::string>(proxy, "hear:", std::string("a word")), "heard a word");
+  EXPECT_EQ(rich->calls, std::vector<std::string>{"hear:"});
+}
+
+TEST_F(OutlineViewDelegateTest, AMessageThatTheRealDelegateDoesNotKnowIsDroppedAndYieldsZero) {
+  const auto sidebar = host.makeSidebar({"wDrive"});
+  const auto poor = host.makeDelegate({});
+  const auto proxy = WVOutlineViewDelegate::make(host.runtime());
+  proxy->setRealDelegate(poor);
+  EXPECT_EQ(send<std::int64_t>(proxy, "count:", Id()), 0);
+  EXPECT_DOUBLE_EQ(send<double>(proxy, kHeight, Id(sidebar), sidebar->items[0]), 0.0);
+  EXPECT_FALSE(send<bool>(proxy, "outlineView:isGroupItem:", Id(sidebar), sidebar->items[0]));
+  EXPECT_NO_THROW(send<void>(proxy, "absent"));
+  proxy->setRealDelegate(nullptr);
+  EXPECT_NO_THROW(send<void>(proxy, "absent"));
+}
+
+}  // namespace
+}  // namespace wevora

@@ -1,0 +1,25 @@
+#pragma once
+
+namespace wevora::platform {
+
+/// Extents, in points unless stated otherwise.
+/// Threads: a value. Owns: nothing. Errors: none.
+struct Size {
+  double width = 0;
+  double height = 0;
+  friend bool operator==(const Size&, const Size&) = default;
+};
+
+/// A rectangle, in points of the coordinate space in which it is used.
+/// Threads: a value. Owns: nothing. Errors: none.
+struct Rect {
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+
+  bool empty() const noexcept { return !(width > 0 && height > 0); }
+  friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+}  // namespace wevora::platform

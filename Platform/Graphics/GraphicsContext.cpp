@@ -1,0 +1,50 @@
+#include "Platform/Graphics/GraphicsContext.h"
+
+#include <vector>
+
+namespace wevora::platform {
+namespace {
+
+struct State {
+  DrawingTarget* current = nullptr;
+  std::vector<DrawingTarget*> saved;
+};
+
+State& state() noexcept {
+  thread_local State mine;
+  return mine;
+}
+
+}  // namespace
+
+DrawingTarget* GraphicsContext::currentContext() noexcept {
+  return state().current;
+}
+
+void GraphicsContext::setCurrentContext(DrawingTarget* context) {
+  state().current = context;
+}
+
+void GraphicsContext::saveGraphicsState() {
+  State& mine = state();
+  mine.saved.push_back(mine.current);
+  if (mine.current != nullptr) mine.current->save();
+}
+
+void GraphicsContext::restoreGraphicsState() noexcept {
+  State& mine = state();
+  if (mine.saved.empty()) return;
+  mine.current = mine.saved.back();
+  mine.saved.pop_back();
+  if (mine.current != nullptr) mine.current->restore();
+}
+
+void contextDrawImage(DrawingTarget& context, const Rect& rect, const BitmapRef& image) {
+  if (!image || rect.empty()) return;
+  context.drawBitmap(image, {.source = {0, 0, static_cast<double>(image->width()),
+                                        static_cast<double>(image->height())},
+                             .destination = rect,
+                             .upsideDown = context.isFlipped()});
+}
+
+}  // namespace wevora::platform

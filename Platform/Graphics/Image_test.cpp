@@ -1,0 +1,241 @@
+#include "Platform/Graphics/Image.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "Platform/Graphics/BitmapContext.h"
+#include "Platform/Graphics/GraphicsContext.h"
+#include "Tests/PictureFiles/PictureFiles.h"
+
+namespace wevora::platform {
+namespace {
+
+using testing_host::twoHalves;
+
+constexpr std::uint32_t kUpper = 0xFFFF0000;
+constexpr std::uint32_t kLower = 0xFF0000FF;
+constexpr std::uint32_t kGround = 0xFFFFFFFF;
+
+/// A target of some points, of one colour, and what is seen in it afterwards.
+class Paper {
+ public:
+  explicit Paper(bool flipped, double scale = 1, std::size_t points = 40)
+      : side_(static_cast<std::size_t>(static_cast<double>(points) * scale)),
+        context(BitmapContext::create(
+            {.width = side_, .height = side_, .scale = scale, .flipped = flipped})) {
+    context->fill(kGround);
+  }
+  void draw(const Image& image, const Rect& rect, const Rect& from = {},
+            CompositingOperation operation = CompositingOperation::SourceOver,
+            double fraction = 1.0) const {
+    const CurrentTarget current(*context);
+    image.drawInRect(rect, from, operation, fraction);
+  }
+  /// A pixel, counted from the upper left corner.
+  std::uint32_t at(std::size_t x, std::size_t y) const {
+    return context->createImage()->pixels()[y * side_ + x];
+  }
+
+ private:
+  std::size_t side_;
+
+ public:
+  std::shared_ptr<BitmapContext> context;
+};
+
+std::shared_ptr<Image> makeImage(const std::vector<ImageRep>& representations, Size size) {
+  auto image = std::make_shared<Image>(size);
+  image->addRepresentations(representations);
+  return image;
+}
+
+std::shared_ptr<Image> twoColours() {
+  return makeImage({{twoHalves(16, 16, kUpper, kLower), {16, 16}}}, {16, 16});
+}
+
+TEST(ImageTest, AnUnflippedImageIsUprightWhereYGrowsUpwards) {
+  const Paper paper(false);
+  paper.draw(*twoColours(), {4, 4, 16, 16});
+  EXPECT_EQ(paper.at(4, 40 - 20), kUpper);
+  EXPECT_EQ(paper.at(19, 40 - 5), kLower);
+}
+
+TEST(ImageTest, AnUnflippedImageIsUpsideDownWhereYGrowsDownwards) {
+  const Paper paper(true);
+  paper.draw(*twoColours(), {4, 4, 16, 16});
+  EXPECT_EQ(paper.at(4, 4), kLower);
+  EXPECT_EQ(paper.at(4, 19), kUpper);
+}
+
+TEST(ImageTest, AFlippedImageIsUprightWhereYGrowsDownwards) {
+  const Paper paper(true);
+  const auto image = twoColours();
+  image->setFlipped(true);
+  paper.draw(*image, {4, 4, 16, 16});
+  EXPECT_EQ(paper.at(4, 4), kUpper);
+  EXPECT_EQ(paper.at(4, 19), kLower);
+}
+
+TEST(ImageTest, NothingIsDrawnBesideTheRectangle) {
+  const Paper paper(true);
+  paper.draw(*twoColours(), {4, 4, 16, 16});
+  for (const auto& [x, y] : {std::pair{3U, 10U}, {20U, 10U}, {10U, 3U}, {10U, 20U}})
+    EXPECT_EQ(paper.at(x, y), kGround) << x << " " << y;
+}
+
+TEST(ImageTest, ASourceRectangleIsThePartThatIsDrawnInTheImagesOwnCoordinates) {
+  const Paper paper(false);
+  // The lower half: y grows upwards in an unflipped image.
+  paper.draw(*twoColours(), {0, 0, 20, 20}, {0, 0, 16, 8});
+  EXPECT_EQ(paper.at(10, 22), kLower);
+  EXPECT_EQ(paper.at(10, 38), kLower);
+
+  const Paper flippedPaper(true);
+  const auto flipped = twoColours();
+  flipped->setFlipped(true);
+  flippedPaper.draw(*flipped, {0, 0, 20, 20}, {0, 0, 16, 8});
+  EXPECT_EQ(flippedPaper.at(10, 2), kUpper);
+  EXPECT_EQ(flippedPaper.at(10, 17), kUpper);
+}
+
+TEST(ImageTest, SourceOverLeavesWhatIsThereWhereTheImageIsTransparent) {
+  const Paper paper(true);
+  paper.draw(*makeImage({{twoHalves(16, 16, 0, kLower), {16, 16}}}, {16, 16}), {0, 0, 16, 16});
+  EXPECT_EQ(paper.at(5, 2), kLower);
+  EXPECT_EQ(paper.at(5, 12), kGround);
+}
+
+TEST(ImageTest, CopyTakesThePlaceOfWhatIsThereEvenWhereTheImageIsTransparent) {
+  const Paper paper(true);
+  paper.draw(*makeImage({{twoHalves(16, 16, 0, kLower), {16, 16}}}, {16, 16}), {0, 0, 16, 16}, {},
+             CompositingOperation::Copy);
+  EXPECT_EQ(paper.at(5, 12), 0U);
+  EXPECT_EQ(paper.at(20, 12), kGround) << "only within the rectangle";
+}
+
+TEST(ImageTest, AFractionLetsWhatIsThereShineThrough) {
+  const Paper paper(true);
+  paper.context->fill(0xFF000000);
+  paper.draw(*twoColours(), {0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 0.5);
+  const std::uint32_t red = (paper.at(5, 12) >> 16U) & 0xFFU;
+  EXPECT_NEAR(red, 128, 2);
+  paper.draw(*twoColours(), {0, 20, 16, 16}, {}, CompositingOperation::SourceOver, 0.0);
+  EXPECT_EQ(paper.at(5, 30), 0xFF000000U);
+}
+
+TEST(ImageTest, ADisplayOfTwoPixelsAPointGetsThePictureOfTwiceThePixels) {
+  const auto image = makeImage({{twoHalves(16, 16, kUpper, kUpper), {16, 16}},
+                                {twoHalves(32, 32, kLower, kLower), {16, 16}}},
+                               {16, 16});
+  const Paper once(true);
+  once.draw(*image, {0, 0, 16, 16});
+  EXPECT_EQ(once.at(8, 8), kUpper);
+  const Paper twice(true, 2);
+  twice.draw(*image, {0, 0, 16, 16});
+  EXPECT_EQ(twice.at(16, 16), kLower);
+}
+
+TEST(ImageTest, TheBestRepresentationIsTheSmallestThatCoversElseTheLargest) {
+  const auto image = makeImage({{twoHalves(48, 48, 0, 0), {48, 48}},
+                                {twoHalves(16, 16, 0, 0), {16, 16}},
+                                {twoHalves(32, 32, 0, 0), {32, 32}}},
+                               {48, 48});
+  EXPECT_EQ(image->bestRepresentation({8, 8})->bitmap->width(), 16U);
+  EXPECT_EQ(image->bestRepresentation({16, 16})->bitmap->width(), 16U);
+  EXPECT_EQ(image->bestRepresentation({17, 17})->bitmap->width(), 32U);
+  EXPECT_EQ(image->bestRepresentation({200, 200})->bitmap->width(), 48U);
+  EXPECT_EQ(Image().bestRepresentation({8, 8}), nullptr);
+}
+
+TEST(ImageTest, OfTwoRepresentationsOfAsManyPixelsTheOneForAsManyPointsIsDrawn) {
+  const auto image = makeImage({{twoHalves(32, 32, kUpper, kUpper), {32, 32}},
+                                {twoHalves(32, 32, kLower, kLower), {16, 16}}},
+                               {32, 32});
+  const Paper twice(true, 2);
+  twice.draw(*image, {0, 0, 16, 16});
+  EXPECT_EQ(twice.at(16, 16), kLower);
+  const Paper once(true);
+  once.draw(*image, {0, 0, 32, 32});
+  EXPECT_EQ(once.at(16, 16), kUpper);
+}
+
+TEST(ImageTest, ACopyHasItsOwnFlagAndSizeAndSharesTheBitmaps) {
+  const auto image = twoColours();
+  const auto copy = image->copy();
+  copy->setFlipped(true);
+  copy->setSize({5, 5});
+  EXPECT_FALSE(image->isFlipped());
+  EXPECT_EQ(image->size(), (Size{16, 16}));
+  EXPECT_EQ(copy->representations()[0].bitmap, image->representations()[0].bitmap);
+}
+
+TEST(ImageTest, WithoutATargetOrWithARectangleThatIsNoneNothingHappens) {
+  twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::Copy, 1.0);
+  const Paper paper(true);
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const Rect& rect : {Rect{0, 0, 0, 16}, Rect{0, 0, -3, 16}, Rect{nan, 0, 16, 16},
+                           Rect{0, 0, 16, std::numeric_limits<double>::infinity()}})
+    paper.draw(*twoColours(), rect);
+  paper.draw(Image({16, 16}), {0, 0, 16, 16});
+  EXPECT_EQ(paper.at(0, 0), kGround);
+}
+
+TEST(ImageTest, WhatIsDrawnWhileItsFocusIsLockedIsInTheImage) {
+  const auto image = makeImage({{twoHalves(64, 64, kGround, kGround), {64, 64}}}, {64, 64});
+  image->lockFocus();
+  twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 1.0);
+  image->unlockFocus();
+  EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
+  ASSERT_EQ(image->representations().size(), 1U);
+  const auto pixels = image->representations()[0].bitmap->pixels();
+  EXPECT_EQ(pixels[(64 - 16) * 64], kUpper) << "y grows upwards, from the lower left corner";
+  EXPECT_EQ(pixels[63 * 64 + 15], kLower);
+  EXPECT_EQ(pixels[63 * 64 + 16], kGround);
+}
+
+TEST(ImageTest, TheFocusIsAsFineAsTheFinestRepresentation) {
+  const auto image = makeImage({{twoHalves(16, 16, kGround, kGround), {16, 16}},
+                                {twoHalves(32, 32, kGround, kGround), {16, 16}}},
+                               {16, 16});
+  image->lockFocus();
+  EXPECT_DOUBLE_EQ(GraphicsContext::currentContext()->deviceScale(), 2.0);
+  image->unlockFocus();
+  EXPECT_EQ(image->representations()[0].bitmap->width(), 32U);
+  EXPECT_EQ(image->representations()[0].size, (Size{16, 16}));
+}
+
+TEST(ImageTest, AnUnlockWithoutALockDoesNothing) {
+  const auto image = twoColours();
+  image->unlockFocus();
+  EXPECT_EQ(image->representations().size(), 1U);
+}
+
+TEST(ImageTest, AnImageThatGoesWhileItsFocusIsLockedGivesTheTargetBack) {
+  const Paper paper(true);
+  const CurrentTarget current(*paper.context);
+  auto image = twoColours();
+  image->lockFocus();
+  image.reset();
+  EXPECT_EQ(GraphicsContext::currentContext(), paper.context.get());
+}
+
+TEST(ImageTest, AHostsImageSendsWhatIsDrawnIntoItToTheHostsTarget) {
+  const Paper paper(false);
+  Image image({40, 40}, [&](const Image&) { return paper.context; });
+  image.lockFocus();
+  twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 1.0);
+  image.unlockFocus();
+  EXPECT_TRUE(image.representations().empty());
+  EXPECT_EQ(paper.at(0, 39), kLower);
+}
+
+TEST(ImageTest, TheRenderingForASmallRectangleIsTheSmallPicture) {
+  const auto image = makeImage(
+      {{twoHalves(64, 64, 0, 0), {64, 64}}, {twoHalves(16, 16, 0, 0), {16, 16}}}, {64, 64});
+  EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 16U);
+  EXPECT_EQ(Image().CGImageForProposedRect({0, 0, 8, 8}), nullptr);
+}
+
+}  // namespace
+}  // namespace wevora::platform
