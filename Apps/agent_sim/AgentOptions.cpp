@@ -95,7 +95,7 @@ void checkCommand(CtlOptions& options) {
   } else if (options.command == "event") {
     want(count >= 2, "a NAME and a PATH");
     std::transform(options.arguments.begin() + 1, options.arguments.end(),
-                   options.arguments.begin() + 1, &absolute);
+                   options.arguments.begin() + 1, &pathArgument);
   } else if (options.command == "quit") {
     want(count == 0, "nothing more");
   } else {
@@ -108,7 +108,7 @@ void checkCommand(CtlOptions& options) {
 ServeOptions serveOptions(std::span<const char* const> arguments) {
   ServeOptions options;
   const auto addVolume = [&](const std::string& text) {
-    const auto volume = absolute(text);
+    const auto volume = pathArgument(text);
     if (std::find(options.volumes.begin(), options.volumes.end(), volume) == options.volumes.end())
       options.volumes.push_back(volume);
   };

@@ -8,6 +8,8 @@
 namespace wevora::agent_sim {
 namespace {
 
+constexpr std::chrono::seconds kSettled{5};
+
 platform::Array valuesOf(const std::vector<std::string>& texts) {
   return {texts.begin(), texts.end()};
 }
@@ -32,24 +34,48 @@ bool Announcer::becomeAvailable() {
 }
 
 void Announcer::event(const std::string& path, const std::string& word) {
+  if (word != kEventRemoved) moved_.insert(path);
+  gather(path, word);
+}
+
+void Announcer::rememberWhatMoved() {
+  if (moved_.empty()) return;
+  for (const auto& path : moved_) ++unsettled_[path];
+  dispatch_.mainQueue().after(kSettled,
+                              [weak = std::weak_ptr(self_), paths = std::exchange(moved_, {})] {
+                                if (const auto self = weak.lock())
+                                  for (const auto& path : paths) (*self)->settled(path);
+                              });
+}
+
+void Announcer::settled(const std::string& path) {
+  const auto found = unsettled_.find(path);
+  if (--found->second > 0) return;
+  unsettled_.erase(found);
+  gather(path, kEventSettled);
+}
+
+void Announcer::gather(const std::string& path, const std::string& word) {
   events_.add(path, word);
   if (telling_) return;
   // Later even where it is due: what happens in one go is told as one.
   telling_ = true;
-  dispatch_.mainQueue().after(*events_.untilDue(), [weak = std::weak_ptr(self_)] {
-    if (const auto self = weak.lock()) (*self)->tellEvents();
-  });
+  tellEventsAfter(*events_.untilDue());
 }
 
 void Announcer::tellEvents() {
+  rememberWhatMoved();
   if (const auto batch = events_.take())
     post(kIDaemonConnectionWVREventNotification,
          {{kIDaemonConnectionWVREventNotificationPathsKey, valuesOf(batch->paths)},
           {kIDaemonConnectionWVREventNotificationEventsKey, valuesOf(batch->words)}});
   const auto wait = events_.untilDue();
   telling_ = wait.has_value();
-  if (!wait) return;
-  dispatch_.mainQueue().after(*wait, [weak = std::weak_ptr(self_)] {
+  if (wait) tellEventsAfter(*wait);
+}
+
+void Announcer::tellEventsAfter(std::chrono::nanoseconds wait) {
+  dispatch_.mainQueue().after(wait, [weak = std::weak_ptr(self_)] {
     if (const auto self = weak.lock()) (*self)->tellEvents();
   });
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "Apps/agent_sim/EventCoalescer.h"
@@ -32,17 +35,25 @@ class Announcer {
   /// Now, and again after a while: a listener that is just noticing the end of the agent before
   /// this one begins to listen only then.
   bool becomeAvailable();
+  /// Told soon, and, when nothing more has happened to the path, once again after five seconds: a
+  /// listener that has just read an item takes it for unchanged until it is four seconds old.
   void event(const std::string& path, const std::string& word);
 
  private:
+  void gather(const std::string& path, const std::string& word);
   void tellEvents();
+  void tellEventsAfter(std::chrono::nanoseconds wait);
+  void rememberWhatMoved();
+  void settled(const std::string& path);
 
   platform::DistributedNotificationCenter& center_;
   platform::Dispatch& dispatch_;
   const std::string object_;
   Warn warn_;
   EventCoalescer events_;
-  bool telling_ = false;  ///< a time is set
+  std::set<std::string> moved_;           ///< since events were told last
+  std::map<std::string, int> unsettled_;  ///< how often a path waits to be told again
+  bool telling_ = false;                  ///< a time is set
   bool warned_ = false;
   std::shared_ptr<Announcer*> self_ = std::make_shared<Announcer*>(this);  ///< for delayed blocks
 };

@@ -81,6 +81,29 @@ TEST_F(AnnouncerTest, EventsAreToldAtMostFiveTimesASecond) {
   EXPECT_EQ(center.posted.size(), 6U);
 }
 
+TEST_F(AnnouncerTest, APathIsToldAgainOnceWhenNothingMoreHasHappenedToItForFiveSeconds) {
+  announcer.event("/a", "Created");
+  dispatch.advance(3s);
+  announcer.event("/a", "Synchronized");
+  dispatch.advance(4s);
+  EXPECT_EQ(center.posted.size(), 2U);
+  dispatch.advance(2s);
+  ASSERT_EQ(center.posted.size(), 3U);
+  const auto& userInfo = center.posted[2].userInfo;
+  EXPECT_EQ(*userInfo.find(kIDaemonConnectionWVREventNotificationPathsKey),
+            platform::Value(platform::Array{"/a"}));
+  EXPECT_EQ(*userInfo.find(kIDaemonConnectionWVREventNotificationEventsKey),
+            platform::Value(platform::Array{"Settled"}));
+  dispatch.advance(60s);
+  EXPECT_EQ(center.posted.size(), 3U);
+}
+
+TEST_F(AnnouncerTest, WhatWasRemovedIsToldOnce) {
+  announcer.event("/a", "Removed");
+  dispatch.advance(60s);
+  EXPECT_EQ(center.posted.size(), 1U);
+}
+
 TEST_F(AnnouncerTest, WhereNobodyCanBeToldItIsSaidOnce) {
   center.reachable = false;
   EXPECT_FALSE(announcer.becomeAvailable());

@@ -1,23 +1,16 @@
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "Apps/CommandLine/Arguments.h"
+#include "Apps/CommandLine/PathArgument.h"
+
 namespace wevora::agent_sim {
 
-/// A call that the usage does not allow, in one line.
-class WrongUsage : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-/// A path of the command line. Throws WrongUsage for an empty one, and Failure where there is no
-/// current folder to which it could be relative.
-std::string absolute(const std::string& path);
-
-/// Paths may hold line ends, but what is told is one line.
-std::string oneLine(std::string_view text);
+using command_line::oneLine;
+using command_line::pathArgument;
+using command_line::WrongUsage;
 
 /// One line on the standard output, at once.
 void say(std::string_view text);

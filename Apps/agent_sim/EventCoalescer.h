@@ -18,6 +18,8 @@ inline constexpr const char* kEventCreated = "Created";
 inline constexpr const char* kEventChanged = "Changed";
 inline constexpr const char* kEventRemoved = "Removed";
 inline constexpr const char* kEventSynchronized = "Synchronized";
+/// Nothing more has happened for a while.
+inline constexpr const char* kEventSettled = "Settled";
 
 /// Gathers events, so that they are told at most five times a second however many there are.
 /// Threads: one. Owns: the events that wait. Errors: none.

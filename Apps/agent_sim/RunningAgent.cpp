@@ -1,5 +1,6 @@
 #include "Apps/agent_sim/RunningAgent.h"
 
+#include <algorithm>
 #include <future>
 #include <map>
 #include <utility>

@@ -1,11 +1,11 @@
 #include "Apps/agent_sim/Serve.h"
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include <glib-unix.h>
 
@@ -30,8 +30,9 @@ using platform::PublishedService;
 class MainLoop {
  public:
   MainLoop() : loop_(g_main_loop_new(nullptr, FALSE)) {
-    for (std::size_t i = 0; i < kSignals.size(); ++i)
-      sources_[i] = g_unix_signal_add(kSignals[i], &MainLoop::ended, loop_);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+      if (!isIgnored(signal))
+        sources_.push_back(g_unix_signal_add(signal, &MainLoop::ended, loop_));
     std::signal(SIGPIPE, SIG_IGN);  // who reads what is said may go away
   }
   ~MainLoop() {
@@ -45,15 +46,18 @@ class MainLoop {
   void quit() { g_main_loop_quit(loop_); }
 
  private:
-  static constexpr std::array<int, 3> kSignals{SIGTERM, SIGINT, SIGHUP};
-
+  /// By whoever started us, such as nohup.
+  static bool isIgnored(int signal) {
+    struct sigaction action {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+  }
   static gboolean ended(gpointer loop) noexcept {
     g_main_loop_quit(static_cast<GMainLoop*>(loop));
     return G_SOURCE_CONTINUE;
   }
 
   GMainLoop* loop_;
-  std::array<guint, kSignals.size()> sources_{};
+  std::vector<guint> sources_;
 };
 
 /// Of this process alone.

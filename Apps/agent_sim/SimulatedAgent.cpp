@@ -7,7 +7,6 @@
 
 namespace wevora::agent_sim {
 
-using platform::Value;
 using Array = IDaemonConnection::Array;
 using Dictionary = IDaemonConnection::Dictionary;
 using Text = IDaemonConnection::Text;

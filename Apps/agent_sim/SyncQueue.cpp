@@ -22,7 +22,7 @@ void SyncQueue::startTurn() {
 }
 
 void SyncQueue::add(const std::string& path, platform::Date since) {
-  const Place place{since, added_};
+  const Place place{since.secondsSince1970, added_};
   if (!places_.emplace(path, place).second) return;
   ++added_;
   if (order_.empty()) startTurn();

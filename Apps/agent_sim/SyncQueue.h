@@ -37,7 +37,7 @@ class SyncQueue {
   std::size_t size() const { return places_.size(); }
 
  private:
-  using Place = std::pair<platform::Date, std::uint64_t>;
+  using Place = std::pair<double, std::uint64_t>;  ///< since when, and its number
   void startTurn();
 
   const platform::Clock& clock_;

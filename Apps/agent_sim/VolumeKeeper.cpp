@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kFoldersInSlice = 64;
 /// What is written in many steps is looked at once.
-constexpr std::chrono::milliseconds kMoment{50};
+constexpr std::chrono::milliseconds kMoment{100};
 constexpr std::chrono::seconds kRetry{2};
 constexpr std::chrono::seconds kRescanOfUnwatched{5};
 

@@ -74,7 +74,7 @@ Call parse(std::span<const char* const> arguments) {
     if (argument == "--account")
       call.account = value();
     else if (argument == "--volume")
-      call.volume = absolute(value());
+      call.volume = pathArgument(value());
     else if (argument == "--include")
       call.included.push_back(value());
     else if (argument == "--exclude")
@@ -82,11 +82,11 @@ Call parse(std::span<const char* const> arguments) {
     else if (argument == "--synchronized" || argument == "--pending")
       setMark(call, argument == "--synchronized");
     else if (argument == "--")
-      while (++i < arguments.size()) call.paths.push_back(absolute(arguments[i]));
+      while (++i < arguments.size()) call.paths.push_back(pathArgument(arguments[i]));
     else if (argument.starts_with("-"))
       throw WrongUsage("unknown option '" + argument + "'");
     else
-      call.paths.push_back(absolute(argument));
+      call.paths.push_back(pathArgument(argument));
   }
   return call;
 }

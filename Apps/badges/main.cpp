@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iostream>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -52,10 +53,10 @@ int notWritten(const WVRAppSupport& settings, const platform::InstalledPaths& pa
 }
 
 int turn(bool on, WVRAppSupport& settings, const platform::InstalledPaths& paths) {
-  settings.writeKey(kFinderOverlayEnabledKey, platform::Value(on));
+  const std::optional<platform::Value> wanted(std::in_place, on);
+  settings.writeKey(kFinderOverlayEnabledKey, wanted);
   // A write tells nobody that it failed.
-  if (settings.readKey(kFinderOverlayEnabledKey) != platform::Value(on))
-    return notWritten(settings, paths);
+  if (settings.readKey(kFinderOverlayEnabledKey) != wanted) return notWritten(settings, paths);
   if (tellFileManagers()) return kDone;
   return complain(kNotTold,
                   "there is no session bus on which running file managers could be told; they "

@@ -16,6 +16,7 @@
 #include "Platform/Dispatch/ManualDispatch.h"
 #include "Platform/Support/TemporaryFolder.h"
 #include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Platform/Volumes/ManualVolumes.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
@@ -30,12 +31,6 @@ using Word = WVIconProvider::Word;
 
 constexpr const char* kSynced = SyncDatabase::kSynchronized;
 constexpr const char* kTop = SyncDatabase::kTop;
-
-class TestVolumes : public platform::Volumes {
- public:
-  std::vector<platform::Volume> mountedVolumes() const override { return volumes; }
-  std::vector<platform::Volume> volumes = {{"/", "ext4"}};
-};
 
 /// A folder whose path has no capitals: only such paths are redrawn when they are listed.
 class LowerCaseFolder {
@@ -89,7 +84,7 @@ class ProviderTest : public testing::Test {
 
   LowerCaseFolder folder;
   std::string volume = folder.path() + "/volume";
-  TestVolumes volumes;
+  platform::ManualVolumes volumes;
   testing_host::RecordingHost host;
   platform::SystemClock systemClock;
   platform::SqliteDatabases databases{systemClock};

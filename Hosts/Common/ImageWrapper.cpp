@@ -14,8 +14,8 @@ std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& run
       }),
       "@@:");
   wrappers->addMethod("initWithNSImage:",
-                      Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& image) {
-                        static_cast<ImageWrapper&>(*self).image = image;
+                      Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& shown) {
+                        static_cast<ImageWrapper&>(*self).image = shown;
                         return self;
                       }),
                       "@@:@");

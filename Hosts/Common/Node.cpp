@@ -19,7 +19,7 @@ Nodes::Nodes(platform::Runtime& runtime) : class_(runtime.registerClass("FINode"
 
 std::shared_ptr<Node> Nodes::make(const std::string& uri) {
   // The last share takes the node out of the table.
-  const std::shared_ptr<Node> node(new Node(*class_, uri), [this](Node* gone) {
+  std::shared_ptr<Node> node(new Node(*class_, uri), [this](Node* gone) {
     nodes_.erase(gone);
     std::default_delete<Node>()(gone);
   });

@@ -4,8 +4,8 @@ namespace wevora::nautilus {
 namespace {
 
 graphene_rect_t rectOf(const platform::Rect& rect) {
-  return GRAPHENE_RECT_INIT(static_cast<float>(rect.x), static_cast<float>(rect.y),
-                            static_cast<float>(rect.width), static_cast<float>(rect.height));
+  return {{static_cast<float>(rect.x), static_cast<float>(rect.y)},
+          {static_cast<float>(rect.width), static_cast<float>(rect.height)}};
 }
 
 /// Where the whole bitmap lies if its `source` fills a destination of this size at the origin.

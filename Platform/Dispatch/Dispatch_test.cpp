@@ -229,7 +229,10 @@ TEST(GLibOperationQueue, ThreadPriorityIsTheNicenessOfTheWorkerWhileItRunsTheOpe
     queue->addOperation(
         work([&] { niceness.push_back(::getpriority(PRIO_PROCESS, 0) - base); }, 0, priority));
   queue->waitUntilAllOperationsAreFinished();
-  EXPECT_EQ(niceness, (std::vector<int>{15, 0, 8, 0, 19, 0}));
+  // The kernel goes no further than 19, wherever this process began.
+  std::vector<int> wanted = {15, 0, 8, 0, 19, 0};
+  for (int& step : wanted) step = std::min(step, 19 - base);
+  EXPECT_EQ(niceness, wanted);
 }
 
 TEST(GLibOperationQueue, KeepsAllOperationsThroughThousandsOfSmallOnes) {

@@ -19,7 +19,8 @@ inline constexpr const char* kDistributedNotificationPath =
 /// The road to the bus is this object's own, taken at first use, and waited for two seconds at
 /// most: the process goes on when the bus goes away.
 /// Threads: the main thread. Owns: the connection to the bus.
-/// Errors: none; without a bus observing does nothing, and posting answers false.
+/// Errors: none; without a bus observing does nothing, and posting answers false, as it does for
+///   what the bus cannot carry.
 class BusNotificationCenter : public DistributedNotificationCenter {
  public:
   BusNotificationCenter();

@@ -97,7 +97,7 @@ struct FolderWatch::State {
   }
 
   std::vector<FolderEvent> readSome() {
-    alignas(inotify_event) std::array<char, 64 * 1024> buffer{};
+    alignas(inotify_event) std::array<char, 65536> buffer{};
     const auto count = ::read(inotify.get(), buffer.data(), buffer.size());
     std::vector<FolderEvent> events;
     for (std::size_t at = 0; count > 0 && at < static_cast<std::size_t>(count);) {

@@ -45,7 +45,9 @@ TEST_F(AgentControlTest, AnEventIsToldAsItWasGiven) {
   ASSERT_TRUE(agent);
   EXPECT_EQ(ctl({"event", "Removed", "/a b", "/\xC3\xA9"}).status, 0);
   ASSERT_TRUE(hears(kIDaemonConnectionWVREventNotification));
-  const auto& told = heard.back();
+  const auto told = *std::find_if(heard.begin(), heard.end(), [](const auto& one) {
+    return one.name == kIDaemonConnectionWVREventNotification;
+  });
   EXPECT_EQ(told.paths, (std::vector<std::string>{"/a b", "/\xC3\xA9"}));
   EXPECT_EQ(told.words, std::vector<std::string>{"Removed"});
   EXPECT_EQ(told.object, "com.Wevora.client.zoe.0." + std::to_string(agent->pid()));

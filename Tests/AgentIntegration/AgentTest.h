@@ -40,6 +40,7 @@ class AgentTest : public testing::Test {
 
   AgentTest() {
     ::setenv("GIO_USE_VFS", "local", 1);
+    ::setenv("GIO_MODULE_DIR", "/nonexistent", 1);
     mounted = volume.mount();
     for (const auto* name : {kIDaemonConnectionBecomeAvailableNotification,
                              kIDaemonConnectionAccountInfoChangedNotification,

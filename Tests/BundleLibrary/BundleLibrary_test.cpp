@@ -1,14 +1,18 @@
 #include <cstdlib>
 #include <dlfcn.h>
+#include <fstream>
+#include <sys/mount.h>
 
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
 #include "Platform/Bundles/Bundle.h"
 #include "Platform/Graphics/ImageFiles.h"
+#include "Platform/InstalledPaths/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Runtime/Runtime.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Integration/InMountNamespace.h"
 
 namespace wevora {
 namespace {
@@ -20,15 +24,28 @@ using platform::InstalledPaths;
 using platform::Runtime;
 using platform::send;
 
-/// The bundle of this build, in a process of no user's.
+/// A home folder that the bundle's start may write to: the password database of this process's
+/// mount namespace has no other.
+class PrivateHome : public testing::Environment {
+ public:
+  void SetUp() override {
+    const std::string users = folder_.path("passwd");
+    std::ofstream(users) << "root:x:0:0:root:" << folder_.path() << ":/bin/sh\n";
+    ASSERT_EQ(::mount(users.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+    ASSERT_EQ(platform::homeFolderOfUser("root"), folder_.path());
+    ::setenv("HOME", folder_.path().c_str(), 1);
+    ::setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + folder_.path("none")).c_str(), 1);
+  }
+  void TearDown() override { ::umount("/etc/passwd"); }
+
+ private:
+  platform::TemporaryFolder folder_;
+};
+
+/// The bundle of this build.
 class BundleLibraryTest : public testing::Test {
  protected:
-  BundleLibraryTest() {
-    ::setenv("HOME", home.path().c_str(), 1);
-    ::setenv("XDG_RUNTIME_DIR", home.path().c_str(), 1);
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + home.path("none")).c_str(), 1);
-  }
-  platform::TemporaryFolder home;
   InstalledPaths paths = InstalledPaths::belowRoot(WEVORA_BUILD);
   std::optional<Bundle> bundle =
       Bundle::bundleWithPath("/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle", paths);
@@ -90,3 +107,8 @@ TEST_F(BundleLibraryTest, ItHooksTheClassesOfTheHostThatLoadsItOnceAndExportsThe
 
 }  // namespace
 }  // namespace wevora
+
+int main(int count, char** arguments) {
+  testing::AddGlobalTestEnvironment(new wevora::PrivateHome);  // which the framework owns
+  return wevora::testing_host::runTestsInMountNamespace(count, arguments);
+}

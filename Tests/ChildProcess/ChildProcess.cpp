@@ -54,12 +54,14 @@ std::vector<std::string> environmentWith(const Environment& changes) {
     else
       all.erase(name);
   std::vector<std::string> entries;
+  entries.reserve(all.size());
   for (const auto& [name, value] : all) entries.push_back(name + "=" + value);
   return entries;
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (auto& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
@@ -71,6 +73,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM}) std::signal(signal, SIG_DFL);
   const int input = ::open("/dev/null", O_RDONLY);
   ::dup2(input, STDIN_FILENO);
   ::dup2(output, STDOUT_FILENO);

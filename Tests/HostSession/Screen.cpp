@@ -84,6 +84,10 @@ Look Screen::look(unsigned window) const {
   return {readPicture(file), std::move(cells)};
 }
 
+std::vector<Place> Screen::cells(unsigned window) const {
+  return placesOf(call("Look", g_variant_new("(us)", window, "")));
+}
+
 void Screen::nextFrame(unsigned window) const {
   call("NextFrame", g_variant_new("(u)", window));
 }

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <functional>
 #include <gtk/gtk.h>
+#include <memory>
 #include <nautilus-extension.h>
 #include <optional>
 #include <string>
@@ -157,8 +158,7 @@ bool savePicture(GtkWidget* window, const char* file) {
   gdk_paintable_snapshot(paintable.get(), snapshot, width, height);
   GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
   if (node == nullptr) return false;
-  const graphene_rect_t whole =
-      GRAPHENE_RECT_INIT(0, 0, static_cast<float>(width), static_cast<float>(height));
+  const graphene_rect_t whole{{0, 0}, {static_cast<float>(width), static_cast<float>(height)}};
   const GObjectPtr<GdkTexture> texture(
       gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &whole));
   gsk_render_node_unref(node);
@@ -177,13 +177,13 @@ void answerAfterFrame(GtkWidget* window, Invocation* invocation,
     gulong handler;
   };
   GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
-  auto* waiting = new Waiting{invocation, std::move(answer), 0};
+  auto* waiting = std::make_unique<Waiting>(Waiting{invocation, std::move(answer), 0}).release();
   waiting->handler =
       g_signal_connect(clock, "after-paint", G_CALLBACK(+[](GdkFrameClock* painted, Waiting* done) {
+                         const std::unique_ptr<Waiting> ended(done);
                          g_signal_handler_disconnect(painted, done->handler);
                          g_dbus_method_invocation_return_value(
                              done->invocation, done->answer ? done->answer() : nullptr);
-                         delete done;
                        }),
                        waiting);
   gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_AFTER_PAINT);
@@ -234,8 +234,11 @@ bool eject(GtkWidget* window, const std::string& label) {
 /// frame from its first to its last phase, in milliseconds.
 class ScrollTiming {
  public:
+  ScrollTiming(GtkWidget* window, guint frames, Invocation* invocation)
+      : window_(window), frames_(frames), invocation_(invocation) {}
+
   static void start(GtkWidget* window, guint frames, Invocation* invocation) {
-    auto* timing = new ScrollTiming(window, frames, invocation);
+    auto* timing = std::make_unique<ScrollTiming>(window, frames, invocation).release();
     GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
     timing->clock_ = clock;
     timing->before_ = g_signal_connect(
@@ -249,15 +252,13 @@ class ScrollTiming {
   }
 
  private:
-  ScrollTiming(GtkWidget* window, guint frames, Invocation* invocation)
-      : window_(window), frames_(frames), invocation_(invocation) {}
-
   void frameEnded() {
     times_.push_back(static_cast<double>(g_get_monotonic_time() - began_) / 1000.0);
     if (times_.size() < frames_) {
       scrollTo(window_, static_cast<double>(times_.size()) / frames_);
       return;
     }
+    const std::unique_ptr<ScrollTiming> ended(this);
     gdk_frame_clock_end_updating(clock_);
     g_signal_handler_disconnect(clock_, before_);
     g_signal_handler_disconnect(clock_, after_);
@@ -265,7 +266,6 @@ class ScrollTiming {
     g_variant_builder_init(&times, G_VARIANT_TYPE("ad"));
     for (const double time : times_) g_variant_builder_add(&times, "d", time);
     g_dbus_method_invocation_return_value(invocation_, g_variant_new("(ad)", &times));
-    delete this;
   }
 
   GtkWidget* const window_;
@@ -308,7 +308,7 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
     const char* file = nullptr;
     g_variant_get(arguments, "(u&s)", &number, &file);
     return answerAfterFrame(window, invocation, [window, path = std::string(file)] {
-      savePicture(window, path.c_str());
+      if (!path.empty()) savePicture(window, path.c_str());
       return cellsOf(window);
     });
   }

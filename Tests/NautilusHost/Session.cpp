@@ -8,6 +8,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kSettings = ".config/glib-2.0/settings/keyfile";
+
 void installModules(Session::Module module) {
   const fs::path extensions = WEVORA_NAUTILUS_EXTENSIONS;
   mountEmpty(extensions.string());
@@ -31,11 +33,16 @@ const Environment kEnvironment = {{"GDK_BACKEND", "x11"},
 
 }  // namespace
 
-Session::Session(View view, Module module) : HostSession("1400x1000") {
+Session::Session(View view, Module module) : HostSession("2400x1600") {
   installModules(module);
-  writeAtHome(".config/glib-2.0/settings/keyfile",
-              std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") +
-                  nameOf(view) + "'\nrecursive-search='always'\n");
+  writeAtHome(kSettings, std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") +
+                             nameOf(view) + "'\nrecursive-search='always'\n");
+  setWindowSize(1000, 800);
+}
+
+void Session::setWindowSize(int width, int height) const {
+  writeAtHome(kSettings, "[org/gnome/nautilus/window-state]\ninitial-size=(" +
+                             std::to_string(width) + ", " + std::to_string(height) + ")\n");
 }
 
 void Session::open(const std::string& location, std::size_t items) {

@@ -15,6 +15,8 @@ class Session : public HostSession {
 
   explicit Session(View view, Module module = Module::Present);
 
+  /// In points; before the file manager is started.
+  void setWindowSize(int width, int height) const;
   /// Starts the file manager with one window, and waits until that shows so many items at least.
   void open(const std::string& location, std::size_t items = 1);
   /// Another window of the same file manager.

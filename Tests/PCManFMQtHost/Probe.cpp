@@ -161,9 +161,15 @@ GVariant* cellsOf(QWidget* window) {
   for (auto* view : viewsIn(window)) {
     const auto* model = view->model();
     const int rows = model == nullptr ? 0 : model->rowCount(view->rootIndex());
-    for (int row = 0; row < rows; ++row) {
+    const QRect seen = view->viewport()->rect();
+    // A detailed list looks for the place of a row among all rows.
+    const bool inOrder = qobject_cast<QTreeView*>(view) != nullptr;
+    const int first = inOrder ? qMax(0, view->indexAt({1, 1}).row()) : 0;
+    for (int row = first; row < rows; ++row) {
       const auto index = model->index(row, 0, view->rootIndex());
-      if (!QRectF(view->viewport()->rect()).contains(iconRect(*view, index))) continue;
+      const QRect place = view->visualRect(index);
+      if (inOrder && place.top() > seen.bottom()) break;
+      if (!place.intersects(seen) || !QRectF(seen).contains(iconRect(*view, index))) continue;
       const QObject* kind = isOnDesktop(*view) ? view->parent() : view;
       addPlace(cells, uriOf(index), kind->metaObject()->className(), *view->viewport(),
                iconRect(*view, index));

@@ -11,6 +11,7 @@
 #include "Platform/Dispatch/ManualDispatch.h"
 #include "Platform/Support/TemporaryFolder.h"
 #include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Platform/Volumes/ManualVolumes.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
 namespace wevora {
@@ -20,17 +21,6 @@ namespace fs = std::filesystem;
 using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""s;
 using testing_host::SyncDatabase;
-
-/// A mount table of "/" and some folders; counts how often it is asked for.
-class TestVolumes : public platform::Volumes {
- public:
-  std::vector<platform::Volume> mountedVolumes() const override {
-    ++asked;
-    return volumes;
-  }
-  std::vector<platform::Volume> volumes = {{"/", "ext4"}};
-  mutable int asked = 0;
-};
 
 /// Two volumes, A and AB, with databases of account 42.
 class PoolTest : public testing::Test {
@@ -54,7 +44,7 @@ class PoolTest : public testing::Test {
   platform::TemporaryFolder folder;
   std::string a = folder.path("A");
   std::string ab = folder.path("AB");
-  TestVolumes volumes;
+  platform::ManualVolumes volumes;
   platform::SystemClock systemClock;
   platform::SqliteDatabases databases{systemClock};
   platform::ManualUnmountApprovals approvals;

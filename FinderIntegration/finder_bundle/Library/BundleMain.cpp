@@ -1,3 +1,4 @@
+#include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "FinderIntegration/finder_bundle/BundleLoad.h"
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
@@ -18,7 +19,7 @@ BundleLoad::Services servicesOfTheProcess() {
                         .visited = nullptr},
           .provider = WVIconProvider::defaultProvider(),
           .finderTools = WVFinderTools::sharedTools(),
-          .loadFileTools = nullptr,
+          .loadFileTools = &WVRFileTools::load,
           .loadAgentConnector = &WVAgentConnector::load,
           .loadDateFormat = &loadNSDateDBFormat};
 }
