@@ -32,7 +32,7 @@ QtSession::QtSession(const Options& options) : HostSession("2400x1000"), options
                           "[FolderView]\nBigIconSize=48\nSmallIconSize=24\n"
                           "FolderViewCellMargins=@Size(3 3)\nShowThumbnails=false\nMode=") +
                   nameOf(options.view) +
-                  "\n[Window]\nFixedWidth=780\nFixedHeight=600\nRememberWindowSize=false\n");
+                  "\n[Window]\nFixedWidth=780\nFixedHeight=960\nRememberWindowSize=false\n");
 }
 
 Environment QtSession::environment() const {
