@@ -14,6 +14,7 @@ namespace {
 /// The words as the system takes them; good as long as they are.
 std::vector<char*> asArguments(const std::vector<std::string>& command) {
   std::vector<char*> words;
+  words.reserve(command.size() + 1);
   for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
   words.push_back(nullptr);
   return words;

@@ -52,7 +52,7 @@ class Screen {
                 unsigned window = 0) const;
   /// Puts an icon of the desktop somewhere else, points.
   void move(const std::string& uri, double x, double y, unsigned window = 0) const;
-  /// How often the window's view of items was asked to paint.
+  /// How often the window's view of items was asked to paint all that is seen of it.
   unsigned paints(unsigned window = 0) const;
   /// Types into the search entry.
   void search(const std::string& text, unsigned window = 0) const;

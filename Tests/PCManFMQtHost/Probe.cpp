@@ -10,6 +10,7 @@
 #include <QListView>
 #include <QMainWindow>
 #include <QMimeData>
+#include <QPaintEvent>
 #include <QPointer>
 #include <QScreen>
 #include <QScrollBar>
@@ -49,7 +50,8 @@ constexpr int kFrame = 20;  // milliseconds
 
 using Invocation = GDBusMethodInvocation;
 
-/// Counts what the host's views of items are asked to paint.
+/// Counts how often the host's views of items are asked to paint all that is seen of them; single
+/// items are painted whenever the host hears of a change of their files.
 class Paints : public QObject {
  public:
   guint of(const QWidget* window) const { return counts_.value(window); }
@@ -58,9 +60,11 @@ class Paints : public QObject {
   bool eventFilter(QObject* object, QEvent* event) override {
     if (event->type() != QEvent::Paint || !object->isWidgetType()) return false;
     const auto* owner = object->parent();
+    const auto* widget = static_cast<QWidget*>(object);
     // The plug-in that is tested sends the host each event once more.
-    if (owner != nullptr && owner->inherits("Fm::FolderViewListView") && event != latest_)
-      ++counts_[static_cast<QWidget*>(object)->window()];
+    if (owner != nullptr && owner->inherits("Fm::FolderViewListView") && event != latest_ &&
+        static_cast<QPaintEvent*>(event)->rect() == widget->rect())
+      ++counts_[widget->window()];
     latest_ = event;
     return false;
   }
