@@ -643,9 +643,10 @@ TEST_F(PCManFMQtDesktopTest, AStormOfEventsReloadsTheDesktopAtOnceAndOnceMore) {
   for (int i = 0; i < 100; ++i) agent.tell("Changed", {"/elsewhere/file"});
   const auto took = std::chrono::steady_clock::now() - begin;
   const unsigned reloads = settledPaints(session) - before;
-  // A storm that a busy machine draws out gives time for more.
+  // The agent tells of everything once again five seconds later, which is one more; a storm that a
+  // busy machine draws out gives time for more.
   EXPECT_GE(reloads, 2U);
-  EXPECT_LE(reloads, 2U + static_cast<unsigned>(took / std::chrono::milliseconds(1500)));
+  EXPECT_LE(reloads, 3U + static_cast<unsigned>(took / std::chrono::milliseconds(1500)));
   EXPECT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
 }
 
