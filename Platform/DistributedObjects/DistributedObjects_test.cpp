@@ -1,15 +1,14 @@
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <gtest/gtest.h>
 
 #include "Platform/DistributedObjects/PublishedService.h"
 #include "Platform/DistributedObjects/SocketConnections.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Support/UnixAddress.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 
 namespace wevora::platform {
@@ -43,10 +42,8 @@ std::optional<Array> greet(const std::string& method, const Array& arguments) {
 /// A socket that listens, with nobody behind who speaks.
 Descriptor muteSocket(const std::string& path) {
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.data(), path.size());
-  EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const auto address = UnixAddress::of(path);
+  EXPECT_EQ(::bind(socket.get(), address->get(), UnixAddress::size()), 0);
   EXPECT_EQ(::listen(socket.get(), 4), 0);
   return socket;
 }

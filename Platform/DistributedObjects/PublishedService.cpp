@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
 #include <gio/gio.h>
 
-#include "Platform/DistributedObjects/Deadline.h"
 #include "Platform/DistributedObjects/InterfaceDescription.h"
+#include "Platform/GLib/GPtr.h"
 #include "Platform/Support/Guard.h"
+#include "Platform/Support/UnixAddress.h"
 #include "Platform/Variants/Variants.h"
 
 namespace wevora::platform {
@@ -41,15 +40,13 @@ void greeted(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*
 Descriptor listeningSocket(const std::string& path) {
   const std::string made = path + "." + std::to_string(::getpid());
   Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (!listener || made.size() >= sizeof address.sun_path) return {};
-  std::memcpy(address.sun_path, made.data(), made.size());
+  const auto address = UnixAddress::of(made);
+  if (!listener || !address) return {};
   ::unlink(made.c_str());
-  const bool named =
-      ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-      ::chmod(made.c_str(), S_IRUSR | S_IWUSR) == 0 && ::listen(listener.get(), kBacklog) == 0 &&
-      std::rename(made.c_str(), path.c_str()) == 0;
+  const bool named = ::bind(listener.get(), address->get(), UnixAddress::size()) == 0 &&
+                     ::chmod(made.c_str(), S_IRUSR | S_IWUSR) == 0 &&
+                     ::listen(listener.get(), kBacklog) == 0 &&
+                     std::rename(made.c_str(), path.c_str()) == 0;
   if (named) return listener;
   ::unlink(made.c_str());
   return {};

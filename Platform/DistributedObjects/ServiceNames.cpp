@@ -1,13 +1,13 @@
 #include "Platform/DistributedObjects/ServiceNames.h"
 
-#include <cstring>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
 #include <glib.h>
+
+#include "Platform/Support/UnixAddress.h"
 
 namespace wevora::platform {
 namespace {
@@ -34,32 +34,16 @@ std::optional<std::string> socketPath(const std::string& folder, const std::stri
       name.find('\0') != std::string::npos)
     return std::nullopt;
   std::string path = folder + "/" + name;
-  if (path.size() >= sizeof(sockaddr_un::sun_path)) return std::nullopt;
-  return path;
-}
-
-Descriptor::~Descriptor() {
-  if (number_ >= 0) ::close(number_);
-}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  Descriptor old(std::exchange(number_, other.release()));
-  return *this;
-}
-
-int Descriptor::release() noexcept {
-  return std::exchange(number_, -1);
+  return UnixAddress::of(path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 Descriptor connectToOwnSocket(const std::string& path, uid_t user) {
   if (!isSocketOf(user, path)) return {};
   // Not blocking: a listener whose queue is full refuses instead of making us wait.
   Descriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (!descriptor || path.size() >= sizeof address.sun_path) return {};
-  std::memcpy(address.sun_path, path.data(), path.size());
-  if (::connect(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+  const auto address = UnixAddress::of(path);
+  if (!descriptor || !address ||
+      ::connect(descriptor.get(), address->get(), UnixAddress::size()) != 0)
     return {};
   return peerIs(user, descriptor.get()) ? std::move(descriptor) : Descriptor();
 }

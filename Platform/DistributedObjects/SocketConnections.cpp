@@ -6,8 +6,8 @@
 
 #include <gio/gio.h>
 
-#include "Platform/DistributedObjects/Deadline.h"
 #include "Platform/DistributedObjects/InterfaceDescription.h"
+#include "Platform/GLib/Deadline.h"
 #include "Platform/Support/Guard.h"
 #include "Platform/Variants/Variants.h"
 
