@@ -9,15 +9,15 @@
 #include <optional>
 #include <string>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <vector>
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
 #include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/DistributedObjects/Deadline.h"
 #include "Platform/DistributedObjects/ServiceNames.h"
+#include "Platform/GLib/GPtr.h"
+#include "Platform/Support/UnixAddress.h"
 #include "Platform/Variants/Variants.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
@@ -381,6 +381,33 @@ TEST_F(NotificationBusTest, WhenTheBusGoesAwayTheProcessGoesOn) {
   observe("kFinderOverlayChanged").reset();
 }
 
+TEST_F(NotificationBusTest, WhenTheBusIsBackObserversHearAgain) {
+  const auto before = observe(kEvent, "object");
+  const auto idle = observe("kIdle");
+  auto ending = observe("kEnding");
+  settle();
+  bus.stop();
+  ASSERT_TRUE(runMainLoopUntil([&] { return !center.post({kEvent, "object", {}}); }));
+  ending.reset();
+  const auto meanwhile = observe("kMeanwhile");
+  bus.start();
+  ASSERT_TRUE(runMainLoopUntil([&] { return center.post({kEvent, "object", {}}); }));
+  ASSERT_TRUE(center.post({"kMeanwhile", std::nullopt, {}}));
+  ASSERT_TRUE(hears(2));
+  EXPECT_EQ(heard[0].name, kEvent);
+  EXPECT_EQ(heard[1].name, "kMeanwhile");
+  EXPECT_EQ(ForeignSender(bus.address()).matchRules().size(), 3U);
+}
+
+TEST_F(NotificationBusTest, ABusThatComesLaterIsFound) {
+  bus.stop();
+  const auto observation = observe(kEvent);
+  EXPECT_FALSE(center.post({kEvent, std::nullopt, {}}));
+  bus.start();
+  ASSERT_TRUE(runMainLoopUntil([&] { return center.post({kEvent, std::nullopt, {}}); }));
+  EXPECT_TRUE(hears(1));
+}
+
 TEST(NoSessionBusTest, ObservingDoesNothingAndNothingFails) {
   const platform::TemporaryFolder folder;
   ::setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
@@ -389,13 +416,13 @@ TEST(NoSessionBusTest, ObservingDoesNothingAndNothingFails) {
   for (const auto& address : addresses) {
     ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
     BusNotificationCenter center;
-    EXPECT_EQ(center.observe(kEvent, std::nullopt, [](const auto&) {}), nullptr) << address;
+    EXPECT_TRUE(center.observe(kEvent, std::nullopt, [](const auto&) {})) << address;
     EXPECT_FALSE(center.post({kEvent, std::nullopt, {}})) << address;
     EXPECT_FALSE(center.flush()) << address;
   }
   ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
   BusNotificationCenter center;
-  EXPECT_EQ(center.observe(kEvent, std::nullopt, [](const auto&) {}), nullptr);
+  EXPECT_TRUE(center.observe(kEvent, std::nullopt, [](const auto&) {}));
   EXPECT_FALSE(center.post({kEvent, std::nullopt, {}}));
 }
 
@@ -403,14 +430,12 @@ TEST(NoSessionBusTest, ABusThatAcceptsAndNeverAnswersIsNone) {
   const platform::TemporaryFolder folder;
   const std::string path = folder.path("bus");
   const platform::Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  ASSERT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const auto address = platform::UnixAddress::of(path);
+  ASSERT_EQ(::bind(listener.get(), address->get(), platform::UnixAddress::size()), 0);
   ASSERT_EQ(::listen(listener.get(), 8), 0);
   ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
   BusNotificationCenter center;
-  EXPECT_EQ(center.observe(kEvent, std::nullopt, [](const auto&) {}), nullptr);
+  EXPECT_TRUE(center.observe(kEvent, std::nullopt, [](const auto&) {}));
   EXPECT_FALSE(center.post({kEvent, std::nullopt, {}}));
 }
 
