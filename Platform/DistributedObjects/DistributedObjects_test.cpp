@@ -5,6 +5,7 @@
 #include <fstream>
 #include <poll.h>
 #include <stdexcept>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -369,6 +370,25 @@ TEST_F(DistributedObjectsTest, APeerThatAcceptsAndNeverSpeaksIsNoConnection) {
   const Descriptor mute = muteSocket(folder.path("service"));
   EXPECT_TRUE(objects.portForName("service"));
   EXPECT_FALSE(connect());
+}
+
+TEST_F(DistributedObjectsTest, TheSocketOfAPeerThatRejectsUsIsClosed) {
+  const Descriptor listener = muteSocket(folder.path("service"));
+  bool hungUp = false;
+  std::thread rejecting([&] {
+    const Descriptor peer(::accept(listener.get(), nullptr, nullptr));
+    const std::string_view twice = "REJECTED EXTERNAL\r\nREJECTED EXTERNAL\r\n";
+    const timeval most{10, 0};
+    ::setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &most, sizeof most);
+    if (::send(peer.get(), twice.data(), twice.size(), MSG_NOSIGNAL) < 0) return;
+    std::array<char, 256> heard{};
+    ssize_t got = 1;
+    while (got > 0) got = ::recv(peer.get(), heard.data(), heard.size(), 0);
+    hungUp = got == 0 || errno == ECONNRESET;
+  });
+  EXPECT_FALSE(connect());
+  rejecting.join();
+  EXPECT_TRUE(hungUp);
 }
 
 TEST_F(DistributedObjectsTest, APortServesOneConnection) {

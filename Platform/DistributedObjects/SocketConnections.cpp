@@ -95,6 +95,8 @@ std::shared_ptr<Road> Road::over(Descriptor socket, Peer peer) {
       deadline.cancellable(), &failed));
   const bool unanswered = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE;
   g_clear_error(&failed);
+  // A peer that rejects us twice makes GIO forget a reference, and the socket with it.
+  if (!bus) g_io_stream_close(stream.get(), nullptr, nullptr);
   if (!peer.patience->bears(peer.clock->uptime() - begun) || unanswered) {
     peer.silent->add(peer.process);
     return nullptr;
