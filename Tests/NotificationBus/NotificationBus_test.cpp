@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +17,7 @@
 #include "Platform/GLib/GPtr.h"
 #include "Platform/Support/UnixAddress.h"
 #include "Platform/Variants/Variants.h"
+#include "Tests/Leaks/Leaks.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
 
@@ -34,11 +33,6 @@ using platform::Value;
 using platform::VariantPtr;
 
 constexpr const char* kEvent = "kIDaemonConnectionWVREventNotification";
-
-std::size_t openDescriptors() {
-  const std::filesystem::directory_iterator open("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(open), end(open)));
-}
 
 /// Another program's road to the bus, which sends what no center of ours would.
 class ForeignSender {
@@ -60,28 +54,6 @@ class ForeignSender {
   bool emit(const char* name, const std::string& arguments) {
     const VariantPtr parsed(g_variant_parse(nullptr, arguments.c_str(), nullptr, nullptr, nullptr));
     return parsed && emit(name, parsed.get());
-  }
-  /// The match rules of all connections that are about our notifications, as the bus tells them.
-  std::vector<std::string> matchRules() const {
-    std::vector<std::string> ours;
-    const VariantPtr answer(g_dbus_connection_call_sync(
-        connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-        "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules", nullptr, nullptr,
-        G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-    if (!answer) return {"the bus does not tell"};
-    GVariantIter connections;
-    const VariantPtr all(g_variant_get_child_value(answer.get(), 0));
-    g_variant_iter_init(&connections, all.get());
-    while (const VariantPtr entry{g_variant_iter_next_value(&connections)}) {
-      const VariantPtr rules(g_variant_get_child_value(entry.get(), 1));
-      for (gsize i = 0; i < g_variant_n_children(rules.get()); ++i) {
-        const VariantPtr rule(g_variant_get_child_value(rules.get(), i));
-        const std::string text = g_variant_get_string(rule.get(), nullptr);
-        if (text.find(platform::kDistributedNotificationInterface) != std::string::npos)
-          ours.push_back(text);
-      }
-    }
-    return ours;
   }
 
  private:
@@ -142,7 +114,7 @@ TEST_F(NotificationBusTest, AnObserverOfOneObjectIsNotWokenForAnothers) {
   const auto own = observe(kEvent, "mine");
   settle();
   ForeignSender sender(bus.address());
-  const auto rules = sender.matchRules();
+  const auto rules = matchRules(bus.address());
   ASSERT_EQ(std::ranges::count_if(
                 rules, [](const auto& rule) { return rule.find(kEvent) != std::string::npos; }),
             1);
@@ -285,8 +257,7 @@ TEST_F(NotificationBusTest, AUserInfoAsDeepAsIsAllowedArrivesWhole) {
 
 TEST_F(NotificationBusTest, ObservingAThousandTimesLeaksNoRuleNoDescriptorAndNoHandler) {
   settle();
-  const ForeignSender sender(bus.address());
-  const auto rules = sender.matchRules().size();
+  const auto rules = matchRules(bus.address()).size();
   const auto descriptors = openDescriptors();
   const auto held = std::make_shared<int>(0);
   for (int round = 0; round < 1000; ++round) {
@@ -300,21 +271,20 @@ TEST_F(NotificationBusTest, ObservingAThousandTimesLeaksNoRuleNoDescriptorAndNoH
   EXPECT_EQ(held.use_count(), 1);
   // The first count may have had one that the call to the bus was about to let go.
   EXPECT_LE(openDescriptors(), descriptors);
-  EXPECT_EQ(sender.matchRules().size(), rules);
+  EXPECT_EQ(matchRules(bus.address()).size(), rules);
 }
 
 TEST_F(NotificationBusTest, AThousandObserversAtOnceAllHearAndAllGo) {
-  const ForeignSender sender(bus.address());
   {
     std::vector<Observation> observations;
     for (int i = 0; i < 1000; ++i) observations.push_back(observe(kEvent));
     ASSERT_TRUE(center.post({kEvent, std::nullopt, {}}));
     ASSERT_TRUE(hears(1000));
-    EXPECT_EQ(sender.matchRules().size(), 1000U);
+    EXPECT_EQ(matchRules(bus.address()).size(), 1000U);
   }
   settle();
   settle();  // until the first one's own rule has gone
-  EXPECT_LE(sender.matchRules().size(), 1U);
+  EXPECT_LE(matchRules(bus.address()).size(), 1U);
 }
 
 TEST_F(NotificationBusTest, TenThousandSignalsInABurstKeepTheMainLoopAnswering) {
@@ -396,7 +366,7 @@ TEST_F(NotificationBusTest, WhenTheBusIsBackObserversHearAgain) {
   ASSERT_TRUE(hears(2));
   EXPECT_EQ(heard[0].name, kEvent);
   EXPECT_EQ(heard[1].name, "kMeanwhile");
-  EXPECT_EQ(ForeignSender(bus.address()).matchRules().size(), 3U);
+  EXPECT_EQ(matchRules(bus.address()).size(), 3U);
 }
 
 TEST_F(NotificationBusTest, ABusThatComesLaterIsFound) {
