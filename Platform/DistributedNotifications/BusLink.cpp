@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <utility>
 
 #include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Platform/DistributedObjects/ServiceNames.h"
 #include "Platform/GLib/Deadline.h"
 #include "Platform/Support/Guard.h"
+#include "Platform/Support/Mutex.h"
 
 namespace wevora::platform {
 namespace {
@@ -46,19 +48,44 @@ VariantPtr argumentsOf(GDBusMessage* message) {
                                     : g_variant_ref_sink(g_variant_new_tuple(nullptr, 0)));
 }
 
+/// Where the threads that read find who listens, for as long as somebody does: a filter may still
+/// run when it has been taken away.
+/// Threads: any. Owns: nothing but the list. Errors: none; what comes for nobody is dropped.
+class Inboxes {
+ public:
+  std::size_t open(Deliveries& deliveries) {
+    const MutexLock lock(mutex_);
+    open_[++last_] = &deliveries;
+    return last_;
+  }
+  void close(std::size_t inbox) {
+    const MutexLock lock(mutex_);
+    open_.erase(inbox);
+  }
+  void add(std::size_t inbox, std::string name, VariantPtr arguments) {
+    const MutexLock lock(mutex_);
+    if (const auto found = open_.find(inbox); found != open_.end())
+      found->second->add(std::move(name), std::move(arguments));
+  }
+
+ private:
+  Mutex mutex_;
+  std::size_t last_ GUARDED_BY(mutex_) = 0;
+  std::map<std::size_t, Deliveries*> open_ GUARDED_BY(mutex_);
+};
+
+Inboxes& inboxes() {
+  static NeverDestroyed<Inboxes> all;
+  return *all;
+}
+
 }  // namespace
 
 BusLink::BusLink(Deliveries& deliveries, std::function<void()> reached)
-    : reached_(std::move(reached)), delay_(kFirstDelay) {
-  const MutexLock lock(inbox_->mutex);
-  inbox_->deliveries = &deliveries;
-}
+    : inbox_(inboxes().open(deliveries)), reached_(std::move(reached)), delay_(kFirstDelay) {}
 
 BusLink::~BusLink() {
-  {
-    const MutexLock lock(inbox_->mutex);
-    inbox_->deliveries = nullptr;
-  }
+  inboxes().close(inbox_);
   if (attempt_) g_cancellable_cancel(attempt_.get());
   letGo();
 }
@@ -86,10 +113,8 @@ GDBusMessage* BusLink::read(GDBusConnection* /*bus*/, GDBusMessage* message, gbo
                             gpointer inbox) noexcept {
   if (incoming == FALSE || !isNotification(message)) return message;
   swallowing([&] {
-    auto& box = **static_cast<std::shared_ptr<Inbox>*>(inbox);
-    const MutexLock lock(box.mutex);
-    if (box.deliveries != nullptr)
-      box.deliveries->add(g_dbus_message_get_member(message), argumentsOf(message));
+    inboxes().add(GPOINTER_TO_SIZE(inbox), g_dbus_message_get_member(message),
+                  argumentsOf(message));
   });
   g_object_unref(message);
   return nullptr;
@@ -100,12 +125,8 @@ void BusLink::use(GPtr<GDBusConnection> bus) {
   connection_ = std::move(bus);
   delay_ = kFirstDelay;
   closed_ = g_signal_connect(connection_.get(), "closed", G_CALLBACK(&BusLink::closed), this);
-  auto inbox = std::make_unique<std::shared_ptr<Inbox>>(inbox_);
-  filter_ = g_dbus_connection_add_filter(connection_.get(), &BusLink::read, inbox.release(),
-                                         [](gpointer held) noexcept {
-                                           const std::unique_ptr<std::shared_ptr<Inbox>> owned(
-                                               static_cast<std::shared_ptr<Inbox>*>(held));
-                                         });
+  filter_ = g_dbus_connection_add_filter(connection_.get(), &BusLink::read,
+                                         GSIZE_TO_POINTER(inbox_), nullptr);
 }
 
 void BusLink::letGo() {

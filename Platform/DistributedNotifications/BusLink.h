@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,7 +12,6 @@
 #include "Platform/DistributedNotifications/Deliveries.h"
 #include "Platform/GLib/GPtr.h"
 #include "Platform/GLib/Timer.h"
-#include "Platform/Support/Mutex.h"
 
 namespace wevora::platform {
 
@@ -34,12 +34,6 @@ class BusLink : public std::enable_shared_from_this<BusLink> {
   void tell(const char* method, const std::string& rule);
 
  private:
-  /// Where the thread that reads finds who listens, until nobody does.
-  struct Inbox {
-    Mutex mutex;
-    Deliveries* deliveries GUARDED_BY(mutex) = nullptr;
-  };
-
   static GDBusMessage* read(GDBusConnection* bus, GDBusMessage* message, gboolean incoming,
                             gpointer inbox) noexcept;
   static void closed(GDBusConnection* bus, gboolean vanished, GError* reason,
@@ -51,7 +45,7 @@ class BusLink : public std::enable_shared_from_this<BusLink> {
   void look();
   void found(GPtr<GDBusConnection> bus);
 
-  const std::shared_ptr<Inbox> inbox_ = std::make_shared<Inbox>();
+  const std::size_t inbox_;  ///< where the thread that reads finds the deliveries
   const std::function<void()> reached_;
   GPtr<GDBusConnection> connection_;
   gulong closed_ = 0;
