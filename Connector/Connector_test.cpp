@@ -18,8 +18,8 @@ namespace {
 using platform::Array;
 using platform::Dictionary;
 using platform::Value;
-using platform::valueAs;
 using testing_host::TestAgent;
+using Text = IDaemonConnection::Text;
 
 TEST(DaemonConnectionNameTest, HoldsTheUserNameAndTheSeed) {
   EXPECT_EQ(daemonConnectionNameAndSeed("alice", 7), "com.Wevora.client.connection.alice.7");
@@ -258,7 +258,6 @@ TEST_F(DaemonConnectionTest, TheStatusIsAMethodAndAProperty) {
 }
 
 TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
-  using Text = IDaemonConnection::Text;
   EXPECT_TRUE(remote->isServerReachable());
   remote->setPreviousConfiguringStatusToConfigured();
   EXPECT_EQ(remote->previousConfiguringStatus(), -4);
@@ -302,6 +301,17 @@ TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
   EXPECT_TRUE(std::ranges::count(agent.calls, "sendLog:logLevel:withBacktrace: text 3 YES"));
   EXPECT_TRUE(
       std::ranges::count(agent.calls, "signUpWithFirstName:lastName:email:password: f none e p"));
+}
+
+TEST_F(DaemonConnectionTest, AnUnsignedResultKeepsAllItsBits) {
+  Text device;
+  Array remaining;
+  Text error;
+  for (const auto status : {std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
+    agent.configuringStatus = status;
+    EXPECT_EQ(remote->deviceConfiguringStatusAndIDOfCurrentDevice(device, remaining, error),
+              status);
+  }
 }
 
 TEST_F(DaemonConnectionTest, WithoutAnAgentEveryAnswerIsNoneNoOrZero) {

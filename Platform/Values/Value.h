@@ -58,6 +58,8 @@ class Value {
  public:
   Value(bool value) : held_(value) {}
   Value(std::int64_t value) : held_(value) {}
+  /// One that a signed number can hold is a signed one.
+  Value(std::uint64_t value);
   Value(double value) : held_(value) {}
   Value(std::string value) : held_(std::move(value)) {}
   Value(const char* value) : held_(std::string(value)) {}
@@ -81,6 +83,8 @@ class Value {
   bool boolValue() const;
   /// A number without its fraction, or the leading decimal integer of a text; bounded by the type.
   std::int64_t longLongValue() const;
+  /// The same from 0 on.
+  std::uint64_t unsignedLongLongValue() const;
 
   template <class Visitor>
   decltype(auto) visit(Visitor&& visitor) const {
@@ -90,7 +94,9 @@ class Value {
   friend bool operator==(const Value& a, const Value& b);
 
  private:
-  std::variant<bool, std::int64_t, double, std::string, Date, Data, Array, Dictionary> held_;
+  std::variant<bool, std::int64_t, std::uint64_t, double, std::string, Date, Data, Array,
+               Dictionary>
+      held_;
 };
 
 /// The value under a key as the type T; null where there is none or it is of another type.
