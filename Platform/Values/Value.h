@@ -18,6 +18,12 @@ class Value;
 using Array = std::vector<Value>;
 using Data = std::vector<std::byte>;
 
+/// What only a binary property list can hold, such as a null or a set: it keeps its place among
+/// other values, and has no form anywhere else.
+struct Opaque {
+  friend bool operator==(const Opaque&, const Opaque&) = default;
+};
+
 /// Values under string keys, in the order in which the keys were first set.
 /// Threads: a value. Owns: its entries. Errors: none; a key that is not there is a null pointer.
 class Dictionary {
@@ -65,6 +71,7 @@ class Value {
   Value(const char* value) : held_(std::string(value)) {}
   Value(Date value) : held_(value) {}
   Value(Data value) : held_(std::move(value)) {}
+  Value(Opaque value) : held_(value) {}
   Value(Array value) : held_(std::move(value)) {}
   Value(Dictionary value) : held_(std::move(value)) {}
 
@@ -94,7 +101,7 @@ class Value {
   friend bool operator==(const Value& a, const Value& b);
 
  private:
-  std::variant<bool, std::int64_t, std::uint64_t, double, std::string, Date, Data, Array,
+  std::variant<bool, std::int64_t, std::uint64_t, double, std::string, Date, Data, Opaque, Array,
                Dictionary>
       held_;
 };

@@ -87,7 +87,7 @@ VariantPtr arrayVariant(const Array& values) {
     const auto child = variantOf(value);
     if (texts)
       g_variant_builder_add_value(&builder, child.get());
-    else
+    else if (child)
       g_variant_builder_add(&builder, "v", child.get());
   }
   return owned(g_variant_builder_end(&builder));
@@ -155,7 +155,8 @@ VariantPtr variantOf(const Dictionary& entries) {
   GVariantBuilder builder;
   g_variant_builder_init(&builder, G_VARIANT_TYPE_VARDICT);
   for (const auto& [key, value] : entries)
-    if (isUtf8(key)) g_variant_builder_add(&builder, "{sv}", key.c_str(), variantOf(value).get());
+    if (const auto held = isUtf8(key) ? variantOf(value) : nullptr)
+      g_variant_builder_add(&builder, "{sv}", key.c_str(), held.get());
   return owned(g_variant_builder_end(&builder));
 }
 
@@ -174,6 +175,7 @@ VariantPtr variantOf(const Value& value) {
       GVariant* child = bytes.get();
       return owned(g_variant_new_tuple(&child, 1));
     }
+    VariantPtr operator()(const Opaque&) { return nullptr; }
     VariantPtr operator()(const Array& values) { return arrayVariant(values); }
     VariantPtr operator()(const Dictionary& entries) { return variantOf(entries); }
   } made;
@@ -192,13 +194,14 @@ VariantPtr variantOf(const Value& value, std::string_view signature) {
     if (values == nullptr) return nullptr;
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("av"));
-    for (const auto& child : *values) g_variant_builder_add(&builder, "v", variantOf(child).get());
+    for (const auto& child : *values)
+      if (const auto held = variantOf(child)) g_variant_builder_add(&builder, "v", held.get());
     return owned(g_variant_builder_end(&builder));
   }
   if (signature == "aa{sv}") return childrenVariant(value, "a{sv}", G_VARIANT_TYPE("aa{sv}"));
   auto variant = variantOf(value);
   const string wanted(signature);
-  if (g_variant_type_string_is_valid(wanted.c_str()) == FALSE) return nullptr;
+  if (!variant || g_variant_type_string_is_valid(wanted.c_str()) == FALSE) return nullptr;
   return g_variant_is_of_type(variant.get(), G_VARIANT_TYPE(wanted.c_str())) ? std::move(variant)
                                                                              : nullptr;
 }

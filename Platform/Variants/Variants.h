@@ -22,7 +22,8 @@ std::optional<Value> valueOf(GVariant* variant);
 
 /// A value as the bus carries it, with the type that it has by itself: b, x, d, s, as, av, a{sv},
 /// and t where x is too narrow; a date is a double of seconds since 1970, a text that is not UTF-8
-/// is ay and ends in a NUL, data is (ay). Not floating.
+/// is ay and ends in a NUL, data is (ay). Null for what has no counterpart there, which is left out
+/// as above. Not floating.
 VariantPtr variantOf(const Value& value);
 VariantPtr variantOf(const Dictionary& entries);
 

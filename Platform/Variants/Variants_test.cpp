@@ -68,6 +68,12 @@ TEST(VariantsTest, WhatHasNoCounterpartIsLeftOut) {
   EXPECT_EQ(*parsed("[<(1, 2)>, <'a'>]"), Value(Array{"a"}));
   EXPECT_EQ(*parsed("{'a': <(1, 2)>, 'b': <'x'>}"), Value(Dictionary{{"b", Value("x")}}));
   EXPECT_FALSE(valueOf(nullptr));
+  EXPECT_FALSE(variantOf(Value(Opaque())));
+  EXPECT_FALSE(variantOf(Value(Opaque()), "s"));
+  EXPECT_EQ(*valueOf(variantOf(Value(Array{"a", Opaque()})).get()), Value(Array{"a"}));
+  EXPECT_EQ(*valueOf(variantOf(Value(Array{"a", Opaque()}), "av").get()), Value(Array{"a"}));
+  EXPECT_EQ(*valueOf(variantOf(Dictionary{{"a", Opaque()}, {"b", true}}).get()),
+            Value(Dictionary{{"b", true}}));
 }
 
 TEST(VariantsTest, ASignatureGivesTheTypeOrNothing) {

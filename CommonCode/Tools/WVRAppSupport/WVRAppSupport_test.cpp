@@ -156,6 +156,39 @@ TEST_F(WVRAppSupportTest, ABinaryFileIsReadAndLeftAlone) {
   EXPECT_EQ(settings(), Value(Dictionary{{"HideItem", true}, {kOverlay, false}}));
 }
 
+TEST_F(WVRAppSupportTest, AValueThatXmlCannotHoldCostsNoSetting) {
+  // The badges are off, and under "x" lies a control character, or a null.
+  for (const auto& odd : {std::string("\x51\x01"), std::string("\0", 1)}) {
+    std::string binary("bplist00\xD2\x01\x02\x03\x04\x5F\x10\x18kFinderOverlayEnabledKey\x51x\x08",
+                       43);
+    const auto size = static_cast<char>(binary.size() + odd.size());
+    binary += odd + std::string("\x08\x0D\x28\x2A\x2B", 5) + std::string(6, '\0') + "\x01\x01" +
+              std::string(7, '\0') + "\x05" + std::string(15, '\0') + size;
+    put(file, binary);
+    const auto object = support();
+    EXPECT_EQ(contentsOf(file), binary);
+    EXPECT_EQ(object->readKey(kOverlay), Value(false));
+    // It cannot be written anew as XML, and is not written in part.
+    object->writeKey("KeepAlive", Value(true));
+    EXPECT_EQ(contentsOf(file), binary);
+  }
+}
+
+TEST_F(WVRAppSupportTest, WhatAnotherProgramStoredSurvivesAWrite) {
+  put(file, std::string("<plist version=\"1.0\"><dict>"
+                        "<key>big</key><integer>18446744073709551615</integer>"
+                        "<key>never</key><date>4001-01-01T00:00:00Z</date>"
+                        "<key>id</key><dict><key>CF$UID</key><integer>5</integer></dict>"
+                        "</dict></plist>"));
+  const auto before = *settings()->as<Dictionary>();
+  ASSERT_EQ(before.size(), 3U);
+  support()->writeKey(kOverlay, Value(false));
+  auto expected = before;
+  expected.set(kOverlay, false);
+  EXPECT_EQ(settings(), Value(expected));
+  EXPECT_NE(contentsOf(file).find("<integer>18446744073709551615</integer>"), std::string::npos);
+}
+
 TEST_F(WVRAppSupportTest, AWrittenValueIsReadAndTheOtherKeysStay) {
   put(file, Dictionary{{"Other", "kept"}});
   const auto object = support();
