@@ -239,6 +239,34 @@ TEST_F(WVRAppSupportTest, AWriteMakesAFileAnewThatHasGone) {
   EXPECT_EQ(object->readKey("Other"), Value("kept"));
 }
 
+TEST_F(WVRAppSupportTest, AFileThatGoesDuringAWriteIsMadeAnewAndWritten) {
+  put(settingsTemplate, Dictionary{{"Other", std::string(2000, 'x')}});
+  put(file, Dictionary{{"Mine", "kept"}});
+  const auto object = support();
+  std::optional<Value> read;
+  object->setMeanwhile([&] {
+    // Answers only because the lock is free.
+    read = object->readKey("Mine");
+    fs::remove_all(root.path("home"));
+  });
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(read, Value("kept"));
+  EXPECT_EQ(settings(), Value(Dictionary{{"Mine", "kept"}, {kOverlay, false}}));
+  EXPECT_EQ(modeOf(file), 0644U);
+  // It lies over the file that the repair made.
+  EXPECT_NE(contentsOf(file).find("xxx"), std::string::npos);
+}
+
+TEST_F(WVRAppSupportTest, AFileThatIsEmptiedDuringAWriteIsWrittenAllTheSame) {
+  put(file, Dictionary{{"Mine", "kept"}});
+  const auto object = support();
+  object->setMeanwhile([&] { put(file, std::string()); });
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(settings(), Value(Dictionary{{"Mine", "kept"}, {kOverlay, false}}));
+  // The defaults were there first, and were longer.
+  EXPECT_GT(contentsOf(file).size(), PropertyLists::xml(*settings()->as<Dictionary>())->size());
+}
+
 TEST_F(WVRAppSupportTest, AWriteToABrokenFileStartsFromTheDefaults) {
   const auto object = support();
   put(file, "broken");
