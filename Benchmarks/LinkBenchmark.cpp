@@ -20,8 +20,8 @@
 #include "Benchmarks/BenchmarkVolume.h"
 #include "Benchmarks/BundleProcess.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Connector/DaemonConnectionProxy.h"
 #include "Connector/DaemonConnectionService.h"
+#include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
 #include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Platform/DistributedObjects/PublishedService.h"
 #include "Platform/DistributedObjects/SocketConnections.h"
@@ -40,8 +40,10 @@ using testing_host::TestAgent;
 
 constexpr int kItems = 20;
 /// A user of their own, so that the names that are looked up are not the event's agent's.
+constexpr const char* kUser = "benchmark";
+
 std::string nameOfSeed(std::uint32_t seed) {
-  return *daemonConnectionNameAndSeed("benchmark", seed);
+  return *daemonConnectionNameAndSeed(kUser, seed);
 }
 
 /// An agent with a service thread of its own, so that it answers while this one waits.
@@ -171,19 +173,37 @@ void measure(benchmark::State& state, Measured measured) {
 
 // --- Connecting ----------------------------------------------------------------------------------
 
+class NoEngine : public StatusEngine {
+ public:
+  void setTurnedOn(bool on) override { turnedOn = on; }
+  void reinit() override {}
+  void setAccountIdOfPool(const Text& /*accountId*/) override {}
+  void reinitPool() override {}
+  void updateWindows() override {}
+  void updateDesktopForce(bool /*force*/) override {}
+  void updateNodesWithPath(std::vector<std::string> /*paths*/) override {}
+  bool turnedOn = false;
+};
+
+class NoSettings : public SettingsReader {
+ public:
+  std::optional<Value> readKey(const std::string&, const std::optional<std::string>&) override {
+    return std::nullopt;
+  }
+};
+
+/// From nothing to badges that are on: 29 absent names, the agent, its account and its status.
 void connectByBundle(benchmark::State& state) {
   const Service service(nameOfSeed(daemonConnectionNameMaximalSeed() - 1));
   platform::LocalNotificationCenter local;
   platform::SocketConnections objects(local);
+  platform::BusNotificationCenter center;
   for (auto _ : state) {
-    std::shared_ptr<platform::SendPort> port;
-    for (std::uint32_t seed = 0; !port && seed < daemonConnectionNameMaximalSeed(); ++seed)
-      port = objects.portForName(nameOfSeed(seed));
-    const auto connection = objects.connectionWithSendPort(port);
-    const auto root = connection ? connection->rootProxy() : nullptr;
-    if (!root || !root->conformsToProtocol(daemonConnectionProtocol()))
-      return state.SkipWithError("no agent");
-    benchmark::DoNotOptimize(daemonConnectionOver(root)->accountInfo());
+    NoEngine engine;
+    WVAgentConnector connector({kUser, objects, center, local, engine,
+                                [](const auto&) { return std::make_unique<NoSettings>(); }});
+    connector.connect();
+    if (!engine.turnedOn) return state.SkipWithError("no agent");
   }
 }
 

@@ -292,6 +292,10 @@ class DaemonConnectionTest : public testing::Test {
     thread.perform([&] { service.reset(); });
   }
   void SetUp() override { ASSERT_TRUE(remote); }
+  /// The agent is its service's; it is touched on that thread only.
+  void change(const std::function<void(TestAgent&)>& how) {
+    thread.perform([&] { how(agent); });
+  }
 
   platform::TemporaryFolder folder;
   TestAgent agent;
@@ -333,15 +337,15 @@ TEST_F(DaemonConnectionTest, ThePeersIntrospectionHasTheInterfaceWithAllMethodsA
 }
 
 TEST_F(DaemonConnectionTest, TheAccountRecordTravelsByValue) {
-  EXPECT_EQ(remote->accountInfo(), agent.account);
-  agent.account.reset();
+  EXPECT_EQ(remote->accountInfo(), TestAgent::accountOf("42"));
+  change([](TestAgent& to) { to.account.reset(); });
   EXPECT_FALSE(remote->accountInfo());
-  agent.account = emptyRecord();
-  EXPECT_EQ(remote->accountInfo(), agent.account);
+  change([](TestAgent& to) { to.account = emptyRecord(); });
+  EXPECT_EQ(remote->accountInfo(), emptyRecord());
 }
 
 TEST_F(DaemonConnectionTest, TheStatusIsAMethodAndAProperty) {
-  agent.status = -2;
+  change([](TestAgent& to) { to.status = -2; });
   EXPECT_EQ(remote->connectionStatus(), -2);
   const auto property = connection->rootProxy()->call(
       {"org.freedesktop.DBus.Properties",
@@ -388,14 +392,15 @@ TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
   remote->connectionStatus();
   remote->accountInfo();
 
+  std::vector<std::string> calls;
+  change([&](TestAgent& of) { calls = of.calls; });
   std::set<std::string> reached;
-  for (const auto& call : agent.calls) reached.insert(call.substr(0, call.find(' ')));
+  for (const auto& call : calls) reached.insert(call.substr(0, call.find(' ')));
   std::set<std::string> wanted;
   for (const auto& method : daemonConnectionMethods()) wanted.insert(method.selector);
   EXPECT_EQ(reached, wanted);
-  EXPECT_TRUE(std::ranges::count(agent.calls, "sendLog:logLevel:withBacktrace: text 3 YES"));
-  EXPECT_TRUE(
-      std::ranges::count(agent.calls, "signUpWithFirstName:lastName:email:password: f none e p"));
+  EXPECT_TRUE(std::ranges::count(calls, "sendLog:logLevel:withBacktrace: text 3 YES"));
+  EXPECT_TRUE(std::ranges::count(calls, "signUpWithFirstName:lastName:email:password: f none e p"));
 }
 
 TEST_F(DaemonConnectionTest, AnUnsignedResultKeepsAllItsBits) {

@@ -23,8 +23,9 @@ const char* const kUsage =
     "  --recursive         folders with all that is in them; links are not followed\n"
     "  --help, --version\n"
     "\n"
-    "Exit status: 0 when every path was answered, 1 when some path was unreadable, 2 for a wrong\n"
-    "call, 3 when there is no agent to ask.\n";
+    "Exit status: 0 when every path was answered, or when --watch was interrupted; 1 when some "
+    "path\n"
+    "was unreadable, 2 for a wrong call, 3 when there is no agent to ask.\n";
 
 using command_line::Arguments;
 using command_line::formatNamed;

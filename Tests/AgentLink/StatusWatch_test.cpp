@@ -94,6 +94,19 @@ TEST_F(StatusWatchTest, ALineIsPrintedAgainWhenItsWordChangesAndOnlyThen) {
   EXPECT_EQ(last[letter_], "none");
 }
 
+TEST_F(StatusWatchTest, AFileIsBlueUntilTheAgentHasBackedItUpAndThenGreen) {
+  const auto agent = startAgent();
+  const std::string later = volume_.path("Later");
+  const auto watcher = watch({letter_, later});
+  ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_));
+  // While it is logging in, nothing is backed up.
+  ASSERT_EQ(ranToItsEnd({WEVORA_AGENT_SIM, "ctl", "status", "1"}).status, 0);
+  std::ofstream(later) << "x";
+  ASSERT_TRUE(watcher->waitForOutput("blue\t" + later));
+  ASSERT_EQ(ranToItsEnd({WEVORA_AGENT_SIM, "ctl", "status", "2"}).status, 0);
+  EXPECT_TRUE(watcher->waitForOutput("blue\t" + later + "\ngreen\t" + later + "\n"));
+}
+
 TEST_F(StatusWatchTest, TheSwitchEmptiesTheWordsAndBringsThemBack) {
   const auto agent = startAgent();
   const auto watcher = watch({letter_});

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <deque>
 #include <functional>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include <gio/gio.h>
@@ -22,6 +25,10 @@ class ServiceThread {
   void perform(const std::function<void()>& work);
 
  private:
+  static gboolean performNext(gpointer self) noexcept;
+
+  std::mutex mutex_;
+  std::deque<std::packaged_task<void()>> tasks_;  // under mutex_
   GMainContext* context_;
   GMainLoop* loop_;
   std::thread thread_;

@@ -5,12 +5,14 @@
 
 #include "Connector/DaemonConnectionProxy.h"
 #include "Platform/Strings/Strings.h"
+#include "Platform/Support/Guard.h"
 
 namespace wevora {
 namespace {
 
 using platform::Array;
 using platform::DistributedNotification;
+using platform::swallowing;
 using platform::valueAs;
 
 constexpr const char* kRemovedEvent = "Removed";
@@ -33,20 +35,25 @@ WVAgentConnector::WVAgentConnector(WVAgentConnectorServices services)
   subscribeToFinderOverlayEnabledNotifications();
 }
 
+// A step that fails must not keep the later ones from being taken: whoever is left observing
+// nothing never hears of the agent again.
+
 void WVAgentConnector::connect() {
-  if (const auto port = findPort()) openConnection(port);
+  swallowing([&] {
+    if (const auto port = findPort()) openConnection(port);
+  });
   if (_daemonConnection) {
-    setAccountId(clientID());
-    startObservingEventNotification();
-    checkConnectionStatus();
+    swallowing([&] { setAccountId(clientID()); });
+    swallowing([&] { startObservingEventNotification(); });
+    swallowing([&] { checkConnectionStatus(); });
     startObservingConnectionBecomeUnvailableNotification();
-    startReceivingAccountInfo();
-    startReceivingConnectionStatusNotifications();
-    services_.engine.updateDesktopForce(false);
+    swallowing([&] { startReceivingAccountInfo(); });
+    swallowing([&] { startReceivingConnectionStatusNotifications(); });
+    swallowing([&] { services_.engine.updateDesktopForce(false); });
   } else {
     startToObserveConnectionBecomeAvailableNotification();
   }
-  checkEnabled();
+  swallowing([&] { checkEnabled(); });
 }
 
 std::shared_ptr<platform::SendPort> WVAgentConnector::findPort() {
@@ -135,7 +142,7 @@ void WVAgentConnector::finderOverlayChangedNotificationReceived() {
 
 void WVAgentConnector::connectionDidDie() {
   _daemonConnection.reset();
-  checkEnabled();
+  swallowing([&] { checkEnabled(); });
   stopReceivingAccountInfo();
   stopObservingEventNotification();
   stopReceivingConnectionStatusNotifications();
@@ -144,7 +151,7 @@ void WVAgentConnector::connectionDidDie() {
 }
 
 void WVAgentConnector::connectionAlive() {
-  services_.engine.setAccountIdOfPool(clientID());
+  swallowing([&] { services_.engine.setAccountIdOfPool(clientID()); });
   stopToObserveConnectionBecomeAvailableNotification();
   connect();
 }

@@ -30,7 +30,8 @@ struct WVAgentConnectorServices {
 /// waits for one to announce itself.
 /// Threads: the main thread. No lock is taken.
 /// Owns: the connection, the proxy, the settings reader, the observations.
-/// Errors: none; an agent that cannot be reached or does not answer is an absent one.
+/// Errors: none; an agent that cannot be reached or does not answer is an absent one, and a step
+///   that throws is passed over where the next ones do not need it.
 class WVAgentConnector {
  public:
   using Text = std::optional<std::string>;

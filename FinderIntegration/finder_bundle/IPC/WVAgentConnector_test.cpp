@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -36,6 +37,7 @@ Log joined(std::initializer_list<Log> parts) {
 
 struct Service {
   TestAgent agent;
+  std::function<void(std::string_view method)> whenAsked;
   bool takesConnections = true;
   bool conforms = true;
 };
@@ -53,6 +55,7 @@ class NotingConnection : public platform::Connection {
     std::optional<Array> call(const platform::WireProtocol&, std::string_view method,
                               const Array& arguments) override {
       log_.push_back("agent " + std::string(method));
+      if (service_.whenAsked) service_.whenAsked(method);
       return answerOfDaemonConnection(service_.agent, std::string(method), arguments);
     }
 
@@ -80,6 +83,7 @@ class NotingObjects : public platform::DistributedObjects {
   Service& publish(std::uint32_t seed) { return services_[nameOf(seed)]; }
   void remove(std::uint32_t seed) { services_.erase(nameOf(seed)); }
   const platform::Connection* connection() const { return connection_.lock().get(); }
+  std::weak_ptr<const platform::Connection> weakConnection() const { return connection_; }
 
   std::shared_ptr<platform::SendPort> portForName(const std::string& name) override {
     log_.push_back("port " + name);
@@ -116,6 +120,7 @@ class NotingCenter : public platform::DistributedNotificationCenter {
   explicit NotingCenter(Log& log) : log_(log) {}
 
   std::function<void(const std::string& name)> whenObserved;
+  std::function<void(const std::string& name)> whenStopped;
 
   std::unique_ptr<Observation> observe(const std::string& name, const Text& object,
                                        Handler handler) override {
@@ -144,6 +149,7 @@ class NotingCenter : public platform::DistributedNotificationCenter {
     ~Observer() override {
       std::erase(center.observers_, this);
       center.log_.push_back("stop " + name);
+      if (center.whenStopped) center.whenStopped(name);
     }
     Observer(const Observer&) = delete;
     Observer& operator=(const Observer&) = delete;
@@ -227,6 +233,7 @@ class WVAgentConnectorTest : public ::testing::Test {
   void load() {
     connector_.emplace(WVAgentConnectorServices{
         "alice", objects_, center_, local_, engine_, [this](const Text& accountId) {
+          if (settingsFail_) throw std::bad_alloc();
           return std::make_unique<NotingSettings>(log_, setting_, accountId);
         }});
     connector_->connect();
@@ -273,6 +280,7 @@ class WVAgentConnectorTest : public ::testing::Test {
   platform::LocalNotificationCenter local_;
   NotingEngine engine_{log_};
   std::optional<Value> setting_;
+  bool settingsFail_ = false;
   std::optional<WVAgentConnector> connector_;
 };
 
@@ -369,18 +377,20 @@ TEST_F(WVAgentConnectorTest, WithoutAUserNameNothingIsLookedUp) {
   EXPECT_EQ(center_.observed(), observedWhileWaiting());
 }
 
-TEST_F(WVAgentConnectorTest, ADeathBeforeTheStatusCheckIsNotObservedYet) {
-  objects_.publish(0);
-  std::size_t before = 0;
-  std::size_t after = 1;
-  center_.whenObserved = [&](const std::string& name) {
-    if (name != kIDaemonConnectionWVREventNotification) return;
-    before = log_.size();
+TEST_F(WVAgentConnectorTest, TheDeathIsNotObservedBeforeTheStatusCheckIsOver) {
+  Service& service = objects_.publish(0);
+  bool asked = false;
+  bool heard = false;
+  service.whenAsked = [&](std::string_view method) {
+    if (method != "connectionStatus") return;
+    asked = true;
+    const auto before = log_.size();
     postDeath();
-    after = log_.size();
+    heard = log_.size() != before;
   };
   load();
-  EXPECT_EQ(before, after);
+  EXPECT_TRUE(asked);
+  EXPECT_FALSE(heard);
 }
 
 TEST_F(WVAgentConnectorTest, ADeathWhileTheLastObservationsAreMadeIsHeard) {
@@ -588,6 +598,19 @@ TEST_F(WVAgentConnectorTest, AfterADeathASecondOneIsNotReceived) {
   EXPECT_TRUE(log_.empty());
 }
 
+TEST_F(WVAgentConnectorTest, TheDeathsObserverIsTheLastToGo) {
+  connected();
+  std::size_t deaths = 1;
+  center_.whenStopped = [&](const std::string& name) {
+    if (name != kIDaemonConnectionConnectionStatusChangedNotification) return;
+    const auto before = log_.size();
+    postDeath();
+    if (log_.size() != before) ++deaths;
+  };
+  postDeath();
+  EXPECT_EQ(deaths, 2U);
+}
+
 TEST_F(WVAgentConnectorTest, TheDeathsObserverIsGoneBeforeTheNextAgentIsWaitedFor) {
   connected();
   std::size_t before = 0;
@@ -607,6 +630,15 @@ TEST_F(WVAgentConnectorTest, TheConnectionIsKeptAfterItsDeathUntilTheNextOne) {
   ASSERT_NE(first, nullptr);
   postDeath();
   EXPECT_EQ(objects_.connection(), first);
+}
+
+TEST_F(WVAgentConnectorTest, TheNextConnectionReplacesTheOneThatDied) {
+  connected();
+  const auto first = objects_.weakConnection();
+  postDeath();
+  post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
+  EXPECT_TRUE(first.expired());
+  EXPECT_NE(objects_.connection(), nullptr);
 }
 
 TEST_F(WVAgentConnectorTest, TheDeathOfAnotherConnectionIsNotHeard) {
@@ -656,6 +688,19 @@ TEST_F(WVAgentConnectorTest, AHundredDeathsAndReturnsLeaveOneObserverOfEachKind)
     post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
     EXPECT_EQ(center_.observed(), observedWhileConnected("agent " + std::to_string(round)));
   }
+}
+
+TEST_F(WVAgentConnectorTest, StepsThatFailLeaveItObservingWhatItsStateNeeds) {
+  objects_.publish(0);
+  settingsFail_ = true;
+  load();
+  EXPECT_EQ(center_.observed(), observedWhileConnected("agent of a test"));
+  postDeath();
+  EXPECT_EQ(center_.observed(), observedWhileWaiting());
+  settingsFail_ = false;
+  post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
+  EXPECT_EQ(center_.observed(), observedWhileConnected("agent of a test"));
+  EXPECT_TRUE(engine_.turnedOn);
 }
 
 TEST_F(WVAgentConnectorTest, TheOverlaySubscriptionLastsThroughDeathAndReturn) {
