@@ -120,4 +120,19 @@ std::uint64_t Value::unsignedLongLongValue() const {
   return static_cast<std::uint64_t>(std::max<std::int64_t>(longLongValue(), 0));
 }
 
+std::vector<std::string> textsIn(const Value& array) {
+  std::vector<std::string> texts;
+  const auto* values = array.as<Array>();
+  if (values == nullptr) return texts;
+  texts.reserve(values->size());
+  for (const auto& value : *values)
+    if (const auto* text = value.as<std::string>()) texts.push_back(*text);
+  return texts;
+}
+
+std::vector<std::string> textsIn(const Dictionary& dictionary, std::string_view key) {
+  const Value* array = dictionary.find(key);
+  return array == nullptr ? std::vector<std::string>() : textsIn(*array);
+}
+
 }  // namespace wevora::platform

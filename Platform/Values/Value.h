@@ -113,4 +113,10 @@ const T* valueAs(const Dictionary& dictionary, std::string_view key) {
   return value == nullptr ? nullptr : value->as<T>();
 }
 
+/// The texts of an array, in their order; a value that is none is passed over. None where there is
+/// no array.
+std::vector<std::string> textsIn(const Value& array);
+/// The same of the array under a key.
+std::vector<std::string> textsIn(const Dictionary& dictionary, std::string_view key);
+
 }  // namespace wevora::platform

@@ -51,6 +51,15 @@ TEST(ValueTest, AnotherTypeIsNone) {
   EXPECT_EQ(valueAs<std::string>(entries, "b"), nullptr);
 }
 
+TEST(ValueTest, TheTextsOfAnArrayLeaveOutWhatIsNoText) {
+  using Texts = std::vector<std::string>;
+  const Dictionary entries{{"a", Array{"x", true, "", Array{"y"}, "x"}}, {"b", "text"}};
+  EXPECT_EQ(textsIn(entries, "a"), (Texts{"x", "", "x"}));
+  EXPECT_EQ(textsIn(entries, "b"), Texts());
+  EXPECT_EQ(textsIn(entries, "c"), Texts());
+  EXPECT_EQ(textsIn(Array{"z"}), Texts{"z"});
+}
+
 TEST(DictionaryTest, KeepsTheOrderInWhichKeysWereFirstSet) {
   Dictionary entries{{"b", Value(true)}, {"a", Value(std::int64_t{1})}};
   entries.set("b", Value("again"));
