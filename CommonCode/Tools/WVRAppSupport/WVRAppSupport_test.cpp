@@ -12,9 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "CommonCode/Tools/WVRAppSupport/DefaultSettings.h"
-#include "Platform/InstalledPaths/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {
 namespace {
@@ -23,42 +23,34 @@ namespace fs = std::filesystem;
 using platform::Dictionary;
 using platform::PropertyLists;
 using platform::Value;
-
-constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
+using testing_host::kOverlay;
+using testing_host::put;
 
 Dictionary defaults() {
   return {{"HideDesktopItem", false}, {kOverlay, true}, {"KeepAlive", true}, {"RunAtLoad", true}};
 }
 
-class WVRAppSupportTest : public testing::Test {
- protected:
-  std::unique_ptr<WVRAppSupport> support() {
-    return WVRAppSupport::initWithUserName(userName, paths);
-  }
-  static std::string contentsOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-  static void put(const std::string& path, const std::string& text) {
-    fs::create_directories(fs::path(path).parent_path());
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-  }
-  static void put(const std::string& path, const Dictionary& settings) {
-    put(path, PropertyLists::xml(settings).value());
-  }
-  static mode_t modeOf(const std::string& path) {
-    struct stat facts {};
-    EXPECT_EQ(::stat(path.c_str(), &facts), 0) << path;
-    return facts.st_mode & 07777U;
-  }
-  std::optional<Value> settings() const { return PropertyLists::read(file); }
+std::string contentsOf(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
 
+mode_t modeOf(const std::string& path) {
+  struct stat facts {};
+  EXPECT_EQ(::stat(path.c_str(), &facts), 0) << path;
+  return facts.st_mode & 07777U;
+}
+
+class FolderOfItsOwn {
+ protected:
   platform::TemporaryFolder root;
-  platform::InstalledPaths paths = platform::InstalledPaths::belowRoot(root.path());
-  std::string userName = platform::loginName().value();
-  std::string folder = root.path("home/" + userName + "/.config/Wevora");
-  std::string file = folder + "/wevora-settings.plist";
-  std::string settingsTemplate = root.path("etc/xdg/Wevora/wevora-settings.plist");
+};
+
+class WVRAppSupportTest : public testing::Test,
+                          protected FolderOfItsOwn,
+                          protected testing_host::SettingsFiles {
+ protected:
+  WVRAppSupportTest() : SettingsFiles(root.path()) {}
 };
 
 TEST_F(WVRAppSupportTest, ThePathsAreTheSystemsOwn) {
@@ -73,7 +65,7 @@ TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateOnlyTheFolderIsMade) {
   const auto object = support();
   ::umask(mask);
   EXPECT_EQ(modeOf(folder), 0755U);
-  EXPECT_EQ(modeOf(root.path("home/" + userName + "/.config")), 0755U);
+  EXPECT_EQ(modeOf(home + "/.config"), 0755U);
   EXPECT_FALSE(fs::exists(file));
   EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
 }
