@@ -16,14 +16,15 @@ inline bool ran(const std::string& command) {
 /// Threads: one. Owns: the mount and what it is made on. Errors: mount() answers whether it worked.
 class MountedVolume {
  public:
-  enum class Kind { tmpfs, ext4 };
+  /// Of the kinds that an ordinary user may mount too, GVolumeMonitor lists ramfs alone.
+  enum class Kind { tmpfs, ramfs, ext4 };
 
   MountedVolume(Kind kind, std::string mountPoint)
       : kind_(kind), mountPoint_(std::move(mountPoint)) {
     std::filesystem::create_directories(mountPoint_);
     if (kind_ == Kind::ext4)
       made_ = ran("truncate -s 16M '" + image() + "' && mkfs.ext4 -q '" + image() + "'");
-    if (kind_ == Kind::tmpfs) made_ = true;
+    if (kind_ != Kind::ext4) made_ = true;
   }
   ~MountedVolume() { ::umount2(mountPoint_.c_str(), MNT_DETACH); }
   MountedVolume(const MountedVolume&) = delete;
@@ -33,6 +34,8 @@ class MountedVolume {
     if (!made_) return false;
     if (kind_ == Kind::ext4)
       return ran("mount -o loop '" + image() + "' '" + mountPoint_ + "' 2>/dev/null");
+    if (kind_ == Kind::ramfs)
+      return ::mount("ramfs", mountPoint_.c_str(), "ramfs", 0, nullptr) == 0;
     return ::mount("tmpfs", mountPoint_.c_str(), "tmpfs", 0, "size=16m") == 0;
   }
   /// What the kernel says to a plain unmount.

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Hosts/Nautilus/Cells.h"
+#include "Hosts/Nautilus/HostWidgets.h"
+#include "Hosts/Nautilus/Node.h"
+#include "Hosts/Nautilus/Sidebars.h"
+#include "Hosts/Nautilus/View.h"
+#include "Hosts/Nautilus/Windows.h"
+#include "Platform/Runtime/Runtime.h"
+
+namespace wevora::nautilus {
+
+/// This file manager, under the names by which the bundle looks a host up.
+/// Threads: the main thread. Owns: what stands for the host's widgets; lives as long as the
+/// process. Errors: what the widgets do not have is not told of.
+class Host : public WidgetObserver {
+ public:
+  explicit Host(platform::Runtime& runtime)
+      : views_(View::registerIn(runtime)),
+        nodes_(runtime),
+        cells_(runtime, nodes_, *views_),
+        sidebars_(runtime, *views_),
+        windows_(runtime, cells_, *views_,
+                 [this](GtkWidget* window) { return sidebars_.sidebarsOf(window); }) {}
+
+  void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
+    cells_.draw(kind, cell, snapshot);
+  }
+  void sidebarRealized(GtkWidget* sidebar) override { sidebars_.sidebarRealized(sidebar); }
+  void sidebarRowRealized(GtkWidget* row) override { sidebars_.rowRealized(row); }
+
+ private:
+  const std::shared_ptr<platform::Class> views_;
+  Nodes nodes_;
+  Cells cells_;
+  Sidebars sidebars_;
+  Windows windows_;
+};
+
+}  // namespace wevora::nautilus

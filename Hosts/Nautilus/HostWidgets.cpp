@@ -1,0 +1,88 @@
+#include "Hosts/Nautilus/HostWidgets.h"
+
+#include <array>
+#include <cstring>
+
+#include "Platform/Support/Guard.h"
+
+namespace wevora::nautilus {
+namespace {
+
+using platform::swallowing;
+using Snapshot = void (*)(GtkWidget*, GtkSnapshot*);
+
+WidgetObserver* theObserver = nullptr;
+std::array<Snapshot, 2> hostSnapshots{};
+
+Snapshot& hostSnapshot(CellKind kind) {
+  return hostSnapshots[static_cast<std::size_t>(kind)];
+}
+
+template <CellKind kind>
+void snapshotCell(GtkWidget* cell, GtkSnapshot* snapshot) noexcept {
+  swallowing([&] { theObserver->drawCell(kind, cell, snapshot); });
+}
+
+template <CellKind kind>
+void takeDrawingOver(GtkWidget* cell) {
+  if (hostSnapshot(kind) != nullptr) return;
+  GtkWidgetClass* widgetClass = GTK_WIDGET_GET_CLASS(cell);
+  hostSnapshot(kind) = widgetClass->snapshot;
+  widgetClass->snapshot = &snapshotCell<kind>;
+}
+
+struct WatchedClass {
+  const char* name;
+  void (*realized)(GtkWidget*);
+};
+
+// The second names are those of later releases.
+constexpr std::array kWatched{
+    WatchedClass{"NautilusGridCell", &takeDrawingOver<CellKind::Grid>},
+    WatchedClass{"NautilusNameCell", &takeDrawingOver<CellKind::List>},
+    WatchedClass{"NautilusGtkPlacesSidebar", [](GtkWidget* w) { theObserver->sidebarRealized(w); }},
+    WatchedClass{"NautilusSidebar", [](GtkWidget* w) { theObserver->sidebarRealized(w); }},
+    WatchedClass{"NautilusGtkSidebarRow", [](GtkWidget* w) { theObserver->sidebarRowRealized(w); }},
+    WatchedClass{"NautilusSidebarRow", [](GtkWidget* w) { theObserver->sidebarRowRealized(w); }},
+};
+
+gboolean widgetRealized(GSignalInvocationHint*, guint, const GValue* parameters,
+                        gpointer) noexcept {
+  auto* object = static_cast<GObject*>(g_value_get_object(parameters));
+  const char* name = G_OBJECT_TYPE_NAME(object);
+  if (std::strncmp(name, "Nautilus", 8) != 0) return TRUE;
+  for (const auto& watched : kWatched)
+    if (std::strcmp(name, watched.name) == 0)
+      swallowing([&] { watched.realized(GTK_WIDGET(object)); });
+  return TRUE;
+}
+
+bool isIcon(GtkWidget* widget) {
+  if (GTK_IS_PICTURE(widget)) return true;
+  const char* id = gtk_buildable_get_buildable_id(GTK_BUILDABLE(widget));
+  return id != nullptr && std::strcmp(id, "icon") == 0;
+}
+
+}  // namespace
+
+void observeWidgets(WidgetObserver& observer) {
+  theObserver = &observer;
+  g_type_class_unref(g_type_class_ref(GTK_TYPE_WIDGET));
+  g_signal_add_emission_hook(g_signal_lookup("realize", GTK_TYPE_WIDGET), 0, &widgetRealized,
+                             nullptr, nullptr);
+}
+
+void drawHostCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) {
+  if (hostSnapshot(kind) != nullptr) hostSnapshot(kind)(cell, snapshot);
+}
+
+GtkWidget* iconOf(GtkWidget* cell) {
+  for (GtkWidget* child = gtk_widget_get_first_child(cell); child != nullptr;
+       child = gtk_widget_get_next_sibling(child)) {
+    if (isIcon(child)) return child;
+    if (GtkWidget* found = iconOf(child)) return found;
+  }
+  return nullptr;
+}
+
+}  // namespace wevora::nautilus

@@ -1,0 +1,27 @@
+#include "Hosts/Nautilus/View.h"
+
+namespace wevora::nautilus {
+
+using platform::Id;
+using platform::Implementation;
+
+std::shared_ptr<platform::Class> View::registerIn(platform::Runtime& runtime) {
+  auto views = runtime.registerClass("NSView");
+  views->addMethod(
+      "setNeedsDisplay:", Implementation::of<void(bool)>([](const Id& self, bool needed) {
+        static_cast<const View&>(*self).setNeedsDisplay(needed);
+      }),
+      "v@:B");
+  views->addMethod("subviews", Implementation::of<std::vector<Id>()>([](const Id& self) {
+                     return static_cast<const View&>(*self).subviews();
+                   }),
+                   "@@:");
+  return views;
+}
+
+void View::setNeedsDisplay(bool needed) const {
+  if (!needed) return;
+  if (const auto shown = widget()) redraw_(shown.get());
+}
+
+}  // namespace wevora::nautilus
