@@ -408,7 +408,7 @@ TEST_F(DaemonConnectionTest, AnUnsignedResultKeepsAllItsBits) {
   Array remaining;
   Text error;
   for (const auto status : {std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
-    agent.configuringStatus = status;
+    change([&](TestAgent& to) { to.configuringStatus = status; });
     EXPECT_EQ(remote->deviceConfiguringStatusAndIDOfCurrentDevice(device, remaining, error),
               status);
   }

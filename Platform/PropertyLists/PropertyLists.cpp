@@ -33,6 +33,7 @@ struct ListFree {
 using List = std::unique_ptr<void, ListFree>;
 
 struct Free {
+  // NOLINTNEXTLINE: the library allocates with malloc
   void operator()(void* memory) const noexcept { std::free(memory); }
 };
 
