@@ -272,7 +272,8 @@ TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseTakesTheImageThatItsDelegateGivesI
     sidebars.sidebarRealized(content);
     sidebars.rowRealized(drive);
     sidebars.rowRealized(home);
-    EXPECT_TRUE(GDK_IS_TEXTURE(objectProperty(drive, "start-icon").get())) << rowClass;
+    const auto icon = objectProperty(drive, "start-icon");
+    EXPECT_TRUE(GDK_IS_TEXTURE(icon.get())) << rowClass;
     EXPECT_EQ(objectProperty(home, "start-icon"), nullptr) << rowClass;
     g_object_unref(content);
   }
