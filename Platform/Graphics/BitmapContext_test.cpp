@@ -1,5 +1,7 @@
 #include "Platform/Graphics/BitmapContext.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "Platform/Graphics/GraphicsContext.h"
@@ -63,6 +65,18 @@ TEST(BitmapContextTest, ABitmapThatIsDrawnDirectlyIsUpsideDownWhereYGrowsDownwar
   contextDrawImage(*context, {0, 0, 16, 16}, twoHalves(16, 16, kUpper, kLower));
   EXPECT_EQ(context->createImage()->pixels().front(), kLower);
   contextDrawImage(*context, {0, 0, 16, 16}, nullptr);
+}
+
+TEST(BitmapContextTest, ARectangleThatIsNoneDrawsNothingAndSpoilsNothing) {
+  const auto context = BitmapContext::create({.width = 16, .height = 16});
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const Rect& rect : {Rect{nan, 0, 16, 16}, Rect{0, -infinity, 16, 16},
+                           Rect{0, 0, infinity, 16}, Rect{0, 0, 16, nan}})
+    contextDrawImage(*context, rect, twoHalves(16, 16, kUpper, kLower));
+  EXPECT_EQ(context->createImage()->pixels().front(), 0U);
+  contextDrawImage(*context, {0, 0, 16, 16}, twoHalves(16, 16, kUpper, kLower));
+  EXPECT_EQ(context->createImage()->pixels().front(), kUpper);
 }
 
 TEST(BitmapTest, AColourAboveItsAlphaIsCutDownToIt) {

@@ -40,7 +40,7 @@ void GraphicsContext::restoreGraphicsState() noexcept {
 }
 
 void contextDrawImage(DrawingTarget& context, const Rect& rect, const BitmapRef& image) {
-  if (!image || rect.empty()) return;
+  if (!image || rect.empty() || !rect.finite()) return;
   context.drawBitmap(image, {.source = {0, 0, static_cast<double>(image->width()),
                                         static_cast<double>(image->height())},
                              .destination = rect,
