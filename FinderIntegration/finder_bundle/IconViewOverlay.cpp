@@ -15,20 +15,22 @@ using platform::send;
 constexpr const char* kDrawImageTypes = "v@:@";
 constexpr const char* kDrawWithFrameTypes = "v@:{CGRect={CGPoint=dd}{CGSize=dd}}@";
 
-void drawInto(platform::Image& image, const platform::Image& badge) {
+/// Without a badge the image is opened for drawing all the same: it comes out with one
+/// representation either way.
+void drawInto(platform::Image& image, const ImageRef& badge) {
   // A square as tall as the image, however wide that is.
   const double height = image.size().height;
   image.lockFocus();
   const platform::ScopeExit unlocked([&] { image.unlockFocus(); });
-  badge.drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
+  if (badge) badge->drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
 }
 
 /// A new wrapper of the image, which has the cell's badge now.
 Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime, WVIconProvider& provider) {
   const ImageRef badge = provider.imageForBrowserCell(cell);
-  const auto image = send<ImageRef>(wrapper, "_nsImage");
   if (badge) badge->setFlipped(false);
-  if (badge && image) drawInto(*image, *badge);
+  const auto image = send<ImageRef>(wrapper, "_nsImage");
+  if (image) drawInto(*image, badge);
   const Id made =
       send<Id>(send<Id>(runtime.classNamed("IKImageWrapper"), "alloc"), "initWithNSImage:", image);
   return made ? made : wrapper;

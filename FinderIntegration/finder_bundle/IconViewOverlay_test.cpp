@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/PictureFiles/PictureFiles.h"
 #include "Tests/PictureHost/BadgedHost.h"
 
 namespace wevora {
@@ -75,6 +76,23 @@ TEST_F(IconViewOverlayTest, TheBadgeIsLeftUnflipped) {
 TEST_F(IconViewOverlayTest, AnItemWithoutABadgeIsDrawnAsItIs) {
   const auto bitmap = drawn("plain", {64, 64});
   for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
+}
+
+TEST_F(IconViewOverlayTest, AnItemWithoutABadgeGetsItsNewWrapperAndItsOneDrawingAllTheSame) {
+  const auto cell = host.makeIconCell(badged.item("plain"), {64, 64});
+  host.draw(cell);
+  EXPECT_EQ(host.wrappersMade, 1);
+  EXPECT_EQ(cell->drawn.size(), 1U);
+}
+
+TEST_F(IconViewOverlayTest, AnIconWithoutABadgeIsLockedForDrawingToo) {
+  const auto cell = host.makeIconCell(badged.item("plain"), {64, 64});
+  const platform::ImageRep finer{
+      testing_host::twoHalves(128, 128, PictureHost::kGray, PictureHost::kGray), {64, 64}};
+  cell->icon->addRepresentations({&finer, 1});
+  host.draw(cell);
+  ASSERT_EQ(cell->icon->representations().size(), 1U) << "the one that was drawn into";
+  EXPECT_EQ(cell->icon->representations()[0].bitmap->width(), 128U);
 }
 
 TEST_F(IconViewOverlayTest, WithBadgesOffTheIconIsDrawnAsItIs) {
