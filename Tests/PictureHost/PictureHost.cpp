@@ -58,7 +58,7 @@ Implementation ownDrawImage(bool reflective) {
 }  // namespace
 
 PictureHost::Classes PictureHost::Classes::none() {
-  return {false, false, false, false, false, false, false, false, false, false, false};
+  return {false, false, false, false, false, false, false, false, false, false, false, false};
 }
 
 PictureHost::PictureHost(Classes classes)
@@ -102,7 +102,7 @@ void PictureHost::registerWrappers(const Classes& classes) {
                         "@@:");
   };
   add(classes.wrappers, "IKImageWrapper", "initWithNSImage:");
-  add(classes.wrappers, "NSSidebarImage", "initWithSourceImage:");
+  add(classes.sidebarImages, "NSSidebarImage", "initWithSourceImage:");
   registerClass(classes.snapshots, "NSCGImageSnapshotRep");
 }
 
