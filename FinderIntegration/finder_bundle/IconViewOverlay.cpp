@@ -25,15 +25,14 @@ void drawInto(platform::Image& image, const ImageRef& badge) {
   if (badge) badge->drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
 }
 
-/// A new wrapper of the image, which has the cell's badge now.
+/// A new wrapper of the image, which has the cell's badge now; null in a host without wrappers.
 Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime, WVIconProvider& provider) {
   const ImageRef badge = provider.imageForBrowserCell(cell);
   if (badge) badge->setFlipped(false);
   const auto image = send<ImageRef>(wrapper, "_nsImage");
   if (image) drawInto(*image, badge);
-  const Id made =
-      send<Id>(send<Id>(runtime.classNamed("IKImageWrapper"), "alloc"), "initWithNSImage:", image);
-  return made ? made : wrapper;
+  return send<Id>(send<Id>(runtime.classNamed("IKImageWrapper"), "alloc"),
+                  "initWithNSImage:", image);
 }
 
 }  // namespace

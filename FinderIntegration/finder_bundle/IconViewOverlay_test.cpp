@@ -156,14 +156,29 @@ TEST(IconViewOverlayMissingTest, WithoutReflectiveCellsTheOthersAreHookedAllTheS
   EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
 }
 
-TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheIconIsDrawnWithItsBadgeAllTheSame) {
+TEST(IconViewOverlayMissingTest, WithoutIconCellsTheReflectiveOnesAreHookedAllTheSame) {
+  auto classes = PictureHost::Classes();
+  classes.iconCells = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
+  EXPECT_FALSE(anythingSeen(*badged.host.draw(cell), kGreen)) << "nobody knows of it";
+  const auto reflective =
+      badged.host.makeIconCell(badged.item("green"), {64, 64}, "IKFinderReflectiveIconCell");
+  EXPECT_TRUE(anythingSeen(*badged.host.draw(reflective), kGreen));
+}
+
+TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheHostIsGivenNoneToDraw) {
   auto classes = PictureHost::Classes();
   classes.wrappers = false;
   BadgedHost badged(classes);
   badged.load();
   badged.settle();
   const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
-  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
+  EXPECT_EQ(badged.host.draw(cell), nullptr);
+  EXPECT_EQ(cell->drawn.size(), 1U) << "its own drawing runs";
+  EXPECT_TRUE(anythingSeen(*cell->icon->representations()[0].bitmap, kGreen));
 }
 
 TEST(IconViewOverlayMissingTest, WithoutAPictureFileTheIconIsDrawnAsItIs) {

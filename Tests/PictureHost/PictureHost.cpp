@@ -50,7 +50,8 @@ BitmapRef picturedAlone(const platform::Image& image) {
 Implementation ownDrawImage(bool reflective) {
   return Implementation::of<void(Id)>([reflective](const Id& self, const Id& wrapper) {
     auto& cell = as<IconCell>(self);
-    cell.drawn.push_back(picturedAlone(*send<ImageRef>(wrapper, "_nsImage")));
+    const auto image = send<ImageRef>(wrapper, "_nsImage");
+    cell.drawn.push_back(image ? picturedAlone(*image) : nullptr);
     if (reflective) ++cell.reflections;
   });
 }
