@@ -237,5 +237,14 @@ TEST(ImageTest, TheRenderingForASmallRectangleIsTheSmallPicture) {
   EXPECT_EQ(Image().CGImageForProposedRect({0, 0, 8, 8}), nullptr);
 }
 
+TEST(ImageTest, TheRenderingInATargetOfTwoPixelsAPointHasTwiceThePixels) {
+  const auto image =
+      makeImage({{twoHalves(16, 16, 0, 0), {16, 16}}, {twoHalves(8, 8, 0, 0), {8, 8}}}, {16, 16});
+  EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 8U);
+  const Paper twice(true, 2);
+  const CurrentTarget current(*twice.context);
+  EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 16U);
+}
+
 }  // namespace
 }  // namespace wevora::platform
