@@ -106,6 +106,20 @@ TEST(GraphicsContextTest, StatesThatWereSavedComeBackInTurn) {
   EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
 }
 
+TEST(GraphicsContextTest, ATargetStaysAliveWhileItIsCurrentOrWillBeAgain) {
+  auto target = BitmapContext::create({.width = 1, .height = 1});
+  const std::weak_ptr<BitmapContext> seen = target;
+  GraphicsContext::setCurrentContext(std::move(target));
+  EXPECT_FALSE(seen.expired());
+  GraphicsContext::saveGraphicsState();
+  GraphicsContext::setCurrentContext(nullptr);
+  EXPECT_FALSE(seen.expired());
+  GraphicsContext::restoreGraphicsState();
+  EXPECT_EQ(GraphicsContext::currentContext(), seen.lock().get());
+  GraphicsContext::setCurrentContext(nullptr);
+  EXPECT_TRUE(seen.expired());
+}
+
 TEST(LayerTest, ItAnswersItsFrameAndNotesThatItMustBeDrawn) {
   Runtime runtime;
   const auto layers = Layer::registerIn(runtime);

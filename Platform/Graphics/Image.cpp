@@ -142,7 +142,7 @@ double Image::finestScale() const noexcept {
 void Image::lockFocus() {
   auto target = makeFocus_ ? makeFocus_(*this) : Canvas::of(*this);
   GraphicsContext::saveGraphicsState();
-  GraphicsContext::setCurrentContext(target.get());
+  GraphicsContext::setCurrentContext(target);
   focus_.push_back(std::move(target));
 }
 

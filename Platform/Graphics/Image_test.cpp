@@ -220,6 +220,17 @@ TEST(ImageTest, AnImageThatGoesWhileItsFocusIsLockedGivesTheTargetBack) {
   EXPECT_EQ(GraphicsContext::currentContext(), paper.context.get());
 }
 
+TEST(ImageTest, AnImageThatGoesBeforeOneThatWasLockedAfterItLeavesATargetThatCanBeDrawnInto) {
+  auto first = twoColours();
+  const auto second = twoColours();
+  first->lockFocus();
+  second->lockFocus();
+  first.reset();
+  twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 1.0);
+  second->unlockFocus();
+  EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
+}
+
 TEST(ImageTest, AHostsImageSendsWhatIsDrawnIntoItToTheHostsTarget) {
   const Paper paper(false);
   Image image({40, 40}, [&](const Image&) { return paper.context; });
