@@ -25,7 +25,7 @@ TEST(BundleLoadTest, TheClassesAreLoadedInOneFixedOrder) {
 /// What each hook has done so far, told by what it leaves in the host.
 std::vector<std::string> tracesIn(BadgedHost& badged) {
   const auto has = [&](const char* className, const char* selector) {
-    return badged.host.classNamed(className)->instanceMethod(selector).has_value();
+    return badged.host.classNamed(className)->instanceMethod(selector) != nullptr;
   };
   std::vector<std::string> traces = badged.order;
   if (has("TSidebarView", "wvr_setDelegate:")) traces.emplace_back("InjectedBundleClass");

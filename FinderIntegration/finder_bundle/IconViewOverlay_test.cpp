@@ -125,13 +125,13 @@ TEST_F(IconViewOverlayTest, TheFrameOfTheImageIsEmpty) {
 /// Which of the three replacements are in their places.
 std::vector<bool> installedIn(PictureHost& host) {
   const auto has = [&](const char* className, const char* selector) {
-    return host.classNamed(className)->instanceMethod(selector).has_value();
+    return host.classNamed(className)->instanceMethod(selector) != nullptr;
   };
   const auto cells = host.classNamed("IKIconCell")->instanceMethod("wv_drawImage:");
   const auto reflective =
       host.classNamed("IKFinderReflectiveIconCell")->instanceMethod("wv_drawImage:");
   const bool own = reflective && (!cells || reflective->implementation != cells->implementation);
-  return {cells.has_value(), own, has("IKIconCell", "wv_drawWithFrame:inView:")};
+  return {cells != nullptr, own, has("IKIconCell", "wv_drawWithFrame:inView:")};
 }
 
 TEST(IconViewOverlayLoadTest, EachLoadInstallsItsReplacementAndThenThoseAfterIt) {
