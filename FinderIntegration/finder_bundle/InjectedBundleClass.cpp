@@ -6,7 +6,6 @@
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVOutlineViewDelegate.h"
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
-#include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora {
@@ -31,10 +30,7 @@ void InjectedBundleClass::load() {
 }
 
 void InjectedBundleClass::reportVersion() const {
-  const auto list = platform::PropertyLists::read(services_.paths.translate(kBundleInfoPath));
-  const auto* info = list ? list->as<platform::Dictionary>() : nullptr;
-  const auto* text = info ? platform::valueAs<std::string>(*info, kFinderVersionKey) : nullptr;
-  const auto version = text ? versionFromText(*text) : std::nullopt;
+  const auto version = installedVersion(services_.paths);
   if (!version || !services_.setVersion) return;
   services_.mainQueue.async([setVersion = services_.setVersion, version = *version] {
     setVersion(version.major, version.minor, version.patch);

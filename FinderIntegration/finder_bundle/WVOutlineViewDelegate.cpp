@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "FinderIntegration/wevoraLoader/InstalledBundle.h"
 #include "Platform/Bundles/Bundle.h"
 #include "Platform/Graphics/ImageFiles.h"
 #include "Platform/Support/Guard.h"
@@ -18,7 +19,6 @@ using platform::InstalledPaths;
 using platform::Runtime;
 using platform::send;
 
-constexpr std::string_view kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
 constexpr std::string_view kSidebarPicture = "sidebar.tiff";
 constexpr platform::Size kSidebarSize{32, 32};  // points
 constexpr const char* kName = "WVOutlineViewDelegate";
