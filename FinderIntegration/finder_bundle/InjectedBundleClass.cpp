@@ -58,7 +58,6 @@ void InjectedBundleClass::investigateSideBarViewHierarchy(
   platform::swallowing([&] {
     const std::string mark = level.value_or("#");
     if (!view) return;
-    if (services_.visited) services_.visited(view, mark);
     if (view->isKindOf(services_.runtime.classNamed("TSidebarView").get())) {
       send<void>(view, "setDelegate:", send<Id>(view, "delegate"));
       send<void>(view, "setNeedsDisplay:", true);

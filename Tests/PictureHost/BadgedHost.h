@@ -70,7 +70,6 @@ class BadgedHost {
   std::shared_ptr<WVIconProvider> provider;
   std::vector<std::string> order;  ///< what was loaded, of the classes that others bring
   std::vector<std::vector<std::int32_t>> versions;  ///< what `setVersion` was given
-  std::vector<std::pair<Id, std::string>> visited;
   BundleLoad bundle;
 
  private:
