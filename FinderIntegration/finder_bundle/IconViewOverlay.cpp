@@ -1,5 +1,7 @@
 #include "FinderIntegration/finder_bundle/IconViewOverlay.h"
 
+#include <utility>
+
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Support/Guard.h"
@@ -26,8 +28,9 @@ void drawInto(platform::Image& image, const ImageRef& badge) {
 }
 
 /// A new wrapper of the image, which has the cell's badge now; null in a host without wrappers.
-Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime, WVIconProvider& provider) {
-  const ImageRef badge = provider.imageForBrowserCell(cell);
+Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime,
+          const ProviderAccess& provider) {
+  const ImageRef badge = provider().imageForBrowserCell(cell);
   if (badge) badge->setFlipped(false);
   const auto image = send<ImageRef>(wrapper, "_nsImage");
   if (image) drawInto(*image, badge);
@@ -37,17 +40,17 @@ Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime, WVIconProvi
 
 }  // namespace
 
-IconViewOverlay::IconViewOverlay(Runtime& runtime, WVIconProvider& provider) : runtime_(runtime) {
+IconViewOverlay::IconViewOverlay(Runtime& runtime, ProviderAccess provider) : runtime_(runtime) {
   const auto own = runtime.registerClass("IconViewOverlay");
   if (!own) return;
-  own->addMethod(
-      "wv_drawImage:",
-      Implementation::of<void(Id)>([&runtime, &provider](const Id& self, const Id& image) {
-        const Id shown =
-            platform::swallowingOr(image, [&] { return badged(self, image, runtime, provider); });
-        send<void>(self, "wv_drawImage:", shown);
-      }),
-      kDrawImageTypes);
+  own->addMethod("wv_drawImage:",
+                 Implementation::of<void(Id)>(
+                     [&runtime, provider = std::move(provider)](const Id& self, const Id& image) {
+                       const Id shown = platform::swallowingOr(
+                           image, [&] { return badged(self, image, runtime, provider); });
+                       send<void>(self, "wv_drawImage:", shown);
+                     }),
+                 kDrawImageTypes);
   own->addMethod(
       "wv_drawWithFrame:inView:",
       Implementation::of<void(Rect, Id)>([](const Id& self, Rect frame, const Id& inView) {

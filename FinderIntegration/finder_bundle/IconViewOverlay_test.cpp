@@ -138,9 +138,9 @@ TEST(IconViewOverlayLoadTest, EachLoadInstallsItsReplacementAndThenThoseAfterIt)
   BadgedHost cells;
   BadgedHost reflective;
   BadgedHost frames;
-  IconViewOverlay(cells.host.runtime(), *cells.provider).load();
-  IconViewOverlay(reflective.host.runtime(), *reflective.provider).loadReflective();
-  IconViewOverlay(frames.host.runtime(), *frames.provider).loadDrawWithFrame();
+  IconViewOverlay(cells.host.runtime(), cells.providerAccess()).load();
+  IconViewOverlay(reflective.host.runtime(), reflective.providerAccess()).loadReflective();
+  IconViewOverlay(frames.host.runtime(), frames.providerAccess()).loadDrawWithFrame();
   EXPECT_EQ(installedIn(cells.host), (std::vector<bool>{true, true, true}));
   EXPECT_EQ(installedIn(reflective.host), (std::vector<bool>{false, true, true}));
   EXPECT_EQ(installedIn(frames.host), (std::vector<bool>{false, false, true}));

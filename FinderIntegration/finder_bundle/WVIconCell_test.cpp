@@ -173,13 +173,13 @@ std::pair<bool, bool> installedIn(PictureHost& host) {
 
 TEST(IconCellLoadTest, LoadHackAloneAddsTheScaleAndReplacesNothing) {
   BadgedHost badged;
-  WVIconCell(badged.host.runtime(), *badged.provider).loadHack();
+  WVIconCell(badged.host.runtime(), badged.providerAccess()).loadHack();
   EXPECT_EQ(installedIn(badged.host), (std::pair{false, true}));
 }
 
 TEST(IconCellLoadTest, LoadReplacesTheDrawingAndThenAddsTheScaleWhichAnotherTimeDoesNotChange) {
   BadgedHost badged;
-  WVIconCell cells(badged.host.runtime(), *badged.provider);
+  WVIconCell cells(badged.host.runtime(), badged.providerAccess());
   cells.load();
   EXPECT_EQ(installedIn(badged.host), (std::pair{true, true}));
   const auto scale = [&] {

@@ -72,8 +72,8 @@ BundleLoad::Services BadgedHost::services() {
                             [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
                               versions.push_back({major, minor, patch});
                             }},
-          .provider = *provider,
-          .finderTools = tools,
+          .provider = providerAccess(),
+          .finderTools = [this]() -> WVFinderTools& { return tools; },
           .loadFileTools = [this] { order.emplace_back("WVRFileTools"); },
           .loadAgentConnector = [this] { order.emplace_back("WVAgentConnector"); },
           .loadDateFormat = [this] { order.emplace_back("NSDate(DBFormat)"); }};

@@ -54,6 +54,9 @@ class BadgedHost {
 
   void load() { bundle.run(); }
   std::string item(const std::string& name) const { return volume.item(name); }
+  ProviderAccess providerAccess() {
+    return [this]() -> WVIconProvider& { return *provider; };
+  }
   /// Lets the words of the volume's items be read.
   void settle();
 

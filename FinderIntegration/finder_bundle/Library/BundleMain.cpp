@@ -16,8 +16,8 @@ BundleLoad::Services servicesOfTheProcess() {
                         .mainQueue = services.dispatch.mainQueue(),
                         .paths = platform::InstalledPaths::shared(),
                         .setVersion = &setVersion},
-          .provider = WVIconProvider::defaultProvider(),
-          .finderTools = WVFinderTools::sharedTools(),
+          .provider = &WVIconProvider::defaultProvider,
+          .finderTools = &WVFinderTools::sharedTools,
           .loadFileTools = &WVRFileTools::load,
           .loadAgentConnector = &WVAgentConnector::load,
           .loadDateFormat = &loadNSDateDBFormat};
