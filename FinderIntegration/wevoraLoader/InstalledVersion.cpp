@@ -6,7 +6,6 @@
 #include <system_error>
 #include <vector>
 
-#include "Platform/InstalledPaths/InstalledPaths.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 
 namespace wevora {
@@ -45,9 +44,8 @@ std::optional<BundleVersion> versionFromText(std::string_view text) {
                        leadingInteger(components[2])};
 }
 
-std::optional<BundleVersion> installedVersion() {
-  const auto path = platform::InstalledPaths::shared().translate(kBundleInfoPath);
-  const auto list = platform::PropertyLists::read(path);
+std::optional<BundleVersion> installedVersion(const platform::InstalledPaths& paths) {
+  const auto list = platform::PropertyLists::read(paths.translate(kBundleInfoPath));
   const auto* info = list ? list->as<platform::Dictionary>() : nullptr;
   const auto* text =
       info == nullptr ? nullptr : platform::valueAs<std::string>(*info, kFinderVersionKey);

@@ -65,7 +65,9 @@ void setVersion(std::int32_t major, std::int32_t minor, std::int32_t patch) noex
 
 std::int32_t shouldKillFinder() noexcept {
   static SharedRecord* conf = nullptr;
-  const auto installed = platform::swallowingOr(std::optional<BundleVersion>(), &installedVersion);
+  const auto installed = platform::swallowingOr(std::optional<BundleVersion>(), [] {
+    return installedVersion(platform::InstalledPaths::shared());
+  });
   const SharedObject object = openSharedObject();
   if (object.descriptor < 0) {
     std::printf("Could not create shm object. %s\n", std::strerror(errno));
