@@ -23,6 +23,8 @@ class Descriptor {
   }
 
   int get() const { return descriptor_; }
+  /// Gives it away.
+  int release() { return std::exchange(descriptor_, -1); }
   explicit operator bool() const { return descriptor_ >= 0; }
 
  private:
