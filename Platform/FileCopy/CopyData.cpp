@@ -6,7 +6,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "Platform/FileCopy/Errno.h"
+#include "Platform/Support/Errno.h"
 
 namespace wevora::platform {
 namespace {

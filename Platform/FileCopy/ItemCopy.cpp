@@ -7,23 +7,19 @@
 #include <vector>
 
 #include "Platform/FileCopy/CopyData.h"
-#include "Platform/FileCopy/Errno.h"
 #include "Platform/FileCopy/FileOperations.h"
 #include "Platform/FileCopy/ItemAttributes.h"
 #include "Platform/FileCopy/ItemRemoval.h"
+#include "Platform/FileCopy/KeptItem.h"
 #include "Platform/Files/Listing.h"
 #include "Platform/Strings/Strings.h"
 #include "Platform/Support/Descriptor.h"
+#include "Platform/Support/Errno.h"
 
 namespace wevora::platform {
 namespace {
 
 using Facts = struct stat;
-
-std::optional<Facts> factsOf(const std::string& path) {
-  Facts facts{};
-  return ::lstat(path.c_str(), &facts) == 0 ? std::optional(facts) : std::nullopt;
-}
 
 bool sameTime(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
@@ -34,11 +30,6 @@ bool isUnchanged(int file, const Facts& before) {
   Facts now{};
   return ::fstat(file, &now) == 0 && now.st_size == before.st_size &&
          sameTime(now.st_mtim, before.st_mtim);
-}
-
-std::string folderOf(const std::string& path) {
-  std::string folder(pathWithoutLastComponent(path));
-  return folder.empty() ? "." : folder;
 }
 
 std::string nameWhileCopied(const std::string& destination) {

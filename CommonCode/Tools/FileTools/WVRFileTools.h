@@ -208,7 +208,9 @@ class WVRFileTools {
   // +backupFileWithPath:toPath:
   static bool backupFileWithPath(const std::string& path, const std::string& toPath);
   /// Tries so many times. After the last failure the destination is removed, ALSO one that was
-  /// there before; but never the source, where both are one item or one holds the other.
+  /// there before; but never the source, where both are one item or one holds the other, nor
+  /// anything when a volume or folder is mounted in the destination, or the source cannot be
+  /// looked at.
   // +backupFileWithPath:toPath:attempts:
   static bool backupFileWithPath(const std::string& path, const std::string& toPath,
                                  std::uint64_t attempts);
