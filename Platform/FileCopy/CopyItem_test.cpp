@@ -161,7 +161,7 @@ TEST_F(CopyItemTest, FailsWhenTheDestinationExistsInWhateverForm) {
 
 TEST_F(CopyItemTest, ADestinationThatAppearsMeanwhileIsNotReplaced) {
   write("a", "new");
-  calls.before(Call::rename, [this] { write("b", "theirs"); });
+  calls.before(Call::renameToNew, [this] { write("b", "theirs"); });
   EXPECT_EQ(copy("a", "b"), std::errc::file_exists);
   EXPECT_EQ(read("b"), "theirs");
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "b"}));
@@ -225,6 +225,7 @@ TEST_P(FailingCopyTest, LeavesNothingAndDoesNotTouchTheSource) {
   EXPECT_EQ(names("a"), (std::vector<std::string>{"1", "2", "3"}));
   for (const auto* name : {"a/1", "a/2", "a/3"}) EXPECT_EQ(read(name), large);
   if (GetParam().call == Call::flushVolume) return;  // one file is flushed by itself
+  calls.fail(GetParam().call, GetParam().error);
   EXPECT_EQ(copy("file", "b").value(), GetParam().error);
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "file"}));
 }
@@ -236,7 +237,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Failure{Call::read, EIO, 2}, Failure{Call::write, ENOSPC, 0},
                     Failure{Call::write, ENOSPC, 4}, Failure{Call::write, EIO, 3},
                     Failure{Call::write, EDQUOT, 1}, Failure{Call::resize, ENOSPC, 0},
-                    Failure{Call::flushVolume, EIO, 0}, Failure{Call::rename, EIO, 0}));
+                    Failure{Call::flushVolume, EIO, 0}, Failure{Call::close, EIO, 0},
+                    Failure{Call::close, EDQUOT, 2}, Failure{Call::renameToNew, EIO, 0}));
 
 TEST_F(CopyItemTest, AFileWhoseBytesDoNotReachTheVolumeIsNoCopy) {
   write("a", "x");

@@ -26,7 +26,7 @@ std::error_code SystemFileOperations::copyItem(const std::string& from, const st
 }
 
 bool SystemFileOperations::contentsEqual(const std::string& path, const std::string& other) {
-  return ItemCompare(calls_, progress_).equal(item(path), item(other));
+  return itemsEqual(calls_, progress_, item(path), item(other));
 }
 
 std::error_code SystemFileOperations::removeItem(const std::string& path) {

@@ -162,10 +162,6 @@ bool namesAnItem(std::string_view name) {
   return !name.empty() && name != "/" && name != "." && name != "..";
 }
 
-Descriptor folderHolding(std::string_view path) {
-  return Descriptor(::open(folderOf(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-}
-
 }  // namespace
 
 std::error_code removeWithContents(int folder, const std::string& name) {

@@ -36,4 +36,8 @@ std::error_code TreePosition::leave() {
   return {};
 }
 
+Descriptor folderHolding(std::string_view path) {
+  return Descriptor(::open(folderOf(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
 }  // namespace wevora::platform

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -34,5 +35,9 @@ class TreePosition {
   };
   std::vector<Level> levels_;
 };
+
+/// The folder in which a path's item is, open as a place only: it need not be one that may be read.
+/// None with errno set.
+Descriptor folderHolding(std::string_view path);
 
 }  // namespace wevora::platform

@@ -253,9 +253,10 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
     int error;
     int nth;
   };
-  for (const auto& failure : {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0},
-                              Failure{Call::read, EIO, 1}, Failure{Call::openToRead, EACCES, 0},
-                              Failure{Call::flush, EIO, 0}, Failure{Call::rename, ENOSPC, 0}}) {
+  for (const auto& failure :
+       {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0}, Failure{Call::read, EIO, 1},
+        Failure{Call::openToRead, EACCES, 0}, Failure{Call::flush, EIO, 0},
+        Failure{Call::close, EIO, 0}, Failure{Call::renameToNew, ENOSPC, 0}}) {
     FaultyFileCalls calls;
     calls.copyWithoutTheKernel();
     calls.fail(failure.call, failure.error, failure.nth);
