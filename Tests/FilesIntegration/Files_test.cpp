@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -281,6 +282,42 @@ TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
   EXPECT_EQ(files("backup " + folder.path("a") + " " + quoted + "/copy'").output, "");
   EXPECT_EQ(run("diff -r " + folder.path("a") + " " + quoted + "/copy'").output, "");
   EXPECT_TRUE(fs::is_symlink(volume.path("copy/link")));
+}
+
+TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
+  write(folder.path("a"));
+  ASSERT_TRUE(mounted);
+  const auto modes = [this] {
+    return run("stat -c %a " + folder.path("a") + " " + folder.path("b") + " 2>&1").output;
+  };
+  ::chmod(folder.path("a").c_str(), 06755);
+  EXPECT_EQ(files("backup " + folder.path("a") + " " + folder.path("b")).status, 0);
+  EXPECT_EQ(modes(), "6755\n6755\n");
+  fs::remove(folder.path("b"));
+  if (!testing_host::mayMountDisks()) return;  // there is one user only
+  ASSERT_EQ(::chown(folder.path("a").c_str(), 4711, 4711), 0);
+  ::chmod(folder.path("a").c_str(), 06755);
+  EXPECT_EQ(run("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") + " " +
+                folder.path("b"))
+                .status,
+            0);
+  EXPECT_EQ(modes(), "6755\n755\n");
+}
+
+TEST_F(FilesTest, AVolumeThatHoldsNoExtendedAttributesHoldsTheRest) {
+  MountedVolume plain(MountedVolume::Kind::ramfs, folder.path("plain"));
+  ASSERT_TRUE(plain.mount());
+  fs::create_directories(folder.path("a/deep"));
+  write(folder.path("a/deep/file"), "text");
+  ::chmod(folder.path("a/deep/file").c_str(), 0640);
+  ASSERT_EQ(::setxattr(folder.path("a/deep/file").c_str(), "user.note", "kept", 4, 0), 0);
+  ASSERT_NE(::setxattr(plain.path().c_str(), "user.note", "kept", 4, 0), 0);
+  EXPECT_EQ(files("backup " + folder.path("a") + " " + plain.path("b")).output, "");
+  EXPECT_EQ(files("backup " + folder.path("a/deep/file") + " " + plain.path("c")).output, "");
+  for (const auto* copy : {"b/deep/file", "c"}) {
+    EXPECT_EQ(run("cat " + plain.path(copy)).output, "text");
+    EXPECT_EQ(fs::status(plain.path(copy)).permissions(), fs::perms(0640));
+  }
 }
 
 TEST_F(FilesTest, AFullVolumeHoldsNoPartOfACopy) {
