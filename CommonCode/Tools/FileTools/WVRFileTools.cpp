@@ -10,8 +10,6 @@
 namespace wevora {
 namespace {
 
-constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
-
 /// The text that the path's file URL has: an existing folder's ends with a separator.
 std::string fileUrlPath(std::string_view path) {
   std::string text(path);

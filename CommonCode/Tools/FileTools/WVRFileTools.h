@@ -94,8 +94,10 @@ class WVRFileTools {
   // +fileLastModificationDate:
   static std::optional<platform::Date> fileLastModificationDate(const std::string& path);
 
-  /// 32 lower-case hexadecimal digits, or "ERROR GETTING FILE MD5" when the file cannot be opened,
-  /// or not be read to its end. Reads 16 KiB at a time.
+  /// What stands in the place of a digest.
+  static constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
+  /// 32 lower-case hexadecimal digits, or kMD5Error when the file cannot be opened, is no regular
+  /// file, or cannot be read to its end. Reads 16 KiB at a time.
   // +getMD5FromFile:
   static std::string getMD5FromFile(const std::string& path);
   /// The same; the progress is told the bytes that were read.
