@@ -115,7 +115,8 @@ class WVRFileTools {
   // +shortFileNameForAbsolutePath:
   static std::string shortFileNameForAbsolutePath(std::string_view path);
 
-  /// The path of a file URL; none for any other URL.
+  /// The path of a file URL, without the separator that a folder's URL ends with; none for any
+  /// other URL.
   // +fileURLToString:
   static std::optional<std::string> fileURLToString(std::string_view url);
 
@@ -221,6 +222,10 @@ class WVRFileTools {
                                  platform::FileOperations& operations);
   static bool backupFileWithPath(const std::string& path, const std::string& toPath,
                                  std::uint64_t attempts, platform::FileOperations& operations);
+
+ private:
+  /// What is left of the combined rule for an item that is visible, or does not exist.
+  static bool visibleItemShouldBeIgnored(const std::string& path, bool isDirectory);
 };
 
 }  // namespace wevora
