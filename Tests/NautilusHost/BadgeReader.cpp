@@ -31,7 +31,8 @@ bool areAlike(std::uint32_t a, std::uint32_t b) {
 /// square of 32 or 16 points in its lower left corner.
 platform::Rect squareOn(const Place& icon) {
   const auto& frame = icon.frame;
-  const double side = icon.kind == "NautilusGridCell" ? frame.height : frame.height >= 32 ? 32 : 16;
+  const double inList = frame.width >= 32 || frame.height >= 32 ? 32 : 16;
+  const double side = icon.kind == "NautilusGridCell" ? frame.height : inList;
   return {frame.x, frame.y + frame.height - side, side, side};
 }
 
@@ -51,15 +52,26 @@ double shareOf(const Bitmap& badge, const Bitmap& picture, const platform::Rect&
   return solid == 0 ? 0 : static_cast<double>(alike) / solid;
 }
 
+platform::ImageRef pictureOf(const std::string& file) {
+  auto image = platform::imageWithContentsOfFile(file);
+  if (!image) throw std::runtime_error("the bundle has no " + file);
+  return image;
+}
+
 }  // namespace
 
 BadgeReader::BadgeReader(const std::string& resources) {
   for (const auto& [word, file] :
        {std::pair("green", "/ok.icns"), std::pair("blue", "/backup.icns"),
         std::pair("red", "/w.icns")}) {
-    badges_[word].image = platform::imageWithContentsOfFile(resources + file);
-    if (!badges_[word].image) throw std::runtime_error("the bundle has no badges");
+    badges_[word].image = pictureOf(resources + file);
   }
+  drive_.image = pictureOf(resources + "/sidebar.tiff");
+}
+
+bool BadgeReader::isDriveAt(const Bitmap& picture, const Place& row) const {
+  const auto side = static_cast<std::size_t>(std::lround(row.frame.width));
+  return shareOf(*drive_.ofSide(side), picture, row.frame) > 0.8;
 }
 
 platform::BitmapRef BadgeReader::Badge::ofSide(std::size_t side) const {

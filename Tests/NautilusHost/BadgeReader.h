@@ -17,6 +17,8 @@ class BadgeReader {
 
   /// "green", "blue", "red", or "" for an icon without one; "unclear" for a part of one.
   std::string wordAt(const platform::Bitmap& picture, const Place& icon) const;
+  /// Whether a row of the sidebar shows the bundle's own picture.
+  bool isDriveAt(const platform::Bitmap& picture, const Place& row) const;
 
  private:
   struct Badge {
@@ -25,6 +27,7 @@ class BadgeReader {
     platform::BitmapRef ofSide(std::size_t side) const;
   };
   std::map<std::string, Badge> badges_;
+  Badge drive_;
 };
 
 }  // namespace wevora::testing_host
