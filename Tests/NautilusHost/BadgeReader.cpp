@@ -1,8 +1,11 @@
 #include "Tests/NautilusHost/BadgeReader.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
@@ -52,6 +55,18 @@ double shareOf(const Bitmap& badge, const Bitmap& picture, const platform::Rect&
   return solid == 0 ? 0 : static_cast<double>(alike) / solid;
 }
 
+/// As a picture is seen that the host shows with 7/10 of its strength.
+platform::BitmapRef dimmedOn(std::uint32_t background, const Bitmap& bitmap) {
+  std::vector<std::uint32_t> pixels(bitmap.pixels().begin(), bitmap.pixels().end());
+  for (auto& pixel : pixels) {
+    std::uint32_t mixed = pixel & 0xFF000000U;
+    for (const unsigned shift : {0U, 8U, 16U})
+      mixed |= ((((pixel >> shift) & 255U) * 7 + ((background >> shift) & 255U) * 3) / 10) << shift;
+    pixel = mixed;
+  }
+  return Bitmap::make(bitmap.width(), bitmap.height(), std::move(pixels));
+}
+
 platform::ImageRef pictureOf(const std::string& file) {
   auto image = platform::imageWithContentsOfFile(file);
   if (!image) throw std::runtime_error("the bundle has no " + file);
@@ -69,9 +84,16 @@ BadgeReader::BadgeReader(const std::string& resources) {
   drive_.image = pictureOf(resources + "/sidebar.tiff");
 }
 
+// The host dims a row's image, and leaves some room beside and above it.
 bool BadgeReader::isDriveAt(const Bitmap& picture, const Place& row) const {
-  const auto side = static_cast<std::size_t>(std::lround(row.frame.width));
-  return shareOf(*drive_.ofSide(side), picture, row.frame) > 0.8;
+  constexpr std::size_t kSide = 16;
+  const auto& frame = row.frame;
+  const double above = (frame.height - kSide) / 2;
+  const auto background =
+      picture.pixels()[static_cast<std::size_t>(std::lround(frame.y)) * picture.width() +
+                       static_cast<std::size_t>(std::lround(frame.x))];
+  const auto dimmed = dimmedOn(background, *drive_.ofSide(kSide));
+  return shareOf(*dimmed, picture, {frame.x, frame.y + above, kSide, kSide}) > 0.9;
 }
 
 platform::BitmapRef BadgeReader::Badge::ofSide(std::size_t side) const {
