@@ -7,7 +7,7 @@ GObjectPtr<GdkTexture> makeTexture(const platform::BitmapRef& bitmap) {
   auto* const share = new platform::BitmapRef(bitmap);  // NOLINT(cppcoreguidelines-owning-memory)
   GBytes* const bytes = g_bytes_new_with_free_func(
       pixels.data(), pixels.size(),
-      [](gpointer held) {
+      +[](gpointer held) noexcept {
         std::default_delete<platform::BitmapRef>()(static_cast<platform::BitmapRef*>(held));
       },
       share);
