@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <pwd.h>
@@ -73,6 +74,12 @@ void runWell(const std::vector<std::string>& command) {
     throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
 }
 
+/// The host's own memory is not ours to count.
+std::string sanitizerOptions() {
+  const char* given = std::getenv("ASAN_OPTIONS");
+  return std::string(given == nullptr ? "" : given) + ":detect_leaks=0";
+}
+
 /// For a person to look at; answers the file.
 std::string keepPicture(const platform::BitmapRef& picture) {
   std::string file = testing::TempDir() + "wevora-nautilus.ppm";
@@ -135,7 +142,7 @@ Environment Session::environment() const {
           {"GIO_USE_VOLUME_MONITOR", "unix"},
           {"LC_ALL", "C.UTF-8"},
           {"LD_PRELOAD", WEVORA_PRELOAD},
-          {"ASAN_OPTIONS", "detect_leaks=0"}};
+          {"ASAN_OPTIONS", sanitizerOptions()}};
 }
 
 void Session::addBookmark(const std::string& folder, const std::string& name) const {
@@ -145,6 +152,10 @@ void Session::addBookmark(const std::string& folder, const std::string& name) co
 void Session::setWindowSize(int width, int height) const {
   write(home_ + kSettings, "[org/gnome/nautilus/window-state]\ninitial-size=(" +
                                std::to_string(width) + ", " + std::to_string(height) + ")\n");
+}
+
+void Session::useSmallIcons() const {
+  write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
 }
 
 void Session::hideBundle() const {

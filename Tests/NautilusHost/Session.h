@@ -36,6 +36,8 @@ class Session {
 
   /// In points; before the file manager is started.
   void setWindowSize(int width, int height) const;
+  /// In the icon view; before the file manager is started.
+  void useSmallIcons() const;
   /// Takes the bundle away; before the file manager is started.
   void hideBundle() const;
 
