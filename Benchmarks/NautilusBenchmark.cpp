@@ -29,6 +29,8 @@ using testing_host::Session;
 using testing_host::uriOf;
 
 constexpr const char* kAccount = "7";
+constexpr int kOpenings = 3;
+constexpr int kLevels = kOpenings + 1;  // one is opened before
 constexpr int kItems = 10'000;
 constexpr unsigned kVisible = 200;  // at least; a window of small icons
 constexpr double kStep = 60;        // points a frame, half an icon
@@ -39,50 +41,60 @@ double medianOf(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-/// A volume with a folder "Many" of many items, all with a badge, and a folder "Inner" in it.
+/// A volume with folders in one another, each of so many items that all have a badge.
 class ManyItems {
  public:
   ManyItems() {
     if (!volume_.mount()) throw std::runtime_error("no volume");
-    std::filesystem::create_directories(folder() + "/Inner");
-    std::ofstream(folder() + "/Inner/item").flush();
-    for (int i = 0; i < kItems - 1; ++i)  // without contents: the volume is small
-      std::ofstream(folder() + "/" + std::to_string(100'000 + i)).flush();
+    for (int level = 0; level <= kLevels; ++level) fill(folder(level), level == kLevels);
     agentTool(
         {"init", "--account", kAccount, "--volume", volume_.path(), "--include", volume_.path()});
     agentTool({"scan", "--account", kAccount, "--volume", volume_.path()});
   }
-  std::string folder() const { return volume_.path("Many"); }
+  /// The last is a small one.
+  std::string folder(int level) const {
+    std::string path = volume_.path();
+    for (int i = 0; i <= level; ++i) path += "/Inner";
+    return path;
+  }
 
  private:
+  static void fill(const std::string& folder, bool isSmall) {
+    std::filesystem::create_directories(folder);
+    for (int i = isSmall ? kItems - 2 : 0; i < kItems - 1; ++i)  // without contents
+      std::ofstream(folder + "/" + std::to_string(100'000 + i)).flush();
+  }
+
   MountedVolume volume_{MountedVolume::Kind::tmpfs, "/media/Stick"};
 };
 
 /// Nautilus with a window of many visible items.
 class Window {
  public:
-  Window(const std::string& folder, Session::Module module)
-      : folder_(folder),
+  Window(const ManyItems& items, Session::Module module)
+      : items_(items),
         badged_(module == Session::Module::Present),
         session_(Session::View::Icons, module) {
-    session_.setWindowSize(2300, 1500);
+    session_.setWindowSize(2000, 1400);
     session_.useSmallIcons();
+    session_.drawWithGl();
     if (badged_) agent_ = std::make_unique<Agent>(kAccount);
-    session_.open(folder_ + "/Inner");
+    session_.open(items_.folder(kLevels));
+    open();
   }
 
-  /// From another folder to this one; nothing is remembered of either's items.
+  /// The folder around the one that is shown, whose items were never seen.
   double open() {
-    if (badged_) agent_->tell("Removed", {folder_ + "/nothing"});
-    return known(screen().timeUntilPainted("win.up", uriOf(folder_), kVisible, badged_ ? 2 : 1));
-  }
-  void leave() {
-    known(screen().timeUntilPainted("win.back", uriOf(folder_ + "/Inner"), 1, badged_ ? 2 : 1));
+    if (level_ == 0) throw std::runtime_error("no more folders");
+    const double time = screen().timeUntilPainted("win.up", uriOf(items_.folder(--level_)),
+                                                  kVisible, badged_ ? 2 : 1);
+    if (time <= 0) throw std::runtime_error("the items are not painted");
+    return time;
   }
   std::size_t visible() const { return session_.screen().cells().size(); }
 
   std::vector<Screen::FrameTime> scroll() const {
-    constexpr unsigned kFrames = 20;
+    constexpr unsigned kFrames = 10;
     return screen().frameTimes(kFrames, kStep);
   }
   std::vector<Screen::DrawTime> draw() const {
@@ -92,15 +104,12 @@ class Window {
 
  private:
   const Screen& screen() const { return session_.screen(); }
-  static double known(double time) {
-    if (time <= 0) throw std::runtime_error("the items are not painted");
-    return time;
-  }
 
-  const std::string folder_;
+  const ManyItems& items_;
   const bool badged_;
   Session session_;
   std::unique_ptr<Agent> agent_;
+  int level_ = kLevels;
 };
 
 template <class Values, class Member>
@@ -124,8 +133,7 @@ void add(const std::string& name, int repetitions, double unit, Measured measure
 }
 
 void registerAll(Window& with, Window& without) {
-  constexpr int kOpenings = 5;
-  constexpr int kRounds = 31;
+  constexpr int kRounds = 15;
   constexpr double kMilli = 1e-3;
   constexpr double kMicro = 1e-6;
   for (const auto& [side, window] : {std::pair("engine", &with), std::pair("bare", &without)}) {
@@ -134,10 +142,7 @@ void registerAll(Window& with, Window& without) {
         [window] { return medianOf(window->scroll(), &Screen::FrameTime::all); });
     add("its main thread's work" + end, kRounds, kMilli,
         [window] { return medianOf(window->scroll(), &Screen::FrameTime::work); });
-    add("open 10,000 items" + end, kOpenings, kMilli, [window] {
-      window->leave();
-      return window->open();
-    });
+    add("open 10,000 items" + end, kOpenings, kMilli, [window] { return window->open(); });
   }
   add("cell drawn, ours/engine", kRounds, kMicro, [&] {
     return medianOf(with.draw(), &Screen::DrawTime::drawing) -
@@ -149,10 +154,8 @@ void registerAll(Window& with, Window& without) {
 
 void run(int count, char** arguments) {
   const ManyItems items;
-  Window with(items.folder(), Session::Module::Present);
-  Window without(items.folder(), Session::Module::Absent);
-  with.open();
-  without.open();
+  Window without(items, Session::Module::Absent);
+  Window with(items, Session::Module::Present);  // its session is that of the agent
   std::cout << with.visible() << " visible items" << std::endl;
   registerAll(with, without);
   benchmark::Initialize(&count, arguments);

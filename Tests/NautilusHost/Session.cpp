@@ -136,7 +136,7 @@ Environment Session::environment() const {
           {"XDG_CACHE_HOME", home_ + "/.cache"},
           {"XDG_DATA_HOME", home_ + "/.local/share"},
           {"GDK_BACKEND", "x11"},
-          {"GSK_RENDERER", "cairo"},
+          {"GSK_RENDERER", renderer_},
           {"GTK_A11Y", "none"},
           {"GSETTINGS_BACKEND", "keyfile"},
           {"GIO_USE_VOLUME_MONITOR", "unix"},
