@@ -31,7 +31,7 @@ using testing_host::uriOf;
 constexpr const char* kAccount = "7";
 constexpr int kOpenings = 3;
 constexpr int kLevels = kOpenings + 1;  // one is opened before
-constexpr int kItems = 10'000;
+const int kItems = getenv("N2") ? atoi(getenv("N2")) : 10'000;
 constexpr unsigned kVisible = 200;  // at least; a window of small icons
 constexpr double kStep = 60;        // points a frame, half an icon
 
@@ -77,7 +77,7 @@ class Window {
         session_(Session::View::Icons, module) {
     session_.setWindowSize(2000, 1400);
     session_.useSmallIcons();
-    session_.drawWithGl();
+    session_.hideShadows();
     if (badged_) agent_ = std::make_unique<Agent>(kAccount);
     session_.open(items_.folder(kLevels));
     open();

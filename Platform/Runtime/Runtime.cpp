@@ -25,6 +25,10 @@ std::optional<Method> Object::methodFor(std::string_view selector) const {
   return isa_.instanceMethod(selector);
 }
 
+Implementation Object::implementationFor(std::string_view selector) const {
+  return isa_.implementation(&Class::methods_, selector);
+}
+
 void Object::setInstanceVariable(std::string_view name, std::any value) {
   const MutexLock lock(mutex_);
   variables_.insert_or_assign(std::string(name), std::move(value));
@@ -70,6 +74,16 @@ std::optional<Method> Class::ownMethod(const Methods Class::*table,
   const MutexLock lock(tables_);
   const auto found = (this->*table).find(selector);
   return found == (this->*table).end() ? std::nullopt : std::optional(found->second);
+}
+
+Implementation Class::implementation(const Methods Class::*table, std::string_view selector) const {
+  for (const Class* owner = this; owner != nullptr; owner = owner->superclass_) {
+    const MutexLock lock(owner->tables_);
+    const auto& methods = owner->*table;
+    if (const auto found = methods.find(selector); found != methods.end())
+      return found->second.implementation;
+  }
+  return {};
 }
 
 std::optional<Method> Class::instanceMethod(std::string_view selector) const {

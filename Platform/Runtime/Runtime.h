@@ -140,6 +140,8 @@ class Object {
  protected:
   /// The method that a message of this name reaches, superclasses included.
   virtual std::optional<Method> methodFor(std::string_view selector) const;
+  /// The body of that method; none where there is none.
+  virtual Implementation implementationFor(std::string_view selector) const;
 
  private:
   template <class Result, class... Arguments>
@@ -180,11 +182,17 @@ class Class : public Object {
   std::optional<Method> methodFor(std::string_view selector) const override {
     return classMethod(selector);
   }
+  Implementation implementationFor(std::string_view selector) const override {
+    return implementation(&Class::classMethods_, selector);
+  }
 
  private:
+  friend class Object;
   using Methods = std::map<std::string, Method, std::less<>>;
   std::optional<Method> ownMethod(const Methods Class::*table, std::string_view selector) const;
   Class* ownerOf(std::string_view selector);
+  /// As ownMethod, superclasses included, without a copy of its encoding: messages are sent often.
+  Implementation implementation(const Methods Class::*table, std::string_view selector) const;
 
   const std::string name_;
   Class* const superclass_;
@@ -248,8 +256,8 @@ class TypedInvocation : public Invocation {
 template <class Result, class... Arguments>
 Result send(const Id& receiver, std::string_view selector, Arguments... arguments) {
   if (!receiver) return Result();
-  if (const auto method = receiver->methodFor(selector))
-    return method->implementation.template invoke<Result, Arguments...>(
+  if (const auto implementation = receiver->implementationFor(selector))
+    return implementation.template invoke<Result, Arguments...>(
         receiver, std::forward<Arguments>(arguments)...);
   TypedInvocation<Result, Arguments...> invocation(selector, std::forward<Arguments>(arguments)...);
   receiver->forwardInvocation(invocation);

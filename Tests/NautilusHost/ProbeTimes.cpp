@@ -160,7 +160,7 @@ class Painting : public Frames {
     const double time = millisecondsSince(began_);
     const auto cells = visibleCells(window());
     if (cells.size() < wanted_.count || !std::ranges::all_of(cells, [&](const auto& cell) {
-          return cell.uri.starts_with(wanted_.folder + "/") &&
+          return cell.uri.substr(0, cell.uri.rfind('/')) == wanted_.folder &&
                  texturesOf(cell.widget) >= wanted_.textures;
         }))
       return false;

@@ -136,7 +136,7 @@ Environment Session::environment() const {
           {"XDG_CACHE_HOME", home_ + "/.cache"},
           {"XDG_DATA_HOME", home_ + "/.local/share"},
           {"GDK_BACKEND", "x11"},
-          {"GSK_RENDERER", renderer_},
+          {"GSK_RENDERER", "cairo"},
           {"GTK_A11Y", "none"},
           {"GSETTINGS_BACKEND", "keyfile"},
           {"GIO_USE_VOLUME_MONITOR", "unix"},
@@ -156,6 +156,10 @@ void Session::setWindowSize(int width, int height) const {
 
 void Session::useSmallIcons() const {
   write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
+}
+
+void Session::hideShadows() const {
+  write(home_ + "/.config/gtk-4.0/gtk.css", ".view picture { filter: none; }\n");
 }
 
 void Session::hideBundle() const {

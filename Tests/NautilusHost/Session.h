@@ -38,9 +38,9 @@ class Session {
   void setWindowSize(int width, int height) const;
   /// In the icon view; before the file manager is started.
   void useSmallIcons() const;
-  /// As a real display has it, whose pictures are not the same on each machine; before the file
+  /// Of the icons: without a display's hardware each takes as long as a window; before the file
   /// manager is started.
-  void drawWithGl() { renderer_ = "gl"; }
+  void hideShadows() const;
   /// Takes the bundle away; before the file manager is started.
   void hideBundle() const;
 
@@ -64,7 +64,6 @@ class Session {
   std::string home_;
   SessionBus bus_;
   std::string displayName_;
-  std::string renderer_ = "cairo";
   std::unique_ptr<ChildProcess> display_;
   std::unique_ptr<ChildProcess> fileManager_;
   std::vector<std::unique_ptr<ChildProcess>> others_;
