@@ -31,7 +31,7 @@ using testing_host::uriOf;
 constexpr const char* kAccount = "7";
 constexpr int kOpenings = 3;
 constexpr int kLevels = kOpenings + 1;  // one is opened before
-const int kItems = getenv("N2") ? atoi(getenv("N2")) : 10'000;
+constexpr int kItems = 10'000;
 constexpr unsigned kVisible = 200;  // at least; a window of small icons
 constexpr double kStep = 60;        // points a frame, half an icon
 
