@@ -37,6 +37,12 @@ TEST(InstalledVersionTest, AComponentThatDoesNotBeginWithANumberIsZero) {
   EXPECT_EQ(versionFromText("-.+.x9"), (BundleVersion{0, 0, 0}));
 }
 
+TEST(InstalledVersionTest, ABlankBeforeANumberIsNoNumber) {
+  EXPECT_EQ(versionFromText(" 1.\t2.\n3"), (BundleVersion{0, 0, 0}));
+  EXPECT_EQ(versionFromText("+-1.-+2.- 3"), (BundleVersion{0, 0, 0}));
+  EXPECT_EQ(versionFromText("1 .2x.3\t"), (BundleVersion{1, 2, 3}));
+}
+
 TEST(InstalledVersionTest, ANumberThatIsTooLargeIsTheLargest) {
   EXPECT_EQ(versionFromText("99999999999.-99999999999.99999999999999999999999"),
             (BundleVersion{2147483647, -2147483648, 2147483647}));

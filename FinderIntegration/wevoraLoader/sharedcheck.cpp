@@ -29,11 +29,18 @@ SharedObject openSharedObject() {
   return {descriptor, false};
 }
 
+/// Gives the record its page now: where shared memory is full, touching a mapped one would end the
+/// host. A host's signals may interrupt it.
+bool allocateRecord(int descriptor) {
+  int error = EINTR;
+  while (error == EINTR) error = ::posix_fallocate(descriptor, 0, sizeof(SharedRecord));
+  return error == 0;
+}
+
 /// Null where the object cannot be mapped. Never unmapped.
 SharedRecord* mapRecord(int descriptor) {
   [[maybe_unused]] const int ignored = ::ftruncate(descriptor, sizeof(SharedRecord));
-  // Where shared memory is full, touching a mapped page would end the host.
-  if (::posix_fallocate(descriptor, 0, sizeof(SharedRecord)) != 0) return nullptr;
+  if (!allocateRecord(descriptor)) return nullptr;
   void* mapping =
       ::mmap(nullptr, sizeof(SharedRecord), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
   return mapping == MAP_FAILED ? nullptr : static_cast<SharedRecord*>(mapping);
