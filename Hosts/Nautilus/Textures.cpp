@@ -22,14 +22,11 @@ std::size_t pixelsOf(double points, double deviceScale) {
 
 /// What the drawing comes to, in pixels of the display.
 BitmapRef drawn(const BitmapRef& bitmap, BitmapDrawing drawing, double deviceScale) {
-  const auto context =
-      BitmapContext::create({.width = pixelsOf(drawing.destination.width, deviceScale),
-                             .height = pixelsOf(drawing.destination.height, deviceScale),
-                             .flipped = true});
+  const std::size_t width = pixelsOf(drawing.destination.width, deviceScale);
+  const std::size_t height = pixelsOf(drawing.destination.height, deviceScale);
+  const auto context = BitmapContext::create({.width = width, .height = height, .flipped = true});
   if (!context) return nullptr;
-  const BitmapRef clear = context->createImage();
-  drawing.destination = {0, 0, static_cast<double>(clear->width()),
-                         static_cast<double>(clear->height())};
+  drawing.destination = {0, 0, static_cast<double>(width), static_cast<double>(height)};
   drawing.fraction = 1.0;
   context->drawBitmap(bitmap, drawing);
   return context->createImage();
