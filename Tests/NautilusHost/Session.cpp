@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <pwd.h>
@@ -64,6 +65,12 @@ void runWell(const std::vector<std::string>& command) {
   ChildProcess process(command);
   if (process.waitForEnd(kPatience) != 0)
     throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
+}
+
+/// The host's own memory is not ours to count.
+std::string sanitizerOptions() {
+  const char* given = std::getenv("ASAN_OPTIONS");
+  return std::string(given == nullptr ? "" : given) + ":detect_leaks=0";
 }
 
 /// For a person to look at; answers the file.
@@ -139,7 +146,7 @@ Environment Session::environment() const {
           {"GIO_USE_VOLUME_MONITOR", "unix"},
           {"LC_ALL", "C.UTF-8"},
           {"LD_PRELOAD", WEVORA_PRELOAD},
-          {"ASAN_OPTIONS", "detect_leaks=0"}};
+          {"ASAN_OPTIONS", sanitizerOptions()}};
 }
 
 void Session::addBookmark(const std::string& folder, const std::string& name) const {
@@ -182,6 +189,14 @@ void Session::addToRecent(const std::string& file) const {
             "type=\"text/plain\"/><bookmark:applications><bookmark:application name=\"test\" "
             "exec=\"&apos;test %u&apos;\" modified=" +
             when + " count=\"1\"/></bookmark:applications></metadata></info></bookmark></xbel>\n");
+}
+
+void Session::useSmallIcons() const {
+  write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
+}
+
+void Session::hideShadows() const {
+  write(home_ + "/.config/gtk-4.0/gtk.css", ".view picture { filter: none; }\n");
 }
 
 void Session::hideBundle() const {
