@@ -1,8 +1,11 @@
 #pragma once
 
-#include "Hosts/Common/Node.h"
+#include <algorithm>
+#include <array>
+
 #include "Hosts/Nautilus/Cells.h"
 #include "Hosts/Nautilus/HostWidgets.h"
+#include "Hosts/Nautilus/Node.h"
 #include "Hosts/Nautilus/Sidebars.h"
 #include "Hosts/Nautilus/View.h"
 #include "Hosts/Nautilus/Windows.h"
@@ -15,6 +18,28 @@ namespace wevora::nautilus {
 /// process. Errors: what the widgets do not have is not told of.
 class Host : public WidgetObserver {
  public:
+  /// The names under which it does so.
+  static constexpr std::array kClasses{"NSView",
+                                       "FINode",
+                                       "IKIconCell",
+                                       "TListViewIconAndTextCell",
+                                       "IKImageWrapper",
+                                       "TSidebarView",
+                                       "TSidebarViewController",
+                                       "TSidebarItemCell",
+                                       "NSSidebarImage",
+                                       "NSApplication",
+                                       "NSWindow",
+                                       "NSWindowController",
+                                       "TBrowserWindowController",
+                                       "TBrowserViewController"};
+  /// False where another host in the process has one of the names.
+  static bool mayBePresentedTo(const platform::Runtime& runtime) {
+    return std::ranges::none_of(
+        kClasses, [&](const char* name) { return runtime.classNamed(name) != nullptr; });
+  }
+
+  /// Throws where it may not be presented.
   explicit Host(platform::Runtime& runtime)
       : views_(View::registerIn(runtime)),
         nodes_(runtime),
@@ -31,7 +56,7 @@ class Host : public WidgetObserver {
 
  private:
   const std::shared_ptr<platform::Class> views_;
-  hosts::Nodes nodes_;
+  Nodes nodes_;
   Cells cells_;
   Sidebars sidebars_;
   Windows windows_;

@@ -1,0 +1,155 @@
+#include "Tests/NautilusHost/Screen.h"
+
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <stdexcept>
+
+#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/NautilusHost/ProbeInterface.h"
+
+namespace wevora::testing_host {
+namespace {
+
+constexpr int kPatience = 60'000;  // milliseconds
+
+/// As the probe writes it.
+Look readPicture(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::array<std::uint32_t, 3> size{};
+  in.read(reinterpret_cast<char*>(size.data()), sizeof size);
+  std::vector<std::uint32_t> pixels(std::size_t{size[0]} * size[1]);
+  in.read(reinterpret_cast<char*>(pixels.data()),
+          static_cast<std::streamsize>(pixels.size() * sizeof(std::uint32_t)));
+  if (!in) return {};
+  return {.picture = platform::Bitmap::make(size[0], size[1], std::move(pixels)),
+          .scale = static_cast<double>(size[2]),
+          .cells = {}};
+}
+
+}  // namespace
+
+Screen::Screen(const std::string& address)
+    : bus_(g_dbus_connection_new_for_address_sync(
+          address.c_str(),
+          static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                            G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+          nullptr, nullptr, nullptr)) {
+  if (bus_ == nullptr) throw std::runtime_error("no bus");
+}
+
+Screen::~Screen() {
+  g_object_unref(bus_);
+}
+
+Screen::Variant Screen::call(const char* method, GVariant* arguments) const {
+  return Variant(g_dbus_connection_call_sync(bus_, kProbeName, kProbePath, kProbeName, method,
+                                             arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START,
+                                             kPatience, nullptr, nullptr));
+}
+
+std::vector<std::string> Screen::windows() const {
+  std::vector<std::string> titles;
+  const auto answer = call("Windows", nullptr);
+  if (!answer) return titles;
+  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    const char* title = nullptr;
+    g_variant_get_child(list.get(), i, "&s", &title);
+    titles.emplace_back(title);
+  }
+  return titles;
+}
+
+std::vector<Place> Screen::placesOf(const Variant& answer) {
+  std::vector<Place> places;
+  if (!answer) return places;
+  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    const char* name = nullptr;
+    const char* kind = nullptr;
+    platform::Rect frame;
+    g_variant_get_child(list.get(), i, "(&s&s(dddd))", &name, &kind, &frame.x, &frame.y,
+                        &frame.width, &frame.height);
+    places.push_back({name, kind, frame});
+  }
+  return places;
+}
+
+std::vector<Place> Screen::sidebar(unsigned window) const {
+  return placesOf(call("Rows", g_variant_new("(u)", window)));
+}
+
+Look Screen::look(unsigned window) const {
+  const platform::TemporaryFolder folder;
+  const std::string file = folder.path("picture");
+  auto cells = placesOf(call("Look", g_variant_new("(us)", window, file.c_str())));
+  Look shown = readPicture(file);
+  shown.cells = std::move(cells);
+  return shown;
+}
+
+std::vector<Place> Screen::cells(unsigned window) const {
+  return placesOf(call("Look", g_variant_new("(us)", window, "")));
+}
+
+void Screen::nextFrame(unsigned window) const {
+  call("NextFrame", g_variant_new("(u)", window));
+}
+
+void Screen::scroll(double part, unsigned window) const {
+  call("Scroll", g_variant_new("(ud)", window, part));
+}
+
+void Screen::activate(const std::string& action, const std::string& argument,
+                      unsigned window) const {
+  call("Activate", g_variant_new("(uss)", window, action.c_str(), argument.c_str()));
+}
+
+void Screen::search(const std::string& text, unsigned window) const {
+  call("Search", g_variant_new("(us)", window, text.c_str()));
+}
+
+bool Screen::eject(const std::string& label, unsigned window) const {
+  const auto answer = call("Eject", g_variant_new("(us)", window, label.c_str()));
+  gboolean pressed = FALSE;
+  if (answer) g_variant_get(answer.get(), "(b)", &pressed);
+  return pressed != FALSE;
+}
+
+std::vector<std::pair<double, double>> Screen::pairsOf(const Variant& answer) {
+  std::vector<std::pair<double, double>> pairs;
+  if (!answer) return pairs;
+  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    auto& pair = pairs.emplace_back();
+    g_variant_get_child(list.get(), i, "(dd)", &pair.first, &pair.second);
+  }
+  return pairs;
+}
+
+std::vector<Screen::FrameTime> Screen::frameTimes(unsigned frames, double step,
+                                                  unsigned window) const {
+  std::vector<FrameTime> times;
+  const auto answer = call("FrameTimes", g_variant_new("(uud)", window, frames, step));
+  for (const auto& [all, work] : pairsOf(answer)) times.push_back({all, work});
+  return times;
+}
+
+std::vector<Screen::DrawTime> Screen::drawTimes(unsigned times, unsigned window) const {
+  std::vector<DrawTime> ofCells;
+  const auto answer = call("DrawTimes", g_variant_new("(uu)", window, times));
+  for (const auto& [drawing, reading] : pairsOf(answer)) ofCells.push_back({drawing, reading});
+  return ofCells;
+}
+
+double Screen::timeUntilPainted(const std::string& action, const std::string& folder,
+                                unsigned cells, unsigned textures, unsigned window) const {
+  const auto answer = call("TimeUntilPainted", g_variant_new("(ussuu)", window, action.c_str(),
+                                                             folder.c_str(), cells, textures));
+  double time = 0;
+  if (answer) g_variant_get(answer.get(), "(d)", &time);
+  return time;
+}
+
+}  // namespace wevora::testing_host
