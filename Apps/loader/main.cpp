@@ -42,7 +42,7 @@ int run(const std::vector<std::string>& words) {
   }
   const auto paths = platform::InstalledPaths::shared();
   MachineProcesses processes;
-  const auto installed = installedVersion();
+  const auto installed = installedVersion(paths);
   const Variables environment = environmentOfThis();
   const auto bus = environment.find("DBUS_SESSION_BUS_ADDRESS");
   const RunningHosts running("/proc", paths.translate(kLibrary), installed,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Hosts/Common/NewClass.h"
 #include "Hosts/Common/View.h"
 
 namespace wevora::hosts {
@@ -33,7 +34,7 @@ BrowserWindows::BrowserWindows(platform::Runtime& runtime, Class& views, WindowS
 }
 
 void BrowserWindows::registerWindows(platform::Runtime& runtime) {
-  const auto application = runtime.registerClass("NSApplication");
+  const auto application = newClass(runtime, "NSApplication");
   application->addClassMethod(
       "sharedApplication", Implementation::of<Id()>([](const Id& self) {
         return std::make_shared<platform::Object>(static_cast<Class&>(*self));
@@ -48,7 +49,7 @@ void BrowserWindows::registerWindows(platform::Runtime& runtime) {
       }),
       "@@:q");
 
-  windows_ = runtime.registerClass("NSWindow");
+  windows_ = newClass(runtime, "NSWindow");
   windows_->addClassMethod("windowNumbersWithOptions:",
                            Implementation::of<std::vector<std::int64_t>(std::uint64_t)>(
                                [this](const Id&, std::uint64_t) { return source_.windows(); }),
@@ -60,8 +61,8 @@ void BrowserWindows::registerWindows(platform::Runtime& runtime) {
 }
 
 void BrowserWindows::registerControllers(platform::Runtime& runtime) {
-  controllers_ = runtime.registerClass("TBrowserWindowController",
-                                       runtime.registerClass("NSWindowController").get());
+  controllers_ =
+      newClass(runtime, "TBrowserWindowController", newClass(runtime, "NSWindowController").get());
   controllers_->addClassMethod(
       "controllerWithID:", Implementation::of<Id(std::int64_t)>([this](const Id&, std::int64_t id) {
         const auto all = source_.windows();
@@ -86,7 +87,7 @@ void BrowserWindows::registerControllers(platform::Runtime& runtime) {
 }
 
 void BrowserWindows::registerBrowsers(platform::Runtime& runtime) {
-  browsers_ = runtime.registerClass("TBrowserViewController");
+  browsers_ = newClass(runtime, "TBrowserViewController");
   browsers_->addMethod("browserView", Implementation::of<Id()>([this](const Id& self) {
                          return browserViewOf(windowOf(self));
                        }),

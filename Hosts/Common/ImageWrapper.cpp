@@ -1,5 +1,7 @@
 #include "Hosts/Common/ImageWrapper.h"
 
+#include "Hosts/Common/NewClass.h"
+
 namespace wevora::hosts {
 
 using platform::Id;
@@ -7,7 +9,7 @@ using platform::ImageRef;
 using platform::Implementation;
 
 std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& runtime) {
-  auto wrappers = runtime.registerClass("IKImageWrapper");
+  auto wrappers = newClass(runtime, "IKImageWrapper");
   wrappers->addClassMethod(
       "alloc", Implementation::of<Id()>([](const Id& self) -> Id {
         return std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));

@@ -2,11 +2,6 @@
 
 namespace wevora::hosts {
 
-// The bundle's code inside a host, by its installed place, and where it begins.
-inline constexpr const char* kBundleLibrary =
-    "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Linux/finder_bundle.so";
-inline constexpr const char* kBundleEntry = "wevora_bundle_load";
-
 /// Maps an installed library into the process, for good, and calls a function of its that takes
 /// nothing. False where the library or the function is missing.
 /// Threads: the main thread.

@@ -1,5 +1,7 @@
 #include "Hosts/Common/SidebarView.h"
 
+#include "Hosts/Common/NewClass.h"
+
 namespace wevora::hosts {
 
 using platform::Class;
@@ -23,7 +25,7 @@ class Picture : public platform::Object {
 }  // namespace
 
 SidebarClasses::SidebarClasses(platform::Runtime& runtime, Class& views) {
-  sidebars_ = runtime.registerClass("TSidebarView", &views);
+  sidebars_ = newClass(runtime, "TSidebarView", &views);
   sidebars_->addMethod("delegate", Implementation::of<Id()>([](const Id& self) {
                          return static_cast<const SidebarView&>(*self).delegate;
                        }),
@@ -33,12 +35,12 @@ SidebarClasses::SidebarClasses(platform::Runtime& runtime, Class& views) {
         static_cast<SidebarView&>(*self).delegate = delegate;
       }),
       "v@:@");
-  delegates_ = runtime.registerClass("TSidebarViewController");
+  delegates_ = newClass(runtime, "TSidebarViewController");
   delegates_->addMethod(kWillDisplay,
                         Implementation::of<void(Id, Id, Id, Id)>(
                             [](const Id&, const Id&, const Id&, const Id&, const Id&) {}),
                         "v@:@@@@");
-  rows_ = runtime.registerClass("TSidebarItemCell");
+  rows_ = newClass(runtime, "TSidebarItemCell");
   rows_->addMethod("name", Implementation::of<std::optional<std::string>()>([](const Id& self) {
                      return static_cast<const SidebarRow&>(*self).name();
                    }),
@@ -53,7 +55,7 @@ SidebarClasses::SidebarClasses(platform::Runtime& runtime, Class& views) {
 }
 
 void SidebarClasses::registerPictures(platform::Runtime& runtime) {
-  pictures_ = runtime.registerClass("NSSidebarImage");
+  pictures_ = newClass(runtime, "NSSidebarImage");
   pictures_->addClassMethod("alloc", Implementation::of<Id()>([this](const Id&) -> Id {
                               return std::make_shared<Picture>(*pictures_);
                             }),

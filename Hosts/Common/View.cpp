@@ -1,12 +1,14 @@
 #include "Hosts/Common/View.h"
 
+#include "Hosts/Common/NewClass.h"
+
 namespace wevora::hosts {
 
 using platform::Id;
 using platform::Implementation;
 
 std::shared_ptr<platform::Class> View::registerIn(platform::Runtime& runtime) {
-  auto views = runtime.registerClass("NSView");
+  auto views = newClass(runtime, "NSView");
   views->addMethod(
       "setNeedsDisplay:", Implementation::of<void(bool)>([](const Id& self, bool needed) {
         static_cast<const View&>(*self).setNeedsDisplay(needed);

@@ -4,6 +4,7 @@
 
 #include "Hosts/Common/CellGeometry.h"
 #include "Hosts/Common/ImageWrapper.h"
+#include "Hosts/Common/NewClass.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Support/Guard.h"
 
@@ -152,7 +153,7 @@ Cells::Cells(platform::Runtime& runtime) : imageWrappers_(ImageWrapper::register
 }
 
 void Cells::registerIcons(platform::Runtime& runtime) {
-  iconCells_ = runtime.registerClass("IKIconCell");
+  iconCells_ = hosts::newClass(runtime, "IKIconCell");
   iconCells_->addMethod(
       "representedItem",
       Implementation::of<Id()>([](const Id& self) { return Id(as<Cell>(self).node()); }), "@@:");
@@ -171,7 +172,7 @@ void Cells::registerIcons(platform::Runtime& runtime) {
 }
 
 void Cells::registerRows(platform::Runtime& runtime) {
-  listCells_ = runtime.registerClass("TListViewIconAndTextCell");
+  listCells_ = hosts::newClass(runtime, "TListViewIconAndTextCell");
   listCells_->addMethod("node", Implementation::of<const TFENode*()>([](const Id& self) {
                           return as<Cell>(self).node()->reference();
                         }),
@@ -192,7 +193,7 @@ void Cells::registerRows(platform::Runtime& runtime) {
 }
 
 void Cells::registerDesktopIcons(platform::Runtime& runtime) {
-  desktopIcons_ = runtime.registerClass("TDesktopIcon");
+  desktopIcons_ = hosts::newClass(runtime, "TDesktopIcon");
   desktopIcons_->addMethod(
       "drawLayer:inContext:",
       Implementation::of<void(Id, DrawingTarget*)>([](const Id&, const Id&, DrawingTarget*) {}),
@@ -201,7 +202,7 @@ void Cells::registerDesktopIcons(platform::Runtime& runtime) {
                              as<Cell>(self).view()->setNeedsDisplay(true);
                            }),
                            "v@:");
-  layers_ = runtime.registerClass("CALayer");
+  layers_ = hosts::newClass(runtime, "CALayer");
   layers_->addMethod(
       "frame", Implementation::of<Rect()>([](const Id& self) { return as<Layer>(self).frame; }),
       "{CGRect={CGPoint=dd}{CGSize=dd}}@:");

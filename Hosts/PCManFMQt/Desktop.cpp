@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Hosts/Common/NewClass.h"
 #include "Hosts/Common/View.h"
 
 namespace wevora::pcmanfmqt {
@@ -14,7 +15,7 @@ using platform::Implementation;
 Desktop::Desktop(platform::Runtime& runtime, Class& views, ViewsOfDesktop viewsOfDesktop)
     : views_(views),
       viewsOfDesktop_(std::move(viewsOfDesktop)),
-      controllers_(runtime.registerClass("TDesktopViewController")) {
+      controllers_(hosts::newClass(runtime, "TDesktopViewController")) {
   controllers_->addClassMethod("sharedDesktopViewController",
                                Implementation::of<Id()>([this](const Id&) {
                                  if (viewsOfDesktop_().empty()) return Id();
