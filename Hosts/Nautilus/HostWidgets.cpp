@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 
+#include "Hosts/Nautilus/HostClasses.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -31,34 +32,32 @@ void takeDrawingOver(GtkWidget* cell) {
   widgetClass->snapshot = &snapshotCell<kind>;
 }
 
-struct WatchedClass {
-  const char* name;
-  void (*realized)(GtkWidget*);
-};
-
-// The second names are those of later releases.
-constexpr std::array kWatched{
-    WatchedClass{"NautilusGridCell", &takeDrawingOver<CellKind::Grid>},
-    WatchedClass{"NautilusNameCell", &takeDrawingOver<CellKind::List>},
-    WatchedClass{"NautilusGtkPlacesSidebar", [](GtkWidget* w) { theObserver->sidebarRealized(w); }},
-    WatchedClass{"NautilusSidebar", [](GtkWidget* w) { theObserver->sidebarRealized(w); }},
-    WatchedClass{"NautilusGtkSidebarRow", [](GtkWidget* w) { theObserver->sidebarRowRealized(w); }},
-    WatchedClass{"NautilusSidebarRow", [](GtkWidget* w) { theObserver->sidebarRowRealized(w); }},
-};
+void realized(Role role, GtkWidget* widget) {
+  switch (role) {
+    case Role::GridCell:
+      return takeDrawingOver<CellKind::Grid>(widget);
+    case Role::NameCell:
+      return takeDrawingOver<CellKind::List>(widget);
+    case Role::Sidebar:
+      return theObserver->sidebarRealized(widget);
+    case Role::SidebarRow:
+      return theObserver->sidebarRowRealized(widget);
+    case Role::Icon:
+    case Role::Window:
+      return;
+  }
+}
 
 gboolean widgetRealized(GSignalInvocationHint*, guint, const GValue* parameters,
                         gpointer) noexcept {
   auto* object = static_cast<GObject*>(g_value_get_object(parameters));
-  const char* name = G_OBJECT_TYPE_NAME(object);
-  if (std::strncmp(name, "Nautilus", 8) != 0) return TRUE;
-  for (const auto& watched : kWatched)
-    if (std::strcmp(name, watched.name) == 0)
-      swallowing([&] { watched.realized(GTK_WIDGET(object)); });
+  if (const auto role = roleOf(G_OBJECT_TYPE_NAME(object)))
+    swallowing([&] { realized(*role, GTK_WIDGET(object)); });
   return TRUE;
 }
 
 bool isIcon(GtkWidget* widget) {
-  if (GTK_IS_PICTURE(widget)) return true;
+  if (roleOf(G_OBJECT_TYPE_NAME(widget)) == Role::Icon) return true;
   const char* id = gtk_buildable_get_buildable_id(GTK_BUILDABLE(widget));
   return id != nullptr && std::strcmp(id, "icon") == 0;
 }

@@ -1,6 +1,6 @@
 #include "Hosts/Nautilus/Windows.h"
 
-#include <cstring>
+#include "Hosts/Nautilus/HostClasses.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -42,8 +42,7 @@ std::vector<GtkWidget*> hostWindows() {
   GListModel* all = gtk_window_get_toplevels();
   for (guint i = 0; i < g_list_model_get_n_items(all); ++i) {
     const GObjectPtr<GtkWidget> window(static_cast<GtkWidget*>(g_list_model_get_item(all, i)));
-    if (std::strcmp(G_OBJECT_TYPE_NAME(window.get()), "NautilusWindow") == 0)
-      windows.push_back(window.get());
+    if (roleOf(G_OBJECT_TYPE_NAME(window.get())) == Role::Window) windows.push_back(window.get());
   }
   return windows;
 }

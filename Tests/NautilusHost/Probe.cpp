@@ -134,14 +134,15 @@ GVariant* rowsOf(GtkWidget* window) {
   return g_variant_new("(a(ss(dddd)))", &rows);
 }
 
-/// Its width, its height, and its pixels: 32 bits each.
-bool write(GdkTexture* texture, const char* file) {
+/// Its width, its height, how many of its pixels are a point, and its pixels: 32 bits each.
+bool write(GdkTexture* texture, std::uint32_t scale, const char* file) {
   const auto width = static_cast<std::uint32_t>(gdk_texture_get_width(texture));
   const auto height = static_cast<std::uint32_t>(gdk_texture_get_height(texture));
-  std::vector<std::uint32_t> words(2 + std::size_t{width} * height);
+  std::vector<std::uint32_t> words(3 + std::size_t{width} * height);
   words[0] = width;
   words[1] = height;
-  gdk_texture_download(texture, reinterpret_cast<guchar*>(&words[2]),
+  words[2] = scale;
+  gdk_texture_download(texture, reinterpret_cast<guchar*>(&words[3]),
                        width * sizeof(std::uint32_t));
   std::ofstream out(file, std::ios::binary);
   out.write(reinterpret_cast<const char*>(words.data()),
@@ -154,15 +155,18 @@ bool savePicture(GtkWidget* window, const char* file) {
   const GObjectPtr<GdkPaintable> paintable(gtk_widget_paintable_new(window));
   const int width = gdk_paintable_get_intrinsic_width(paintable.get());
   const int height = gdk_paintable_get_intrinsic_height(paintable.get());
+  const int scale = gtk_widget_get_scale_factor(window);
+  const auto pixels = [scale](int points) { return static_cast<float>(points * scale); };
   GtkSnapshot* snapshot = gtk_snapshot_new();
+  gtk_snapshot_scale(snapshot, pixels(1), pixels(1));
   gdk_paintable_snapshot(paintable.get(), snapshot, width, height);
   GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
   if (node == nullptr) return false;
-  const graphene_rect_t whole{{0, 0}, {static_cast<float>(width), static_cast<float>(height)}};
+  const graphene_rect_t whole{{0, 0}, {pixels(width), pixels(height)}};
   const GObjectPtr<GdkTexture> texture(
       gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &whole));
   gsk_render_node_unref(node);
-  return write(texture.get(), file);
+  return write(texture.get(), static_cast<std::uint32_t>(scale), file);
 }
 
 using Invocation = GDBusMethodInvocation;

@@ -14,14 +14,17 @@ namespace {
 constexpr int kPatience = 60'000;  // milliseconds
 
 /// As the probe writes it.
-platform::BitmapRef readPicture(const std::string& file) {
+Look readPicture(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
-  std::array<std::uint32_t, 2> size{};
+  std::array<std::uint32_t, 3> size{};
   in.read(reinterpret_cast<char*>(size.data()), sizeof size);
   std::vector<std::uint32_t> pixels(std::size_t{size[0]} * size[1]);
   in.read(reinterpret_cast<char*>(pixels.data()),
           static_cast<std::streamsize>(pixels.size() * sizeof(std::uint32_t)));
-  return in ? platform::Bitmap::make(size[0], size[1], std::move(pixels)) : nullptr;
+  if (!in) return {};
+  return {.picture = platform::Bitmap::make(size[0], size[1], std::move(pixels)),
+          .scale = static_cast<double>(size[2]),
+          .cells = {}};
 }
 
 }  // namespace
@@ -81,7 +84,9 @@ Look Screen::look(unsigned window) const {
   const platform::TemporaryFolder folder;
   const std::string file = folder.path("picture");
   auto cells = placesOf(call("Look", g_variant_new("(us)", window, file.c_str())));
-  return {readPicture(file), std::move(cells)};
+  Look shown = readPicture(file);
+  shown.cells = std::move(cells);
+  return shown;
 }
 
 std::vector<Place> Screen::cells(unsigned window) const {

@@ -16,12 +16,13 @@ namespace wevora::testing_host {
 struct Place {
   std::string name;
   std::string kind;
-  platform::Rect frame;  ///< in the window's picture, points
+  platform::Rect frame;  ///< in the window, points
 };
 
 /// What a window shows at one moment.
 struct Look {
   platform::BitmapRef picture;  ///< what its widgets drew last; null without a window
+  double scale = 1;             ///< the picture's pixels for each point
   std::vector<Place> cells;     ///< those that are wholly to be seen
 };
 

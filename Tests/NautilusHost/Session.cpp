@@ -129,6 +129,7 @@ Environment Session::environment() const {
           {"XDG_CACHE_HOME", home_ + "/.cache"},
           {"XDG_DATA_HOME", home_ + "/.local/share"},
           {"GDK_BACKEND", "x11"},
+          {"GDK_SCALE", std::to_string(scale_)},
           {"GSK_RENDERER", "cairo"},
           {"GTK_A11Y", "none"},
           {"GSETTINGS_BACKEND", "keyfile"},
@@ -184,7 +185,7 @@ std::string Session::word(const std::string& path, unsigned window) const {
   const auto look = screen_->look(window);
   const auto cell = std::ranges::find(look.cells, uriOf(path), &Place::name);
   if (cell == look.cells.end() || !look.picture) return "not shown";
-  return badges_.wordAt(*look.picture, *cell);
+  return badges_.wordAt(*look.picture, *cell, look.scale);
 }
 
 testing::AssertionResult Session::shows(const std::string& path, const std::string& word,

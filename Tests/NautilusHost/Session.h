@@ -36,6 +36,8 @@ class Session {
 
   /// In points; before the file manager is started.
   void setWindowSize(int width, int height) const;
+  /// How many pixels of the display are a point; before the file manager is started.
+  void setScale(int scale) { scale_ = scale; }
   /// Takes the bundle away; before the file manager is started.
   void hideBundle() const;
 
@@ -59,6 +61,7 @@ class Session {
   std::string home_;
   SessionBus bus_;
   std::string displayName_;
+  int scale_ = 1;
   std::unique_ptr<ChildProcess> display_;
   std::unique_ptr<ChildProcess> fileManager_;
   std::vector<std::unique_ptr<ChildProcess>> others_;

@@ -1,0 +1,231 @@
+// What lands in a frame, rendered by cairo: no display is needed.
+
+#include "Hosts/Nautilus/SnapshotTarget.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Platform/Graphics/GraphicsContext.h"
+#include "Platform/Graphics/Image.h"
+
+namespace wevora::nautilus {
+namespace {
+
+using platform::Bitmap;
+using platform::BitmapRef;
+using platform::Rect;
+
+constexpr std::uint32_t kRed = 0xFFFF0000;
+constexpr std::uint32_t kGreen = 0xFF00FF00;
+constexpr std::uint32_t kBlue = 0xFF0000FF;
+constexpr std::uint32_t kWhite = 0xFFFFFFFF;
+constexpr int kSide = 8;  // points of the frame
+
+/// A frame that the host puts together.
+class Frame {
+ public:
+  explicit Frame(double scale = 1) : scale_(scale), snapshot_(gtk_snapshot_new()) {
+    g_type_ensure(GSK_TYPE_COLOR_NODE);  // which GTK does once it has a display
+  }
+  ~Frame() { g_object_unref(snapshot_); }
+  Frame(const Frame&) = delete;
+  Frame& operator=(const Frame&) = delete;
+
+  SnapshotTarget target(float x = 0, float y = 0) {
+    return {snapshot_, textures_, {.origin = {x, y}, .deviceScale = scale_}};
+  }
+  /// The host's own drawing.
+  void fill(const GdkRGBA& colour) {
+    const graphene_rect_t all{{0, 0}, {kSide, kSide}};
+    gtk_snapshot_append_color(snapshot_, &colour, &all);
+  }
+  Textures& textures() { return textures_; }
+
+  /// The device pixels of the frame, the top row first.
+  std::vector<std::uint32_t> pixels() {
+    const int side = static_cast<int>(kSide * scale_);
+    std::vector<std::uint32_t> rows(static_cast<std::size_t>(side) *
+                                    static_cast<std::size_t>(side));
+    cairo_surface_t* surface = cairo_image_surface_create_for_data(
+        reinterpret_cast<unsigned char*>(rows.data()), CAIRO_FORMAT_ARGB32, side, side, side * 4);
+    cairo_t* cairo = cairo_create(surface);
+    cairo_scale(cairo, scale_, scale_);
+    GskRenderNode* node = gtk_snapshot_to_node(snapshot_);
+    if (node != nullptr) {
+      gsk_render_node_draw(node, cairo);
+      gsk_render_node_unref(node);
+    }
+    cairo_destroy(cairo);
+    cairo_surface_finish(surface);
+    cairo_surface_destroy(surface);
+    return rows;
+  }
+
+ private:
+  const double scale_;
+  GtkSnapshot* const snapshot_;
+  Textures textures_;
+};
+
+BitmapRef plain(std::uint32_t colour, std::size_t width = 2, std::size_t height = 2) {
+  return Bitmap::make(width, height, std::vector<std::uint32_t>(width * height, colour));
+}
+
+/// Red above blue.
+BitmapRef upright() {
+  return Bitmap::make(2, 2, {kRed, kRed, kBlue, kBlue});
+}
+
+/// The frame's pixels as a person types them: one letter a pixel.
+std::vector<std::string> letters(const std::vector<std::uint32_t>& pixels) {
+  const auto side = static_cast<std::size_t>(kSide) *
+                    static_cast<std::size_t>(pixels.size() == kSide * kSide ? 1 : 2);
+  std::vector<std::string> rows;
+  for (std::size_t y = 0; y < side; ++y) {
+    std::string row;
+    for (std::size_t x = 0; x < side; ++x) {
+      const auto pixel = pixels[y * side + x];
+      row += pixel == kRed     ? 'r'
+             : pixel == kGreen ? 'g'
+             : pixel == kBlue  ? 'b'
+             : pixel == 0      ? '.'
+                               : '?';
+    }
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+using Rows = std::vector<std::string>;
+
+TEST(SnapshotTargetTest, ABitmapFillsItsDestination) {
+  Frame frame;
+  frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {1, 2, 4, 3}});
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", ".rrrr...", ".rrrr...",
+                                           ".rrrr...", "........", "........", "........"}));
+}
+
+TEST(SnapshotTargetTest, TheTargetBeginsWhereItsSpaceDoes) {
+  Frame frame;
+  frame.target(3, 4).drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "........",
+                                           "....rr..", "....rr..", "........", "........"}));
+}
+
+TEST(SnapshotTargetTest, TheTopRowOfABitmapIsAboveUnlessItIsUpsideDown) {
+  for (const bool upsideDown : {false, true}) {
+    Frame frame;
+    frame.target().drawBitmap(
+        upright(), {.source = {0, 0, 2, 2}, .destination = {2, 2, 2, 2}, .upsideDown = upsideDown});
+    const auto rows = letters(frame.pixels());
+    EXPECT_EQ(rows[2], upsideDown ? "..bb...." : "..rr....");
+    EXPECT_EQ(rows[3], upsideDown ? "..rr...." : "..bb....");
+  }
+}
+
+TEST(SnapshotTargetTest, OnlyTheSourceOfABitmapIsDrawn) {
+  Frame frame;
+  frame.target().drawBitmap(Bitmap::make(4, 2,
+                                         {kRed, kRed, kGreen, kBlue,  //
+                                          kRed, kRed, kGreen, kBlue}),
+                            {.source = {2, 0, 2, 2}, .destination = {2, 2, 2, 2}});
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "..gb....", "..gb....",
+                                           "........", "........", "........", "........"}));
+}
+
+TEST(SnapshotTargetTest, WhatTheHostHasDrawnStaysAroundTheBitmap) {
+  Frame frame;
+  frame.fill({0, 1, 0, 1});
+  frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 6, 2, 2}});
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"gggggggg", "gggggggg", "gggggggg", "gggggggg",
+                                           "gggggggg", "gggggggg", "rrgggggg", "rrgggggg"}));
+}
+
+TEST(SnapshotTargetTest, AFractionLetsTheHostsDrawingShineThrough) {
+  Frame frame;
+  frame.fill({1, 1, 1, 1});
+  frame.target().drawBitmap(plain(0xFF000000),
+                            {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}, .fraction = 0.5});
+  const auto pixels = frame.pixels();
+  EXPECT_NEAR(pixels[0] & 0xFFU, 128, 2);
+  EXPECT_EQ(pixels[7], kWhite);
+}
+
+TEST(SnapshotTargetTest, ADrawingLeavesThePlaceOfTheNextAlone) {
+  Frame frame;
+  auto target = frame.target();
+  target.drawBitmap(upright(),
+                    {.source = {0, 0, 2, 2}, .destination = {4, 4, 2, 2}, .upsideDown = true});
+  target.drawBitmap(plain(kGreen), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
+  const auto rows = letters(frame.pixels());
+  EXPECT_EQ(rows[0], "gg......");
+  EXPECT_EQ(rows[4], "....bb..");
+}
+
+TEST(SnapshotTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDrawnPixelByPixel) {
+  platform::Image image({2, 2});
+  const std::vector<platform::ImageRep> reps = {
+      {.bitmap = plain(kGreen), .size = {2, 2}},
+      {.bitmap = Bitmap::make(4, 4,
+                              {kRed, kBlue, kRed, kBlue, kBlue, kRed, kBlue, kRed,  //
+                               kRed, kBlue, kRed, kBlue, kBlue, kRed, kBlue, kRed}),
+       .size = {2, 2}}};
+  image.addRepresentations(reps);
+  image.setFlipped(true);  // the frame's y grows downwards
+  Frame frame(2);
+  auto target = frame.target(1, 0);
+  {
+    const platform::CurrentTarget current(target);
+    image.drawInRect({0, 0, 2, 2}, {}, platform::CompositingOperation::SourceOver, 1.0);
+  }
+  const auto rows = letters(frame.pixels());
+  EXPECT_EQ(rows[0], "..rbrb..........");
+  EXPECT_EQ(rows[1], "..brbr..........");
+  EXPECT_EQ(rows[2], "..rbrb..........");
+  EXPECT_EQ(rows[3], "..brbr..........");
+  EXPECT_EQ(rows[4], "................");
+}
+
+TEST(SnapshotTargetTest, ABitmapThatIsDrawnAgainHasTheSameTexture) {
+  Frame frame;
+  const auto bitmap = plain(kRed);
+  GdkTexture* const first = frame.textures().of(bitmap);
+  EXPECT_EQ(frame.textures().of(bitmap), first);
+  EXPECT_NE(frame.textures().of(plain(kRed)), first);
+}
+
+TEST(SnapshotTargetTest, MoreBitmapsThanAreKeptAreAllDrawn) {
+  Frame frame;
+  for (std::size_t i = 0; i <= Textures::kKept; ++i)
+    frame.target().drawBitmap(plain(kBlue), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
+  frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
+  EXPECT_EQ(letters(frame.pixels())[0], "rr......");
+}
+
+TEST(NotingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {
+  NotingTarget noting(1);
+  noting.drawBitmap(upright(), {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
+  Frame frame;
+  auto target = frame.target();
+  noting.replay(target, 6);
+  const auto rows = letters(frame.pixels());
+  EXPECT_EQ(rows[3], "........");
+  EXPECT_EQ(rows[4], ".rr.....");
+  EXPECT_EQ(rows[5], ".bb.....");
+  EXPECT_EQ(rows[6], "........");
+}
+
+TEST(NotingTargetTest, NothingIsReplayedWhereNothingWasDrawn) {
+  const NotingTarget noting(2);
+  EXPECT_EQ(noting.deviceScale(), 2);
+  Frame frame;
+  auto target = frame.target();
+  noting.replay(target, 6);
+  EXPECT_EQ(letters(frame.pixels())[0], "........");
+}
+
+}  // namespace
+}  // namespace wevora::nautilus
