@@ -1,6 +1,7 @@
 #include "Hosts/Nautilus/Cell.h"
 
 #include "Hosts/Nautilus/CellGeometry.h"
+#include "Hosts/Nautilus/NewClass.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Support/Guard.h"
 
@@ -15,10 +16,15 @@ using platform::Rect;
 using platform::send;
 
 std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& runtime) {
-  auto wrappers = runtime.registerClass("IKImageWrapper");
+  auto wrappers = newClass(runtime, "IKImageWrapper");
   wrappers->addClassMethod(
-      "alloc", Implementation::of<Id()>([](const Id& self) -> Id {
-        return std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
+      "alloc",
+      // One is asked for with each drawing, and let go with it: the same does again.
+      Implementation::of<Id()>([free = std::shared_ptr<ImageWrapper>()](const Id& self) mutable {
+        if (free.use_count() != 1)
+          free = std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
+        free->image.reset();
+        return Id(free);
       }),
       "@@:");
   wrappers->addMethod("initWithNSImage:",
@@ -34,20 +40,29 @@ std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& run
   return wrappers;
 }
 
+std::shared_ptr<NotingTarget> Cell::Painting::target() {
+  if (!open) return nullptr;
+  if (!painted) painted = std::make_shared<NotingTarget>(deviceScale);
+  return painted;
+}
+
 Cell::Cell(platform::Class& isa, CellKind kind, std::shared_ptr<Node> node,
            std::shared_ptr<View> view)
     : Object(isa),
       kind_(kind),
       node_(std::move(node)),
       view_(std::move(view)),
-      icon_(std::make_shared<Image>(platform::Size{}, [this](const Image&) { return painted_; })) {}
+      icon_(std::make_shared<Image>(platform::Size{},
+                                    [at = painting_](const Image&) { return at->target(); })) {}
 
 void Cell::draw(const Pass& pass) {
   pass_ = &pass;
+  iconRect_ = iconRect();
   hostDrawn_ = false;
   platform::swallowing([&] { kind_ == CellKind::Grid ? sendGridDrawing() : sendListDrawing(); });
   drawHost();
-  painted_.reset();
+  painting_->open = false;
+  painting_->painted.reset();
   pass_ = nullptr;
 }
 
@@ -68,28 +83,35 @@ void Cell::sendGridDrawing() {
 void Cell::drawInteriorWithFrame(const Rect&, const Id&) {
   if (pass_ == nullptr) return;
   drawHost();
-  const auto icon = iconRect();
-  if (!icon) return;
-  icon_->setSize({icon->width, icon->height});
-  painted_ = std::make_shared<NotingTarget>(gtk_widget_get_scale_factor(pass_->widget));
-  const auto wrapper = std::make_shared<ImageWrapper>(pass_->imageWrappers);
-  wrapper->image = icon_;
-  send<void>(shared_from_this(), "drawImage:", Id(wrapper));
+  if (!iconRect_) return;
+  icon_->setSize({iconRect_->width, iconRect_->height});
+  painting_->deviceScale = gtk_widget_get_scale_factor(pass_->widget);
+  painting_->open = true;
+  if (!wrapper_) wrapper_ = std::make_shared<ImageWrapper>(pass_->imageWrappers);
+  wrapper_->image = icon_;
+  send<void>(shared_from_this(), "drawImage:", Id(wrapper_));
 }
 
 void Cell::drawImage(const Id& wrapper) {
+  if (pass_ == nullptr || !painting_->painted) return;
   const auto wrapped = std::dynamic_pointer_cast<ImageWrapper>(wrapper);
-  if (pass_ == nullptr || !painted_ || !wrapped || wrapped->image != icon_) return;
-  const auto icon = iconRect();
-  if (!icon) return;
-  SnapshotTarget target = targetAt(icon->x, icon->y);
-  painted_->replay(target, icon->height);
+  if (wrapped && wrapped->image == icon_) replay(*painting_->painted);
+}
+
+// Like any image, the icon's ends at its edges: what is painted beyond is not seen.
+void Cell::replay(const NotingTarget& painted) const {
+  const graphene_rect_t edges{
+      {static_cast<float>(iconRect_->x), static_cast<float>(iconRect_->y)},
+      {static_cast<float>(iconRect_->width), static_cast<float>(iconRect_->height)}};
+  SnapshotTarget target = targetAt(iconRect_->x, iconRect_->y);
+  gtk_snapshot_push_clip(pass_->snapshot, &edges);
+  painted.replay(target, iconRect_->height);
+  gtk_snapshot_pop(pass_->snapshot);
 }
 
 void Cell::sendListDrawing() {
-  const auto icon = iconRect();
-  if (!icon) return;
-  const ListRow row = listRowAround(*icon, gtk_widget_get_width(pass_->widget));
+  if (!iconRect_) return;
+  const ListRow row = listRowAround(*iconRect_, gtk_widget_get_width(pass_->widget));
   SnapshotTarget target = targetAt(row.x, row.y);
   const CurrentTarget current(target);
   send<void>(shared_from_this(), "drawIconWithFrame:", row.frame);
@@ -100,7 +122,7 @@ void Cell::drawIconWithFrame(const Rect&) {
 }
 
 std::optional<Rect> Cell::iconRect() const {
-  GtkWidget* icon = iconOf(pass_->widget);
+  GtkWidget* const icon = pass_->icon;
   graphene_rect_t bounds;
   if (icon == nullptr || !gtk_widget_get_visible(icon) ||
       !gtk_widget_compute_bounds(icon, pass_->widget, &bounds))

@@ -38,6 +38,7 @@ class Cell : public platform::Object, public std::enable_shared_from_this<Cell> 
   /// What the cell is drawn with.
   struct Pass {
     GtkWidget* widget;
+    GtkWidget* icon;  ///< the part of the widget that shows the icon; null where none does
     GtkSnapshot* snapshot;
     Textures& textures;
     platform::Class& imageWrappers;
@@ -63,15 +64,25 @@ class Cell : public platform::Object, public std::enable_shared_from_this<Cell> 
   /// The host's drawing of the whole widget; only the first in a pass draws.
   void drawHost();
   std::optional<platform::Rect> iconRect() const;
+  void replay(const NotingTarget& painted) const;
   SnapshotTarget targetAt(double x, double y) const;
 
   const CellKind kind_;
   const std::shared_ptr<Node> node_;
   const std::shared_ptr<View> view_;
-  const platform::ImageRef icon_;          // clear: GTK shows the icon
-  std::shared_ptr<NotingTarget> painted_;  // into the icon, in this pass
+  /// What is painted into the icon's image, which whoever has been given it may hold for longer.
+  struct Painting {
+    bool open = false;  ///< for as long as the icon is being drawn
+    double deviceScale = 1.0;
+    std::shared_ptr<NotingTarget> painted;
+    std::shared_ptr<NotingTarget> target();
+  };
+  const std::shared_ptr<Painting> painting_ = std::make_shared<Painting>();
+  const platform::ImageRef icon_;  // clear: GTK shows the icon
+  std::shared_ptr<ImageWrapper> wrapper_;
 
   const Pass* pass_ = nullptr;
+  std::optional<platform::Rect> iconRect_;  // in this pass
   bool hostDrawn_ = false;
 };
 

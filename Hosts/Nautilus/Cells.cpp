@@ -1,7 +1,6 @@
 #include "Hosts/Nautilus/Cells.h"
 
-#include <nautilus-extension.h>
-
+#include "Hosts/Nautilus/NewClass.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -19,7 +18,7 @@ Cell& asCell(const Id& self) {
 }
 
 std::shared_ptr<Class> registerCells(platform::Runtime& runtime, const char* name) {
-  auto cells = runtime.registerClass(name);
+  auto cells = newClass(runtime, name);
   cells->addMethod("representedItem",
                    Implementation::of<Id()>([](const Id& self) { return Id(asCell(self).node()); }),
                    "@@:");
@@ -61,13 +60,8 @@ void addListDrawing(Class& cells) {
                   Implementation::of<void(ImageRef)>([](const Id&, const ImageRef&) {}), "v@:@");
 }
 
-/// None for a widget that shows nothing at present.
-std::optional<std::string> itemUriOf(GtkWidget* widget) {
-  const auto item = objectProperty(widget, "item");
-  const auto file = objectProperty(item.get(), "file");
-  if (!file || !NAUTILUS_IS_FILE_INFO(file.get())) return std::nullopt;
-  const GText uri(nautilus_file_info_get_uri(NAUTILUS_FILE_INFO(file.get())));
-  return uri ? std::optional<std::string>(uri.get()) : std::nullopt;
+bool isVisibleIn(GtkWidget* window, GtkWidget* widget) {
+  return gtk_widget_get_mapped(widget) && GTK_WIDGET(gtk_widget_get_root(widget)) == window;
 }
 
 }  // namespace
@@ -82,66 +76,109 @@ Cells::Cells(platform::Runtime& runtime, Nodes& nodes, Class& views)
   addListDrawing(*listCells_);
 }
 
+Cells::Slot::Slot(Cells& cells, GtkWidget* widget)
+    : view(std::make_shared<View>(cells.views_, widget)),
+      item(G_OBJECT(widget), [&cells, widget] { cells.itemMoved(widget); }) {}
+
+GtkWidget* Cells::Slot::iconOf(GtkWidget* widget) {
+  const auto known = icon.get();
+  if (known && gtk_widget_is_ancestor(known.get(), widget)) return known.get();
+  GtkWidget* const found = nautilus::iconOf(widget);
+  icon.set(found);
+  return found;
+}
+
 void Cells::draw(CellKind kind, GtkWidget* widget, GtkSnapshot* snapshot) {
-  const auto cell =
-      platform::swallowingOr(std::shared_ptr<Cell>(), [&] { return cellOf(kind, widget); });
+  std::shared_ptr<Cell> cell;
+  GtkWidget* icon = nullptr;
+  swallowing([&] {
+    auto& slot = slotOf(widget);
+    icon = slot.iconOf(widget);
+    cell = cellOf(kind, widget, slot);
+  });
   if (cell)
-    cell->draw({widget, snapshot, textures_, *imageWrappers_});
+    cell->draw({widget, icon, snapshot, textures_, *imageWrappers_});
   else
     drawHostCell(kind, widget, snapshot);
 }
 
-std::shared_ptr<Cell> Cells::cellOf(CellKind kind, GtkWidget* widget) {
-  const auto uri = itemUriOf(widget);
-  auto& cell = slotOf(widget);
-  // A widget's item may be renamed without being replaced.
-  if (cell && uri != cell->node()->uri()) {
-    cell->view()->forgetWidget();
-    cell.reset();
+std::shared_ptr<Cell> Cells::cellOf(CellKind kind, GtkWidget* widget, Slot& slot) {
+  const auto& uri = slot.item.uri();
+  if (slot.cell && uri != slot.cell->node()->uri()) forgetCell(slot);
+  if (!slot.cell && uri) {
+    slot.cell = std::make_shared<Cell>(kind == CellKind::Grid ? *iconCells_ : *listCells_, kind,
+                                       nodes_.make(*uri), slot.view);
+    widgets_.insert_or_assign(slot.cell->node().get(), widget);
   }
-  if (!cell && uri)
-    cell = std::make_shared<Cell>(kind == CellKind::Grid ? *iconCells_ : *listCells_, kind,
-                                  nodes_.make(*uri), std::make_shared<View>(views_, widget));
-  return cell;
+  return slot.cell;
 }
 
-std::shared_ptr<Cell>& Cells::slotOf(GtkWidget* widget) {
-  const auto [place, isNew] = cells_.try_emplace(widget);
-  if (isNew) {
-    g_object_weak_ref(
-        G_OBJECT(widget),
-        [](gpointer self, GObject* gone) {
-          static_cast<Cells*>(self)->cells_.erase(reinterpret_cast<GtkWidget*>(gone));
-        },
-        this);
-    g_signal_connect(widget, "notify::item",
-                     G_CALLBACK(+[](GtkWidget* changed, GParamSpec*, gpointer self) noexcept {
-                       swallowing([&] { static_cast<Cells*>(self)->forget(changed); });
-                     }),
-                     this);
-    // What changed while a tab was hidden.
-    g_signal_connect(widget, "map", G_CALLBACK(gtk_widget_queue_draw), nullptr);
-  }
+Cells::Slot& Cells::slotOf(GtkWidget* widget) {
+  const auto [place, isNew] = slots_.try_emplace(widget, *this, widget);
+  if (isNew) watch(widget);
   return place->second;
 }
 
-void Cells::forget(GtkWidget* widget) {
-  const auto found = cells_.find(widget);
-  if (found == cells_.end() || !found->second) return;
-  found->second->view()->forgetWidget();
-  found->second.reset();
+void Cells::watch(GtkWidget* widget) {
+  g_object_weak_ref(
+      G_OBJECT(widget),
+      +[](gpointer self, GObject* gone) noexcept {
+        swallowing([&] { static_cast<Cells*>(self)->gone(reinterpret_cast<GtkWidget*>(gone)); });
+      },
+      this);
+  const auto replaced = +[](GtkWidget* changed, GParamSpec*, gpointer self) noexcept {
+    swallowing([&] { static_cast<Cells*>(self)->itemReplaced(changed); });
+  };
+  g_signal_connect(widget, "notify::item", G_CALLBACK(replaced), this);
+  // What changed while a tab was hidden.
+  g_signal_connect(widget, "map", G_CALLBACK(gtk_widget_queue_draw), nullptr);
+}
+
+void Cells::forgetCell(Slot& slot) {
+  if (!slot.cell) return;
+  widgets_.erase(slot.cell->node().get());
+  slot.cell.reset();
+}
+
+// GTK draws a widget anew only if something in it has changed: two items may have the same name and
+// icon, but not the same badge.
+void Cells::itemReplaced(GtkWidget* widget) {
+  gtk_widget_queue_draw(widget);
+  const auto found = slots_.find(widget);
+  if (found == slots_.end()) return;
+  found->second.item.forget();
+  forgetCell(found->second);
+}
+
+void Cells::itemMoved(GtkWidget* widget) {
+  gtk_widget_queue_draw(widget);
+  const auto found = slots_.find(widget);
+  if (found != slots_.end()) forgetCell(found->second);
+}
+
+void Cells::gone(GtkWidget* widget) {
+  const auto found = slots_.find(widget);
+  if (found == slots_.end()) return;
+  forgetCell(found->second);
+  slots_.erase(found);
 }
 
 std::vector<std::shared_ptr<Cell>> Cells::visibleIn(GtkWidget* window) const {
   std::vector<std::shared_ptr<Cell>> visible;
-  for (const auto& [widget, cell] : cells_)
-    if (cell && gtk_widget_get_mapped(widget) && GTK_WIDGET(gtk_widget_get_root(widget)) == window)
-      visible.push_back(cell);
+  for (const auto& [widget, slot] : slots_)
+    if (slot.cell && isVisibleIn(window, widget)) visible.push_back(slot.cell);
   return visible;
 }
 
+std::shared_ptr<Cell> Cells::visibleCellOf(const TFENode& node, GtkWidget* window) const {
+  const auto widget = widgets_.find(node.fNodeRef);
+  if (widget == widgets_.end() || !isVisibleIn(window, widget->second)) return nullptr;
+  return slots_.at(widget->second).cell;
+}
+
 void Cells::redrawAllIn(GtkWidget* window) const {
-  for (const auto& cell : visibleIn(window)) cell->view()->setNeedsDisplay(true);
+  for (const auto& [widget, slot] : slots_)
+    if (isVisibleIn(window, widget)) gtk_widget_queue_draw(widget);
 }
 
 }  // namespace wevora::nautilus

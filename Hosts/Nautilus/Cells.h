@@ -8,12 +8,13 @@
 #include "Hosts/Nautilus/Cell.h"
 #include "Hosts/Nautilus/HostWidgets.h"
 #include "Hosts/Nautilus/Node.h"
+#include "Hosts/Nautilus/ShownItem.h"
 
 namespace wevora::nautilus {
 
 /// The cells of the widgets that the host has drawn.
-/// Threads: the main thread. Owns: a cell for each widget, until the widget shows another item or
-/// goes. Errors: a widget without an item is drawn by the host alone.
+/// Threads: the main thread. Owns: for each widget a view, as long as it lives, and a cell, until
+/// it shows another item. Errors: a widget without an item is drawn by the host alone.
 class Cells {
  public:
   Cells(platform::Runtime& runtime, Nodes& nodes, platform::Class& views);
@@ -23,14 +24,30 @@ class Cells {
   void draw(CellKind kind, GtkWidget* widget, GtkSnapshot* snapshot);
   /// Those that a person may see now.
   std::vector<std::shared_ptr<Cell>> visibleIn(GtkWidget* window) const;
+  /// Of these the one that shows a node; null where none does.
+  std::shared_ptr<Cell> visibleCellOf(const TFENode& node, GtkWidget* window) const;
   /// Draws all cells of a window again; GTK keeps what a widget drew until that very widget is told
   /// to draw.
   void redrawAllIn(GtkWidget* window) const;
 
  private:
-  std::shared_ptr<Cell> cellOf(CellKind kind, GtkWidget* widget);
-  std::shared_ptr<Cell>& slotOf(GtkWidget* widget);
-  void forget(GtkWidget* widget);
+  /// What is known of one widget.
+  struct Slot {
+    Slot(Cells& cells, GtkWidget* widget);
+    GtkWidget* iconOf(GtkWidget* widget);
+
+    const std::shared_ptr<View> view;
+    ShownItem item;
+    GWeak<GtkWidget> icon{nullptr};
+    std::shared_ptr<Cell> cell;
+  };
+  Slot& slotOf(GtkWidget* widget);
+  void watch(GtkWidget* widget);
+  std::shared_ptr<Cell> cellOf(CellKind kind, GtkWidget* widget, Slot& slot);
+  void forgetCell(Slot& slot);
+  void itemReplaced(GtkWidget* widget);
+  void itemMoved(GtkWidget* widget);
+  void gone(GtkWidget* widget);
 
   Nodes& nodes_;
   platform::Class& views_;
@@ -38,7 +55,8 @@ class Cells {
   std::shared_ptr<platform::Class> listCells_;
   std::shared_ptr<platform::Class> imageWrappers_;
   Textures textures_;
-  std::unordered_map<GtkWidget*, std::shared_ptr<Cell>> cells_;
+  std::unordered_map<GtkWidget*, Slot> slots_;
+  std::unordered_map<const void*, GtkWidget*> widgets_;  // by the node that each shows
 };
 
 }  // namespace wevora::nautilus

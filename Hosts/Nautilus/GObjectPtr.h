@@ -31,7 +31,7 @@ class GWeak {
   GWeak& operator=(const GWeak&) = delete;
 
   GObjectPtr<T> get() const { return GObjectPtr<T>(static_cast<T*>(g_weak_ref_get(&reference_))); }
-  void clear() { g_weak_ref_set(&reference_, nullptr); }
+  void set(T* object) { g_weak_ref_set(&reference_, object); }
 
  private:
   mutable GWeakRef reference_{};

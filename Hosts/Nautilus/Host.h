@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+
 #include "Hosts/Nautilus/Cells.h"
 #include "Hosts/Nautilus/HostWidgets.h"
 #include "Hosts/Nautilus/Node.h"
@@ -15,6 +18,28 @@ namespace wevora::nautilus {
 /// process. Errors: what the widgets do not have is not told of.
 class Host : public WidgetObserver {
  public:
+  /// The names under which it does so.
+  static constexpr std::array kClasses{"NSView",
+                                       "FINode",
+                                       "IKIconCell",
+                                       "TListViewIconAndTextCell",
+                                       "IKImageWrapper",
+                                       "TSidebarView",
+                                       "TSidebarViewController",
+                                       "TSidebarItemCell",
+                                       "NSSidebarImage",
+                                       "NSApplication",
+                                       "NSWindow",
+                                       "NSWindowController",
+                                       "TBrowserWindowController",
+                                       "TBrowserViewController"};
+  /// False where another host in the process has one of the names.
+  static bool mayBePresentedTo(const platform::Runtime& runtime) {
+    return std::ranges::none_of(
+        kClasses, [&](const char* name) { return runtime.classNamed(name) != nullptr; });
+  }
+
+  /// Throws where it may not be presented.
   explicit Host(platform::Runtime& runtime)
       : views_(View::registerIn(runtime)),
         nodes_(runtime),

@@ -1,15 +1,21 @@
 #include "Hosts/Nautilus/Host.h"
-#include "Hosts/Nautilus/Libraries.h"
+#include "Platform/Bundles/Bundle.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
 
+constexpr const char* kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
+
 /// The bundle looks the host's classes up while it loads. Without a bundle the host's widgets are
 /// left alone.
 void start() {
-  static platform::NeverDestroyed<Host> host(platform::Runtime::shared());
-  if (loadAndCall(kBundleLibrary, kBundleEntry)) observeWidgets(*host);
+  auto& runtime = platform::Runtime::shared();
+  if (!Host::mayBePresentedTo(runtime)) return;
+  static platform::NeverDestroyed<Host> host(runtime);
+  const auto bundle =
+      platform::Bundle::bundleWithPath(kBundlePath, platform::InstalledPaths::shared());
+  if (bundle && bundle->load()) observeWidgets(*host);
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #include "Hosts/Nautilus/Node.h"
 
+#include "Hosts/Nautilus/NewClass.h"
+
 namespace wevora::nautilus {
 
 using platform::Id;
 using platform::Implementation;
 
-Nodes::Nodes(platform::Runtime& runtime) : class_(runtime.registerClass("FINode")) {
+Nodes::Nodes(platform::Runtime& runtime) : class_(newClass(runtime, "FINode")) {
   class_->addMethod("previewItemURL",
                     Implementation::of<std::optional<ItemURL>()>(
                         [](const Id& self) { return static_cast<const Node&>(*self).url(); }),

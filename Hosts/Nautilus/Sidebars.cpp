@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Hosts/Nautilus/HostWidgets.h"
+#include "Hosts/Nautilus/NewClass.h"
 #include "Hosts/Nautilus/Textures.h"
 #include "Platform/Graphics/Image.h"
 #include "Platform/Support/Guard.h"
@@ -28,12 +29,19 @@ bool isRow(GtkWidget* widget) {
 }  // namespace
 
 /// Threads, Owns, Errors: as View; owns its delegate too, and what the host made its delegate: a
-/// proxy before that does not keep it.
+/// proxy before that does not keep it. Redrawing it presents its rows again.
 class Sidebars::Sidebar : public View {
  public:
-  using View::View;
+  Sidebar(Class& isa, GtkWidget* widget, Sidebars& sidebars)
+      : View(isa, widget), sidebars_(sidebars) {}
   Id delegate;
   Id ofTheHost;
+
+ protected:
+  void redraw(GtkWidget* shown) const override { sidebars_.presentRowsBelow(shown); }
+
+ private:
+  Sidebars& sidebars_;
 };
 
 /// A row, as both the cell and the item that the delegate is told of.
@@ -58,8 +66,9 @@ void Sidebars::Row::setImage(const Id& picture) const {
   const auto sidebarImage = std::dynamic_pointer_cast<Picture>(picture);
   const auto row = widget();
   if (!row || !sidebarImage || !sidebarImage->image) return;
-  const double pixels = kRowIconSize * gtk_widget_get_scale_factor(row.get());
-  const auto* rep = sidebarImage->image->bestRepresentation({pixels, pixels});
+  const double scale = gtk_widget_get_scale_factor(row.get());
+  const double pixels = kRowIconSize * scale;
+  const auto* rep = sidebarImage->image->bestRepresentation({pixels, pixels}, scale);
   if (rep == nullptr) return;
   const auto texture = makeTexture(rep->bitmap);
   if (G_IS_ICON(texture.get())) g_object_set(row.get(), "start-icon", texture.get(), nullptr);
@@ -71,7 +80,7 @@ Sidebars::Sidebars(platform::Runtime& runtime, Class& views) {
 }
 
 void Sidebars::registerViews(platform::Runtime& runtime, Class& views) {
-  sidebars_ = runtime.registerClass("TSidebarView", &views);
+  sidebars_ = newClass(runtime, "TSidebarView", &views);
   sidebars_->addMethod("delegate", Implementation::of<Id()>([](const Id& self) {
                          return static_cast<const Sidebar&>(*self).delegate;
                        }),
@@ -81,7 +90,7 @@ void Sidebars::registerViews(platform::Runtime& runtime, Class& views) {
         static_cast<Sidebar&>(*self).delegate = delegate;
       }),
       "v@:@");
-  delegates_ = runtime.registerClass("TSidebarViewController");
+  delegates_ = newClass(runtime, "TSidebarViewController");
   // GTK has prepared the row.
   delegates_->addMethod(kWillDisplay,
                         Implementation::of<void(Id, Id, Id, Id)>(
@@ -90,7 +99,7 @@ void Sidebars::registerViews(platform::Runtime& runtime, Class& views) {
 }
 
 void Sidebars::registerRows(platform::Runtime& runtime) {
-  rows_ = runtime.registerClass("TSidebarItemCell");
+  rows_ = newClass(runtime, "TSidebarItemCell");
   rows_->addMethod("name", Implementation::of<std::optional<std::string>()>([](const Id& self) {
                      return static_cast<const Row&>(*self).name();
                    }),
@@ -99,7 +108,7 @@ void Sidebars::registerRows(platform::Runtime& runtime) {
                      static_cast<const Row&>(*self).setImage(picture);
                    }),
                    "v@:@");
-  pictures_ = runtime.registerClass("NSSidebarImage");
+  pictures_ = newClass(runtime, "NSSidebarImage");
   pictures_->addClassMethod("alloc", Implementation::of<Id()>([this](const Id&) -> Id {
                               return std::make_shared<Picture>(*pictures_);
                             }),
@@ -115,12 +124,13 @@ void Sidebars::registerRows(platform::Runtime& runtime) {
 void Sidebars::sidebarRealized(GtkWidget* sidebar) {
   auto& view = views_[sidebar];
   if (view) return;
-  view = std::make_shared<Sidebar>(*sidebars_, sidebar,
-                                   [this](GtkWidget* shown) { presentRowsBelow(shown); });
+  view = std::make_shared<Sidebar>(*sidebars_, sidebar, *this);
   g_object_weak_ref(
       G_OBJECT(sidebar),
-      [](gpointer self, GObject* gone) {
-        static_cast<Sidebars*>(self)->views_.erase(reinterpret_cast<GtkWidget*>(gone));
+      +[](gpointer self, GObject* gone) noexcept {
+        platform::swallowing([&] {
+          static_cast<Sidebars*>(self)->views_.erase(reinterpret_cast<GtkWidget*>(gone));
+        });
       },
       this);
   view->ofTheHost = std::make_shared<platform::Object>(*delegates_);

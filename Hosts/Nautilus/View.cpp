@@ -1,12 +1,14 @@
 #include "Hosts/Nautilus/View.h"
 
+#include "Hosts/Nautilus/NewClass.h"
+
 namespace wevora::nautilus {
 
 using platform::Id;
 using platform::Implementation;
 
 std::shared_ptr<platform::Class> View::registerIn(platform::Runtime& runtime) {
-  auto views = runtime.registerClass("NSView");
+  auto views = newClass(runtime, "NSView");
   views->addMethod(
       "setNeedsDisplay:", Implementation::of<void(bool)>([](const Id& self, bool needed) {
         static_cast<const View&>(*self).setNeedsDisplay(needed);
@@ -21,7 +23,7 @@ std::shared_ptr<platform::Class> View::registerIn(platform::Runtime& runtime) {
 
 void View::setNeedsDisplay(bool needed) const {
   if (!needed) return;
-  if (const auto shown = widget()) redraw_(shown.get());
+  if (const auto shown = widget()) redraw(shown.get());
 }
 
 }  // namespace wevora::nautilus

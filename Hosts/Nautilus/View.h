@@ -1,9 +1,7 @@
 #pragma once
 
-#include <functional>
 #include <gtk/gtk.h>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
@@ -11,29 +9,28 @@
 
 namespace wevora::nautilus {
 
-/// A widget of the host as a view: `setNeedsDisplay:` draws it again. The widget may go away, or be
-/// taken for something else; the view then does nothing.
-/// Threads: the main thread. Owns: nothing of the host. Errors: none.
+/// A widget of the host as a view: `setNeedsDisplay:` draws it again. A widget has one view,
+/// whatever it shows.
+/// Threads: the main thread. Owns: nothing of the host. Errors: does nothing once the widget has
+/// gone.
 class View : public platform::Object {
  public:
-  using Redraw = std::function<void(GtkWidget*)>;
-
   /// Registers "NSView".
   static std::shared_ptr<platform::Class> registerIn(platform::Runtime& runtime);
 
-  View(platform::Class& isa, GtkWidget* widget, Redraw redraw = gtk_widget_queue_draw)
-      : Object(isa), widget_(widget), redraw_(std::move(redraw)) {}
+  View(platform::Class& isa, GtkWidget* widget) : Object(isa), widget_(widget) {}
 
   GObjectPtr<GtkWidget> widget() const { return widget_.get(); }
-  void forgetWidget() { widget_.clear(); }
   // -subviews
   virtual std::vector<platform::Id> subviews() const { return {}; }
   // -setNeedsDisplay:
   void setNeedsDisplay(bool needed) const;
 
+ protected:
+  virtual void redraw(GtkWidget* shown) const { gtk_widget_queue_draw(shown); }
+
  private:
-  GWeak<GtkWidget> widget_;
-  const Redraw redraw_;
+  const GWeak<GtkWidget> widget_;
 };
 
 }  // namespace wevora::nautilus

@@ -1,6 +1,7 @@
 #include "Hosts/Nautilus/Windows.h"
 
 #include "Hosts/Nautilus/HostClasses.h"
+#include "Hosts/Nautilus/NewClass.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -34,6 +35,20 @@ class Container : public View {
 
  private:
   const std::vector<Id> subviews_;
+};
+
+/// A window's cells: redrawing them draws all of them again.
+/// Threads: the main thread. Owns: nothing. Errors: as View.
+class BrowserView : public View {
+ public:
+  BrowserView(Class& isa, GtkWidget* window, const Cells& cells)
+      : View(isa, window), cells_(cells) {}
+
+ protected:
+  void redraw(GtkWidget* shown) const override { cells_.redrawAllIn(shown); }
+
+ private:
+  const Cells& cells_;
 };
 
 /// In the order in which they were opened.
@@ -70,7 +85,7 @@ Windows::Windows(platform::Runtime& runtime, const Cells& cells, Class& views,
 }
 
 void Windows::registerWindows(platform::Runtime& runtime) {
-  const auto application = runtime.registerClass("NSApplication");
+  const auto application = newClass(runtime, "NSApplication");
   application->addClassMethod(
       "sharedApplication", Implementation::of<Id()>([](const Id& self) {
         return std::make_shared<platform::Object>(static_cast<Class&>(*self));
@@ -85,7 +100,7 @@ void Windows::registerWindows(platform::Runtime& runtime) {
                          }),
                          "@@:q");
 
-  windows_ = runtime.registerClass("NSWindow");
+  windows_ = newClass(runtime, "NSWindow");
   windows_->addClassMethod(
       "windowNumbersWithOptions:",
       Implementation::of<std::vector<std::int64_t>(std::uint64_t)>([](const Id&, std::uint64_t) {
@@ -101,8 +116,8 @@ void Windows::registerWindows(platform::Runtime& runtime) {
 }
 
 void Windows::registerControllers(platform::Runtime& runtime) {
-  controllers_ = runtime.registerClass("TBrowserWindowController",
-                                       runtime.registerClass("NSWindowController").get());
+  controllers_ =
+      newClass(runtime, "TBrowserWindowController", newClass(runtime, "NSWindowController").get());
   controllers_->addClassMethod(
       "controllerWithID:", Implementation::of<Id(std::int64_t)>([this](const Id&, std::int64_t id) {
         const auto windows = hostWindows();
@@ -126,7 +141,7 @@ void Windows::registerControllers(platform::Runtime& runtime) {
 }
 
 void Windows::registerBrowsers(platform::Runtime& runtime) {
-  browsers_ = runtime.registerClass("TBrowserViewController");
+  browsers_ = newClass(runtime, "TBrowserViewController");
   browsers_->addMethod("browserView", Implementation::of<Id()>([this](const Id& self) {
                          return browserViewOf(windowOf(self).get());
                        }),
@@ -144,9 +159,7 @@ void Windows::registerBrowsers(platform::Runtime& runtime) {
       "v@:^v");
   browsers_->addMethod(
       "getCellForNode:", Implementation::of<Id(TFENode)>([this](const Id& self, TFENode node) {
-        for (const auto& cell : cells_.visibleIn(windowOf(self).get()))
-          if (*cell->node()->reference() == node) return Id(cell);
-        return Id();
+        return Id(cells_.visibleCellOf(node, windowOf(self).get()));
       }),
       "@@:^v");
 }
@@ -156,8 +169,7 @@ Id Windows::controllerOf(GtkWidget* window) const {
 }
 
 Id Windows::browserViewOf(GtkWidget* window) const {
-  return std::make_shared<View>(views_, window,
-                                [this](GtkWidget* shown) { cells_.redrawAllIn(shown); });
+  return std::make_shared<BrowserView>(views_, window, cells_);
 }
 
 Id Windows::containerOf(std::vector<Id> subviews) const {

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
@@ -36,7 +38,8 @@ bool areAlike(std::uint32_t a, std::uint32_t b) {
 /// square of 32 or 16 points in its lower left corner.
 platform::Rect squareOn(const Place& icon) {
   const auto& frame = icon.frame;
-  const double side = icon.kind == "NautilusGridCell" ? frame.height : frame.height >= 32 ? 32 : 16;
+  const double inList = frame.width >= 32 || frame.height >= 32 ? 32 : 16;
+  const double side = icon.kind == "NautilusGridCell" ? frame.height : inList;
   return {frame.x, frame.y + frame.height - side, side, side};
 }
 
@@ -65,15 +68,45 @@ double shareOf(const Bitmap& badge, const Bitmap& picture, const Corner& corner)
   return solid == 0 ? 0 : static_cast<double>(alike) / solid;
 }
 
+/// As a picture is seen that the host shows with 7/10 of its strength.
+platform::BitmapRef dimmedOn(std::uint32_t background, const Bitmap& bitmap) {
+  std::vector<std::uint32_t> pixels(bitmap.pixels().begin(), bitmap.pixels().end());
+  for (auto& pixel : pixels) {
+    std::uint32_t mixed = pixel & 0xFF000000U;
+    for (const unsigned shift : {0U, 8U, 16U})
+      mixed |= ((((pixel >> shift) & 255U) * 7 + ((background >> shift) & 255U) * 3) / 10) << shift;
+    pixel = mixed;
+  }
+  return Bitmap::make(bitmap.width(), bitmap.height(), std::move(pixels));
+}
+
+platform::ImageRef pictureOf(const std::string& file) {
+  auto image = platform::imageWithContentsOfFile(file);
+  if (!image) throw std::runtime_error("the bundle has no " + file);
+  return image;
+}
+
 }  // namespace
 
 BadgeReader::BadgeReader(const std::string& resources) {
   for (const auto& [word, file] :
        {std::pair("green", "/ok.icns"), std::pair("blue", "/backup.icns"),
         std::pair("red", "/w.icns")}) {
-    badges_[word].image = platform::imageWithContentsOfFile(resources + file);
-    if (!badges_[word].image) throw std::runtime_error("the bundle has no badges");
+    badges_[word].image = pictureOf(resources + file);
   }
+  drive_.image = pictureOf(resources + "/sidebar.tiff");
+}
+
+// The host dims a row's image, and leaves some room beside and above it.
+bool BadgeReader::isDriveAt(const Bitmap& picture, const Place& row) const {
+  constexpr std::size_t kSide = 16;
+  const auto& frame = row.frame;
+  const double above = (frame.height - kSide) / 2;
+  const auto background =
+      picture.pixels()[static_cast<std::size_t>(std::lround(frame.y)) * picture.width() +
+                       static_cast<std::size_t>(std::lround(frame.x))];
+  const auto dimmed = dimmedOn(background, *drive_.ofSide(kSide, 1));
+  return shareOf(*dimmed, picture, cornerOf({frame.x, frame.y + above, kSide, kSide}, 1)) > 0.9;
 }
 
 platform::BitmapRef BadgeReader::Badge::ofSide(double points, double scale) const {

@@ -24,6 +24,8 @@ class BadgeReader {
   /// larger where the picture has more.
   double differenceAt(const Look& look, const Place& icon, const std::string& word,
                       double drawnFor) const;
+  /// Whether a row of the sidebar shows the bundle's own picture.
+  bool isDriveAt(const platform::Bitmap& picture, const Place& row) const;
 
  private:
   struct Badge {
@@ -33,6 +35,7 @@ class BadgeReader {
     platform::BitmapRef ofSide(double points, double scale) const;
   };
   std::map<std::string, Badge> badges_;
+  Badge drive_;
 };
 
 }  // namespace wevora::testing_host

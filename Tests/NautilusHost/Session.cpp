@@ -3,19 +3,23 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <pwd.h>
 #include <stdexcept>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "Hosts/Nautilus/GObjectPtr.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 
 namespace wevora::testing_host {
 namespace {
 
 namespace fs = std::filesystem;
+using nautilus::GText;
 
 constexpr std::chrono::seconds kPatience{60};
 constexpr const char* kSettings = "/.config/glib-2.0/settings/keyfile";
@@ -38,16 +42,6 @@ void installSettings() {
   mountEmpty("/etc/xdg");
   fs::create_directories("/etc/xdg/Wevora");
   fs::copy_file(WEVORA_TEMPLATE, "/etc/xdg/Wevora/wevora-settings.plist");
-}
-
-/// Puts what was built where it is looked for once it is installed.
-void installBelow(const std::string& prefix) {
-  fs::path there = fs::path(prefix) / "lib";
-  while (!fs::is_directory(there)) there = there.parent_path();
-  mountEmpty(there.string());
-  const std::string place = prefix + "/lib/wevora";
-  fs::create_directories(place);
-  must(::mount(WEVORA_BUILT_LIBRARIES, place.c_str(), nullptr, MS_BIND, nullptr) == 0, place);
 }
 
 void installModules(Session::Module module) {
@@ -73,6 +67,12 @@ void runWell(const std::vector<std::string>& command) {
     throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
 }
 
+/// The host's own memory is not ours to count.
+std::string sanitizerOptions() {
+  const char* given = std::getenv("ASAN_OPTIONS");
+  return std::string(given == nullptr ? "" : given) + ":detect_leaks=0";
+}
+
 /// For a person to look at; answers the file.
 std::string keepPicture(const platform::BitmapRef& picture) {
   std::string file = testing::TempDir() + "wevora-nautilus.ppm";
@@ -85,6 +85,16 @@ std::string keepPicture(const platform::BitmapRef& picture) {
 }
 
 }  // namespace
+
+void installBuiltLibraries() {
+  const std::string prefix = WEVORA_INSTALL_PREFIX;
+  fs::path there = fs::path(prefix) / "lib";
+  while (!fs::is_directory(there)) there = there.parent_path();
+  mountEmpty(there.string());
+  const std::string place = prefix + "/lib/wevora";
+  fs::create_directories(place);
+  must(::mount(WEVORA_BUILT_LIBRARIES, place.c_str(), nullptr, MS_BIND, nullptr) == 0, place);
+}
 
 std::string uriOf(const std::string& path) {
   char* uri = g_filename_to_uri(path.c_str(), nullptr, nullptr);
@@ -106,7 +116,7 @@ void switchBadges(bool on) {
 Session::Session(View view, Module module)
     : home_(homeOfThisUser()), badges_(WEVORA_BUILT_LIBRARIES WEVORA_RESOURCES) {
   mountEmpty(home_);
-  installBelow(WEVORA_INSTALL_PREFIX);
+  installBuiltLibraries();
   installSettings();
   installModules(module);
   write(home_ + kSettings,
@@ -136,7 +146,7 @@ Environment Session::environment() const {
           {"GIO_USE_VOLUME_MONITOR", "unix"},
           {"LC_ALL", "C.UTF-8"},
           {"LD_PRELOAD", WEVORA_PRELOAD},
-          {"ASAN_OPTIONS", "detect_leaks=0"}};
+          {"ASAN_OPTIONS", sanitizerOptions()}};
 }
 
 void Session::addBookmark(const std::string& folder, const std::string& name) const {
@@ -146,6 +156,47 @@ void Session::addBookmark(const std::string& folder, const std::string& name) co
 void Session::setWindowSize(int width, int height) const {
   write(home_ + kSettings, "[org/gnome/nautilus/window-state]\ninitial-size=(" +
                                std::to_string(width) + ", " + std::to_string(height) + ")\n");
+}
+
+void Session::addThumbnail(const std::string& file, int width, int height) const {
+  struct stat status {};
+  must(::stat(file.c_str(), &status) == 0, file);
+  const std::string uri = uriOf(file);
+  const GText name(g_compute_checksum_for_string(G_CHECKSUM_MD5, uri.c_str(), -1));
+  const fs::path folder = fs::path(home_) / ".cache/thumbnails/large";
+  fs::create_directories(folder);
+  runWell({"convert", "-size", std::to_string(width) + "x" + std::to_string(height), "xc:white",
+           "-set", "Thumb::URI", uri, "-set", "Thumb::MTime", std::to_string(status.st_mtime),
+           (folder / (std::string(name.get()) + ".png")).string()});
+}
+
+void Session::addToTrash(const std::string& name) const {
+  const std::string trash = home_ + "/.local/share/Trash";
+  write(trash + "/files/" + name, "x");
+  write(trash + "/info/" + name + ".trashinfo",
+        "[Trash Info]\nPath=" + home_ + "/" + name + "\nDeletionDate=2020-01-01T00:00:00\n");
+}
+
+void Session::addToRecent(const std::string& file) const {
+  constexpr const char* when = "\"2020-01-01T00:00:00Z\"";
+  write(home_ + "/.local/share/recently-used.xbel",
+        std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xbel version=\"1.0\" "
+                    "xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\" "
+                    "xmlns:mime=\"http://www.freedesktop.org/standards/shared-mime-info\">"
+                    "<bookmark href=\"") +
+            uriOf(file) + "\" added=" + when + " modified=" + when + " visited=" + when +
+            "><info><metadata owner=\"http://freedesktop.org\"><mime:mime-type "
+            "type=\"text/plain\"/><bookmark:applications><bookmark:application name=\"test\" "
+            "exec=\"&apos;test %u&apos;\" modified=" +
+            when + " count=\"1\"/></bookmark:applications></metadata></info></bookmark></xbel>\n");
+}
+
+void Session::useSmallIcons() const {
+  write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
+}
+
+void Session::hideShadows() const {
+  write(home_ + "/.config/gtk-4.0/gtk.css", ".view picture { filter: none; }\n");
 }
 
 void Session::hideBundle() const {

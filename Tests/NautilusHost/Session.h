@@ -36,8 +36,19 @@ class Session {
 
   /// In points; before the file manager is started.
   void setWindowSize(int width, int height) const;
+  /// In the icon view; before the file manager is started.
+  void useSmallIcons() const;
+  /// Of the icons: without a display's hardware each takes as long as a window; before the file
+  /// manager is started.
+  void hideShadows() const;
   /// How many pixels of the display are a point; before the file manager is started.
   void setScale(int scale) { scale_ = scale; }
+  /// A picture's thumbnail, all white, as if it had been made already.
+  void addThumbnail(const std::string& file, int width, int height) const;
+  /// A file in the person's trash.
+  void addToTrash(const std::string& name) const;
+  /// A file that the person has used.
+  void addToRecent(const std::string& file) const;
   /// Takes the bundle away; before the file manager is started.
   void hideBundle() const;
 
@@ -69,6 +80,9 @@ class Session {
   BadgeReader badges_;
 };
 
+/// Puts what was built where it is looked for once it is installed, inside the namespace.
+void installBuiltLibraries();
+
 /// The file URI of a path, as the file manager has it.
 std::string uriOf(const std::string& path);
 
@@ -89,6 +103,7 @@ class Agent {
   /// Has it tell of what has happened at these paths.
   void tell(const std::string& event, const std::vector<std::string>& paths) const;
   void kill();
+  pid_t pid() const noexcept { return process_->pid(); }
 
  private:
   std::unique_ptr<ChildProcess> process_;

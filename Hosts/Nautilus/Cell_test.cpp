@@ -1,0 +1,74 @@
+#include "Hosts/Nautilus/Cell.h"
+
+#include <gtest/gtest.h>
+
+#include "Platform/Graphics/GraphicsContext.h"
+
+namespace wevora::nautilus {
+namespace {
+
+using platform::Id;
+using platform::ImageRef;
+using platform::send;
+
+class CellTest : public testing::Test {
+ protected:
+  platform::Runtime runtime;
+  Nodes nodes{runtime};
+  std::shared_ptr<platform::Class> views = View::registerIn(runtime);
+  std::shared_ptr<platform::Class> wrappers = ImageWrapper::registerIn(runtime);
+  std::shared_ptr<platform::Class> cells = runtime.registerClass("IKIconCell");
+
+  std::shared_ptr<Cell> cell() {
+    return std::make_shared<Cell>(*cells, CellKind::Grid, nodes.make("file:///one"),
+                                  std::make_shared<View>(*views, nullptr));
+  }
+  Id wrapperOf(const ImageRef& image) const {
+    return send<Id>(send<Id>(Id(wrappers), "alloc"), "initWithNSImage:", image);
+  }
+};
+
+TEST_F(CellTest, TheIconsImageTakesNoDrawingWhileTheCellIsNotDrawn) {
+  const auto one = cell();
+  one->thumbnail()->lockFocus();
+  EXPECT_EQ(platform::GraphicsContext::currentContext(), nullptr);
+  one->thumbnail()->unlockFocus();
+}
+
+TEST_F(CellTest, TheIconsImageTakesNoDrawingOnceItsCellIsGone) {
+  auto one = cell();
+  const Id wrapper = wrapperOf(one->thumbnail());
+  const std::weak_ptr<Cell> gone = one;
+  one.reset();
+  ASSERT_TRUE(gone.expired());
+  const auto image = send<ImageRef>(wrapper, "_nsImage");
+  image->lockFocus();
+  EXPECT_EQ(platform::GraphicsContext::currentContext(), nullptr);
+  image->unlockFocus();
+}
+
+TEST_F(CellTest, ACellThatIsNotDrawnDoesNothingOnItsDrawingMessages) {
+  const auto one = cell();
+  one->drawInteriorWithFrame({0, 0, 10, 10}, nullptr);
+  one->drawIconWithFrame({0, 0, 10, 10});
+  one->drawImage(wrapperOf(one->thumbnail()));
+}
+
+TEST_F(CellTest, AWrapperThatIsHeldIsNotGivenToAnother) {
+  const auto first = std::make_shared<platform::Image>();
+  const auto second = std::make_shared<platform::Image>();
+  const Id one = wrapperOf(first);
+  const Id other = wrapperOf(second);
+  EXPECT_EQ(send<ImageRef>(one, "_nsImage"), first);
+  EXPECT_EQ(send<ImageRef>(other, "_nsImage"), second);
+}
+
+TEST_F(CellTest, AWrapperThatWasLetGoIsGivenOutAgainWithoutItsImage) {
+  const auto* before = wrapperOf(std::make_shared<platform::Image>()).get();
+  const Id again = send<Id>(Id(wrappers), "alloc");
+  EXPECT_EQ(again.get(), before);
+  EXPECT_EQ(send<ImageRef>(again, "_nsImage"), nullptr);
+}
+
+}  // namespace
+}  // namespace wevora::nautilus

@@ -1,0 +1,25 @@
+#include "Hosts/Nautilus/Host.h"
+
+#include <gtest/gtest.h>
+
+namespace wevora::nautilus {
+namespace {
+
+TEST(HostTest, AHostThatIsAloneHasAllItsClasses) {
+  platform::Runtime runtime;
+  ASSERT_TRUE(Host::mayBePresentedTo(runtime));
+  const Host host(runtime);
+  for (const char* name : Host::kClasses) EXPECT_TRUE(runtime.classNamed(name)) << name;
+}
+
+TEST(HostTest, AHostIsNotPresentedWhereAnotherHasOneOfItsNames) {
+  for (const char* taken : Host::kClasses) {
+    platform::Runtime runtime;
+    runtime.registerClass(taken);
+    EXPECT_FALSE(Host::mayBePresentedTo(runtime)) << taken;
+    EXPECT_THROW(Host{runtime}, platform::HostException) << taken;
+  }
+}
+
+}  // namespace
+}  // namespace wevora::nautilus
