@@ -8,8 +8,6 @@
 #include <memory>
 #include <string>
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -25,7 +23,9 @@
 #include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Platform/DistributedObjects/PublishedService.h"
 #include "Platform/DistributedObjects/SocketConnections.h"
+#include "Platform/Support/Descriptor.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Support/UnixAddress.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
 #include "Tests/TestAgent/TestAgent.h"
@@ -208,14 +208,9 @@ void connectByBundle(benchmark::State& state) {
 }
 
 bool connectsTo(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const bool connected =
-      ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  ::close(socket);
-  return connected;
+  const auto address = platform::UnixAddress::of(path);
+  const platform::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  return ::connect(socket.get(), address->get(), platform::UnixAddress::size()) == 0;
 }
 
 void absentNamesByBundle(benchmark::State& state) {

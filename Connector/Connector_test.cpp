@@ -1,5 +1,9 @@
 #include <algorithm>
+#include <iterator>
 #include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -18,8 +22,8 @@ namespace {
 using platform::Array;
 using platform::Dictionary;
 using platform::Value;
-using platform::valueAs;
 using testing_host::TestAgent;
+using Text = IDaemonConnection::Text;
 
 TEST(DaemonConnectionNameTest, HoldsTheUserNameAndTheSeed) {
   EXPECT_EQ(daemonConnectionNameAndSeed("alice", 7), "com.Wevora.client.connection.alice.7");
@@ -47,11 +51,44 @@ TEST(DaemonConnectionStatusTest, EveryStatusHasItsLabelAndAnyOtherNumberTheDefau
   EXPECT_STREQ(daemonConnectionStatusLabel(-1), "DEFAULT");
 }
 
-TEST(NotificationNamesTest, TheReachabilityNotificationHasNoSuffixUnlikeItsSiblings) {
-  EXPECT_STREQ(kIDaemonConnectionServerReachabilityChanged,
-               "kIDaemonConnectionServerReachabilityChanged");
-  EXPECT_STREQ(kIDaemonConnectionDeviceErrorNotification,
-               "kIDaemonConnectionDeviceErrorNotification");
+TEST(VocabularyTest, EveryNameIsWrittenOnTheWireAsItIsWrittenInTheCode) {
+  const std::pair<const char*, const char*> kNames[] = {
+      {kIDaemonConnectionBecomeAvailableNotification,
+       "kIDaemonConnectionBecomeAvailableNotification"},
+      {kIDaemonConnectionAccountInfoChangedNotification,
+       "kIDaemonConnectionAccountInfoChangedNotification"},
+      {kIDaemonConnectionConnectionStatusChangedNotification,
+       "kIDaemonConnectionConnectionStatusChangedNotification"},
+      {kIDaemonConnectionWVREventNotification, "kIDaemonConnectionWVREventNotification"},
+      {kIDaemonConnectionNewMessageReceivedNotification,
+       "kIDaemonConnectionNewMessageReceivedNotification"},
+      {kIDaemonConnectionAutoLoginUDIDChangedNotification,
+       "kIDaemonConnectionAutoLoginUDIDChangedNotification"},
+      {kIDaemonConnectionBandwidthOptionsChangedNotification,
+       "kIDaemonConnectionBandwidthOptionsChangedNotification"},
+      {kIDaemonConnectionLoginErrorNotification, "kIDaemonConnectionLoginErrorNotification"},
+      {kIDaemonConnectionDeviceConfigurationStatusChangedNotification,
+       "kIDaemonConnectionDeviceConfigurationStatusChangedNotification"},
+      {kIDaemonConnectionDevicePreviousConfiguringStatusChangedNotification,
+       "kIDaemonConnectionDevicePreviousConfiguringStatusChangedNotification"},
+      {kIDaemonConnectionDeviceListChangedNotification,
+       "kIDaemonConnectionDeviceListChangedNotification"},
+      {kIDaemonConnectionDeviceErrorNotification, "kIDaemonConnectionDeviceErrorNotification"},
+      {kIDaemonConnectionServerReachabilityChanged, "kIDaemonConnectionServerReachabilityChanged"},
+      {kIDaemonConnectionCommonDistributedNotificationObject,
+       "kIDaemonConnectionCommonDistributedNotificationObject"},
+      {kIDaemonConnectionWVREventNotificationPathsKey,
+       "kIDaemonConnectionWVREventNotificationPathsKey"},
+      {kIDaemonConnectionWVREventNotificationEventsKey,
+       "kIDaemonConnectionWVREventNotificationEventsKey"},
+      {kFinderOverlayEnabledKey, "kFinderOverlayEnabledKey"},
+      {kFinderOverlayChanged, "kFinderOverlayChanged"},
+  };
+  for (const auto& [constant, text] : kNames) EXPECT_STREQ(constant, text);
+}
+
+TEST(VocabularyTest, TheTemplateOfTheServicesNameHasAUserNameAndANumber) {
+  EXPECT_STREQ(kIDaemonConnectionNameTemplate, "com.Wevora.client.connection.%@.%u");
 }
 
 // The record.
@@ -136,8 +173,19 @@ TEST(WVRAccountInfoTest, ACopyAndAnArchivedAndUnarchivedRecordHaveEqualValues) {
   EXPECT_EQ(record.clientID(), "id");
 }
 
-TEST(WVRAccountInfoTest, TheBillingKeyHasNoSuffix) {
+TEST(WVRAccountInfoTest, EveryKeyIsItsOwnNameAndOnlyTheBillingKeyHasNoSuffix) {
+  EXPECT_STREQ(kLastNameKey, "kLastNameKey");
+  EXPECT_STREQ(kFirstNameKey, "kFirstNameKey");
+  EXPECT_STREQ(kEmailKey, "kEmailKey");
+  EXPECT_STREQ(kSignupDateKey, "kSignupDateKey");
+  EXPECT_STREQ(kCourierDriveProhibitedKey, "kCourierDriveProhibitedKey");
   EXPECT_STREQ(kCourierDriveBillingInfoRequiredKey, "kCourierDriveBillingInfoRequired");
+  EXPECT_STREQ(kPlanSizeGBKey, "kPlanSizeGBKey");
+  EXPECT_STREQ(kClientIDKey, "kClientIDKey");
+}
+
+TEST(WVRAccountInfoTest, TheInitialiserHasTheEncodingOfItsEightArguments) {
+  EXPECT_STREQ(WVRAccountInfo::kInitEncoding, "@72@0:8@16@24@32@40c48c52q56@64");
 }
 
 TEST(WVRAccountInfoTest, ARecordTravelsByCopyOnlyWhereTheCoderSaysSo) {
@@ -148,32 +196,79 @@ TEST(WVRAccountInfoTest, ARecordTravelsByCopyOnlyWhereTheCoderSaysSo) {
 
 // The protocol.
 
-TEST(IDaemonConnectionTest, HasTwentyEightMethodsOfWhichTheBundleUsesThree) {
+TEST(IDaemonConnectionTest, HasTwentyEightMethodsInTheirOrderOfWhichTheBundleUsesThree) {
+  const ProtocolMethod kDeclared[] = {
+      {"connectionStatus", "i16@0:8", "", "", true},
+      {"isServerReachable", "c16@0:8", "", "", false},
+      {"setPreviousConfiguringStatusToConfigured", "v16@0:8", "", "", false},
+      {"previousConfiguringStatus", "i16@0:8", "", "", false},
+      {"isConfigurationUnavailableForDeviceWithID:", "c24@0:8O@16", "", "bycopy", false},
+      {"getFolderTreeForDeviceWithUID:", "O@24@0:8O@16", "bycopy", "bycopy", false},
+      {"cancelUserAction", "v16@0:8", "", "", false},
+      {"retryUserAction", "v16@0:8", "", "", false},
+      {"userNotifiedAboutWaitingOfAction", "v16@0:8", "", "", false},
+      {"enableBackupForDevicesWithIDs:disableBackupForDevicesWithIDs:setFolderTreesToBackup:",
+       "v40@0:8O@16O@24O@32", "", "bycopy", false},
+      {"deviceConfiguringStatusAndIDOfCurrentDevice:arrayOfRemainDeviceIDs:currentError:",
+       "Q40@0:8oO^@16oO^@24oO^@32", "", "out bycopy", false},
+      {"commonInfo", "O@16@0:8", "bycopy", "", false},
+      {"updateBandwidthOptions:", "v24@0:8nO@16", "", "in bycopy", false},
+      {"currentBandwidth", "O@16@0:8", "bycopy", "", false},
+      {"bandwidthOptions", "O@16@0:8", "bycopy", "", false},
+      {"accountInfo", "O@16@0:8", "bycopy", "", true},
+      {"deviceList", "O@16@0:8", "bycopy", "", false},
+      {"sendLog:logLevel:withBacktrace:", "v32@0:8@16i24c28", "", "", false},
+      {"lastPassword", "@16@0:8", "", "", false},
+      {"lastLoginEmail", "@16@0:8", "", "", false},
+      {"clientVersion", "O@16@0:8", "bycopy", "", false},
+      {"logout", "v16@0:8", "", "", false},
+      {"loginWithEmail:password:", "v32@0:8@16@24", "", "", false},
+      {"signUpWithFirstName:lastName:email:password:", "v48@0:8@16@24@32@40", "", "", false},
+      {"udidWithLocation:", "O@24@0:8@16", "bycopy", "", false},
+      {"updateUDIDWithLocation:", "v24@0:8@16", "", "", false},
+      {"performCallback:", "v24@0:8@16", "", "", false},
+      {"distributedNotificationObject", "@16@0:8", "", "", true},
+  };
   const auto methods = daemonConnectionMethods();
-  ASSERT_EQ(methods.size(), 28U);
-  EXPECT_STREQ(methods.front().selector, "connectionStatus");
-  EXPECT_STREQ(methods.back().selector, "distributedNotificationObject");
-  std::vector<std::string> used;
-  for (const auto& method : methods)
-    if (method.used) used.emplace_back(method.selector);
-  EXPECT_EQ(used, (std::vector<std::string>{"connectionStatus", "accountInfo",
-                                            "distributedNotificationObject"}));
+  ASSERT_EQ(methods.size(), std::size(kDeclared));
+  for (std::size_t i = 0; i < methods.size(); ++i) {
+    EXPECT_STREQ(methods[i].selector, kDeclared[i].selector);
+    EXPECT_STREQ(methods[i].encoding, kDeclared[i].encoding) << methods[i].selector;
+    EXPECT_STREQ(methods[i].resultQualifiers, kDeclared[i].resultQualifiers) << methods[i].selector;
+    EXPECT_STREQ(methods[i].argumentQualifiers, kDeclared[i].argumentQualifiers)
+        << methods[i].selector;
+    EXPECT_EQ(methods[i].used, kDeclared[i].used) << methods[i].selector;
+  }
 }
 
-/// The letter of an encoding's result: "c16@0:8" -> "c", "O@16@0:8" -> "O@".
-std::string resultOf(std::string encoding) {
-  return encoding.substr(0, encoding.find_first_of("0123456789"));
+/// The types of an encoding, the result's first: "c24@0:8O@16" gives "c", "@", ":", "O@".
+std::vector<std::string> typesOf(std::string_view encoding) {
+  std::vector<std::string> types;
+  for (bool inNumber = true; const char c : encoding) {
+    const bool isDigit = c >= '0' && c <= '9';
+    if (!isDigit && inNumber) types.emplace_back();
+    if (!isDigit) types.back() += c;
+    inNumber = isDigit;
+  }
+  return types;
+}
+
+/// Of distributed objects, as the letters before a type have them.
+std::string qualifiersOf(std::string_view type) {
+  if (type.starts_with("oO")) return "out bycopy";
+  if (type.starts_with("nO")) return "in bycopy";
+  return type.starts_with("O") ? "bycopy" : "";
 }
 
 TEST(IDaemonConnectionTest, QualifiersAndResultsAgreeWithTheEncodings) {
   for (const auto& method : daemonConnectionMethods()) {
-    const std::string encoding = method.encoding;
-    EXPECT_EQ(std::string(method.resultQualifiers) == "bycopy", resultOf(encoding) == "O@")
-        << method.selector;
-    const bool out = encoding.find("oO^@") != std::string::npos;
-    const bool in = encoding.find("nO@") != std::string::npos;
-    EXPECT_EQ(std::string(method.argumentQualifiers) == "out bycopy", out) << method.selector;
-    EXPECT_EQ(std::string(method.argumentQualifiers) == "in bycopy", in) << method.selector;
+    const auto types = typesOf(method.encoding);
+    const auto colons = std::ranges::count(std::string_view(method.selector), ':');
+    ASSERT_EQ(types.size(), 3U + static_cast<std::size_t>(colons)) << method.selector;
+    EXPECT_EQ(qualifiersOf(types[0]), method.resultQualifiers) << method.selector;
+    EXPECT_EQ(types[1] + types[2], "@:") << method.selector;
+    for (std::size_t i = 3; i < types.size(); ++i)
+      EXPECT_EQ(qualifiersOf(types[i]), method.argumentQualifiers) << method.selector;
   }
 }
 
@@ -262,7 +357,6 @@ TEST_F(DaemonConnectionTest, TheStatusIsAMethodAndAProperty) {
 }
 
 TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
-  using Text = IDaemonConnection::Text;
   EXPECT_TRUE(remote->isServerReachable());
   remote->setPreviousConfiguringStatusToConfigured();
   EXPECT_EQ(remote->previousConfiguringStatus(), -4);
@@ -307,6 +401,17 @@ TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
   EXPECT_EQ(reached, wanted);
   EXPECT_TRUE(std::ranges::count(calls, "sendLog:logLevel:withBacktrace: text 3 YES"));
   EXPECT_TRUE(std::ranges::count(calls, "signUpWithFirstName:lastName:email:password: f none e p"));
+}
+
+TEST_F(DaemonConnectionTest, AnUnsignedResultKeepsAllItsBits) {
+  Text device;
+  Array remaining;
+  Text error;
+  for (const auto status : {std::uint64_t{1} << 63U, ~std::uint64_t{0}}) {
+    change([&](TestAgent& to) { to.configuringStatus = status; });
+    EXPECT_EQ(remote->deviceConfiguringStatusAndIDOfCurrentDevice(device, remaining, error),
+              status);
+  }
 }
 
 TEST_F(DaemonConnectionTest, WithoutAnAgentEveryAnswerIsNoneNoOrZero) {

@@ -26,6 +26,13 @@ std::uint32_t daemonConnectionNameMaximalSeed() {
   return kMaximalSeed;
 }
 
+std::vector<std::string> daemonConnectionNames(const std::optional<std::string>& userName) {
+  std::vector<std::string> names;
+  for (std::uint32_t seed = 0; userName && seed < kMaximalSeed; ++seed)
+    names.push_back(*daemonConnectionNameAndSeed(userName, seed));
+  return names;
+}
+
 const char* daemonConnectionStatusLabel(std::int32_t status) {
   switch (status) {
     case CONNECTION_STATUS_DID_NOT_LOGGEDIN:

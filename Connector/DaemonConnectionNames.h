@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace wevora {
 
@@ -14,6 +15,9 @@ std::optional<std::string> daemonConnectionNameAndSeed(const std::optional<std::
                                                        std::uint32_t seed);
 /// How many seeds there are: valid ones are 0 to one below it.
 std::uint32_t daemonConnectionNameMaximalSeed();
+
+/// All of them, in the order in which they are tried; empty without a user name.
+std::vector<std::string> daemonConnectionNames(const std::optional<std::string>& userName);
 
 /// What the agent's connection to its server is doing.
 enum DaemonConnectionStatus : std::int32_t {

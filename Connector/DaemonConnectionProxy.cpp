@@ -60,7 +60,7 @@ class DaemonConnectionProxy : public IDaemonConnection {
     currentDevice = textIn(answer[1]);
     arrayOfRemainDeviceIDs = held<Array>(answer[2]);
     currentError = textIn(answer[3]);
-    return static_cast<std::uint64_t>(answer[0].longLongValue());
+    return answer[0].unsignedLongLongValue();
   }
   Dictionary commonInfo() override { return held<Dictionary>(result("commonInfo")); }
   void updateBandwidthOptions(const Dictionary& options) override {

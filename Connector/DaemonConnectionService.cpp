@@ -106,7 +106,7 @@ void addDeviceMethods(std::map<std::string, Method>& methods) {
         Array remaining;
         Text error;
         const auto status = a.deviceConfiguringStatusAndIDOfCurrentDevice(device, remaining, error);
-        return Array{static_cast<std::int64_t>(status), sent(device), remaining, sent(error)};
+        return Array{Value(status), sent(device), remaining, sent(error)};
       }};
   methods["deviceList"] = {0, [](Agent a, Args) { return Array{Value(a.deviceList())}; }};
   methods["udidWithLocation_"] = {

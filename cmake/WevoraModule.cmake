@@ -1,12 +1,13 @@
 # One folder, one module, one target.
 #
-#   wevora_module(name [SHARED]
+#   wevora_module(name [SHARED] [NO_TESTS]
 #     SHARED                  one copy in a process into which host and bundle both bring it: a
 #                             library of its own, installed in lib/wevora
 #     SOURCES a.cpp b.cpp     sources of this folder (none: a header-only module)
 #     DEPS    wevora::x       what its headers may include: the layer diagram
 #     PRIVATE PkgConfig::Y    what only its sources may include
-#     TEST_DEPS wevora::z     what only its tests may include)
+#     TEST_DEPS wevora::z     what only its tests may include
+#     NO_TESTS)               the folder's tests are another module's
 #
 # Every `*_test.cpp` of the folder is built into `<name>_test` and registered with CTest; none has
 # to be listed, so none can be forgotten.
@@ -43,7 +44,7 @@ function(wevora_tests target)
 endfunction()
 
 function(wevora_module name)
-  cmake_parse_arguments(ARG "SHARED" "" "SOURCES;DEPS;PRIVATE;TEST_DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "SHARED;NO_TESTS" "" "SOURCES;DEPS;PRIVATE;TEST_DEPS" ${ARGN})
   if(ARG_SHARED)
     add_library(wevora_${name} SHARED ${ARG_SOURCES})
     set_target_properties(wevora_${name} PROPERTIES
@@ -62,6 +63,9 @@ function(wevora_module name)
   endif()
   add_library(wevora::${name} ALIAS wevora_${name})
 
+  if(ARG_NO_TESTS)
+    return()
+  endif()
   file(GLOB tests CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp")
   wevora_tests(${name}_test LABEL unit SOURCES ${tests} DEPS wevora::${name} ${ARG_TEST_DEPS})
 endfunction()

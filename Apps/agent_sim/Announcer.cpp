@@ -35,7 +35,7 @@ bool Announcer::becomeAvailable() {
 
 void Announcer::event(const std::string& path, const std::string& word) {
   if (word != kEventRemoved) moved_.insert(path);
-  gather(path, word);
+  eventAsGiven(path, word);
 }
 
 void Announcer::rememberWhatMoved() {
@@ -52,10 +52,10 @@ void Announcer::settled(const std::string& path) {
   const auto found = unsettled_.find(path);
   if (--found->second > 0) return;
   unsettled_.erase(found);
-  gather(path, kEventSettled);
+  eventAsGiven(path, kEventSettled);
 }
 
-void Announcer::gather(const std::string& path, const std::string& word) {
+void Announcer::eventAsGiven(const std::string& path, const std::string& word) {
   events_.add(path, word);
   if (telling_) return;
   // Later even where it is due: what happens in one go is told as one.

@@ -38,9 +38,10 @@ class Announcer {
   /// Told soon, and, when nothing more has happened to the path, once again after five seconds: a
   /// listener that has just read an item takes it for unchanged until it is four seconds old.
   void event(const std::string& path, const std::string& word);
+  /// Told soon, and only once.
+  void eventAsGiven(const std::string& path, const std::string& word);
 
  private:
-  void gather(const std::string& path, const std::string& word);
   void tellEvents();
   void tellEventsAfter(std::chrono::nanoseconds wait);
   void rememberWhatMoved();

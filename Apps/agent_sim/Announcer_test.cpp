@@ -112,5 +112,15 @@ TEST_F(AnnouncerTest, WhereNobodyCanBeToldItIsSaidOnce) {
   EXPECT_EQ(warnings.size(), 1U);
 }
 
+TEST_F(AnnouncerTest, AnEventAsGivenIsToldOnceAndNeverSettles) {
+  announcer.eventAsGiven("/v/a", "Created");
+  dispatch.advance(60s);
+  ASSERT_EQ(center.posted.size(), 1U);
+  const auto* words = platform::valueAs<platform::Array>(
+      center.posted[0].userInfo, kIDaemonConnectionWVREventNotificationEventsKey);
+  ASSERT_NE(words, nullptr);
+  EXPECT_EQ(*words, platform::Array{"Created"});
+}
+
 }  // namespace
 }  // namespace wevora::agent_sim

@@ -7,15 +7,6 @@ namespace {
 
 using platform::Array;
 
-std::vector<std::string> textsOf(const platform::Value& value) {
-  std::vector<std::string> texts;
-  const auto* array = value.as<Array>();
-  if (array == nullptr) return texts;
-  for (const auto& element : *array)
-    if (const auto* text = element.as<std::string>()) texts.push_back(*text);
-  return texts;
-}
-
 bool isStatus(std::int64_t status) {
   return status >= CONNECTION_STATUS_DID_NOT_LOGGEDIN && status <= CONNECTION_STATUS_LOGGEDIN;
 }
@@ -55,7 +46,7 @@ std::optional<Array> answerOfControl(Controlled& agent, const std::string& metho
     if (!isAccountName(text(0))) return std::nullopt;
     agent.setAccount(text(0));
   } else if (method == kControlPostEvent && arguments.size() == 2) {
-    agent.postEvent(text(0), textsOf(arguments[1]));
+    agent.postEvent(text(0), platform::textsIn(arguments[1]));
   } else if (method == kControlQuit) {
     agent.quit();
   } else {

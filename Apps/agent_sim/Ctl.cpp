@@ -21,10 +21,9 @@ struct Reached {
   std::shared_ptr<platform::RootProxy> root;
 };
 
-Reached reachedAt(platform::DistributedObjects& objects, const std::string& user,
-                  std::uint32_t seed) {
+Reached reachedAt(platform::DistributedObjects& objects, const std::string& name) {
   Reached reached;
-  const auto port = objects.portForName(daemonConnectionNameAndSeed(user, seed).value_or(""));
+  const auto port = objects.portForName(name);
   if (port) reached.connection = objects.connectionWithSendPort(port);
   if (reached.connection) reached.root = reached.connection->rootProxy();
   if (reached.root && !reached.root->conformsToProtocol(controlProtocol())) reached.root = nullptr;
@@ -33,9 +32,10 @@ Reached reachedAt(platform::DistributedObjects& objects, const std::string& user
 
 /// With no seed, the first agent that answers.
 Reached reached(platform::DistributedObjects& objects, const CtlOptions& options) {
-  if (options.seed) return reachedAt(objects, options.user, *options.seed);
-  for (std::uint32_t seed = 0; seed < daemonConnectionNameMaximalSeed(); ++seed)
-    if (auto found = reachedAt(objects, options.user, seed); found.root) return found;
+  const auto names = daemonConnectionNames(options.user);
+  if (options.seed) return reachedAt(objects, names.at(*options.seed));
+  for (const auto& name : names)
+    if (auto found = reachedAt(objects, name); found.root) return found;
   return {};
 }
 

@@ -91,7 +91,8 @@ void RunningAgent::announceAccount() {
 }
 
 void RunningAgent::postEvent(const std::string& word, const std::vector<std::string>& paths) {
-  for (const auto& path : paths) announcer_.event(path, word);
+  // What a person has announced is announced as it is.
+  for (const auto& path : paths) announcer_.eventAsGiven(path, word);
 }
 
 void RunningAgent::quit() {

@@ -38,6 +38,7 @@ void VolumeKeeper::useAccount(const std::string& account) {
 }
 
 void VolumeKeeper::beginAnew() {
+  ++begun_;
   waiting_ = false;
   prepared_ = false;
   scanned_ = false;
@@ -137,7 +138,9 @@ void VolumeKeeper::wentAway() {
   if (std::exchange(waiting_, true)) return;
   around_.watch->forgetBelow(mountPoint_);
   around_.listener.volumeIsGone(mountPoint_);
-  later(kRetry, &VolumeKeeper::beginAnew);
+  around_.dispatch.mainQueue().after(kRetry, [weak = weak_from_this(), begun = begun_] {
+    if (const auto self = weak.lock(); self && self->begun_ == begun) self->beginAnew();
+  });
 }
 
 void VolumeKeeper::noteUnwatched(const std::vector<SliceResult::Unwatched>& folders) {

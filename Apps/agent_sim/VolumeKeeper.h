@@ -86,6 +86,7 @@ class VolumeKeeper : public std::enable_shared_from_this<VolumeKeeper> {
   bool prepared_ = false;
   bool scanned_ = false;
   bool waiting_ = false;  ///< to begin anew
+  int begun_ = 0;         ///< how often: a wait is over when it was begun for another reason
   int pauses_ = 0;
   bool rescanning_ = false;
   bool saidUnwatched_ = false;

@@ -1,3 +1,4 @@
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -7,6 +8,7 @@
 
 #include "Apps/files/FilesCommands.h"
 #include "Apps/files/FilesOptions.h"
+#include "Apps/files/Interruption.h"
 #include "Apps/files/ReportingFileOperations.h"
 #include "Platform/FileCopy/FaultyFileCalls.h"
 #include "Platform/Support/TemporaryFolder.h"
@@ -63,6 +65,21 @@ TEST(FilesOptionsTest, RefusesWrongCallsWithAReason) {
            {"backup", "--attempts", "2x", "a", "b"},
            {"backup", "--attempts=99999999999999999999", "a", "b"},
            {"md5", "--format", "xml", "a"}})
+    EXPECT_THROW(parsed(wrong), WrongUsage);
+}
+
+TEST(FilesOptionsTest, AnOptionOfAllCommandsMayComeBeforeTheCommand) {
+  for (const auto& call : std::vector<std::vector<const char*>>{{"--format", "json", "md5", "f"},
+                                                                {"--format=json", "md5", "f"}}) {
+    const auto options = parsed(call);
+    EXPECT_EQ(options.command, Command::md5);
+    EXPECT_EQ(options.format, FilesOptions::Format::json);
+    EXPECT_EQ(options.paths, std::vector<std::string>{"f"});
+  }
+  for (const auto& wrong : std::vector<std::vector<const char*>>{{"--format", "json"},
+                                                                 {"--mask", "x", "list", "a"},
+                                                                 {"--", "md5", "f"},
+                                                                 {"--format=json", "f"}})
     EXPECT_THROW(parsed(wrong), WrongUsage);
 }
 
@@ -131,6 +148,11 @@ TEST_F(FilesCommandsTest, LargeDigestsAndCopiesShowTheirProgress) {
   EXPECT_THAT(errors.str(), testing::HasSubstr("digest: 32 MiB of 40 MiB, 80 %"));
   EXPECT_EQ(run({"backup", large, folder.path("copy")}), FilesCommands::kYes);
   EXPECT_THAT(errors.str(), testing::HasSubstr("copied and compared: "));
+  EXPECT_THAT(errors.str(), testing::HasSubstr(" of 80 MiB, "));
+  fs::create_directories(folder.path("deep/deeper"));
+  fs::rename(large, folder.path("deep/deeper/large"));
+  EXPECT_EQ(run({"backup", folder.path("deep"), folder.path("copies")}), FilesCommands::kYes);
+  EXPECT_THAT(errors.str(), testing::HasSubstr(" of 80 MiB, 90 %"));
 }
 
 TEST_F(FilesCommandsTest, ListAndScanPrintPathsAndTellAnUnreadableFolder) {
@@ -148,6 +170,76 @@ TEST_F(FilesCommandsTest, ListAndScanPrintPathsAndTellAnUnreadableFolder) {
     EXPECT_EQ(run({command, folder.path("gone")}), FilesCommands::kNo);
     EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("gone") + ": cannot be read\n");
   }
+}
+
+TEST_F(FilesCommandsTest, PathsThatHoldLineEndsAreToldApartByNuls) {
+  fs::create_directories(folder.path("a/one\ntwo"));
+  EXPECT_EQ(run({"scan", "--null", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), folder.path("a/one\ntwo") + std::string(1, '\0'));
+  EXPECT_EQ(run({"list", "--null", folder.path("a")}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), folder.path("a/one\ntwo") + std::string(1, '\0'));
+  EXPECT_THROW(parsed({"md5", "--null", "a"}), WrongUsage);
+  EXPECT_THROW(parsed({"list", "--null", "--format=json", "a"}), WrongUsage);
+}
+
+/// A terminal on which somebody presses Ctrl-C when a progress shows up.
+class ImpatientTerminal : public std::stringbuf {
+ public:
+  explicit ImpatientTerminal(std::string word) : word_(std::move(word)) {}
+
+ protected:
+  int sync() override {
+    if (str().find(word_) != std::string::npos && !std::exchange(pressed_, true))
+      std::raise(SIGINT);
+    return 0;
+  }
+
+ private:
+  std::string word_;
+  bool pressed_ = false;
+};
+
+class InterruptedBackupTest : public FilesCommandsTest {
+ protected:
+  InterruptedBackupTest() {
+    fs::resize_file(file("a"), 64 << 20);
+    fs::create_directory(folder.path("copies"));
+  }
+  void backUpAndInterruptAt(const std::string& word, std::vector<std::string> arguments) {
+    ImpatientTerminal terminal(word);
+    std::ostream stream(&terminal);
+    std::vector<const char*> texts;
+    for (const auto& argument : arguments) texts.push_back(argument.c_str());
+    const auto options = FilesOptions::parse(texts);
+    try {
+      FilesCommands(options, {out, stream, true}).run();
+      ADD_FAILURE() << "went on";
+    } catch (const Interrupted& interrupted) {
+      EXPECT_EQ(interrupted.signal(), SIGINT);
+    }
+  }
+};
+
+TEST_F(InterruptedBackupTest, LeavesNothing) {
+  for (const auto* word : {"64 MiB of 128", "96 MiB of 128"})  // while it is copied, and compared
+    for (const auto* attempts : {"--attempts=1", "--attempts=18446744073709551615"}) {
+      backUpAndInterruptAt(word, {"backup", attempts, folder.path("a"), folder.path("copies/b")});
+      EXPECT_TRUE(fs::is_empty(folder.path("copies")));
+    }
+  backUpAndInterruptAt("96 MiB of 128", {"backup", folder.path("a"), folder.path("copies/b")});
+  EXPECT_TRUE(fs::is_empty(folder.path("copies")));
+  EXPECT_EQ(fs::file_size(folder.path("a")), std::uintmax_t{64 << 20});
+}
+
+TEST_F(InterruptedBackupTest, ADestinationThatWasThereBeforeStays) {
+  file("copies/b", "before");
+  const Interruption interruption;
+  platform::SystemFileOperations system;
+  ReportingFileOperations operations(system);
+  std::raise(SIGTERM);
+  EXPECT_THROW(operations.copyItem(folder.path("a"), folder.path("copies/b")), Interrupted);
+  EXPECT_FALSE(operations.hasCopied());
+  EXPECT_TRUE(fs::exists(folder.path("copies/b")));
 }
 
 TEST_F(FilesCommandsTest, BackupTellsWhyItFailed) {

@@ -3,8 +3,10 @@
 #include "Apps/CommandLine/Json.h"
 #include "Apps/CommandLine/PathArgument.h"
 #include "Apps/CommandLine/TransferProgress.h"
+#include "Apps/files/Interruption.h"
 #include "Apps/files/ReportingFileOperations.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "Platform/FileCopy/TreeSize.h"
 #include "Platform/Files/Listing.h"
 #include "Platform/Strings/Strings.h"
 
@@ -15,8 +17,6 @@ using command_line::jsonString;
 using command_line::oneLine;
 using command_line::pathArgument;
 using command_line::TransferProgress;
-
-constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
 
 bool isReadableFolder(const std::string& path) {
   return platform::eachItemOfFolder(path, [](std::string_view, platform::ItemKind) {});
@@ -87,7 +87,7 @@ bool FilesCommands::digest(const std::string& shown) {
                               WVRFileTools::fileSize(path));
     text = WVRFileTools::getMD5FromFile(path, [&](std::uint64_t bytes) { progress.add(bytes); });
   }
-  const bool done = text != kMD5Error;
+  const bool done = text != WVRFileTools::kMD5Error;
   if (!done) complain(shown, "cannot be read");
   if (isJson())
     console_.out << "{\"path\":" << jsonString(shown)
@@ -132,7 +132,7 @@ int FilesCommands::printed(const std::vector<std::string>& paths, const std::str
     if (isJson())
       console_.out << "{\"path\":" << jsonString(path) << "}\n";
     else
-      console_.out << path << '\n';
+      console_.out << path << (options_.endWithNul ? '\0' : '\n');
   }
   if (!paths.empty() || isReadableFolder(folder)) return kYes;
   complain(options_.paths.front(), "cannot be read");
@@ -141,15 +141,24 @@ int FilesCommands::printed(const std::vector<std::string>& paths, const std::str
 
 bool FilesCommands::isBackedUp(const std::string& from, const std::string& to,
                                std::string& reason) {
-  TransferProgress progress(console_.errors, console_.progress, "copied and compared");
-  platform::FileCalls calls;
+  const Interruption interruption;
+  // Every byte twice: copied, and compared.
+  const std::uint64_t total = console_.progress ? 2 * platform::bytesOfFiles(from) : 0;
+  TransferProgress progress(console_.errors, console_.progress, "copied and compared", total);
+  StoppableFileCalls calls;
   platform::SystemFileOperations system(calls, [&](std::uint64_t bytes) { progress.add(bytes); });
   ReportingFileOperations operations(system);
-  const bool done = options_.attempts
-                        ? WVRFileTools::backupFileWithPath(from, to, *options_.attempts, operations)
-                        : WVRFileTools::backupFileWithPath(from, to, operations);
-  reason = operations.reason().empty() ? "it was not tried" : operations.reason();
-  return done;
+  try {
+    const bool done = options_.attempts ? WVRFileTools::backupFileWithPath(
+                                              from, to, *options_.attempts, operations)
+                                        : WVRFileTools::backupFileWithPath(from, to, operations);
+    reason = operations.reason().empty() ? "it was not tried" : operations.reason();
+    return done;
+  } catch (const Interrupted&) {
+    // Nobody knows whether it is equal; that nothing was there before, its copy has shown.
+    if (operations.hasCopied()) system.removeItem(to);
+    throw;
+  }
 }
 
 int FilesCommands::backup() {

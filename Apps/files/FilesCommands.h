@@ -20,7 +20,7 @@ struct FilesConsole {
 
 /// Runs one command.
 /// Threads: one. Owns: nothing. Errors: told on the console; throws for what keeps all from
-/// running.
+/// running, and Interrupted.
 class FilesCommands {
  public:
   FilesCommands(const FilesOptions& options, const FilesConsole& console,
@@ -51,6 +51,7 @@ class FilesCommands {
   int scan();
   int printed(const std::vector<std::string>& paths, const std::string& folder);
   int backup();
+  /// Throws Interrupted, when the copy is cleared away.
   bool isBackedUp(const std::string& from, const std::string& to, std::string& reason);
 
   const FilesOptions& options_;

@@ -24,6 +24,8 @@ const char* const kUsage =
     "    --resolved      print where a link leads in the place of its own path\n"
     "  scan DIR          the folders of a folder that concern the backup\n"
     "    --files         what is no folder instead\n"
+    "  list, scan\n"
+    "    --null          end each path with a NUL instead of a line end: names can hold line ends\n"
     "  trash PATH...     whether each item lies in the Trash of its volume\n"
     "  md5 PATH...       the MD5 digest of each file\n"
     "  backup SRC DST    copies a file, link or folder to where nothing is, and compares the two\n"
@@ -32,7 +34,7 @@ const char* const kUsage =
     "  hide PATH...      makes items invisible in file managers\n"
     "  help, --help, --version\n"
     "\n"
-    "  --format json     one object a line\n"
+    "  --format json     one object a line; the text form prints paths as they are\n"
     "\n"
     "Exit status: 0 yes, or done; 1 no for some item, or not done; 2 for a wrong call.\n";
 
@@ -85,6 +87,13 @@ bool takenByList(FilesOptions& options, const std::string& argument, Arguments& 
   return true;
 }
 
+bool takenByListAndScan(FilesOptions& options, const std::string& argument) {
+  const bool lists = options.command == Command::list || options.command == Command::scan;
+  if (!lists || argument != "--null") return false;
+  options.endWithNul = true;
+  return true;
+}
+
 bool takenByScanOrBackup(FilesOptions& options, const std::string& argument, Arguments& rest) {
   if (options.command == Command::scan && argument == "--files") {
     options.saveFolders = false;
@@ -123,6 +132,8 @@ void check(const FilesOptions& options) {
   }
   for (const auto& path : options.paths)
     if (path.empty()) throw WrongUsage("a PATH is empty");
+  if (options.endWithNul && options.format == FilesOptions::Format::json)
+    throw WrongUsage("--null is for text");
 }
 
 }  // namespace
@@ -130,25 +141,31 @@ void check(const FilesOptions& options) {
 FilesOptions FilesOptions::parse(std::span<const char* const> arguments) {
   FilesOptions options;
   Arguments rest(arguments);
-  if (!rest.more()) throw WrongUsage("no command is given");
-  const std::string first = rest.take();
-  if (first == "help") {
-    options.help = true;
-    return options;
-  }
-  if (!takenByAll(options, first, rest)) options.command = commandNamed(first);
+  bool commandGiven = false;
   bool onlyPaths = false;
   while (rest.more()) {
     const std::string argument = rest.take();
-    if (onlyPaths || !argument.starts_with('-') || argument == "-")
+    const bool isOption = !onlyPaths && argument.starts_with('-') && argument != "-";
+    if (!isOption && commandGiven)
       options.paths.push_back(argument);
-    else if (argument == "--")
+    else if (isOption && takenByAll(options, argument, rest))
+      continue;
+    else if (!commandGiven && argument == "help")
+      options.help = commandGiven = true;
+    else if (!commandGiven) {
+      // An option of one command has no meaning before the command is known.
+      if (isOption) throw WrongUsage("the command comes before '" + argument + "'");
+      options.command = commandNamed(argument);
+      commandGiven = true;
+    } else if (argument == "--")
       onlyPaths = true;
-    else if (!takenByAll(options, argument, rest) && !takenByList(options, argument, rest) &&
+    else if (!takenByList(options, argument, rest) && !takenByListAndScan(options, argument) &&
              !takenByScanOrBackup(options, argument, rest))
       throw WrongUsage("unknown option '" + argument + "'");
   }
-  if (!options.help && !options.version) check(options);
+  if (options.help || options.version) return options;
+  if (!commandGiven) throw WrongUsage("no command is given");
+  check(options);
   return options;
 }
 

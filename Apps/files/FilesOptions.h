@@ -32,6 +32,8 @@ struct FilesOptions {
   bool useResolvedPaths = false;
   // Of scan.
   bool saveFolders = true;
+  // Of both.
+  bool endWithNul = false;
   // Of backup.
   std::optional<std::uint64_t> attempts;
 

@@ -7,8 +7,9 @@
 
 namespace wevora::files {
 
-/// Passes operations on and remembers what failed first, for a person to read.
-/// Threads: one. Owns: nothing. Errors: as those that it passes on to.
+/// Passes operations on and remembers what failed first, for a person to read. After an
+/// interruption there is no further attempt. Threads: one. Owns: nothing. Errors: as those that it
+/// passes on to; throws Interrupted.
 class ReportingFileOperations : public platform::FileOperations {
  public:
   explicit ReportingFileOperations(platform::FileOperations& operations)
@@ -21,6 +22,8 @@ class ReportingFileOperations : public platform::FileOperations {
   /// Empty when nothing failed. The first of several attempts says most: those after a copy that
   /// was not equal fail only because it is there.
   const std::string& reason() const { return reason_; }
+  /// Whether there is a copy that was made here.
+  bool hasCopied() const { return hasCopied_; }
 
  private:
   void note(const std::string& reason) {
@@ -29,6 +32,7 @@ class ReportingFileOperations : public platform::FileOperations {
 
   platform::FileOperations& operations_;
   std::string reason_;
+  bool hasCopied_ = false;
 };
 
 }  // namespace wevora::files

@@ -1,7 +1,9 @@
+#include <csignal>
 #include <iostream>
 #include <unistd.h>
 
 #include "Apps/files/FilesCommands.h"
+#include "Apps/files/Interruption.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 
 namespace wevora::files {
@@ -34,6 +36,9 @@ int main(int count, char** arguments) {
   try {
     const std::span<const char* const> all(arguments, static_cast<std::size_t>(count));
     return run(FilesOptions::parse(all.subspan(count > 0 ? 1 : 0)));
+  } catch (const Interrupted& interrupted) {
+    // So that who started the program sees what ended it.
+    std::raise(interrupted.signal());
   } catch (const WrongUsage& wrong) {
     std::cerr << "wevora-files: " << wrong.what() << " (try --help)\n";
   } catch (const std::exception& failure) {

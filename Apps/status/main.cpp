@@ -6,7 +6,7 @@
 
 #include "Apps/status/StatusOptions.h"
 #include "Apps/status/StatusRun.h"
-#include "Connector/DaemonConnectionNames.h"
+#include "Connector/DaemonConnectionPort.h"
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
 #include "Platform/InstalledPaths/LoginUser.h"
 #include "Platform/System/SystemServices.h"
@@ -20,17 +20,9 @@ constexpr int kUnreadable = 1;
 constexpr int kWrongUsage = 2;
 constexpr int kNoAgent = 3;
 
-bool someAgentListens(platform::DistributedObjects& services) {
-  for (std::uint32_t seed = 0; seed < daemonConnectionNameMaximalSeed(); ++seed) {
-    const auto name = daemonConnectionNameAndSeed(platform::loginName(), seed);
-    if (name && services.portForName(*name)) return true;
-  }
-  return false;
-}
-
 /// Lets the agent set the account and the switch; answers why it cannot, if so.
 std::optional<std::string> followAgent(platform::SystemServices& services) {
-  if (!someAgentListens(services.distributedObjects))
+  if (!portOfDaemonConnection(services.distributedObjects, platform::loginName()))
     return "no agent is running (--account ID asks without one)";
   WVAgentConnector::load();
   const auto& provider = WVIconProvider::defaultProvider();

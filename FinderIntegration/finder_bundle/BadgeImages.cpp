@@ -2,12 +2,12 @@
 
 #include <string_view>
 
+#include "FinderIntegration/wevoraLoader/InstalledBundle.h"
 #include "Platform/Bundles/Bundle.h"
 
 namespace wevora {
 namespace {
 
-constexpr std::string_view kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
 constexpr platform::Rect kSmall{0, 0, 8.0, 8.0};  // points
 
 platform::ImageRef flippedCopy(const platform::ImageRef& image) {

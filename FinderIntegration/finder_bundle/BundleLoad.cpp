@@ -17,7 +17,7 @@ BundleLoad::BundleLoad(Services services)
               {"InjectedBundleClass", [this] { injectedBundleClass_.load(); }},
               {"IconViewOverlay", [this] { iconViewOverlay_.load(); }},
               {"WVIconCell", [this] { iconCell_.load(); }},
-              {"WVFinderTools", [&tools = services.finderTools] { tools.load(); }},
+              {"WVFinderTools", [tools = services.finderTools] { tools().load(); }},
               {"WVRDesktopIcon", [this] { desktopIcon_.load(); }},
               {"NSDate(DBFormat)", std::move(services.loadDateFormat)}}} {}
 

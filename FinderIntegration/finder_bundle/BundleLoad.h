@@ -24,13 +24,14 @@ class BundleLoad {
 
   struct Services {
     InjectedBundleClass::Services principal;
-    WVIconProvider& provider;
-    WVFinderTools& finderTools;
+    ProviderAccess provider;
+    FinderToolsAccess finderTools;
     std::function<void()> loadFileTools;       ///< WVRFileTools
     std::function<void()> loadAgentConnector;  ///< WVAgentConnector
     std::function<void()> loadDateFormat;      ///< the dates' shared formatter
   };
-  /// All classes are known to the runtime from here on, before the first hook runs.
+  /// All hooking classes are known to the runtime from here on, before the first hook runs. Neither
+  /// the provider nor the tools are asked for: a hook that needs them does.
   explicit BundleLoad(Services services);
   BundleLoad(const BundleLoad&) = delete;
   BundleLoad& operator=(const BundleLoad&) = delete;

@@ -25,7 +25,7 @@ TEST(BundleLoadTest, TheClassesAreLoadedInOneFixedOrder) {
 /// What each hook has done so far, told by what it leaves in the host.
 std::vector<std::string> tracesIn(BadgedHost& badged) {
   const auto has = [&](const char* className, const char* selector) {
-    return badged.host.classNamed(className)->instanceMethod(selector).has_value();
+    return badged.host.classNamed(className)->instanceMethod(selector) != nullptr;
   };
   std::vector<std::string> traces = badged.order;
   if (has("TSidebarView", "wvr_setDelegate:")) traces.emplace_back("InjectedBundleClass");
@@ -65,26 +65,69 @@ TEST(BundleLoadTest, WindowsAreRedrawnTwoSecondsAfterTheLoad) {
   EXPECT_EQ(browser->view->redraws, before + 1);
 }
 
-TEST(BundleLoadTest, AHookThatRaisesEndsAloneAndTheNextOnesRun) {
+/// What a bundle is loaded with in a host that has icon cells alone.
+class AloneTest : public testing::Test {
+ protected:
+  AloneTest() {
+    cells->addMethod("drawImage:", Implementation::of<void(Id)>([](const Id&, const Id&) {}),
+                     "v@:@");
+  }
+  BundleLoad::Services services() {
+    return {.principal = {.runtime = runtime,
+                          .mainQueue = badged.dispatch.mainQueue(),
+                          .paths = badged.installed.paths,
+                          .setVersion = nullptr},
+            .provider = badged.providerAccess(),
+            .finderTools = [this]() -> WVFinderTools& { return tools; },
+            .loadFileTools = nullptr,
+            .loadAgentConnector = nullptr,
+            .loadDateFormat = [this] { last = true; }};
+  }
   BadgedHost badged;
-  WVFinderTools tools(badged.host.runtime(), badged.dispatch.mainQueue(), badged.clock);
+  WVFinderTools tools{badged.host.runtime(), badged.dispatch.mainQueue(), badged.clock};
   platform::Runtime runtime;
-  const auto cells = runtime.registerClass("IKIconCell");
-  cells->addMethod("drawImage:", Implementation::of<void(Id)>([](const Id&, const Id&) {}), "v@:@");
-  bool last = false;
-  const BundleLoad bundle({.principal = {.runtime = runtime,
-                                         .mainQueue = badged.dispatch.mainQueue(),
-                                         .paths = badged.installed.paths,
-                                         .setVersion = nullptr,
-                                         .visited = nullptr},
-                           .provider = *badged.provider,
-                           .finderTools = tools,
-                           .loadFileTools = [] { throw platform::HostException("no file tools"); },
-                           .loadAgentConnector = nullptr,
-                           .loadDateFormat = [&] { last = true; }});
+  std::shared_ptr<platform::Class> cells = runtime.registerClass("IKIconCell");
+  bool last = false;  ///< whether the last hook has run
+};
+
+TEST_F(AloneTest, AHookThatRaisesEndsAloneAndTheNextOnesRun) {
+  auto raising = services();
+  raising.loadFileTools = [] { throw platform::HostException("no file tools"); };
+  const BundleLoad bundle(std::move(raising));
   bundle.run();
   EXPECT_TRUE(cells->instanceMethod("wv_drawImage:"));
   EXPECT_TRUE(last);
+}
+
+TEST_F(AloneTest, TheSharedInstancesAreAskedForByTheHooksThatUseThem) {
+  std::vector<std::string> asked;
+  auto noting = services();
+  noting.provider = [&]() -> WVIconProvider& {
+    asked.emplace_back("provider");
+    return *badged.provider;
+  };
+  noting.finderTools = [&]() -> WVFinderTools& {
+    asked.emplace_back("tools");
+    return tools;
+  };
+  noting.loadFileTools = [&] { asked.emplace_back("WVRFileTools"); };
+  noting.loadDateFormat = [&] { asked.emplace_back("NSDate(DBFormat)"); };
+  const BundleLoad bundle(std::move(noting));
+  EXPECT_TRUE(asked.empty());
+  bundle.run();
+  EXPECT_EQ(asked, (std::vector<std::string>{"WVRFileTools", "tools", "NSDate(DBFormat)"}));
+}
+
+TEST_F(AloneTest, ASharedInstanceThatCannotBeMadeStopsNoOtherHookAndNoDrawing) {
+  auto raising = services();
+  raising.provider = []() -> WVIconProvider& { throw std::runtime_error("no provider"); };
+  raising.finderTools = []() -> WVFinderTools& { throw std::runtime_error("no tools"); };
+  const BundleLoad bundle(std::move(raising));
+  bundle.run();
+  EXPECT_TRUE(last);
+  EXPECT_NO_THROW(badged.dispatch.advance(std::chrono::seconds(4)));
+  EXPECT_NO_THROW(
+      platform::send<void>(std::make_shared<platform::Object>(*cells), "drawImage:", Id()));
 }
 
 TEST(BundleLoadTest, InAHostWithNoneOfTheClassesNothingHappens) {

@@ -16,7 +16,7 @@
 // makes the step that wants it do nothing. "+" is a method of the class itself.
 //
 //   IKIconCell, IKFinderReflectiveIconCell (each with a drawImage: of its own)
-//     drawImage:                          void(Id wrapper)
+//     drawImage:                          void(Id wrapper), null without an IKImageWrapper
 //     drawInteriorWithFrame:inView:       void(Rect frame, Id view)
 //     representedItem                     Id, a FINode
 //   IKImageWrapper

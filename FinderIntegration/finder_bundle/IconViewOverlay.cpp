@@ -1,5 +1,7 @@
 #include "FinderIntegration/finder_bundle/IconViewOverlay.h"
 
+#include <utility>
+
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Support/Guard.h"
@@ -15,38 +17,40 @@ using platform::send;
 constexpr const char* kDrawImageTypes = "v@:@";
 constexpr const char* kDrawWithFrameTypes = "v@:{CGRect={CGPoint=dd}{CGSize=dd}}@";
 
-void drawInto(platform::Image& image, const platform::Image& badge) {
+/// Without a badge the image is opened for drawing all the same: it comes out with one
+/// representation either way.
+void drawInto(platform::Image& image, const ImageRef& badge) {
   // A square as tall as the image, however wide that is.
   const double height = image.size().height;
   image.lockFocus();
   const platform::ScopeExit unlocked([&] { image.unlockFocus(); });
-  badge.drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
+  if (badge) badge->drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
 }
 
-/// A new wrapper of the image, which has the cell's badge now.
-Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime, WVIconProvider& provider) {
-  const ImageRef badge = provider.imageForBrowserCell(cell);
-  const auto image = send<ImageRef>(wrapper, "_nsImage");
+/// A new wrapper of the image, which has the cell's badge now; null in a host without wrappers.
+Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime,
+          const ProviderAccess& provider) {
+  const ImageRef badge = provider().imageForBrowserCell(cell);
   if (badge) badge->setFlipped(false);
-  if (badge && image) drawInto(*image, *badge);
-  const Id made =
-      send<Id>(send<Id>(runtime.classNamed("IKImageWrapper"), "alloc"), "initWithNSImage:", image);
-  return made ? made : wrapper;
+  const auto image = send<ImageRef>(wrapper, "_nsImage");
+  if (image) drawInto(*image, badge);
+  return send<Id>(send<Id>(runtime.classNamed("IKImageWrapper"), "alloc"),
+                  "initWithNSImage:", image);
 }
 
 }  // namespace
 
-IconViewOverlay::IconViewOverlay(Runtime& runtime, WVIconProvider& provider) : runtime_(runtime) {
+IconViewOverlay::IconViewOverlay(Runtime& runtime, ProviderAccess provider) : runtime_(runtime) {
   const auto own = runtime.registerClass("IconViewOverlay");
   if (!own) return;
-  own->addMethod(
-      "wv_drawImage:",
-      Implementation::of<void(Id)>([&runtime, &provider](const Id& self, const Id& image) {
-        const Id shown =
-            platform::swallowingOr(image, [&] { return badged(self, image, runtime, provider); });
-        send<void>(self, "wv_drawImage:", shown);
-      }),
-      kDrawImageTypes);
+  own->addMethod("wv_drawImage:",
+                 Implementation::of<void(Id)>(
+                     [&runtime, provider = std::move(provider)](const Id& self, const Id& image) {
+                       const Id shown = platform::swallowingOr(
+                           image, [&] { return badged(self, image, runtime, provider); });
+                       send<void>(self, "wv_drawImage:", shown);
+                     }),
+                 kDrawImageTypes);
   own->addMethod(
       "wv_drawWithFrame:inView:",
       Implementation::of<void(Rect, Id)>([](const Id& self, Rect frame, const Id& inView) {

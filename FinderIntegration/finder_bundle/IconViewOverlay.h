@@ -1,10 +1,9 @@
 #pragma once
 
 #include "FinderIntegration/finder_bundle/HostInterface.h"
+#include "FinderIntegration/finder_bundle/SharedInstances.h"
 
 namespace wevora {
-
-class WVIconProvider;
 
 /// Paints badges in icon views: into the icon's own image, before the host draws it.
 /// Threads: the main thread. Owns: nothing; runtime and provider outlive the hooked classes.
@@ -12,7 +11,7 @@ class WVIconProvider;
 class IconViewOverlay {
  public:
   /// Makes the class known to the runtime; nothing is replaced yet.
-  IconViewOverlay(platform::Runtime& runtime, WVIconProvider& provider);
+  IconViewOverlay(platform::Runtime& runtime, ProviderAccess provider);
 
   // +load
   void load();

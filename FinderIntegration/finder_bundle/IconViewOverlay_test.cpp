@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/PictureFiles/PictureFiles.h"
 #include "Tests/PictureHost/BadgedHost.h"
 
 namespace wevora {
@@ -77,6 +78,23 @@ TEST_F(IconViewOverlayTest, AnItemWithoutABadgeIsDrawnAsItIs) {
   for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
 }
 
+TEST_F(IconViewOverlayTest, AnItemWithoutABadgeGetsItsNewWrapperAndItsOneDrawingAllTheSame) {
+  const auto cell = host.makeIconCell(badged.item("plain"), {64, 64});
+  host.draw(cell);
+  EXPECT_EQ(host.wrappersMade, 1);
+  EXPECT_EQ(cell->drawn.size(), 1U);
+}
+
+TEST_F(IconViewOverlayTest, AnIconWithoutABadgeIsLockedForDrawingToo) {
+  const auto cell = host.makeIconCell(badged.item("plain"), {64, 64});
+  const platform::ImageRep finer{
+      testing_host::twoHalves(128, 128, PictureHost::kGray, PictureHost::kGray), {64, 64}};
+  cell->icon->addRepresentations({&finer, 1});
+  host.draw(cell);
+  ASSERT_EQ(cell->icon->representations().size(), 1U) << "the one that was drawn into";
+  EXPECT_EQ(cell->icon->representations()[0].bitmap->width(), 128U);
+}
+
 TEST_F(IconViewOverlayTest, WithBadgesOffTheIconIsDrawnAsItIs) {
   badged.provider->setTurnedOn(false);
   const auto bitmap = drawn("green", {64, 64});
@@ -107,22 +125,22 @@ TEST_F(IconViewOverlayTest, TheFrameOfTheImageIsEmpty) {
 /// Which of the three replacements are in their places.
 std::vector<bool> installedIn(PictureHost& host) {
   const auto has = [&](const char* className, const char* selector) {
-    return host.classNamed(className)->instanceMethod(selector).has_value();
+    return host.classNamed(className)->instanceMethod(selector) != nullptr;
   };
   const auto cells = host.classNamed("IKIconCell")->instanceMethod("wv_drawImage:");
   const auto reflective =
       host.classNamed("IKFinderReflectiveIconCell")->instanceMethod("wv_drawImage:");
   const bool own = reflective && (!cells || reflective->implementation != cells->implementation);
-  return {cells.has_value(), own, has("IKIconCell", "wv_drawWithFrame:inView:")};
+  return {cells != nullptr, own, has("IKIconCell", "wv_drawWithFrame:inView:")};
 }
 
 TEST(IconViewOverlayLoadTest, EachLoadInstallsItsReplacementAndThenThoseAfterIt) {
   BadgedHost cells;
   BadgedHost reflective;
   BadgedHost frames;
-  IconViewOverlay(cells.host.runtime(), *cells.provider).load();
-  IconViewOverlay(reflective.host.runtime(), *reflective.provider).loadReflective();
-  IconViewOverlay(frames.host.runtime(), *frames.provider).loadDrawWithFrame();
+  IconViewOverlay(cells.host.runtime(), cells.providerAccess()).load();
+  IconViewOverlay(reflective.host.runtime(), reflective.providerAccess()).loadReflective();
+  IconViewOverlay(frames.host.runtime(), frames.providerAccess()).loadDrawWithFrame();
   EXPECT_EQ(installedIn(cells.host), (std::vector<bool>{true, true, true}));
   EXPECT_EQ(installedIn(reflective.host), (std::vector<bool>{false, true, true}));
   EXPECT_EQ(installedIn(frames.host), (std::vector<bool>{false, false, true}));
@@ -138,14 +156,29 @@ TEST(IconViewOverlayMissingTest, WithoutReflectiveCellsTheOthersAreHookedAllTheS
   EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
 }
 
-TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheIconIsDrawnWithItsBadgeAllTheSame) {
+TEST(IconViewOverlayMissingTest, WithoutIconCellsTheReflectiveOnesAreHookedAllTheSame) {
+  auto classes = PictureHost::Classes();
+  classes.iconCells = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
+  EXPECT_FALSE(anythingSeen(*badged.host.draw(cell), kGreen)) << "nobody knows of it";
+  const auto reflective =
+      badged.host.makeIconCell(badged.item("green"), {64, 64}, "IKFinderReflectiveIconCell");
+  EXPECT_TRUE(anythingSeen(*badged.host.draw(reflective), kGreen));
+}
+
+TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheHostIsGivenNoneToDraw) {
   auto classes = PictureHost::Classes();
   classes.wrappers = false;
   BadgedHost badged(classes);
   badged.load();
   badged.settle();
   const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
-  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
+  EXPECT_EQ(badged.host.draw(cell), nullptr);
+  EXPECT_EQ(cell->drawn.size(), 1U) << "its own drawing runs";
+  EXPECT_TRUE(anythingSeen(*cell->icon->representations()[0].bitmap, kGreen));
 }
 
 TEST(IconViewOverlayMissingTest, WithoutAPictureFileTheIconIsDrawnAsItIs) {

@@ -6,7 +6,6 @@
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVOutlineViewDelegate.h"
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
-#include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora {
@@ -31,10 +30,7 @@ void InjectedBundleClass::load() {
 }
 
 void InjectedBundleClass::reportVersion() const {
-  const auto list = platform::PropertyLists::read(services_.paths.translate(kBundleInfoPath));
-  const auto* info = list ? list->as<platform::Dictionary>() : nullptr;
-  const auto* text = info ? platform::valueAs<std::string>(*info, kFinderVersionKey) : nullptr;
-  const auto version = text ? versionFromText(*text) : std::nullopt;
+  const auto version = installedVersion(services_.paths);
   if (!version || !services_.setVersion) return;
   services_.mainQueue.async([setVersion = services_.setVersion, version = *version] {
     setVersion(version.major, version.minor, version.patch);
@@ -62,7 +58,6 @@ void InjectedBundleClass::investigateSideBarViewHierarchy(
   platform::swallowing([&] {
     const std::string mark = level.value_or("#");
     if (!view) return;
-    if (services_.visited) services_.visited(view, mark);
     if (view->isKindOf(services_.runtime.classNamed("TSidebarView").get())) {
       send<void>(view, "setDelegate:", send<Id>(view, "delegate"));
       send<void>(view, "setNeedsDisplay:", true);

@@ -23,19 +23,20 @@ class InjectedBundleClass {
     platform::InstalledPaths paths;
     /// The loader's handshake: major, minor, patch.
     std::function<void(std::int32_t, std::int32_t, std::int32_t)> setVersion;
-    /// Is told of each view that is walked, and of the level text that it was reached with.
-    std::function<void(const Id&, const std::string&)> visited;
   };
   /// Makes the sidebar's delegate class known to the runtime; nothing is replaced yet.
   explicit InjectedBundleClass(Services services);
+  virtual ~InjectedBundleClass() = default;
+  InjectedBundleClass(const InjectedBundleClass&) = delete;
+  InjectedBundleClass& operator=(const InjectedBundleClass&) = delete;
 
   // +load
   void load();
   /// Walks a view and all below it, and sets the delegate of every sidebar view again; the level is
-  /// a "#" for each depth.
+  /// a "#" for each depth. Every step of the walk is a call of this.
   // +investigateSideBarViewHierarchy:level:
-  void investigateSideBarViewHierarchy(const Id& view,
-                                       const std::optional<std::string>& level) const;
+  virtual void investigateSideBarViewHierarchy(const Id& view,
+                                               const std::optional<std::string>& level) const;
   /// Walks the browser views instead of the sidebars. To be called by hand.
   // +observe
   void observe() const;

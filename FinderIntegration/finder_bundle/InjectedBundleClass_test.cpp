@@ -15,6 +15,22 @@ using platform::send;
 using testing_host::BadgedHost;
 using testing_host::PictureHost;
 using Versions = std::vector<std::vector<std::int32_t>>;
+using Visits = std::vector<std::pair<Id, std::string>>;
+
+/// Notes each view that is walked, and the level that it was reached with.
+class NotingPrincipal : public InjectedBundleClass {
+ public:
+  NotingPrincipal(Services services, Visits& visited)
+      : InjectedBundleClass(std::move(services)), visited_(visited) {}
+  void investigateSideBarViewHierarchy(const Id& view,
+                                       const std::optional<std::string>& level) const override {
+    if (view) visited_.emplace_back(view, level.value_or("none"));
+    InjectedBundleClass::investigateSideBarViewHierarchy(view, level);
+  }
+
+ private:
+  Visits& visited_;
+};
 
 class InjectedBundleClassTest : public testing::Test {
  protected:
@@ -26,17 +42,15 @@ class InjectedBundleClassTest : public testing::Test {
     badged.dispatch.runAll();
     return badged.versions;
   }
-  InjectedBundleClass principal() {
-    return InjectedBundleClass(
-        {.runtime = host.runtime(),
-         .mainQueue = badged.dispatch.mainQueue(),
-         .paths = badged.installed.paths,
-         .setVersion =
-             [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
-               badged.versions.push_back({major, minor, patch});
-             },
-         .visited = [this](const Id& view,
-                           const std::string& level) { visited.emplace_back(view, level); }});
+  NotingPrincipal principal() {
+    return NotingPrincipal({.runtime = host.runtime(),
+                            .mainQueue = badged.dispatch.mainQueue(),
+                            .paths = badged.installed.paths,
+                            .setVersion =
+                                [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
+                                  badged.versions.push_back({major, minor, patch});
+                                }},
+                           visited);
   }
   std::shared_ptr<testing_host::Sidebar> sidebar() {
     auto made = host.makeSidebar({});
@@ -51,7 +65,7 @@ class InjectedBundleClassTest : public testing::Test {
   PictureHost& host = badged.host;
   std::shared_ptr<testing_host::SidebarDelegate> delegate =
       host.makeDelegate(PictureHost::delegateSelectors());
-  std::vector<std::pair<Id, std::string>> visited;
+  Visits visited;
 };
 
 // --- The version ---------------------------------------------------------------------------------
@@ -134,7 +148,8 @@ TEST_F(InjectedBundleClassTest, ASidebarThreeLevelsBelowIsReachedWithFourMarks) 
   host.addWindow(1, top, nullptr);
   principal().load();
   ASSERT_EQ(visited.size(), 4U);
-  EXPECT_EQ(visited.front(), (std::pair<Id, std::string>(top, "#")));
+  EXPECT_EQ(visited.front(), (std::pair<Id, std::string>(top, "none")));
+  EXPECT_EQ(visited[1].second, "##") << "no level is the first";
   EXPECT_EQ(visited.back(), (std::pair<Id, std::string>(open, "####")));
   EXPECT_TRUE(isWrapped(open));
 }
@@ -198,9 +213,31 @@ TEST_F(InjectedBundleClassTest, ObserveWalksTheBrowserViewsOfTheWindowsTheSameWa
   injected.observe();
   ASSERT_EQ(visited.size(), 3U);
   EXPECT_EQ(visited[1], (std::pair<Id, std::string>(one, "##")));
-  EXPECT_EQ(visited[2], (std::pair<Id, std::string>(two, "#")));
+  EXPECT_EQ(visited[2], (std::pair<Id, std::string>(two, "none")));
   EXPECT_EQ(one->redraws, 1);
   EXPECT_EQ(beside->redraws, 0);
+}
+
+TEST(InjectedBundleClassMissingTest, WithoutSidebarsTheWindowsAreWalkedAllTheSame) {
+  auto classes = PictureHost::Classes();
+  classes.sidebars = false;
+  BadgedHost badged(classes);
+  std::vector<Id> asked;
+  const auto spies =
+      badged.host.runtime().registerClass("TSpyView", badged.host.classNamed("NSView").get());
+  spies->addMethod(
+      "subviews", Implementation::of<std::vector<Id>()>([&](const Id& self) {
+        asked.push_back(self);
+        return self->instanceVariable<std::vector<Id>>("below").value_or(std::vector<Id>());
+      }),
+      "@@:");
+  const auto inner = std::make_shared<testing_host::View>(*spies);
+  const auto outer = std::make_shared<testing_host::View>(*spies);
+  outer->setInstanceVariable("below", std::vector<Id>{inner});
+  badged.host.addWindow(1, outer, nullptr);
+  badged.host.addWindow(2, inner, nullptr);
+  badged.load();
+  EXPECT_EQ(asked, (std::vector<Id>{outer, inner, inner}));
 }
 
 TEST(InjectedBundleClassMissingTest, InAHostWithoutSidebarsAndWindowsTheVersionIsReported) {

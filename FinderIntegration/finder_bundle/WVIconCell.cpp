@@ -38,8 +38,9 @@ void drawBadge(const Id& cell, const Rect& frame, platform::Image& badge, const 
   badge.drawInRect(square, {}, CompositingOperation::SourceOver, 1.0);
 }
 
-void drawOver(const Id& cell, const Rect& frame, const Runtime& runtime, WVIconProvider& provider) {
-  const ImageRef badge = provider.iconForCell(cell);
+void drawOver(const Id& cell, const Rect& frame, const Runtime& runtime,
+              const ProviderAccess& provider) {
+  const ImageRef badge = provider().iconForCell(cell);
   if (!send<ImageRef>(cell, "thumbnail")) {
     if (badge) badge->setFlipped(false);
     send<void>(cell, "setThumbnail:", badge);
@@ -51,14 +52,15 @@ void drawOver(const Id& cell, const Rect& frame, const Runtime& runtime, WVIconP
 
 }  // namespace
 
-WVIconCell::WVIconCell(Runtime& runtime, WVIconProvider& provider) : runtime_(runtime) {
+WVIconCell::WVIconCell(Runtime& runtime, ProviderAccess provider) : runtime_(runtime) {
   const auto own = runtime.registerClass("WVIconCell");
   if (!own) return;
   own->addMethod("wv_drawIconWithFrame:",
-                 Implementation::of<void(Rect)>([&runtime, &provider](const Id& self, Rect frame) {
-                   send<void>(self, "wv_drawIconWithFrame:", frame);
-                   platform::swallowing([&] { drawOver(self, frame, runtime, provider); });
-                 }),
+                 Implementation::of<void(Rect)>(
+                     [&runtime, provider = std::move(provider)](const Id& self, Rect frame) {
+                       send<void>(self, "wv_drawIconWithFrame:", frame);
+                       platform::swallowing([&] { drawOver(self, frame, runtime, provider); });
+                     }),
                  kDrawIconTypes);
   own->addMethod("scaleFactor", Implementation::of<double()>([](const Id&) { return 1.0; }),
                  kScaleFactorTypes);

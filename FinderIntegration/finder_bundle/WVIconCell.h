@@ -3,10 +3,9 @@
 #include <optional>
 
 #include "FinderIntegration/finder_bundle/HostInterface.h"
+#include "FinderIntegration/finder_bundle/SharedInstances.h"
 
 namespace wevora {
-
-class WVIconProvider;
 
 /// Paints badges in list and column views: over what the host has drawn.
 /// Threads: the main thread. Owns: nothing; runtime and provider outlive the hooked classes.
@@ -14,7 +13,7 @@ class WVIconProvider;
 class WVIconCell {
  public:
   /// Makes the class known to the runtime; nothing is replaced yet.
-  WVIconCell(platform::Runtime& runtime, WVIconProvider& provider);
+  WVIconCell(platform::Runtime& runtime, ProviderAccess provider);
 
   // +load
   void load();

@@ -95,6 +95,12 @@ TEST_F(IconCellTest, TheBadgeIsLeftFlipped) {
   EXPECT_TRUE(badged.provider->images().greenImageFlipped->isFlipped());
 }
 
+TEST_F(IconCellTest, TheBadgeIsLeftFlippedByARowThatIsTooLowForIt) {
+  badged.provider->images().greenImageFlipped->setFlipped(false);
+  EXPECT_FALSE(anythingSeen(*drawn("green", 8), kGreen));
+  EXPECT_TRUE(badged.provider->images().greenImageFlipped->isFlipped());
+}
+
 TEST_F(IconCellTest, ACellWithoutAThumbnailGetsTheUnflippedBadgeAsItsThumbnailAndIsDrawnAgain) {
   const auto cell = host.makeListCell(badged.item("green"));
   cell->thumbnail = nullptr;
@@ -153,6 +159,60 @@ TEST_F(IconCellTest, TheMethodsAreAddedWithTheirTypeEncodings) {
 TEST_F(IconCellTest, SnapshotsOfImagesAnswerTheScaleOfOne) {
   const Id snapshot = std::make_shared<platform::Object>(*host.classNamed("NSCGImageSnapshotRep"));
   EXPECT_DOUBLE_EQ(send<double>(snapshot, "scaleFactor"), 1.0);
+}
+
+/// Whether the drawing and the scale are in their places.
+std::pair<bool, bool> installedIn(PictureHost& host) {
+  const auto has = [&](const char* className, const char* selector) {
+    const auto owner = host.classNamed(className);
+    return owner && owner->instanceMethod(selector);
+  };
+  return {has("TListViewIconAndTextCell", "wv_drawIconWithFrame:"),
+          has("NSCGImageSnapshotRep", "scaleFactor")};
+}
+
+TEST(IconCellLoadTest, LoadHackAloneAddsTheScaleAndReplacesNothing) {
+  BadgedHost badged;
+  WVIconCell(badged.host.runtime(), badged.providerAccess()).loadHack();
+  EXPECT_EQ(installedIn(badged.host), (std::pair{false, true}));
+}
+
+TEST(IconCellLoadTest, LoadReplacesTheDrawingAndThenAddsTheScaleWhichAnotherTimeDoesNotChange) {
+  BadgedHost badged;
+  WVIconCell cells(badged.host.runtime(), badged.providerAccess());
+  cells.load();
+  EXPECT_EQ(installedIn(badged.host), (std::pair{true, true}));
+  const auto scale = [&] {
+    return badged.host.classNamed("NSCGImageSnapshotRep")
+        ->instanceMethod("scaleFactor")
+        ->implementation;
+  };
+  const auto first = scale();
+  cells.loadHack();
+  EXPECT_EQ(scale(), first);
+}
+
+TEST(IconCellMissingTest, WithoutListCellsSnapshotsHaveTheirScaleAndColumnsAreDrawnAsTheyAre) {
+  auto classes = PictureHost::Classes();
+  classes.listCells = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  EXPECT_EQ(installedIn(badged.host), (std::pair{false, true}));
+  const auto cell = badged.host.makeListCell(badged.item("green"), "TColumnCell");
+  EXPECT_FALSE(anythingSeen(*badged.host.draw(cell, {kX, kY, 60, 20}), kGreen));
+  EXPECT_EQ(cell->calls, std::vector<std::string>{"drawIconWithFrame:"});
+}
+
+TEST(IconCellMissingTest, WithoutSnapshotsListRowsHaveTheirBadges) {
+  auto classes = PictureHost::Classes();
+  classes.snapshots = false;
+  BadgedHost badged(classes);
+  badged.load();
+  badged.settle();
+  EXPECT_EQ(installedIn(badged.host), (std::pair{true, false}));
+  const auto cell = badged.host.makeListCell(badged.item("green"));
+  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell, {kX, kY, 60, 20}), kGreen));
 }
 
 TEST(IconCellMissingTest, SnapshotsThatHaveAScaleKeepIt) {

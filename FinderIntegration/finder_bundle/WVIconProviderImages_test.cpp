@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
+#include "Platform/Graphics/BitmapContext.h"
+#include "Platform/Graphics/GraphicsContext.h"
 #include "Tests/PictureHost/BadgedHost.h"
 
 namespace wevora {
@@ -42,6 +44,15 @@ TEST_F(ProviderImagesTest, EveryImageIsThereWithACopyThatIsFlippedAndARendering)
     EXPECT_TRUE(flipped->isFlipped());
     EXPECT_EQ(small->width(), 16U) << "the smallest that covers 8 by 8 points";
   }
+}
+
+TEST_F(ProviderImagesTest, TheRenderingsAreMadeForTheCurrentTarget) {
+  const auto fine =
+      platform::BitmapContext::create({.width = 64, .height = 64, .scale = 4, .flipped = true});
+  const platform::CurrentTarget current(*fine);
+  const auto made = BadgeImages::load(badged.installed.paths);
+  for (const auto& small : {made.red, made.green, made.blue})
+    EXPECT_EQ(small->width(), 32U) << "the smallest that covers 8 by 8 points of 4 pixels";
 }
 
 TEST_F(ProviderImagesTest, EachWordHasItsOwnFile) {

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "FinderIntegration/wevoraLoader/InstalledBundle.h"
 #include "Platform/Bundles/Bundle.h"
 #include "Platform/Graphics/ImageFiles.h"
 #include "Platform/Support/Guard.h"
@@ -10,6 +11,7 @@
 namespace wevora {
 namespace {
 
+using platform::Bundle;
 using platform::Class;
 using platform::Image;
 using platform::Implementation;
@@ -17,7 +19,6 @@ using platform::InstalledPaths;
 using platform::Runtime;
 using platform::send;
 
-constexpr std::string_view kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
 constexpr std::string_view kSidebarPicture = "sidebar.tiff";
 constexpr platform::Size kSidebarSize{32, 32};  // points
 constexpr const char* kName = "WVOutlineViewDelegate";
@@ -69,19 +70,25 @@ bool isDrive(const Id& item) {
   return name == "(w) Drive" || name == "wDrive";
 }
 
+/// Opened anew for each drawing of the drive's row.
+std::optional<Bundle> openBundle(const InstalledPaths& paths) {
+  return platform::swallowingOr(std::optional<Bundle>(),
+                                [&] { return Bundle::bundleWithPath(kBundlePath, paths); });
+}
+
 /// Read from its file each time: nothing is kept between two draws.
-ImageRef drivePicture(const InstalledPaths& paths) {
+ImageRef drivePicture(const std::optional<Bundle>& bundle) {
   auto image = std::make_shared<Image>();
-  if (const auto bundle = platform::Bundle::bundleWithPath(kBundlePath, paths))
+  if (bundle)
     if (const auto file = bundle->pathForImageResource(kSidebarPicture))
       image->addRepresentations(platform::imageRepsWithContentsOfFile(*file));
   image->setSize(kSidebarSize);
   return image;
 }
 
-void setPicture(const Id& cell, const Runtime& runtime, const InstalledPaths& paths) {
+void setPicture(const Id& cell, const Runtime& runtime, const std::optional<Bundle>& bundle) {
   const Id picture = send<Id>(send<Id>(runtime.classNamed("NSSidebarImage"), "alloc"),
-                              "initWithSourceImage:", drivePicture(paths));
+                              "initWithSourceImage:", drivePicture(bundle));
   send<void>(cell, "setImage:", picture);
 }
 
@@ -109,8 +116,9 @@ void addDelegateMethods(Class& own, const Runtime& runtime, const InstalledPaths
                       static const auto forward = forwarding<void, Id, Id, Id, Id>(kWillDisplay);
                       const bool drive =
                           platform::swallowingOr(false, [&] { return isDrive(item); });
+                      const auto bundle = drive ? openBundle(paths) : std::nullopt;
                       forward.invoke<void>(self, outlineView, cell, column, item);
-                      if (drive) platform::swallowing([&] { setPicture(cell, runtime, paths); });
+                      if (drive) platform::swallowing([&] { setPicture(cell, runtime, bundle); });
                     }),
                 "v@:@@@@");
   const auto add = [&](const char* selector, Implementation body, const char* types) {

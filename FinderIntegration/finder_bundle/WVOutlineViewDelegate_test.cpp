@@ -113,6 +113,40 @@ TEST(OutlineViewDelegateMissingTest, WithoutAnInstalledBundleAnEmptyPictureIsSet
   EXPECT_TRUE(rows[0].picture->representations().empty());
 }
 
+TEST(OutlineViewDelegateMissingTest, TheBundleIsOpenedBeforeTheHostPreparesTheCell) {
+  BadgedHost badged({}, false);
+  std::filesystem::remove_all(badged.installed.contents);
+  std::filesystem::remove(
+      badged.installed.paths.translate("/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle"));
+  badged.load();
+  const auto installing = badged.host.runtime().registerClass("TInstallingDelegate");
+  installing->addMethod(
+      kWillDisplay,
+      Implementation::of<void(Id, Id, Id, Id)>(
+          [&](const Id&, const Id&, const Id&, const Id&, const Id&) {
+            std::filesystem::create_directories(badged.installed.contents + "Resources");
+            badged.installed.addPictures();
+          }),
+      "v@:@@@@");
+  const auto sidebar = badged.host.makeSidebar({"wDrive"});
+  const Id delegate = std::make_shared<platform::Object>(*installing);
+  send<void>(sidebar, "setDelegate:", delegate);
+  EXPECT_TRUE(badged.host.draw(sidebar)[0].picture->representations().empty());
+  EXPECT_EQ(badged.host.draw(sidebar)[0].picture->representations().size(), 2U);
+}
+
+TEST(OutlineViewDelegateMissingTest, WithoutTheHostsSidebarImageTheCellGetsNoneWhenItIsPrepared) {
+  auto classes = PictureHost::Classes();
+  classes.sidebarImages = false;
+  BadgedHost badged(classes);
+  badged.load();
+  const auto sidebar = badged.host.makeSidebar({"wDrive"});
+  const auto delegate = badged.host.makeDelegate(PictureHost::delegateSelectors());
+  send<void>(sidebar, "setDelegate:", Id(delegate));
+  EXPECT_EQ(badged.host.draw(sidebar)[0].picture, nullptr);
+  EXPECT_EQ(badged.host.events, (std::vector<std::string>{kHeight, kWillDisplay, "setImage:"}));
+}
+
 // --- Setting a delegate --------------------------------------------------------------------------
 
 TEST_F(OutlineViewDelegateTest, ADelegateIsWrappedInAProxyThatServesItsView) {

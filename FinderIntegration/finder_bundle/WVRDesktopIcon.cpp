@@ -1,6 +1,7 @@
 #include "FinderIntegration/finder_bundle/WVRDesktopIcon.h"
 
 #include <chrono>
+#include <utility>
 
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
@@ -27,10 +28,11 @@ std::size_t whole(double points) {
   return fits ? static_cast<std::size_t>(points) : 0U;
 }
 
-void drawOver(const Id& icon, const Id& layer, DrawingTarget& context, WVIconProvider& provider) {
+void drawOver(const Id& icon, const Id& layer, DrawingTarget& context,
+              const ProviderAccess& provider) {
   const auto iconLayer = icon->instanceVariable<Id>("_icon");
   if (!iconLayer || !layer || *iconLayer != layer) return;
-  const ImageRef badge = provider.iconForDesktopCell(icon);
+  const ImageRef badge = provider().iconForDesktopCell(icon);
   if (badge) badge->setFlipped(true);
   const auto bitmap = CGImageCreateWithNSImage(badge);
   if (!bitmap) return;
@@ -59,13 +61,14 @@ platform::BitmapRef CGImageCreateWithNSImage(const ImageRef& image) {
 }
 
 WVRDesktopIcon::WVRDesktopIcon(Runtime& runtime, platform::Queue& mainQueue,
-                               WVIconProvider& provider, WVFinderTools& finderTools)
-    : runtime_(runtime), mainQueue_(mainQueue), finderTools_(finderTools) {
+                               ProviderAccess provider, FinderToolsAccess finderTools)
+    : runtime_(runtime), mainQueue_(mainQueue), finderTools_(std::move(finderTools)) {
   const auto own = runtime.registerClass("WVRDesktopIcon");
   if (!own) return;
   own->addMethod("wv_drawLayer:inContext:",
                  Implementation::of<void(Id, DrawingTarget*)>(
-                     [&provider](const Id& self, const Id& layer, DrawingTarget* inContext) {
+                     [provider = std::move(provider)](const Id& self, const Id& layer,
+                                                      DrawingTarget* inContext) {
                        send<void>(self, "wv_drawLayer:inContext:", layer, inContext);
                        if (inContext == nullptr) return;
                        platform::swallowing([&] { drawOver(self, layer, *inContext, provider); });
@@ -84,7 +87,7 @@ void WVRDesktopIcon::load() {
     send<void>(send<Id>(desktop, "view"), "setNeedsDisplay:", true);
   });
   mainQueue_.after(kReloadDelay,
-                   [&finderTools = finderTools_] { finderTools.updateDesktopForce(false); });
+                   [finderTools = finderTools_] { finderTools().updateDesktopForce(false); });
 }
 
 }  // namespace wevora

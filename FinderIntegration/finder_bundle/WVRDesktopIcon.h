@@ -1,11 +1,10 @@
 #pragma once
 
 #include "FinderIntegration/finder_bundle/HostInterface.h"
+#include "FinderIntegration/finder_bundle/SharedInstances.h"
 #include "FinderIntegration/finder_bundle/Tools/WVFinderTools.h"
 
 namespace wevora {
-
-class WVIconProvider;
 
 /// The image in a bitmap of its own, as large as the image in points; null where there can be none.
 // CGImageCreateWithNSImage
@@ -17,8 +16,8 @@ platform::BitmapRef CGImageCreateWithNSImage(const ImageRef& image);
 class WVRDesktopIcon {
  public:
   /// Makes the class known to the runtime; nothing is replaced yet.
-  WVRDesktopIcon(platform::Runtime& runtime, platform::Queue& mainQueue, WVIconProvider& provider,
-                 WVFinderTools& finderTools);
+  WVRDesktopIcon(platform::Runtime& runtime, platform::Queue& mainQueue, ProviderAccess provider,
+                 FinderToolsAccess finderTools);
 
   /// Replaces the drawing, asks for a redraw of the desktop and, two seconds later, for a reload.
   // +load
@@ -27,7 +26,7 @@ class WVRDesktopIcon {
  private:
   platform::Runtime& runtime_;
   platform::Queue& mainQueue_;
-  WVFinderTools& finderTools_;
+  const FinderToolsAccess finderTools_;
 };
 
 }  // namespace wevora

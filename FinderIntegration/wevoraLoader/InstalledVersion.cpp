@@ -1,11 +1,11 @@
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
 
-#include <algorithm>
+#include <charconv>
 #include <limits>
 #include <string>
+#include <system_error>
 #include <vector>
 
-#include "Platform/InstalledPaths/InstalledPaths.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 
 namespace wevora {
@@ -21,10 +21,18 @@ std::vector<std::string_view> splitAtDots(std::string_view text) {
   return components;
 }
 
+/// An optional sign and digits, from the first character on; 0 where there are none.
 std::int32_t leadingInteger(std::string_view text) {
   using Bounds = std::numeric_limits<std::int32_t>;
-  const auto number = platform::Value(std::string(text)).longLongValue();
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(number, Bounds::min(), Bounds::max()));
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('-')) return 0;
+  }
+  std::int32_t number = 0;
+  const auto end = text.data() + text.size();
+  if (std::from_chars(text.data(), end, number).ec == std::errc::result_out_of_range)
+    return text.starts_with('-') ? Bounds::min() : Bounds::max();
+  return number;
 }
 
 }  // namespace
@@ -36,9 +44,8 @@ std::optional<BundleVersion> versionFromText(std::string_view text) {
                        leadingInteger(components[2])};
 }
 
-std::optional<BundleVersion> installedVersion() {
-  const auto path = platform::InstalledPaths::shared().translate(kBundleInfoPath);
-  const auto list = platform::PropertyLists::read(path);
+std::optional<BundleVersion> installedVersion(const platform::InstalledPaths& paths) {
+  const auto list = platform::PropertyLists::read(paths.translate(kBundleInfoPath));
   const auto* info = list ? list->as<platform::Dictionary>() : nullptr;
   const auto* text =
       info == nullptr ? nullptr : platform::valueAs<std::string>(*info, kFinderVersionKey);

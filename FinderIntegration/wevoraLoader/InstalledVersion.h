@@ -4,11 +4,11 @@
 #include <optional>
 #include <string_view>
 
+#include "FinderIntegration/wevoraLoader/InstalledBundle.h"
+#include "Platform/InstalledPaths/InstalledPaths.h"
+
 namespace wevora {
 
-/// The installed bundle's information list; a path text of the system's own.
-inline constexpr const char* kBundleInfoPath =
-    "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist";
 inline constexpr const char* kFinderVersionKey = "kFinderVersion";
 
 /// A version: three numbers, as in "1.4.12".
@@ -25,6 +25,6 @@ std::optional<BundleVersion> versionFromText(std::string_view text);
 
 /// What "kFinderVersion" says in the installed list, read anew by every call. Threads: any.
 /// None where the list, the key or one of three components is missing.
-std::optional<BundleVersion> installedVersion();
+std::optional<BundleVersion> installedVersion(const platform::InstalledPaths& paths);
 
 }  // namespace wevora

@@ -15,9 +15,10 @@ namespace {
 using platform::Dictionary;
 using platform::PropertyLists;
 
-TEST(InstalledVersionTest, ThePathAndTheKeyAreTheSystemsOwn) {
-  EXPECT_STREQ(kBundleInfoPath,
-               "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist");
+TEST(InstalledVersionTest, ThePathsAndTheKeyAreTheSystemsOwn) {
+  EXPECT_EQ(kBundlePath, "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle");
+  EXPECT_EQ(kBundleInfoPath,
+            "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist");
   EXPECT_STREQ(kFinderVersionKey, "kFinderVersion");
 }
 
@@ -37,6 +38,12 @@ TEST(InstalledVersionTest, AComponentThatDoesNotBeginWithANumberIsZero) {
   EXPECT_EQ(versionFromText("-.+.x9"), (BundleVersion{0, 0, 0}));
 }
 
+TEST(InstalledVersionTest, ABlankBeforeANumberIsNoNumber) {
+  EXPECT_EQ(versionFromText(" 1.\t2.\n3"), (BundleVersion{0, 0, 0}));
+  EXPECT_EQ(versionFromText("+-1.-+2.- 3"), (BundleVersion{0, 0, 0}));
+  EXPECT_EQ(versionFromText("1 .2x.3\t"), (BundleVersion{1, 2, 3}));
+}
+
 TEST(InstalledVersionTest, ANumberThatIsTooLargeIsTheLargest) {
   EXPECT_EQ(versionFromText("99999999999.-99999999999.99999999999999999999999"),
             (BundleVersion{2147483647, -2147483648, 2147483647}));
@@ -45,34 +52,32 @@ TEST(InstalledVersionTest, ANumberThatIsTooLargeIsTheLargest) {
 class InstalledListTest : public testing::Test {
  protected:
   InstalledListTest() {
-    const auto paths = platform::InstalledPaths::belowRoot(root.path());
-    list = paths.translate(kBundleInfoPath);
     std::filesystem::create_directories(std::filesystem::path(list).parent_path());
-    platform::InstalledPaths::setShared(paths);
   }
   void install(const Dictionary& info) {
     std::ofstream(list, std::ios::trunc) << PropertyLists::xml(info).value();
   }
 
   platform::TemporaryFolder root;
-  std::string list;
+  const platform::InstalledPaths paths = platform::InstalledPaths::belowRoot(root.path());
+  const std::string list = paths.translate(kBundleInfoPath);
 };
 
 TEST_F(InstalledListTest, TheInstalledVersionIsReadAnewByEveryCall) {
   install({{"Other", true}, {"kFinderVersion", "2.1.7"}});
-  EXPECT_EQ(installedVersion(), (BundleVersion{2, 1, 7}));
+  EXPECT_EQ(installedVersion(paths), (BundleVersion{2, 1, 7}));
   install({{"kFinderVersion", "2.1.8"}});
-  EXPECT_EQ(installedVersion(), (BundleVersion{2, 1, 8}));
+  EXPECT_EQ(installedVersion(paths), (BundleVersion{2, 1, 8}));
 }
 
 TEST_F(InstalledListTest, WithoutAListOrATextUnderTheKeyNoVersionIsInstalled) {
-  EXPECT_EQ(installedVersion(), std::nullopt);
+  EXPECT_EQ(installedVersion(paths), std::nullopt);
   install({{"Other", "2.1.7"}});
-  EXPECT_EQ(installedVersion(), std::nullopt);
+  EXPECT_EQ(installedVersion(paths), std::nullopt);
   install({{"kFinderVersion", 2.1}});
-  EXPECT_EQ(installedVersion(), std::nullopt);
+  EXPECT_EQ(installedVersion(paths), std::nullopt);
   std::ofstream(list, std::ios::trunc) << "broken";
-  EXPECT_EQ(installedVersion(), std::nullopt);
+  EXPECT_EQ(installedVersion(paths), std::nullopt);
 }
 
 }  // namespace

@@ -29,11 +29,18 @@ SharedObject openSharedObject() {
   return {descriptor, false};
 }
 
+/// Gives the record its page now: where shared memory is full, touching a mapped one would end the
+/// host. A host's signals may interrupt it.
+bool allocateRecord(int descriptor) {
+  int error = EINTR;
+  while (error == EINTR) error = ::posix_fallocate(descriptor, 0, sizeof(SharedRecord));
+  return error == 0;
+}
+
 /// Null where the object cannot be mapped. Never unmapped.
 SharedRecord* mapRecord(int descriptor) {
   [[maybe_unused]] const int ignored = ::ftruncate(descriptor, sizeof(SharedRecord));
-  // Where shared memory is full, touching a mapped page would end the host.
-  if (::posix_fallocate(descriptor, 0, sizeof(SharedRecord)) != 0) return nullptr;
+  if (!allocateRecord(descriptor)) return nullptr;
   void* mapping =
       ::mmap(nullptr, sizeof(SharedRecord), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
   return mapping == MAP_FAILED ? nullptr : static_cast<SharedRecord*>(mapping);
@@ -58,7 +65,9 @@ void setVersion(std::int32_t major, std::int32_t minor, std::int32_t patch) noex
 
 std::int32_t shouldKillFinder() noexcept {
   static SharedRecord* conf = nullptr;
-  const auto installed = platform::swallowingOr(std::optional<BundleVersion>(), &installedVersion);
+  const auto installed = platform::swallowingOr(std::optional<BundleVersion>(), [] {
+    return installedVersion(platform::InstalledPaths::shared());
+  });
   const SharedObject object = openSharedObject();
   if (object.descriptor < 0) {
     std::printf("Could not create shm object. %s\n", std::strerror(errno));

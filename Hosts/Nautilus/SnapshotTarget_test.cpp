@@ -189,12 +189,66 @@ TEST(SnapshotTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDr
   EXPECT_EQ(rows[4], "................");
 }
 
+constexpr platform::BitmapDrawing kAsItIs{.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}};
+
 TEST(SnapshotTargetTest, ABitmapThatIsDrawnAgainHasTheSameTexture) {
   Frame frame;
   const auto bitmap = plain(kRed);
-  GdkTexture* const first = frame.textures().of(bitmap);
-  EXPECT_EQ(frame.textures().of(bitmap), first);
-  EXPECT_NE(frame.textures().of(plain(kRed)), first);
+  GdkTexture* const first = frame.textures().of(bitmap, kAsItIs, 1).texture.get();
+  EXPECT_EQ(frame.textures().of(bitmap, kAsItIs, 1).texture.get(), first);
+  EXPECT_NE(frame.textures().of(plain(kRed), kAsItIs, 1).texture.get(), first);
+}
+
+TEST(SnapshotTargetTest, ABitmapHasATextureForEachWayOfDrawingIt) {
+  Frame frame;
+  const auto bitmap = upright();
+  GdkTexture* const first = frame.textures().of(bitmap, kAsItIs, 1).texture.get();
+  auto drawing = kAsItIs;
+  drawing.upsideDown = true;
+  EXPECT_NE(frame.textures().of(bitmap, drawing, 1).texture.get(), first);
+  drawing = kAsItIs;
+  drawing.destination.width = 3;
+  EXPECT_NE(frame.textures().of(bitmap, drawing, 1).texture.get(), first);
+  drawing = kAsItIs;
+  drawing.source.width = 1;
+  EXPECT_NE(frame.textures().of(bitmap, drawing, 1).texture.get(), first);
+  EXPECT_NE(frame.textures().of(bitmap, kAsItIs, 2).texture.get(), first);
+  drawing = kAsItIs;
+  drawing.destination.x = 5;
+  EXPECT_EQ(frame.textures().of(bitmap, drawing, 1).texture.get(), first) << "only elsewhere";
+}
+
+TEST(SnapshotTargetTest, ATextureHasThePixelsOfTheDisplay) {
+  Frame frame;
+  const BitmapRef large = plain(kRed, 64, 64);
+  const platform::BitmapDrawing drawing{.source = {0, 0, 64, 64}, .destination = {0, 0, 12, 10}};
+  for (const int scale : {1, 2}) {
+    const auto& piece = frame.textures().of(large, drawing, scale);
+    EXPECT_EQ(gdk_texture_get_width(piece.texture.get()), 12 * scale);
+    EXPECT_EQ(gdk_texture_get_height(piece.texture.get()), 10 * scale);
+  }
+}
+
+TEST(SnapshotTargetTest, TheClearPartOfABitmapIsLeftOutButForOnePixelAround) {
+  std::vector<std::uint32_t> pixels(std::size_t{8} * 8, 0);
+  pixels[6 * 8 + 1] = kRed;  // near the lower left corner
+  const auto bitmap = Bitmap::make(8, 8, pixels);
+  const platform::BitmapDrawing drawing{.source = {0, 0, 8, 8}, .destination = {0, 0, 8, 8}};
+  Frame frame;
+  const auto& piece = frame.textures().of(bitmap, drawing, 1);
+  EXPECT_EQ(gdk_texture_get_width(piece.texture.get()), 3);
+  EXPECT_EQ(piece.part.x, 0);
+  EXPECT_EQ(piece.part.y, 5);
+  frame.target().drawBitmap(bitmap, drawing);
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "........",
+                                           "........", "........", ".r......", "........"}));
+}
+
+TEST(SnapshotTargetTest, NothingIsDrawnOfAClearBitmap) {
+  Frame frame;
+  EXPECT_EQ(frame.textures().of(plain(0), kAsItIs, 1).texture, nullptr);
+  frame.target().drawBitmap(plain(0), kAsItIs);
+  EXPECT_EQ(letters(frame.pixels())[0], "........");
 }
 
 TEST(SnapshotTargetTest, MoreBitmapsThanAreKeptAreAllDrawn) {

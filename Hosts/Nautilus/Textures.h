@@ -1,28 +1,43 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <gdk/gdk.h>
-#include <unordered_map>
+#include <map>
+#include <tuple>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
 #include "Platform/Graphics/Bitmap.h"
+#include "Platform/Graphics/DrawingTarget.h"
 
 namespace wevora::nautilus {
 
-/// The textures of the bitmaps that were drawn: a bitmap goes to the display once, not with each
+/// What a host draws of a bitmap: ready for the display's pixels, and without the clear part around
+/// it, so that a frame has the least to copy and nothing to scale.
+/// Threads: a value. Owns: its texture. Errors: without a texture where nothing is to be seen.
+struct Piece {
+  GObjectPtr<GdkTexture> texture;
+  platform::Rect part;  ///< where it lies in the drawing's destination, points
+};
+
+/// The pieces of the bitmaps that were drawn: a bitmap goes to the display once, not with each
 /// frame.
-/// Threads: the main thread. Owns: its textures, which share their bitmaps' pixels.
+/// Threads: the main thread. Owns: its pieces.
 /// Errors: none.
 class Textures {
  public:
   /// More than the badges have; when they are full, all are made anew.
   static constexpr std::size_t kKept = 128;
 
-  GdkTexture* of(const platform::BitmapRef& bitmap);
+  /// For a target whose y grows downwards; good until the next is asked for.
+  const Piece& of(const platform::BitmapRef& bitmap, const platform::BitmapDrawing& drawing,
+                  double deviceScale);
 
  private:
-  std::unordered_map<std::uint64_t, GObjectPtr<GdkTexture>> textures_;
+  /// The bitmap, its source, the size that it is drawn in and at which scale, upside down or not.
+  using Key = std::tuple<std::uint64_t, std::array<double, 7>, bool>;
+  std::map<Key, Piece> pieces_;
 };
 
 /// A texture that nobody keeps.

@@ -7,6 +7,7 @@
 
 #include <glib.h>
 
+#include "Platform/Files/ItemFacts.h"
 #include "Platform/Support/Descriptor.h"
 
 namespace wevora::platform {
@@ -21,8 +22,10 @@ struct ChecksumFree {
 }  // namespace
 
 std::optional<std::string> md5OfFile(const std::string& path, const ByteProgress& progress) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) return std::nullopt;
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  // Others have no end, or one that comes when somebody else likes.
+  const auto facts = file ? factsOf(file.get()) : std::nullopt;
+  if (!facts || !S_ISREG(facts->st_mode)) return std::nullopt;
   const std::unique_ptr<GChecksum, ChecksumFree> digest(g_checksum_new(G_CHECKSUM_MD5));
   std::array<unsigned char, kChunkSize> chunk;
   for (;;) {

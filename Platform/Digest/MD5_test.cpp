@@ -1,6 +1,7 @@
 #include "Platform/Digest/MD5.h"
 
 #include <fstream>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -22,6 +23,9 @@ TEST(MD5OfFile, IsNoneForWhatCannotBeOpenedOrRead) {
   const TemporaryFolder folder;
   EXPECT_EQ(md5OfFile(folder.path("missing")), std::nullopt);
   EXPECT_EQ(md5OfFile(folder.path()), std::nullopt);  // a folder opens, but is not read
+  ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(md5OfFile(folder.path("pipe")), std::nullopt);  // and is not waited for
+  EXPECT_EQ(md5OfFile("/dev/zero"), std::nullopt);
 }
 
 }  // namespace

@@ -4,10 +4,9 @@
 #include <string>
 #include <utility>
 
-#include <glib.h>
-
 #include "Platform/Dispatch/PriorityOperationQueue.h"
 #include "Platform/Dispatch/WorkerPool.h"
+#include "Platform/GLib/MainLoopShare.h"
 #include "Platform/Support/Guard.h"
 #include "Platform/Support/Mutex.h"
 
@@ -96,29 +95,18 @@ class SerialQueue : public Queue, public std::enable_shared_from_this<SerialQueu
 
 }  // namespace
 
-/// One GSource for the life of the queue; posting only sets its time, which GLib allows from any
-/// thread.
 class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_this<MainQueue> {
  public:
-  explicit MainQueue(std::shared_ptr<WorkerPool> pool) : pool_(std::move(pool)) {
-    static GSourceFuncs functions = {nullptr, nullptr, &MainQueue::dispatch,
-                                     nullptr, nullptr, nullptr};
-    source_ = g_source_new(&functions, sizeof(Source));
-    reinterpret_cast<Source*>(source_)->queue = this;
-    g_source_set_name(source_, "wevora main queue");
-    g_source_attach(source_, nullptr);
-  }
-  ~MainQueue() override {
-    g_source_destroy(source_);
-    g_source_unref(source_);
-  }
-  MainQueue(const MainQueue&) = delete;
-  MainQueue& operator=(const MainQueue&) = delete;
+  explicit MainQueue(std::shared_ptr<WorkerPool> pool)
+      : pool_(std::move(pool)),
+        lane_(nullptr, MainLoopShare::Order::blocks, [this] { return runNext(); }) {}
 
   void async(Block block) override {
-    const MutexLock lock(mutex_);
-    blocks_.push_back(std::move(block));
-    if (blocks_.size() == 1) g_source_set_ready_time(source_, 0);
+    {
+      const MutexLock lock(mutex_);
+      blocks_.push_back(std::move(block));
+    }
+    lane_.ready();
   }
 
   std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block block) override {
@@ -126,44 +114,24 @@ class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_thi
   }
 
  private:
-  struct Source {
-    GSource source;
-    MainQueue* queue;
-  };
-
-  /// Blocks that run before the host's other sources get their turn again.
-  static constexpr int kBlocksPerTurn = 64;
-
-  static gboolean dispatch(GSource* source, GSourceFunc, gpointer) noexcept {
-    reinterpret_cast<Source*>(source)->queue->runSome();
-    return G_SOURCE_CONTINUE;
-  }
-
-  void runSome() noexcept {
-    const auto alive = shared_from_this();
-    for (int i = 0; i < kBlocksPerTurn; ++i) {
-      Block block = next();
-      if (!block) return;
-      swallowing(block);
+  bool runNext() {
+    const auto alive = shared_from_this();  // the block may end the dispatch
+    Block block;
+    {
+      const MutexLock lock(mutex_);
+      if (blocks_.empty()) return false;
+      block = std::move(blocks_.front());
+      blocks_.pop_front();
     }
-  }
-
-  Block next() {
+    if (block) swallowing(block);
     const MutexLock lock(mutex_);
-    if (blocks_.empty()) {
-      g_source_set_ready_time(source_, -1);
-      return nullptr;
-    }
-    Block block = std::move(blocks_.front());
-    blocks_.pop_front();
-    // An empty block would read as "none left"; it has nothing to do anyway.
-    return block ? std::move(block) : Block([] {});
+    return !blocks_.empty();
   }
 
   const std::shared_ptr<WorkerPool> pool_;
-  GSource* source_ = nullptr;
   Mutex mutex_;
   std::deque<Block> blocks_ GUARDED_BY(mutex_);
+  MainLoopShare::Lane lane_;
 };
 
 GLibDispatch::GLibDispatch()

@@ -17,10 +17,10 @@ inline constexpr const char* kDistributedNotificationPath =
 /// its match rule, so that the bus itself keeps other objects' notifications away.
 ///
 /// The road to the bus is this object's own, taken at first use, and waited for two seconds at
-/// most: the process goes on when the bus goes away.
-/// Threads: the main thread. Owns: the connection to the bus.
-/// Errors: none; without a bus observing does nothing, and posting answers false, as it does for
-///   what the bus cannot carry.
+/// most, once: the process goes on when the bus goes away, and observers hear again when it is
+/// back. Threads: the main thread. Owns: the connection to the bus. Errors: none; without a bus
+/// nothing is heard, and posting answers false, as it does for what the
+///   bus cannot carry. What the bus cannot carry has no observation.
 class BusNotificationCenter : public DistributedNotificationCenter {
  public:
   BusNotificationCenter();
@@ -37,10 +37,9 @@ class BusNotificationCenter : public DistributedNotificationCenter {
   bool flush();
 
  private:
-  struct Bus;
-  const std::shared_ptr<Bus>& bus();
-  std::shared_ptr<Bus> bus_;
-  bool asked_ = false;
+  struct State;
+  class BusObservation;
+  const std::shared_ptr<State> state_;
 };
 
 }  // namespace wevora::platform

@@ -1,49 +1,35 @@
 #pragma once
 
-#include <deque>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "Platform/DistributedNotifications/DistributedNotificationCenter.h"
+#include "Platform/DistributedNotifications/WaitingNotifications.h"
+#include "Platform/GLib/MainLoopShare.h"
 #include "Platform/Variants/Variants.h"
 
 namespace wevora::platform {
 
-/// Notifications that have come and wait for their observers, a few for each turn of the main
-/// loop: a burst of them does not keep the host's other work waiting.
-/// Threads: the one that made it, from whose main context observers are called.
-/// Owns: what waits, and a source of the main context; observers are not owned, and one that is
-///   gone hears nothing.
-/// Errors: none; what an observer throws ends there.
+/// Notifications that have come and wait to be told, a few for each turn of the main loop: a burst
+/// of them does not keep the host's other work waiting.
+/// Threads: made and destroyed on one, from whose main context they are told; added from any.
+/// Owns: what waits; it goes untold when the deliveries end.
+/// Errors: none; what is thrown where they are told ends there.
 class Deliveries {
  public:
-  using Handler = DistributedNotificationCenter::Handler;
+  using Tell = std::function<void(const DistributedNotification&)>;
 
-  Deliveries();
-  ~Deliveries();
-  Deliveries(const Deliveries&) = delete;
-  Deliveries& operator=(const Deliveries&) = delete;
+  explicit Deliveries(Tell tell, WaitingNotifications::Limits limits = {});
 
-  void add(std::weak_ptr<Handler> observer, std::string name, VariantPtr arguments);
+  void add(std::string name, VariantPtr arguments);
 
  private:
-  struct Delivery {
-    std::weak_ptr<Handler> observer;
-    std::string name;
-    VariantPtr arguments;
-  };
-  struct Source;
-
-  static gboolean dispatch(GSource* source, GSourceFunc function, gpointer data) noexcept;
-  /// Whether more waits.
-  static bool deliverSome(std::deque<Delivery>& waiting);
-
-  /// Shared with the call that is under way: an observer may end what it is called from.
-  std::shared_ptr<std::deque<Delivery>> waiting_ = std::make_shared<std::deque<Delivery>>();
-  GSource* source_;
+  std::shared_ptr<WaitingNotifications> waiting_;
+  MainLoopShare::Lane lane_;
 };
 
-/// What a signal's arguments say: an object and a userInfo. One that is missing or of another type
-/// is none or empty, as any other absent value.
+/// A notification from a signal's arguments: what is missing or of another type is absent.
 DistributedNotification notificationOf(std::string name, GVariant* arguments);
 
 }  // namespace wevora::platform

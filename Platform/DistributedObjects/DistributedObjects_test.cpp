@@ -1,15 +1,27 @@
-#include <cstring>
+#include <array>
+#include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <poll.h>
+#include <stdexcept>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "Platform/DistributedObjects/InterfaceDescription.h"
+#include "Platform/DistributedObjects/NameLock.h"
 #include "Platform/DistributedObjects/PublishedService.h"
 #include "Platform/DistributedObjects/SocketConnections.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Support/UnixAddress.h"
+#include "Platform/Time/VirtualClock.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 
 namespace wevora::platform {
@@ -43,13 +55,26 @@ std::optional<Array> greet(const std::string& method, const Array& arguments) {
 /// A socket that listens, with nobody behind who speaks.
 Descriptor muteSocket(const std::string& path) {
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.data(), path.size());
-  EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const auto address = UnixAddress::of(path);
+  EXPECT_EQ(::bind(socket.get(), address->get(), UnixAddress::size()), 0);
   EXPECT_EQ(::listen(socket.get(), 4), 0);
   return socket;
 }
+
+/// Counts what it costs to reach somebody; the other side's user can be another.
+struct CountingCalls : SocketCalls {
+  int connects = 0;
+  uid_t moreThanUser = 0;
+  int connect(int socket, const UnixAddress& address) override {
+    ++connects;
+    return SocketCalls::connect(socket, address);
+  }
+  std::optional<ucred> peerOf(int socket) override {
+    auto peer = SocketCalls::peerOf(socket);
+    if (peer) peer->uid += moreThanUser;
+    return peer;
+  }
+};
 
 class DistributedObjectsTest : public testing::Test {
  protected:
@@ -75,7 +100,7 @@ class DistributedObjectsTest : public testing::Test {
   ServiceThread thread;
   std::unique_ptr<PublishedService> service;
   LocalNotificationCenter center;
-  SocketConnections objects{center, folder.path(), std::chrono::milliseconds(300)};
+  SocketConnections objects{center, folder.path(), std::chrono::seconds(1)};
 };
 
 TEST_F(DistributedObjectsTest, AServiceIsASocketOfItsNameForItsUserOnly) {
@@ -148,6 +173,58 @@ TEST_F(DistributedObjectsTest, AStaleSocketIsNoPortAndIsTakenOver) {
   EXPECT_TRUE(objects.portForName("service"));
 }
 
+TEST_F(DistributedObjectsTest, AListenerThatHasNoTimeKeepsItsName) {
+  const Descriptor busy = muteSocket(folder.path("service"));
+  std::vector<Descriptor> waiting;
+  SocketCalls calls;
+  int error = 0;
+  while (error == 0) {
+    auto reached = reachOwnSocket(folder.path("service"), calls);
+    error = reached.error;
+    waiting.push_back(std::move(reached.socket));
+  }
+  ASSERT_EQ(error, EAGAIN);
+  EXPECT_FALSE(publish());
+  waiting.clear();
+  EXPECT_FALSE(publish());
+}
+
+TEST_F(DistributedObjectsTest, WhatIsNoSocketIsNotTakenOver) {
+  std::ofstream(folder.path("service")) << "x";
+  EXPECT_FALSE(publish());
+  EXPECT_EQ(std::filesystem::file_size(folder.path("service")), 1U);
+}
+
+TEST_F(DistributedObjectsTest, ANameThatAnotherIsJustTakingIsNotTaken) {
+  { const Descriptor gone = muteSocket(folder.path("service")); }
+  {
+    const NameLock other(folder.path("service"));
+    ASSERT_TRUE(other);
+    EXPECT_FALSE(publish());
+  }
+  EXPECT_TRUE(publish());
+  EXPECT_FALSE(std::filesystem::exists(folder.path("service.lock")));
+}
+
+TEST_F(DistributedObjectsTest, OfTwoThatStartAtOnceExactlyOneHasTheName) {
+  ServiceThread secondThread;
+  for (int round = 0; round < 50; ++round) {
+    end();
+    { const Descriptor gone = muteSocket(folder.path("service")); }
+    std::unique_ptr<PublishedService> second;
+    std::thread other([&] {
+      secondThread.perform(
+          [&] { second = PublishedService::publish("service", kGreeting, greet, folder.path()); });
+    });
+    const bool first = publish();
+    other.join();
+    EXPECT_NE(first, second != nullptr) << round;
+    EXPECT_TRUE(connect()) << round;
+    secondThread.perform([&] { second.reset(); });
+    std::filesystem::remove(folder.path("service"));
+  }
+}
+
 TEST_F(DistributedObjectsTest, ANameThatIsServedIsNotTakenOver) {
   ASSERT_TRUE(publish());
   bool second = true;
@@ -196,10 +273,122 @@ TEST_F(DistributedObjectsTest, AnotherUsersSocketIsNoPort) {
   EXPECT_FALSE(connectToOwnSocket(folder.path("service"), ::getuid() + 1));
 }
 
+TEST_F(DistributedObjectsTest, OurOwnSocketOnWhichAnotherUserListensIsNoPort) {
+  ASSERT_TRUE(publish());
+  const auto calls = std::make_shared<CountingCalls>();
+  SocketConnections asked(center, folder.path(), std::chrono::seconds(1),
+                          std::make_shared<SystemClock>(), calls);
+  EXPECT_TRUE(asked.portForName("service"));
+  calls->moreThanUser = 1;
+  EXPECT_FALSE(asked.portForName("service"));
+  EXPECT_EQ(calls->connects, 2);  // nothing but who listens is in the way
+  EXPECT_EQ(reachOwnSocket(folder.path("service"), *calls).error, EACCES);
+}
+
+TEST_F(DistributedObjectsTest, AnAbsentNameCostsNoConnectAndAStaleSocketOne) {
+  const auto calls = std::make_shared<CountingCalls>();
+  SocketConnections asked(center, folder.path(), std::chrono::seconds(1),
+                          std::make_shared<SystemClock>(), calls);
+  EXPECT_FALSE(asked.portForName("absent"));
+  EXPECT_EQ(calls->connects, 0);
+  { const Descriptor gone = muteSocket(folder.path("stale")); }
+  EXPECT_FALSE(asked.portForName("stale"));
+  EXPECT_EQ(calls->connects, 1);
+  ASSERT_TRUE(publish());
+  EXPECT_TRUE(asked.connectionWithSendPort(asked.portForName("service")));
+  EXPECT_EQ(calls->connects, 2);
+}
+
+TEST_F(DistributedObjectsTest, APeerThatNeverSaysWhoItIsIsSentAway) {
+  thread.perform([&] {
+    service = PublishedService::publish("service", {{kGreeting, greet}}, folder.path(),
+                                        std::chrono::milliseconds(50));
+  });
+  const auto connection = connect();
+  ASSERT_TRUE(connection);
+  const Descriptor mute = connectToOwnSocket(folder.path("service"));
+  ASSERT_TRUE(mute);
+  pollfd hungUp{mute.get(), POLLIN, 0};
+  ASSERT_EQ(::poll(&hungUp, 1, 10000), 1);
+  char byte = 0;
+  EXPECT_EQ(::recv(mute.get(), &byte, 1, 0), 0);
+  EXPECT_TRUE(connection->rootProxy()->call(kGreeting, "count", {}));
+}
+
+TEST_F(DistributedObjectsTest, AServiceMayEndWhileAPeerHasNotSaidWhoItIs) {
+  ASSERT_TRUE(publish());
+  const Descriptor mute = connectToOwnSocket(folder.path("service"));
+  ASSERT_TRUE(connect());  // the one before it has been received
+  end();
+  pollfd hungUp{mute.get(), POLLIN, 0};
+  EXPECT_EQ(::poll(&hungUp, 1, 10000), 1);
+}
+
+TEST_F(DistributedObjectsTest, WaitsForOnePeerAddUp) {
+  const auto clock = std::make_shared<VirtualClock>();
+  thread.perform([&] {
+    service = PublishedService::publish(
+        "service", kGreeting,
+        [&](const std::string& method, const Array& arguments) {
+          clock->advance(std::chrono::milliseconds(1900));
+          return greet(method, arguments);
+        },
+        folder.path());
+  });
+  SocketConnections asked(center, folder.path(), std::chrono::seconds(2), clock);
+  const auto connection = asked.connectionWithSendPort(asked.portForName("service"));
+  ASSERT_TRUE(connection);
+  const auto root = connection->rootProxy();
+  bool dead = false;
+  const auto observation = center.observe(
+      kNSConnectionDidDieNotification, [&](const Notification&) { dead = true; }, connection.get());
+  EXPECT_TRUE(root->call(kGreeting, "count", {}));
+  EXPECT_FALSE(root->call(kGreeting, "count", {}));
+  EXPECT_TRUE(runMainLoopUntil([&] { return dead; }));
+  const auto before = clock->uptime();
+  EXPECT_FALSE(root->call(kGreeting, "count", {}));
+  EXPECT_EQ(clock->uptime(), before);  // it was not even asked
+}
+
+TEST_F(DistributedObjectsTest, AProcessThatLeftACallUnansweredHasNoPortUntilItAnswers) {
+  ASSERT_TRUE(publish());
+  const auto connection = connect();
+  ASSERT_TRUE(connection);
+  thread.perform([&] {  // nobody answers meanwhile
+    EXPECT_FALSE(connection->rootProxy()->call(kGreeting, "count", {}));
+    EXPECT_FALSE(objects.portForName("service"));
+  });
+  std::shared_ptr<Connection> anew;
+  ASSERT_TRUE(runMainLoopUntil([&] {
+    g_main_context_wakeup(nullptr);
+    return (anew = connect()) != nullptr;
+  }));
+  EXPECT_TRUE(anew->rootProxy()->call(kGreeting, "count", {}));
+}
+
 TEST_F(DistributedObjectsTest, APeerThatAcceptsAndNeverSpeaksIsNoConnection) {
   const Descriptor mute = muteSocket(folder.path("service"));
   EXPECT_TRUE(objects.portForName("service"));
   EXPECT_FALSE(connect());
+}
+
+TEST_F(DistributedObjectsTest, TheSocketOfAPeerThatRejectsUsIsClosed) {
+  const Descriptor listener = muteSocket(folder.path("service"));
+  bool hungUp = false;
+  std::thread rejecting([&] {
+    const Descriptor peer(::accept(listener.get(), nullptr, nullptr));
+    const std::string_view twice = "REJECTED EXTERNAL\r\nREJECTED EXTERNAL\r\n";
+    const timeval most{10, 0};
+    ::setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &most, sizeof most);
+    if (::send(peer.get(), twice.data(), twice.size(), MSG_NOSIGNAL) < 0) return;
+    std::array<char, 256> heard{};
+    ssize_t got = 1;
+    while (got > 0) got = ::recv(peer.get(), heard.data(), heard.size(), 0);
+    hungUp = got == 0 || errno == ECONNRESET;
+  });
+  EXPECT_FALSE(connect());
+  rejecting.join();
+  EXPECT_TRUE(hungUp);
 }
 
 TEST_F(DistributedObjectsTest, APortServesOneConnection) {
@@ -260,6 +449,67 @@ TEST_F(DistributedObjectsTest, AConnectionThatIsLetGoTellsNothingMore) {
     return peers == 0;
   }));
   EXPECT_EQ(deaths, 0);
+}
+
+TEST(DescriptionTest, AProtocolsTextIsParsedOnce) {
+  const auto first = descriptionOf(kGreeting);
+  EXPECT_EQ(descriptionOf(WireProtocol(kGreeting)), first);
+  EXPECT_NE(descriptionOf(kLarger), first);
+  EXPECT_NE(first->method("greet_"), nullptr);
+}
+
+/// A process of another user's that listens on a socket which it has made over to us; where we may
+/// not become another user, one of our own.
+class OtherUser {
+ public:
+  explicit OtherUser(const std::string& path) {
+    std::array<int, 2> pipe{};
+    if (::pipe(pipe.data()) != 0) throw std::runtime_error("no pipe");
+    const Descriptor told(pipe[0]);
+    Descriptor telling(pipe[1]);
+    pid_ = ::fork();
+    if (pid_ == 0) listen(path, telling.get());
+    telling = Descriptor();
+    char byte = 0;
+    listens_ = ::read(told.get(), &byte, 1) == 1 && ::chown(path.c_str(), ::getuid(), kSame) == 0;
+  }
+  ~OtherUser() {
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, nullptr, 0);
+  }
+  OtherUser(const OtherUser&) = delete;
+  OtherUser& operator=(const OtherUser&) = delete;
+  bool listens() const { return listens_; }
+
+ private:
+  static constexpr gid_t kSame = static_cast<gid_t>(-1);
+  [[noreturn]] static void listen(const std::string& path, int telling) {
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    const auto address = UnixAddress::of(path);
+    if ((::getuid() != 0 || ::setuid(65534) == 0) &&
+        ::bind(socket, address->get(), UnixAddress::size()) == 0 && ::listen(socket, 4) == 0 &&
+        ::write(telling, "x", 1) == 1)
+      while (true) ::pause();
+    ::_exit(1);
+  }
+  pid_t pid_ = 0;
+  bool listens_ = false;
+};
+
+TEST(ServiceNamesTest, WhoListensIsAskedOfTheSystem) {
+  const TemporaryFolder folder;
+  std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
+  const auto path = folder.path("service");
+  const OtherUser other(path);
+  ASSERT_TRUE(other.listens());
+  CountingCalls calls;
+  const auto reached = reachOwnSocket(path, calls);
+  EXPECT_EQ(calls.connects, 1);
+  EXPECT_EQ(static_cast<bool>(reached.socket), ::getuid() != 0);
+  EXPECT_EQ(reached.error, ::getuid() != 0 ? 0 : EACCES);
+  // As the other user's own service it would be one.
+  calls.moreThanUser = ::getuid() != 0 ? 0 : static_cast<uid_t>(-65534);
+  EXPECT_TRUE(reachOwnSocket(path, calls).socket);
 }
 
 }  // namespace

@@ -1,10 +1,36 @@
 #include "Platform/DistributedObjects/InterfaceDescription.h"
 
+#include <map>
+#include <utility>
 #include <vector>
 
+#include "Platform/Support/Guard.h"
+#include "Platform/Support/Mutex.h"
 #include "Platform/Variants/Variants.h"
 
 namespace wevora::platform {
+namespace {
+
+/// What was parsed so far: the few protocols that a process speaks.
+/// Threads: any. Owns: the descriptions. Errors: as InterfaceDescription.
+class Descriptions {
+ public:
+  std::shared_ptr<const InterfaceDescription> of(const WireProtocol& protocol) {
+    const MutexLock lock(mutex_);
+    auto& known = parsed_[{protocol.interfaceName, protocol.introspectionXml}];
+    if (!known)
+      known = std::make_shared<const InterfaceDescription>(protocol.introspectionXml,
+                                                           protocol.interfaceName);
+    return known;
+  }
+
+ private:
+  using Key = std::pair<std::string, std::string>;
+  Mutex mutex_;
+  std::map<Key, std::shared_ptr<const InterfaceDescription>> parsed_ GUARDED_BY(mutex_);
+};
+
+}  // namespace
 
 InterfaceDescription::InterfaceDescription(std::string_view introspectionXml,
                                            const std::string& interfaceName)
@@ -26,6 +52,11 @@ bool InterfaceDescription::isContainedIn(const InterfaceDescription& other) cons
       return false;
   }
   return true;
+}
+
+std::shared_ptr<const InterfaceDescription> descriptionOf(const WireProtocol& protocol) {
+  static NeverDestroyed<Descriptions> descriptions;
+  return descriptions->of(protocol);
 }
 
 std::string tupleSignature(GDBusArgInfo* const* arguments) {

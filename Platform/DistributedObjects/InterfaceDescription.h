@@ -31,6 +31,9 @@ class InterfaceDescription {
   GDBusInterfaceInfo* interface_ = nullptr;
 };
 
+/// A protocol's description; its text is parsed once in a process. Any thread.
+std::shared_ptr<const InterfaceDescription> descriptionOf(const WireProtocol& protocol);
+
 /// The types of arguments, as one tuple: "(sb)".
 std::string tupleSignature(GDBusArgInfo* const* arguments);
 

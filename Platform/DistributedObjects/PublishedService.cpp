@@ -1,19 +1,21 @@
 #include "Platform/DistributedObjects/PublishedService.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
 #include <gio/gio.h>
 
-#include "Platform/DistributedObjects/Deadline.h"
 #include "Platform/DistributedObjects/InterfaceDescription.h"
+#include "Platform/DistributedObjects/NameLock.h"
+#include "Platform/GLib/GPtr.h"
+#include "Platform/GLib/Timer.h"
 #include "Platform/Support/Guard.h"
 #include "Platform/Variants/Variants.h"
 
@@ -41,18 +43,23 @@ void greeted(GDBusConnection* /*peer*/, const gchar* /*sender*/, const gchar* /*
 Descriptor listeningSocket(const std::string& path) {
   const std::string made = path + "." + std::to_string(::getpid());
   Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (!listener || made.size() >= sizeof address.sun_path) return {};
-  std::memcpy(address.sun_path, made.data(), made.size());
+  const auto address = UnixAddress::of(made);
+  if (!listener || !address) return {};
   ::unlink(made.c_str());
-  const bool named =
-      ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-      ::chmod(made.c_str(), S_IRUSR | S_IWUSR) == 0 && ::listen(listener.get(), kBacklog) == 0 &&
-      std::rename(made.c_str(), path.c_str()) == 0;
+  const bool named = ::bind(listener.get(), address->get(), UnixAddress::size()) == 0 &&
+                     ::chmod(made.c_str(), S_IRUSR | S_IWUSR) == 0 &&
+                     ::listen(listener.get(), kBacklog) == 0 &&
+                     std::rename(made.c_str(), path.c_str()) == 0;
   if (named) return listener;
   ::unlink(made.c_str());
   return {};
+}
+
+/// A listener that has no time to accept us has the name as well as one that does.
+bool isFree(const std::string& path) {
+  SocketCalls calls;
+  const int error = reachOwnSocket(path, calls).error;
+  return error == ENOENT || error == ECONNREFUSED;
 }
 
 /// What tells a file from another that took its name.
@@ -71,13 +78,24 @@ struct PublishedService::State {
     Handler handler;
   };
 
-  explicit State(std::vector<Offer> offers) : cancellable(g_cancellable_new()) {
+  /// A peer that has not said yet who it is.
+  struct Newcomer {
+    Newcomer(State& of, std::chrono::milliseconds allowed)
+        : state(of),
+          cancellable(g_cancellable_new()),
+          timer(allowed, [this] { g_cancellable_cancel(cancellable.get()); }) {}
+    State& state;
+    GPtr<GCancellable> cancellable;
+    Timer timer;
+  };
+
+  State(std::vector<Offer> offers, std::chrono::milliseconds allowed) : patience(allowed) {
     for (auto& [protocol, handler] : offers)
       interfaces.push_back(
           {{protocol.introspectionXml, protocol.interfaceName}, std::move(handler)});
   }
   ~State() {
-    g_cancellable_cancel(cancellable.get());
+    for (const auto& newcomer : newcomers) g_cancellable_cancel(newcomer->cancellable.get());
     if (service) {
       g_signal_handlers_disconnect_by_data(service.get(), this);
       g_socket_service_stop(service.get());
@@ -97,7 +115,8 @@ struct PublishedService::State {
   }
 
   bool listen(const std::string& at) {
-    if (connectToOwnSocket(at)) return false;  // somebody is there
+    const NameLock lock(at);
+    if (!lock || !isFree(at)) return false;
     Descriptor listener = listeningSocket(at);
     if (!listener) return false;
     path = at;
@@ -113,28 +132,32 @@ struct PublishedService::State {
 
   static gboolean incoming(GSocketService* /*service*/, GSocketConnection* stream,
                            GObject* /*source*/, gpointer self) noexcept {
-    const auto* state = static_cast<State*>(self);
-    gchar* guid = g_dbus_generate_guid();
-    const auto flags =
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_SERVER |
-                                          G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_REQUIRE_SAME_USER |
-                                          G_DBUS_CONNECTION_FLAGS_DELAY_MESSAGE_PROCESSING);
-    g_dbus_connection_new(G_IO_STREAM(stream), guid, flags, nullptr, state->cancellable.get(),
-                          &State::authenticated, self);
-    g_free(guid);
+    swallowing([&] { static_cast<State*>(self)->receive(G_IO_STREAM(stream)); });
     return TRUE;
   }
 
-  static void authenticated(GObject* /*source*/, GAsyncResult* result, gpointer self) noexcept {
-    GError* failed = nullptr;
-    GPtr<GDBusConnection> peer(g_dbus_connection_new_finish(result, &failed));
-    if (failed != nullptr) {
-      // Where the service is gone, so is the state.
-      g_error_free(failed);
-      return;
-    }
-    if (g_dbus_connection_is_closed(peer.get()) != FALSE) return;
-    swallowing([&] { static_cast<State*>(self)->welcome(std::move(peer)); });
+  void receive(GIOStream* stream) {
+    static constexpr auto kFlags =
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_SERVER |
+                                          G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_REQUIRE_SAME_USER |
+                                          G_DBUS_CONNECTION_FLAGS_DELAY_MESSAGE_PROCESSING);
+    newcomers.push_back(std::make_shared<Newcomer>(*this, patience));
+    auto newcomer = std::make_unique<std::weak_ptr<Newcomer>>(newcomers.back());
+    const std::unique_ptr<gchar, decltype(&g_free)> guid(g_dbus_generate_guid(), &g_free);
+    g_dbus_connection_new(stream, guid.get(), kFlags, nullptr, newcomers.back()->cancellable.get(),
+                          &State::authenticated, newcomer.release());
+  }
+
+  static void authenticated(GObject* /*source*/, GAsyncResult* result, gpointer weak) noexcept {
+    const std::unique_ptr<std::weak_ptr<Newcomer>> held(
+        static_cast<std::weak_ptr<Newcomer>*>(weak));
+    GPtr<GDBusConnection> peer(g_dbus_connection_new_finish(result, nullptr));
+    const auto newcomer = held->lock();
+    if (!newcomer) return;  // the service is gone, and the state with it
+    auto& state = newcomer->state;
+    std::erase(state.newcomers, newcomer);
+    if (!peer || g_dbus_connection_is_closed(peer.get()) != FALSE) return;
+    swallowing([&] { state.welcome(std::move(peer)); });
   }
 
   void welcome(GPtr<GDBusConnection> peer) {
@@ -202,18 +225,20 @@ struct PublishedService::State {
 
   const InterfaceDescription bus{kBusXml, "org.freedesktop.DBus"};
   std::vector<Interface> interfaces;
-  GPtr<GCancellable> cancellable;
+  const std::chrono::milliseconds patience;
   std::string path;
   std::pair<dev_t, ino_t> identity;
   GPtr<GSocketService> service;
+  std::vector<std::shared_ptr<Newcomer>> newcomers;
   std::map<GDBusConnection*, std::vector<guint>> peers;  // with a reference; what is registered
 };
 
 std::unique_ptr<PublishedService> PublishedService::publish(const std::string& name,
                                                             std::vector<Offer> offers,
-                                                            const std::string& folder) {
+                                                            const std::string& folder,
+                                                            std::chrono::milliseconds patience) {
   const auto path = socketPath(folder, name);
-  auto state = std::make_unique<State>(std::move(offers));
+  auto state = std::make_unique<State>(std::move(offers), patience);
   if (!path || !state->isComplete() || !state->listen(*path)) return nullptr;
   return std::unique_ptr<PublishedService>(new PublishedService(std::move(state)));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -29,10 +30,12 @@ class PublishedService {
   };
 
   /// Takes over what a service that ended without cleaning up has left. Null where a running
-  /// service has the name, or where the socket cannot be made.
-  static std::unique_ptr<PublishedService> publish(const std::string& name,
-                                                   std::vector<Offer> offers,
-                                                   const std::string& folder = userRuntimeFolder());
+  /// service has the name or one is just taking it, or where the socket cannot be made. A peer that
+  /// has not said within `patience` who it is, is sent away.
+  static std::unique_ptr<PublishedService> publish(
+      const std::string& name, std::vector<Offer> offers,
+      const std::string& folder = userRuntimeFolder(),
+      std::chrono::milliseconds patience = std::chrono::seconds(2));
   static std::unique_ptr<PublishedService> publish(const std::string& name,
                                                    const WireProtocol& protocol, Handler handler,
                                                    const std::string& folder = userRuntimeFolder());

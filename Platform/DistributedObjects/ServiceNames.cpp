@@ -1,10 +1,7 @@
 #include "Platform/DistributedObjects/ServiceNames.h"
 
-#include <cstring>
-#include <sys/socket.h>
+#include <cerrno>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <utility>
 
 #include <glib.h>
@@ -12,15 +9,11 @@
 namespace wevora::platform {
 namespace {
 
-bool isSocketOf(uid_t user, const std::string& path) {
+/// 0 for a socket of the user's.
+int errorOf(const std::string& path, uid_t user) {
   struct stat facts {};
-  return ::lstat(path.c_str(), &facts) == 0 && S_ISSOCK(facts.st_mode) && facts.st_uid == user;
-}
-
-bool peerIs(uid_t user, int descriptor) {
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  return ::getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == user;
+  if (::lstat(path.c_str(), &facts) != 0) return errno;
+  return S_ISSOCK(facts.st_mode) && facts.st_uid == user ? 0 : EACCES;
 }
 
 }  // namespace
@@ -34,34 +27,36 @@ std::optional<std::string> socketPath(const std::string& folder, const std::stri
       name.find('\0') != std::string::npos)
     return std::nullopt;
   std::string path = folder + "/" + name;
-  if (path.size() >= sizeof(sockaddr_un::sun_path)) return std::nullopt;
-  return path;
+  return UnixAddress::of(path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
-Descriptor::~Descriptor() {
-  if (number_ >= 0) ::close(number_);
+int SocketCalls::connect(int socket, const UnixAddress& address) {
+  return ::connect(socket, address.get(), UnixAddress::size()) == 0 ? 0 : errno;
 }
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  Descriptor old(std::exchange(number_, other.release()));
-  return *this;
+std::optional<ucred> SocketCalls::peerOf(int socket) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
+  return peer;
 }
 
-int Descriptor::release() noexcept {
-  return std::exchange(number_, -1);
+ReachedSocket reachOwnSocket(const std::string& path, SocketCalls& calls, uid_t user) {
+  if (const int error = errorOf(path, user)) return {{}, error, 0};
+  const auto address = UnixAddress::of(path);
+  if (!address) return {{}, ENAMETOOLONG, 0};
+  // Not blocking: a listener whose queue is full refuses instead of making us wait.
+  Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!socket) return {{}, errno, 0};
+  if (const int error = calls.connect(socket.get(), *address)) return {{}, error, 0};
+  const auto peer = calls.peerOf(socket.get());
+  if (!peer || peer->uid != user) return {{}, EACCES, 0};
+  return {std::move(socket), 0, peer->pid};
 }
 
 Descriptor connectToOwnSocket(const std::string& path, uid_t user) {
-  if (!isSocketOf(user, path)) return {};
-  // Not blocking: a listener whose queue is full refuses instead of making us wait.
-  Descriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (!descriptor || path.size() >= sizeof address.sun_path) return {};
-  std::memcpy(address.sun_path, path.data(), path.size());
-  if (::connect(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-    return {};
-  return peerIs(user, descriptor.get()) ? std::move(descriptor) : Descriptor();
+  SocketCalls calls;
+  return reachOwnSocket(path, calls, user).socket;
 }
 
 }  // namespace wevora::platform

@@ -1,8 +1,15 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
+#include <sys/socket.h>
+#include <sys/types.h>
 #include <unistd.h>
+
+#include "Platform/Support/Descriptor.h"
+#include "Platform/Support/UnixAddress.h"
 
 namespace wevora::platform {
 
@@ -13,28 +20,31 @@ std::string userRuntimeFolder();
 /// socket.
 std::optional<std::string> socketPath(const std::string& folder, const std::string& name);
 
-/// A descriptor that closes itself.
-/// Threads: one. Owns: the descriptor. Errors: none; -1 is no descriptor.
-class Descriptor {
+/// What is asked of the system about another's socket; a test counts, or answers in its stead.
+/// Threads: any. Owns: nothing. Errors: as the system calls.
+class SocketCalls {
  public:
-  Descriptor() = default;
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor();
-  Descriptor(Descriptor&& other) noexcept : number_(other.release()) {}
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
+  virtual ~SocketCalls() = default;
+  /// 0, or why not.
+  virtual int connect(int socket, const UnixAddress& address);
+  /// Who listens on the other side.
+  virtual std::optional<ucred> peerOf(int socket);
+};
 
-  int get() const noexcept { return number_; }
-  explicit operator bool() const noexcept { return number_ >= 0; }
-  int release() noexcept;
-
- private:
-  int number_ = -1;
+/// A socket that has accepted us, or why there is none.
+struct ReachedSocket {
+  Descriptor socket;
+  /// 0 with a socket. ENOENT: nothing has the name; ECONNREFUSED: a socket has it, on which nobody
+  /// listens; EACCES: what has it is no socket of the user, or another user listens; otherwise as
+  /// connect(2) has it.
+  int error = 0;
+  pid_t listener = 0;
 };
 
 /// Connects to a socket that the user owns and listens on himself; costs one connect(2), never
-/// waits. No descriptor where there is none, where nobody listens, and where somebody else does.
+/// waits.
+ReachedSocket reachOwnSocket(const std::string& path, SocketCalls& calls, uid_t user = ::getuid());
+/// No descriptor where there is none, where nobody listens, and where somebody else does.
 Descriptor connectToOwnSocket(const std::string& path, uid_t user = ::getuid());
 
 }  // namespace wevora::platform

@@ -1,13 +1,14 @@
 #include "Platform/DistributedObjects/SocketConnections.h"
 
 #include <atomic>
-#include <map>
 #include <utility>
 
 #include <gio/gio.h>
 
-#include "Platform/DistributedObjects/Deadline.h"
 #include "Platform/DistributedObjects/InterfaceDescription.h"
+#include "Platform/DistributedObjects/Patience.h"
+#include "Platform/DistributedObjects/SilentPeers.h"
+#include "Platform/GLib/Deadline.h"
 #include "Platform/Support/Guard.h"
 #include "Platform/Variants/Variants.h"
 
@@ -16,19 +17,22 @@ namespace {
 
 constexpr const char* kRootPath = "/";
 
-/// A socket that a service has accepted us on.
-/// Threads: one. Owns: the socket. Errors: none.
-struct SocketPort : SendPort {
-  explicit SocketPort(Descriptor accepted) : socket(std::move(accepted)) {}
-  Descriptor socket;
-};
-
 /// The road to a peer, shared by a connection and its proxies.
 /// Threads: any. Owns: the bus connection. Errors: null where a call has no answer.
 class Road {
  public:
-  Road(GPtr<GDBusConnection> bus, std::chrono::milliseconds patience)
-      : bus_(std::move(bus)), patience_(patience) {}
+  /// Who is there, and how long it is waited for.
+  struct Peer {
+    std::optional<PeerProcess> process;
+    std::shared_ptr<Patience> patience;
+    std::shared_ptr<const Clock> clock;
+    std::shared_ptr<SilentPeers> silent;
+  };
+
+  /// Null where the peer cannot be talked to.
+  static std::shared_ptr<Road> over(Descriptor socket, Peer peer);
+
+  Road(GPtr<GDBusConnection> bus, Peer peer) : bus_(std::move(bus)), peer_(std::move(peer)) {}
   ~Road() { close(); }
   Road(const Road&) = delete;
   Road& operator=(const Road&) = delete;
@@ -39,25 +43,73 @@ class Road {
                   const std::string& answerType) {
     if (closed_.load()) return nullptr;
     GError* failed = nullptr;
+    const auto begun = peer_.clock->uptime();
     VariantPtr answer(g_dbus_connection_call_sync(
         bus_.get(), nullptr, kRootPath, interface.c_str(), method.c_str(), arguments,
         G_VARIANT_TYPE(answerType.c_str()), G_DBUS_CALL_FLAGS_NONE,
-        static_cast<gint>(patience_.count()), nullptr, &failed));
-    if (failed == nullptr) return answer;
+        static_cast<gint>(peer_.patience->left().count()), nullptr, &failed));
     const bool unanswered = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
-    g_error_free(failed);
-    if (unanswered) close();
-    return nullptr;
+    g_clear_error(&failed);
+    if (!peer_.patience->bears(peer_.clock->uptime() - begun) || unanswered) {
+      giveUp();
+      return nullptr;
+    }
+    return answer;
   }
+  VariantPtr introspect() {
+    return call("org.freedesktop.DBus.Introspectable", "Introspect", nullptr, "(s)");
+  }
+  /// From here on it is waited for so long.
+  void bear(std::shared_ptr<Patience> patience) { peer_.patience = std::move(patience); }
 
  private:
+  void giveUp() {
+    peer_.silent->add(peer_.process);
+    close();
+  }
   void close() {
     if (!closed_.exchange(true)) g_dbus_connection_close(bus_.get(), nullptr, nullptr, nullptr);
   }
 
   GPtr<GDBusConnection> bus_;
-  std::chrono::milliseconds patience_;
+  Peer peer_;
   std::atomic<bool> closed_{false};
+};
+
+/// Null where the socket is of no use; the descriptor is closed in every case.
+GPtr<GIOStream> streamOver(Descriptor descriptor) {
+  const GPtr<GSocket> socket(g_socket_new_from_fd(descriptor.get(), nullptr));
+  if (!socket) return nullptr;
+  descriptor.release();  // the socket's own from here
+  return GPtr<GIOStream>(G_IO_STREAM(g_socket_connection_factory_create_connection(socket.get())));
+}
+
+std::shared_ptr<Road> Road::over(Descriptor socket, Peer peer) {
+  const auto stream = streamOver(std::move(socket));
+  if (!stream) return nullptr;
+  const auto begun = peer.clock->uptime();
+  const Deadline deadline(peer.patience->left());
+  GError* failed = nullptr;
+  GPtr<GDBusConnection> bus(g_dbus_connection_new_sync(
+      stream.get(), nullptr, G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr,
+      deadline.cancellable(), &failed));
+  const bool unanswered = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE;
+  g_clear_error(&failed);
+  // A peer that rejects us twice makes GIO forget a reference, and the socket with it.
+  if (!bus) g_io_stream_close(stream.get(), nullptr, nullptr);
+  if (!peer.patience->bears(peer.clock->uptime() - begun) || unanswered) {
+    peer.silent->add(peer.process);
+    return nullptr;
+  }
+  return bus ? std::make_shared<Road>(std::move(bus), std::move(peer)) : nullptr;
+}
+
+/// A service that has accepted us on a socket.
+/// Threads: one. Owns: the socket, and the road where it has been opened already. Errors: none.
+struct SocketPort : SendPort {
+  Descriptor socket;
+  std::shared_ptr<Road> road;
+  std::optional<PeerProcess> process;
 };
 
 class SocketProxy : public RootProxy {
@@ -65,21 +117,19 @@ class SocketProxy : public RootProxy {
   explicit SocketProxy(std::shared_ptr<Road> road) : road_(std::move(road)) {}
 
   bool conformsToProtocol(const WireProtocol& protocol) override {
-    const auto answer =
-        road_->call("org.freedesktop.DBus.Introspectable", "Introspect", nullptr, "(s)");
+    const auto answer = road_->introspect();
     if (!answer) return false;
     const VariantPtr text(g_variant_get_child_value(answer.get(), 0));
-    const InterfaceDescription wanted(protocol.introspectionXml, protocol.interfaceName);
     const InterfaceDescription found(g_variant_get_string(text.get(), nullptr),
                                      protocol.interfaceName);
-    return wanted.isContainedIn(found);
+    return descriptionOf(protocol)->isContainedIn(found);
   }
 
   std::optional<Array> call(const WireProtocol& protocol, std::string_view method,
                             const Array& arguments) override {
     const std::string name(method);
-    const InterfaceDescription description(protocol.introspectionXml, protocol.interfaceName);
-    const auto* wanted = description.method(name);
+    const auto description = descriptionOf(protocol);
+    const auto* wanted = description->method(name);
     if (wanted == nullptr) return std::nullopt;
     const VariantPtr tuple(tupleOf(arguments, wanted->in_args));
     if (!tuple) return std::nullopt;
@@ -121,36 +171,50 @@ class SocketConnection : public Connection {
   gulong closed_;
 };
 
-/// Null where the socket is of no use; the descriptor is closed in every case.
-GPtr<GIOStream> streamOver(Descriptor descriptor) {
-  const GPtr<GSocket> socket(g_socket_new_from_fd(descriptor.get(), nullptr));
-  if (!socket) return nullptr;
-  descriptor.release();  // the socket's own from here
-  return GPtr<GIOStream>(G_IO_STREAM(g_socket_connection_factory_create_connection(socket.get())));
-}
-
 }  // namespace
+
+SocketConnections::SocketConnections(LocalNotificationCenter& center, std::string folder,
+                                     std::chrono::milliseconds patience,
+                                     std::shared_ptr<const Clock> clock,
+                                     std::shared_ptr<SocketCalls> calls)
+    : center_(center),
+      folder_(std::move(folder)),
+      patience_(patience),
+      clock_(std::move(clock)),
+      calls_(std::move(calls)),
+      silent_(std::make_shared<SilentPeers>()) {}
 
 std::shared_ptr<SendPort> SocketConnections::portForName(const std::string& name) {
   const auto path = socketPath(folder_, name);
   if (!path) return nullptr;
-  Descriptor accepted = connectToOwnSocket(*path);
-  return accepted ? std::make_shared<SocketPort>(std::move(accepted)) : nullptr;
+  auto reached = reachOwnSocket(*path, *calls_);
+  if (!reached.socket) return nullptr;
+  auto port = std::make_shared<SocketPort>();
+  port->process = PeerProcess::of(reached.listener);
+  port->socket = std::move(reached.socket);
+  if (!silent_->contains(port->process)) return port;
+
+  // It has kept us waiting once, and is not waited for again: it is there when it answers promptly.
+  if (port->process->isStopped()) return nullptr;
+  const auto whole = std::make_shared<Patience>(patience_, clock_);
+  const auto prompt = std::make_shared<Patience>(whole->prompt(), clock_);
+  port->road = Road::over(std::move(port->socket), {port->process, prompt, clock_, silent_});
+  if (!port->road || !port->road->introspect()) return nullptr;
+  port->road->bear(whole);
+  silent_->remove(port->process);
+  return port;
 }
 
 std::shared_ptr<Connection> SocketConnections::connectionWithSendPort(
     const std::shared_ptr<SendPort>& sendPort) {
   auto* port = dynamic_cast<SocketPort*>(sendPort.get());
-  if (port == nullptr || !port->socket) return nullptr;
-  const auto stream = streamOver(std::move(port->socket));
-  if (!stream) return nullptr;
-  const Deadline deadline(patience_);
-  GPtr<GDBusConnection> bus(g_dbus_connection_new_sync(
-      stream.get(), nullptr, G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr,
-      deadline.cancellable(), nullptr));
-  if (!bus) return nullptr;
-  return std::make_shared<SocketConnection>(std::make_shared<Road>(std::move(bus), patience_),
-                                            center_);
+  if (port == nullptr) return nullptr;
+  auto road = std::move(port->road);
+  if (!road && port->socket)
+    road =
+        Road::over(std::move(port->socket),
+                   {port->process, std::make_shared<Patience>(patience_, clock_), clock_, silent_});
+  return road ? std::make_shared<SocketConnection>(std::move(road), center_) : nullptr;
 }
 
 }  // namespace wevora::platform

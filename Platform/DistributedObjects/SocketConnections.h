@@ -1,19 +1,24 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <string>
 
 #include "Platform/DistributedObjects/DistributedObjects.h"
 #include "Platform/DistributedObjects/ServiceNames.h"
 #include "Platform/Notifications/LocalNotificationCenter.h"
+#include "Platform/Time/Clock.h"
 
 namespace wevora::platform {
+
+class SilentPeers;
 
 /// Services on Unix sockets that speak D-Bus without a bus between: the socket of a service has the
 /// service's name, its object is "/". Only what this user owns and runs is a service.
 ///
-/// A peer that leaves a question unanswered for `patience` is taken for dead: the connection is
-/// closed, the question has no answer, and the death is told like any other.
+/// A peer that keeps us waiting for `patience` in all, in one question or in several, is taken for
+/// dead: the connection is closed, the question has no answer, and the death is told like any
+/// other. Such a process has no port, and nobody waits for it, until it answers promptly.
 /// Threads: the main thread; a connection's proxies from any.
 /// Owns: nothing; the notification center must outlive its connections.
 /// Errors: null or none for everything that cannot be had.
@@ -21,8 +26,9 @@ class SocketConnections : public DistributedObjects {
  public:
   explicit SocketConnections(LocalNotificationCenter& center,
                              std::string folder = userRuntimeFolder(),
-                             std::chrono::milliseconds patience = std::chrono::seconds(2))
-      : center_(center), folder_(std::move(folder)), patience_(patience) {}
+                             std::chrono::milliseconds patience = std::chrono::seconds(2),
+                             std::shared_ptr<const Clock> clock = std::make_shared<SystemClock>(),
+                             std::shared_ptr<SocketCalls> calls = std::make_shared<SocketCalls>());
 
   std::shared_ptr<SendPort> portForName(const std::string& name) override;
   std::shared_ptr<Connection> connectionWithSendPort(
@@ -32,6 +38,9 @@ class SocketConnections : public DistributedObjects {
   LocalNotificationCenter& center_;
   std::string folder_;
   std::chrono::milliseconds patience_;
+  std::shared_ptr<const Clock> clock_;
+  std::shared_ptr<SocketCalls> calls_;
+  std::shared_ptr<SilentPeers> silent_;
 };
 
 }  // namespace wevora::platform

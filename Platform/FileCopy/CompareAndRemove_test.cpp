@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
@@ -6,6 +7,8 @@
 
 #include "Platform/FileCopy/FaultyFileCalls.h"
 #include "Platform/FileCopy/FileOperations.h"
+#include "Platform/FileCopy/KeptItem.h"
+#include "Platform/FileCopy/TreePosition.h"
 #include "Platform/Support/TemporaryFolder.h"
 
 namespace wevora::platform {
@@ -23,7 +26,7 @@ class ItemsTest : public testing::Test {
     return operations.contentsEqual(folder.path(a), folder.path(b));
   }
   bool touches(const std::string& removed, const std::string& kept) {
-    return removalWouldTouch(folder.path(removed), folder.path(kept));
+    return KeptItem(folder.path(kept)).wouldBeTouchedByRemoving(folder.path(removed));
   }
 
   const TemporaryFolder folder;
@@ -31,9 +34,10 @@ class ItemsTest : public testing::Test {
   SystemFileOperations operations{calls};
 };
 
+using TreePositionTest = ItemsTest;
 using ContentsEqualTest = ItemsTest;
 using RemoveItemTest = ItemsTest;
-using RemovalWouldTouchTest = ItemsTest;
+using KeptItemTest = ItemsTest;
 
 TEST_F(ContentsEqualTest, FilesAreComparedByteByByte) {
   const std::string text(300'000, 'a');
@@ -113,9 +117,65 @@ TEST_F(RemoveItemTest, TakesFoldersThatTheirOwnerMayNotChange) {
 
 TEST_F(RemoveItemTest, OfAMissingItemIsNoError) {
   EXPECT_FALSE(operations.removeItem(folder.path("missing")));
+  EXPECT_FALSE(operations.removeItem(folder.path("missing/deeper")));
 }
 
-TEST_F(RemovalWouldTouchTest, AnItemAndWhatIsAboveIt) {
+TEST_F(RemoveItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
+  fs::create_directory(folder.path("a"));
+  write("a/file", "x");
+  fs::create_directory_symlink("a", folder.path("link"));
+  EXPECT_FALSE(operations.removeItem(folder.path("link//")));
+  EXPECT_FALSE(fs::exists(fs::symlink_status(folder.path("link"))));
+  EXPECT_TRUE(fs::exists(folder.path("a/file")));
+}
+
+TEST_F(RemoveItemTest, AFolderIsRemovedByItsOwnNameOnly) {
+  fs::create_directory(folder.path("a"));
+  write("a/file", "x");
+  fs::create_directory_symlink("a", folder.path("link"));
+  for (const auto* path : {"link/.", "a/.", "a/./", "a/.."})
+    EXPECT_EQ(operations.removeItem(folder.path(path)), std::errc::invalid_argument);
+  EXPECT_EQ(operations.removeItem(""), std::errc::invalid_argument);
+  EXPECT_EQ(operations.removeItem("/"), std::errc::invalid_argument);
+  EXPECT_TRUE(fs::exists(folder.path("a/file")));
+}
+
+TEST_F(RemoveItemTest, TakesATreeThatIsDeeperThanTheDescriptorsOfAProcess) {
+  Descriptor here(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
+  for (int depth = 0; depth < 3000; ++depth) {
+    ASSERT_EQ(::mkdirat(here.get(), "d", 0700), 0);
+    here = Descriptor(::openat(here.get(), "d", O_RDONLY | O_DIRECTORY));
+  }
+  EXPECT_FALSE(operations.removeItem(folder.path("d")));
+  EXPECT_FALSE(fs::exists(folder.path("d")));
+}
+
+TEST_F(TreePositionTest, AFolderThatWasMovedMeanwhileIsNotLeftForAnotherOne) {
+  std::string deep = "a";
+  TreePosition position(Descriptor(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
+  fs::create_directory(folder.path("other"));
+  fs::create_directory(folder.path("a"));
+  ASSERT_FALSE(position.enter("a"));
+  for (std::size_t depth = 0; depth < TreePosition::kOpenFolders + 1; ++depth) {
+    deep += "/d";
+    fs::create_directory(folder.path(deep));
+    ASSERT_FALSE(position.enter("d"));
+  }
+  fs::rename(folder.path("a/d/d"), folder.path("other/d"));
+  std::error_code failed;
+  while (!failed && position.depth() > 0) failed = position.leave();
+  EXPECT_EQ(failed.value(), ESTALE);
+}
+
+TEST_F(TreePositionTest, LinksAreNotEntered) {
+  fs::create_directory(folder.path("a"));
+  fs::create_directory_symlink("a", folder.path("link"));
+  TreePosition position(Descriptor(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
+  EXPECT_TRUE(position.enter("link"));
+  EXPECT_EQ(position.depth(), 0U);
+}
+
+TEST_F(KeptItemTest, AnItemAndWhatIsAboveIt) {
   fs::create_directories(folder.path("a/deep"));
   write("a/deep/file", "x");
   EXPECT_TRUE(touches("a/deep/file", "a/deep/file"));
@@ -129,7 +189,7 @@ TEST_F(RemovalWouldTouchTest, AnItemAndWhatIsAboveIt) {
   EXPECT_FALSE(touches("missing", "a"));
 }
 
-TEST_F(RemovalWouldTouchTest, TheSameItemByAnotherPath) {
+TEST_F(KeptItemTest, TheSameItemByAnotherPath) {
   fs::create_directories(folder.path("a"));
   write("a/file", "x");
   fs::create_directory_symlink("a", folder.path("link"));
@@ -139,14 +199,42 @@ TEST_F(RemovalWouldTouchTest, TheSameItemByAnotherPath) {
   EXPECT_TRUE(touches("a/file", "a/../link/file"));
 }
 
-TEST_F(RemovalWouldTouchTest, WhatALinkLeadsToIsKeptToo) {
+TEST_F(KeptItemTest, WhatALinkLeadsToIsKeptToo) {
   write("a", "x");
   fs::create_symlink("a", folder.path("link"));
   EXPECT_TRUE(touches("a", "link"));
   EXPECT_FALSE(touches("link", "a"));
 }
 
-TEST_F(RemovalWouldTouchTest, OneOfTwoHardLinksCanGo) {
+TEST_F(KeptItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
+  fs::create_directory(folder.path("a"));
+  fs::create_directory_symlink("a", folder.path("link"));
+  EXPECT_FALSE(touches("link/", "a"));
+  EXPECT_TRUE(touches("a/", "link/"));
+}
+
+TEST_F(KeptItemTest, AnItemThatWasMovedIsStillKept) {
+  fs::create_directories(folder.path("a/deep"));
+  fs::create_directory(folder.path("b"));
+  const KeptItem kept(folder.path("a/deep"));
+  EXPECT_FALSE(kept.wouldBeTouchedByRemoving(folder.path("b")));
+  fs::rename(folder.path("a/deep"), folder.path("b/moved"));
+  EXPECT_TRUE(kept.wouldBeTouchedByRemoving(folder.path("b")));
+  EXPECT_TRUE(kept.wouldBeTouchedByRemoving(folder.path("b/moved")));
+  write("a/deep", "another");
+  EXPECT_TRUE(kept.wouldBeTouchedByRemoving(folder.path("b")));
+  EXPECT_FALSE(kept.wouldBeTouchedByRemoving(folder.path("c")));
+}
+
+TEST_F(KeptItemTest, WhatCannotBeLookedAtIsKept) {
+  fs::create_symlink("loop", folder.path("loop"));
+  write("b", "x");
+  EXPECT_TRUE(touches("b", "loop/a"));
+  EXPECT_TRUE(touches("loop/b", "b"));
+  EXPECT_FALSE(touches("b", "b/a"));
+}
+
+TEST_F(KeptItemTest, OneOfTwoHardLinksCanGo) {
   write("a", "x");
   fs::create_hard_link(folder.path("a"), folder.path("b"));
   EXPECT_FALSE(touches("b", "a"));

@@ -6,7 +6,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "Platform/FileCopy/Errno.h"
+#include "Platform/Support/Errno.h"
 
 namespace wevora::platform {
 namespace {
@@ -99,7 +99,8 @@ class DataCopy {
       const ssize_t written = calls_.write(to_, buffer_.data() + done,
                                            static_cast<std::size_t>(read - done), begin + done);
       if (written < 0 && errno == EINTR) continue;
-      if (written < 0) return std::nullopt;
+      if (written == 0) errno = EIO;  // and would be for ever
+      if (written <= 0) return std::nullopt;
       done += written;
     }
     tell(read);

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <array>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -39,6 +41,18 @@ class CopyItemTest : public testing::Test {
       found.push_back(entry.path().filename().string());
     std::ranges::sort(found);
     return found;
+  }
+
+  std::optional<std::string> attribute(const std::string& name, const char* key) {
+    char value[256];
+    const auto length = ::lgetxattr(folder.path(name).c_str(), key, value, sizeof value);
+    if (length < 0) return std::nullopt;
+    return std::string(value, static_cast<std::size_t>(length));
+  }
+  /// Swaps a folder for a link to another one.
+  void replaceByLink(const std::string& name, const std::string& target) {
+    fs::rename(folder.path(name), folder.path(name + " before"));
+    fs::create_directory_symlink(folder.path(target), folder.path(name));
   }
 
   const TemporaryFolder folder;
@@ -95,7 +109,7 @@ TEST_F(CopyItemTest, AFileOfTheSystemIsReadToItsEndWhateverItsSizeSays) {
 
 TEST_F(CopyItemTest, KeepsModeDatesAndExtendedAttributes) {
   write("a", "x");
-  ::setxattr(folder.path("a").c_str(), "user.note", "kept", 4, 0);
+  ASSERT_EQ(::setxattr(folder.path("a").c_str(), "user.note", "kept", 4, 0), 0);
   ::chmod(folder.path("a").c_str(), 0640);
   const timespec dates[] = {{1'000'000'000, 1}, {1'200'000'000, 123'456'789}};
   ::utimensat(AT_FDCWD, folder.path("a").c_str(), dates, 0);
@@ -105,9 +119,8 @@ TEST_F(CopyItemTest, KeepsModeDatesAndExtendedAttributes) {
   EXPECT_EQ(facts.st_mode & 07777U, 0640U);
   EXPECT_EQ(facts.st_mtim.tv_sec, 1'200'000'000);
   EXPECT_EQ(facts.st_mtim.tv_nsec, 123'456'789);
-  char value[8] = {};
-  const auto had = ::getxattr(folder.path("a").c_str(), "user.note", value, sizeof value);
-  EXPECT_EQ(::getxattr(folder.path("b").c_str(), "user.note", value, sizeof value), had);
+  EXPECT_EQ(attribute("a", "user.note"), "kept");
+  EXPECT_EQ(attribute("b", "user.note"), "kept");
 }
 
 TEST_F(CopyItemTest, CopiesFoldersWithTheirLinksModesAndDates) {
@@ -161,10 +174,190 @@ TEST_F(CopyItemTest, FailsWhenTheDestinationExistsInWhateverForm) {
 
 TEST_F(CopyItemTest, ADestinationThatAppearsMeanwhileIsNotReplaced) {
   write("a", "new");
-  calls.before(Call::rename, [this] { write("b", "theirs"); });
+  calls.before(Call::renameToNew, [this] { write("b", "theirs"); });
   EXPECT_EQ(copy("a", "b"), std::errc::file_exists);
   EXPECT_EQ(read("b"), "theirs");
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "b"}));
+}
+
+/// A volume's rename(2) would replace what is there.
+class PlainRenameTest : public CopyItemTest {
+ protected:
+  PlainRenameTest() {
+    calls.renameWithoutPromise();
+    write("a", "new");
+    fs::create_directory(folder.path("folder"));
+    write("folder/file", "new");
+    fs::create_symlink("a", folder.path("link"));
+  }
+};
+
+TEST_F(PlainRenameTest, FilesAndLinksGetASecondNameInstead) {
+  EXPECT_FALSE(copy("a", "b"));
+  EXPECT_FALSE(copy("link", "c"));
+  EXPECT_EQ(read("b"), "new");
+  EXPECT_EQ(fs::read_symlink(folder.path("c")), "a");
+  EXPECT_EQ(calls.count(Call::rename), 0);
+  EXPECT_EQ(names(), (std::vector<std::string>{"a", "b", "c", "folder", "link"}));
+}
+
+TEST_F(PlainRenameTest, AnItemThatAppearsAtTheLastMomentIsNotReplaced) {
+  calls.before(Call::link, [this] { write("b", "theirs"); });
+  EXPECT_EQ(copy("a", "b"), std::errc::file_exists);
+  EXPECT_EQ(read("b"), "theirs");
+  EXPECT_EQ(names(), (std::vector<std::string>{"a", "b", "folder", "link"}));
+}
+
+TEST_F(PlainRenameTest, FoldersAreRenamedOverNothing) {
+  EXPECT_FALSE(copy("folder", "b"));
+  EXPECT_EQ(read("b/file"), "new");
+  calls.before(Call::flushVolume, [this] { write("c", "theirs"); });
+  EXPECT_EQ(copy("folder", "c"), std::errc::file_exists);
+  calls.before(Call::rename, [this] {
+    fs::create_directory(folder.path("d"));
+    write("d/file", "theirs");
+  });
+  EXPECT_TRUE(copy("folder", "d"));
+  EXPECT_EQ(read("d/file"), "theirs");
+  EXPECT_EQ(names(), (std::vector<std::string>{"a", "b", "c", "d", "folder", "link"}));
+}
+
+TEST_F(PlainRenameTest, AVolumeWithOneNameForEachFileRenamesThem) {
+  calls.fail(Call::link, EPERM);
+  EXPECT_FALSE(copy("a", "b"));
+  EXPECT_EQ(read("b"), "new");
+  calls.before(Call::flush, [this] { write("c", "theirs"); });
+  EXPECT_EQ(copy("a", "c"), std::errc::file_exists);
+  EXPECT_EQ(read("c"), "theirs");
+}
+
+TEST_F(CopyItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
+  fs::create_directory(folder.path("a"));
+  fs::create_directory_symlink("a", folder.path("link"));
+  EXPECT_FALSE(copy("link/", "b//"));
+  EXPECT_EQ(fs::read_symlink(folder.path("b")), "a");
+  EXPECT_TRUE(operations.contentsEqual(folder.path("link/"), folder.path("b/")));
+  EXPECT_FALSE(operations.contentsEqual(folder.path("link/"), folder.path("a")));
+}
+
+TEST_F(CopyItemTest, AFolderThatBecomesALinkMeanwhileLeadsTheCopyNowhereElse) {
+  for (const std::string name : {"a/deep", "elsewhere"}) {
+    fs::create_directories(folder.path(name));
+    write(name + "/1", name);
+    write(name + "/2", name);
+  }
+  calls.before(Call::openToRead, [this] {
+    if (!fs::is_symlink(folder.path("a/deep"))) replaceByLink("a/deep", "elsewhere");
+  });
+  EXPECT_FALSE(copy("a", "b"));
+  EXPECT_EQ(read("b/deep/1"), "a/deep");
+  EXPECT_EQ(read("b/deep/2"), "a/deep");
+}
+
+TEST_F(CopyItemTest, TheKernelCopiesWhereItCan) {
+  calls.fail(Call::clone, EOPNOTSUPP);
+  write("a", large);
+  EXPECT_FALSE(copy("a", "b"));
+  EXPECT_GT(calls.count(Call::copyRange), 0);
+  EXPECT_EQ(calls.count(Call::write), 0);
+  EXPECT_EQ(calls.count(Call::read), 0);
+}
+
+TEST_F(CopyItemTest, ACallThatASignalInterruptsIsMadeAgain) {
+  write("a", large);
+  calls.fail(Call::clone, EOPNOTSUPP);
+  calls.failOnce(Call::copyRange, EINTR);
+  EXPECT_FALSE(copy("a", "b"));
+  EXPECT_EQ(read("b"), large);
+  calls.copyWithoutTheKernel();
+  calls.failOnce(Call::read, EINTR);
+  calls.failOnce(Call::write, EINTR);
+  EXPECT_FALSE(copy("a", "c"));
+  calls.failOnce(Call::read, EINTR);
+  EXPECT_TRUE(operations.contentsEqual(folder.path("a"), folder.path("c")));
+}
+
+/// A volume that takes no more bytes and does not say so.
+class SilentlyFullCalls : public FileCalls {
+ public:
+  int clone(int, int) override { return failed(); }
+  ssize_t copyRange(int, int, off_t, std::size_t) override { return failed(); }
+  ssize_t write(int, const std::byte*, std::size_t, off_t) override { return 0; }
+
+ private:
+  static int failed() {
+    errno = EXDEV;
+    return -1;
+  }
+};
+
+TEST_F(CopyItemTest, AWriteOfNoBytesIsAnError) {
+  SilentlyFullCalls full;
+  SystemFileOperations onFullVolume(full);
+  write("a", "text");
+  EXPECT_EQ(onFullVolume.copyItem(folder.path("a"), folder.path("b")), std::errc::io_error);
+  EXPECT_EQ(names(), (std::vector<std::string>{"a"}));
+}
+
+TEST_F(CopyItemTest, AFileThatIsRewrittenWithTheSameLengthIsAnErrorToo) {
+  calls.copyWithoutTheKernel();
+  write("a", large);
+  calls.before(Call::write, [this] {
+    const timespec dates[] = {{0, UTIME_OMIT}, {1'200'000'000, 0}};
+    ::utimensat(AT_FDCWD, folder.path("a").c_str(), dates, 0);
+  });
+  EXPECT_EQ(copy("a", "b"), std::errc::text_file_busy);
+  EXPECT_EQ(names(), (std::vector<std::string>{"a"}));
+}
+
+TEST_F(CopyItemTest, ACopyThatIsDamagedAfterwardsIsNotEqual) {
+  write("a", large);
+  calls.before(Call::renameToNew, [this] {
+    for (const auto& name : names())
+      if (name.starts_with(".wevora-"))
+        std::fstream(folder.path(name), std::ios::in | std::ios::out).write("b", 1);
+  });
+  EXPECT_FALSE(copy("a", "b"));
+  EXPECT_FALSE(operations.contentsEqual(folder.path("a"), folder.path("b")));
+}
+
+/// An access list as volumes store it: a version, then tag, rights and id of each entry.
+std::string accessList(std::initializer_list<std::array<std::uint32_t, 3>> entries) {
+  std::string list("\2\0\0\0", 4);
+  for (const auto& [tag, rights, id] : entries) {
+    list += {static_cast<char>(tag), 0, static_cast<char>(rights), 0};
+    for (int shift = 0; shift < 32; shift += 8) list += static_cast<char>(id >> shift);
+  }
+  return list;
+}
+
+TEST_F(CopyItemTest, ACopyIsNoMoreOpenThanItsSourceWhateverItsFolderHandsDown) {
+  constexpr std::uint32_t kNobody = 0xFFFF'FFFF;
+  // The user 4711 may do all with what is made there.
+  const auto open = accessList({{0x01, 7, kNobody},
+                                {0x02, 7, 4711},
+                                {0x04, 7, kNobody},
+                                {0x10, 7, kNobody},
+                                {0x20, 7, kNobody}});
+  fs::create_directory(folder.path("open"));
+  ASSERT_EQ(::setxattr(folder.path("open").c_str(), "system.posix_acl_default", open.data(),
+                       open.size(), 0),
+            0);
+  fs::create_directories(folder.path("a/deep"));
+  write("a/deep/file", "secret");
+  ::chmod(folder.path("a/deep/file").c_str(), 0660);
+  ASSERT_FALSE(copy("a", "open/b"));
+  ASSERT_FALSE(copy("a/deep/file", "open/file"));
+  for (const auto* item : {"open/b", "open/b/deep", "open/b/deep/file", "open/file"}) {
+    EXPECT_EQ(attribute(item, "system.posix_acl_access"), std::nullopt) << item;
+    EXPECT_EQ(attribute(item, "system.posix_acl_default"), std::nullopt) << item;
+  }
+  // A list of the source's own is kept.
+  ASSERT_EQ(::setxattr(folder.path("a/deep/file").c_str(), "system.posix_acl_access", open.data(),
+                       open.size(), 0),
+            0);
+  ASSERT_FALSE(copy("a/deep/file", "b"));
+  EXPECT_EQ(attribute("b", "system.posix_acl_access"), open);
 }
 
 TEST_F(CopyItemTest, FailsForAMissingSourceOrFolder) {
@@ -225,6 +418,7 @@ TEST_P(FailingCopyTest, LeavesNothingAndDoesNotTouchTheSource) {
   EXPECT_EQ(names("a"), (std::vector<std::string>{"1", "2", "3"}));
   for (const auto* name : {"a/1", "a/2", "a/3"}) EXPECT_EQ(read(name), large);
   if (GetParam().call == Call::flushVolume) return;  // one file is flushed by itself
+  calls.fail(GetParam().call, GetParam().error);
   EXPECT_EQ(copy("file", "b").value(), GetParam().error);
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "file"}));
 }
@@ -236,7 +430,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Failure{Call::read, EIO, 2}, Failure{Call::write, ENOSPC, 0},
                     Failure{Call::write, ENOSPC, 4}, Failure{Call::write, EIO, 3},
                     Failure{Call::write, EDQUOT, 1}, Failure{Call::resize, ENOSPC, 0},
-                    Failure{Call::flushVolume, EIO, 0}, Failure{Call::rename, EIO, 0}));
+                    Failure{Call::flushVolume, EIO, 0}, Failure{Call::close, EIO, 0},
+                    Failure{Call::close, EDQUOT, 2}, Failure{Call::renameToNew, EIO, 0}));
 
 TEST_F(CopyItemTest, AFileWhoseBytesDoNotReachTheVolumeIsNoCopy) {
   write("a", "x");

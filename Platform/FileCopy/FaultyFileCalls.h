@@ -15,6 +15,7 @@ class FaultyFileCalls : public FileCalls {
   enum class Call {
     openToRead,
     openNew,
+    close,
     clone,
     copyRange,
     read,
@@ -22,11 +23,17 @@ class FaultyFileCalls : public FileCalls {
     resize,
     flush,
     flushVolume,
+    renameToNew,
+    link,
     rename
   };
 
   /// From its nth call on (the first is 0), `call` fails with this errno.
-  void fail(Call call, int error, int nth = 0) { faults_[call] = {error, nth}; }
+  void fail(Call call, int error, int nth = 0) { faults_[call] = {error, nth, false}; }
+  /// Its next call alone.
+  void failOnce(Call call, int error) { faults_[call] = {error, count(call), true}; }
+  /// As on a volume that cannot promise to rename over nothing.
+  void renameWithoutPromise() { fail(Call::renameToNew, EINVAL); }
   /// As on a volume whose kernel driver copies nothing by itself.
   void copyWithoutTheKernel() {
     fail(Call::clone, EOPNOTSUPP);
@@ -39,11 +46,15 @@ class FaultyFileCalls : public FileCalls {
     return found == counts_.end() ? 0 : found->second;
   }
 
-  int openToRead(const std::string& path) override {
-    return fails(Call::openToRead) ? -1 : FileCalls::openToRead(path);
+  int openToRead(int folder, const std::string& name) override {
+    return fails(Call::openToRead) ? -1 : FileCalls::openToRead(folder, name);
   }
-  int openNew(const std::string& path) override {
-    return fails(Call::openNew) ? -1 : FileCalls::openNew(path);
+  int openNew(int folder, const std::string& name) override {
+    return fails(Call::openNew) ? -1 : FileCalls::openNew(folder, name);
+  }
+  int close(int file) override {
+    const int result = FileCalls::close(file);
+    return fails(Call::close) ? -1 : result;
   }
   int clone(int to, int from) override {
     return fails(Call::clone) ? -1 : FileCalls::clone(to, from);
@@ -64,20 +75,28 @@ class FaultyFileCalls : public FileCalls {
   int flushVolume(int file) override {
     return fails(Call::flushVolume) ? -1 : FileCalls::flushVolume(file);
   }
-  int renameToNew(const std::string& from, const std::string& to) override {
-    return fails(Call::rename) ? -1 : FileCalls::renameToNew(from, to);
+  int renameToNew(int folder, const std::string& from, const std::string& to) override {
+    return fails(Call::renameToNew) ? -1 : FileCalls::renameToNew(folder, from, to);
+  }
+  int link(int folder, const std::string& from, const std::string& to) override {
+    return fails(Call::link) ? -1 : FileCalls::link(folder, from, to);
+  }
+  int rename(int folder, const std::string& from, const std::string& to) override {
+    return fails(Call::rename) ? -1 : FileCalls::rename(folder, from, to);
   }
 
  private:
   struct Fault {
     int error;
     int nth;
+    bool once;
   };
 
   bool fails(Call call) {
     const int number = counts_[call]++;
     const auto fault = faults_.find(call);
-    if (fault != faults_.end() && number >= fault->second.nth) {
+    if (fault != faults_.end() && number >= fault->second.nth &&
+        (!fault->second.once || number == fault->second.nth)) {
       errno = fault->second.error;
       return true;
     }

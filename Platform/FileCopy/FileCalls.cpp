@@ -1,21 +1,23 @@
 #include "Platform/FileCopy/FileCalls.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace wevora::platform {
 
-int FileCalls::openToRead(const std::string& path) {
-  return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+int FileCalls::openToRead(int folder, const std::string& name) {
+  return ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
 }
 
-int FileCalls::openNew(const std::string& path) {
-  return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+int FileCalls::openNew(int folder, const std::string& name) {
+  return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+}
+
+int FileCalls::close(int file) {
+  return ::close(file);
 }
 
 int FileCalls::clone(int to, int from) {
@@ -48,16 +50,16 @@ int FileCalls::flushVolume(int file) {
   return ::syncfs(file);
 }
 
-int FileCalls::renameToNew(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return -1;
-  // A volume that does not know the flag.
-  struct stat facts {};
-  if (::lstat(to.c_str(), &facts) == 0) {
-    errno = EEXIST;
-    return -1;
-  }
-  return ::rename(from.c_str(), to.c_str());
+int FileCalls::renameToNew(int folder, const std::string& from, const std::string& to) {
+  return ::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE);
+}
+
+int FileCalls::link(int folder, const std::string& from, const std::string& to) {
+  return ::linkat(folder, from.c_str(), folder, to.c_str(), 0);
+}
+
+int FileCalls::rename(int folder, const std::string& from, const std::string& to) {
+  return ::renameat(folder, from.c_str(), folder, to.c_str());
 }
 
 }  // namespace wevora::platform

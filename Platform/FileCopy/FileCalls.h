@@ -13,10 +13,12 @@ class FileCalls {
  public:
   virtual ~FileCalls() = default;
 
-  /// Opens without following a link at the end of the path and without waiting for a pipe.
-  virtual int openToRead(const std::string& path);
+  /// Opens without following a link and without waiting for a pipe.
+  virtual int openToRead(int folder, const std::string& name);
   /// Makes a file that only its owner may read; fails when there is one.
-  virtual int openNew(const std::string& path);
+  virtual int openNew(int folder, const std::string& name);
+  /// Tells, on a network's volume, that bytes were lost. The descriptor is gone in any case.
+  virtual int close(int file);
   /// Makes `to` share the bytes of `from`, where the volume can.
   virtual int clone(int to, int from);
   /// copy_file_range: from one place of a file to the same place of another.
@@ -28,8 +30,12 @@ class FileCalls {
   virtual int flush(int file);
   /// The same for all of the volume that holds the file.
   virtual int flushVolume(int file);
-  /// Renames, but never over another item.
-  virtual int renameToNew(const std::string& from, const std::string& to);
+  /// Renames, but never over another item (EEXIST); EINVAL where the volume cannot promise that.
+  virtual int renameToNew(int folder, const std::string& from, const std::string& to);
+  /// A second name, never over another item.
+  virtual int link(int folder, const std::string& from, const std::string& to);
+  /// Renames, also over another item.
+  virtual int rename(int folder, const std::string& from, const std::string& to);
 };
 
 }  // namespace wevora::platform

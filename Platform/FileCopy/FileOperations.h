@@ -9,6 +9,7 @@
 namespace wevora::platform {
 
 /// Copies, compares and removes items: files, symbolic links, and folders with all that is in them.
+/// A separator at the end of a path has no meaning: the item of that name is meant, also a link.
 /// Threads: any. Owns: nothing. Errors: said by the results.
 class FileOperations {
  public:
@@ -25,7 +26,8 @@ class FileOperations {
   /// the names and contents in them. False when that cannot be learned.
   virtual bool contentsEqual(const std::string& path, const std::string& other) = 0;
 
-  /// Removes an item with all that is in it; a link, not its target.
+  /// Removes an item with all that is in it; a link, not its target. Nothing is removed (EBUSY)
+  /// when something is mounted on it or in it.
   virtual std::error_code removeItem(const std::string& path) = 0;
 };
 
@@ -46,9 +48,5 @@ class SystemFileOperations : public FileOperations {
   FileCalls& calls_;
   ByteProgress progress_;
 };
-
-/// Whether removing `removed` would take `kept` away, a part of it, or what it links to: they are
-/// one item, or one lies in the other, by whatever paths. False unless both exist.
-bool removalWouldTouch(const std::string& removed, const std::string& kept);
 
 }  // namespace wevora::platform

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
+#include <fcntl.h>
 #include <optional>
-#include <sys/stat.h>
+#include <utility>
 #include <vector>
 
+#include "Platform/FileCopy/TreeCopy.h"
+#include "Platform/FileCopy/TreePosition.h"
+#include "Platform/Files/ItemFacts.h"
 #include "Platform/Files/Listing.h"
 #include "Platform/Strings/Strings.h"
 #include "Platform/Support/Descriptor.h"
@@ -17,18 +20,12 @@ namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{128} << 10;
 
-std::optional<std::vector<std::string>> sortedNames(const std::string& folder) {
+std::optional<std::vector<std::string>> sortedNames(int folder) {
   std::vector<std::string> names;
   if (!eachItemOfFolder(folder, [&](std::string_view name, ItemKind) { names.emplace_back(name); }))
     return std::nullopt;
   std::ranges::sort(names);
   return names;
-}
-
-std::optional<std::string> targetOf(const std::string& link) {
-  std::error_code failed;
-  auto target = std::filesystem::read_symlink(link, failed);
-  return failed ? std::nullopt : std::optional(target.string());
 }
 
 /// Fills the buffer from the file's place; fewer bytes only at the file's end. None for a failure.
@@ -47,50 +44,74 @@ std::optional<std::size_t> readFully(FileCalls& calls, int file, std::vector<std
 }
 
 bool isFile(const Descriptor& file) {
-  struct stat facts {};
-  return file && ::fstat(file.get(), &facts) == 0 && S_ISREG(facts.st_mode);
+  const auto facts = file ? factsOf(file.get()) : std::nullopt;
+  return facts && S_ISREG(facts->st_mode);
 }
+
+/// Compares items of two folders, with all that is in them.
+/// Threads: one. Owns: its places in both trees. Errors: what cannot be read is not equal.
+class TreeCompare {
+ public:
+  TreeCompare(FileCalls& calls, const ByteProgress& progress, Descriptor folder, Descriptor other)
+      : calls_(calls), progress_(progress), one_(std::move(folder)), other_(std::move(other)) {}
+
+  bool equal(const std::string& name, const std::string& otherName) {
+    const auto facts = factsOf(one_.folder(), name);
+    const auto otherFacts = factsOf(other_.folder(), otherName);
+    if (!facts || !otherFacts) return false;
+    const ItemKind kind = kindOfMode(facts->st_mode);
+    if (kindOfMode(otherFacts->st_mode) != kind) return false;
+    if (kind == ItemKind::file) return filesEqual(name, otherName);
+    if (kind == ItemKind::folder) return foldersEqual(name, otherName);
+    if (kind != ItemKind::link) return false;
+    const auto target = linkTarget(one_.folder(), name);
+    return target && target == linkTarget(other_.folder(), otherName);
+  }
+
+ private:
+  bool filesEqual(const std::string& name, const std::string& otherName) {
+    const Descriptor one(calls_.openToRead(one_.folder(), name));
+    const Descriptor other(calls_.openToRead(other_.folder(), otherName));
+    if (!isFile(one) || !isFile(other)) return false;
+    buffer_.resize(kBufferSize);
+    otherBuffer_.resize(kBufferSize);
+    for (off_t offset = 0;; offset += static_cast<off_t>(kBufferSize)) {
+      const auto length = readFully(calls_, one.get(), buffer_, offset);
+      if (!length || readFully(calls_, other.get(), otherBuffer_, offset) != length) return false;
+      if (std::memcmp(buffer_.data(), otherBuffer_.data(), *length) != 0) return false;
+      if (progress_ && *length > 0) progress_(*length);
+      if (*length < kBufferSize) return true;
+    }
+  }
+
+  bool foldersEqual(const std::string& name, const std::string& otherName) {
+    if (one_.depth() >= TreeCopy::kDeepest) return false;
+    if (one_.enter(name) || other_.enter(otherName)) return false;
+    const auto names = sortedNames(one_.folder());
+    if (!names || sortedNames(other_.folder()) != names) return false;
+    for (const auto& item : *names)
+      if (!equal(item, item)) return false;
+    return !one_.leave() && !other_.leave();
+  }
+
+  FileCalls& calls_;
+  const ByteProgress& progress_;
+  TreePosition one_;
+  TreePosition other_;
+  std::vector<std::byte> buffer_;
+  std::vector<std::byte> otherBuffer_;
+};
 
 }  // namespace
 
-bool ItemCompare::equal(const std::string& path, const std::string& other) {
-  const ItemKind kind = kindOfItem(path);
-  if (kindOfItem(other) != kind) return false;
-  switch (kind) {
-    case ItemKind::file:
-      return filesEqual(path, other);
-    case ItemKind::folder:
-      return foldersEqual(path, other);
-    case ItemKind::link: {
-      const auto target = targetOf(path);
-      return target && target == targetOf(other);
-    }
-    default:
-      return false;
-  }
-}
-
-bool ItemCompare::filesEqual(const std::string& path, const std::string& other) {
-  const Descriptor first(calls_.openToRead(path));
-  const Descriptor second(calls_.openToRead(other));
-  if (!isFile(first) || !isFile(second)) return false;
-  std::vector<std::byte> ofFirst(kBufferSize);
-  std::vector<std::byte> ofSecond(kBufferSize);
-  for (off_t offset = 0;; offset += static_cast<off_t>(kBufferSize)) {
-    const auto length = readFully(calls_, first.get(), ofFirst, offset);
-    if (!length || readFully(calls_, second.get(), ofSecond, offset) != length) return false;
-    if (std::memcmp(ofFirst.data(), ofSecond.data(), *length) != 0) return false;
-    if (progress_ && *length > 0) progress_(*length);
-    if (*length < kBufferSize) return true;
-  }
-}
-
-bool ItemCompare::foldersEqual(const std::string& path, const std::string& other) {
-  const auto names = sortedNames(path);
-  if (!names || sortedNames(other) != names) return false;
-  return std::ranges::all_of(*names, [&](const std::string& name) {
-    return equal(pathByAppendingComponent(path, name), pathByAppendingComponent(other, name));
-  });
+bool itemsEqual(FileCalls& calls, const ByteProgress& progress, const std::string& path,
+                const std::string& other) {
+  if (path.empty() || other.empty()) return false;
+  Descriptor folder = folderHolding(path);
+  Descriptor otherFolder = folderHolding(other);
+  if (!folder || !otherFolder) return false;
+  return TreeCompare(calls, progress, std::move(folder), std::move(otherFolder))
+      .equal(std::string(lastPathComponent(path)), std::string(lastPathComponent(other)));
 }
 
 }  // namespace wevora::platform

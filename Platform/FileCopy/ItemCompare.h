@@ -7,21 +7,9 @@
 
 namespace wevora::platform {
 
-/// Compares the contents of two items.
-/// Threads: one. Owns: nothing. Errors: what cannot be read is not equal.
-class ItemCompare {
- public:
-  ItemCompare(FileCalls& calls, const ByteProgress& progress)
-      : calls_(calls), progress_(progress) {}
-
-  bool equal(const std::string& path, const std::string& other);
-
- private:
-  bool filesEqual(const std::string& path, const std::string& other);
-  bool foldersEqual(const std::string& path, const std::string& other);
-
-  FileCalls& calls_;
-  const ByteProgress& progress_;
-};
+/// Whether two items have the same contents; what cannot be read, or is deeper than a copy can be,
+/// is not equal. `progress` is told the bytes of each file once. Threads: any, if the calls are.
+bool itemsEqual(FileCalls& calls, const ByteProgress& progress, const std::string& path,
+                const std::string& other);
 
 }  // namespace wevora::platform

@@ -1,127 +1,82 @@
 #include "Platform/FileCopy/ItemCopy.h"
 
 #include <fcntl.h>
-#include <filesystem>
-#include <optional>
 #include <unistd.h>
-#include <vector>
 
-#include "Platform/FileCopy/CopyData.h"
-#include "Platform/FileCopy/Errno.h"
-#include "Platform/FileCopy/FileOperations.h"
-#include "Platform/FileCopy/ItemAttributes.h"
 #include "Platform/FileCopy/ItemRemoval.h"
-#include "Platform/Files/Listing.h"
+#include "Platform/FileCopy/KeptItem.h"
+#include "Platform/FileCopy/TreeCopy.h"
+#include "Platform/FileCopy/TreePosition.h"
+#include "Platform/Files/ItemFacts.h"
 #include "Platform/Strings/Strings.h"
-#include "Platform/Support/Descriptor.h"
+#include "Platform/Support/Errno.h"
 
 namespace wevora::platform {
 namespace {
 
-using Facts = struct stat;
-
-std::optional<Facts> factsOf(const std::string& path) {
-  Facts facts{};
-  return ::lstat(path.c_str(), &facts) == 0 ? std::optional(facts) : std::nullopt;
+std::string nameWhileCopied() {
+  return ".wevora-" + randomUUID() + ".part";
 }
 
-bool sameTime(const timespec& a, const timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+Descriptor again(const Descriptor& descriptor) {
+  return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 0));
 }
 
-/// Whether an open file is still as it was, its attributes aside.
-bool isUnchanged(int file, const Facts& before) {
-  Facts now{};
-  return ::fstat(file, &now) == 0 && now.st_size == before.st_size &&
-         sameTime(now.st_mtim, before.st_mtim);
-}
-
-std::string folderOf(const std::string& path) {
-  std::string folder(pathWithoutLastComponent(path));
-  return folder.empty() ? "." : folder;
-}
-
-std::string nameWhileCopied(const std::string& destination) {
-  return pathByAppendingComponent(folderOf(destination), ".wevora-" + randomUUID() + ".part");
-}
-
-std::error_code copyLink(const std::string& from, const std::string& to) {
-  std::error_code failed;
-  const auto target = std::filesystem::read_symlink(from, failed);
-  if (failed) return failed;
-  return ::symlink(target.c_str(), to.c_str()) == 0 ? std::error_code() : lastError();
+/// Whether a volume only says that it does not know the call.
+bool isNotKnown(int error) {
+  return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
 }
 
 }  // namespace
 
 std::error_code ItemCopy::copy(const std::string& from, const std::string& to) {
   if (from.empty() || to.empty()) return errorOf(ENOENT);
-  const auto facts = factsOf(from);
+  Descriptor fromFolder = folderHolding(from);
+  const std::string source(lastPathComponent(from));
+  const auto facts = fromFolder ? factsOf(fromFolder.get(), source) : std::nullopt;
   if (!facts) return lastError();
-  if (factsOf(to)) return errorOf(EEXIST);
+  const Descriptor folder = folderHolding(to);
+  if (!folder) return lastError();
+  const std::string name(lastPathComponent(to));
+  if (factsOf(folder.get(), name)) return errorOf(EEXIST);
   if (errno != ENOENT) return lastError();
   // Its copy would be a part of what is still to be copied.
   if (S_ISDIR(facts->st_mode) && liesIn(folderOf(to), from)) return errorOf(EINVAL);
-  const std::string copied = nameWhileCopied(to);
-  auto failed = copyAny(from, copied);
-  if (!failed) failed = publish(copied, to);
-  if (failed) removeWithContents(copied);
+  const std::string copied = nameWhileCopied();
+  auto failed =
+      TreeCopy(calls_, progress_, std::move(fromFolder), again(folder)).copy(source, copied);
+  if (!failed) failed = publish(folder, copied, name);
+  if (failed) removeWithContents(folder.get(), copied);
   return failed;
 }
 
-std::error_code ItemCopy::copyAny(const std::string& from, const std::string& to) {
-  const auto facts = factsOf(from);
-  if (!facts) return lastError();
-  if (S_ISREG(facts->st_mode)) return copyFile(from, to);
-  if (S_ISDIR(facts->st_mode)) return copyFolder(from, to, *facts);
-  if (!S_ISLNK(facts->st_mode)) return std::make_error_code(std::errc::not_supported);
-  if (const auto failed = copyLink(from, to)) return failed;
-  return copyAttributes(from, to, *facts);
-}
-
-std::error_code ItemCopy::copyFile(const std::string& from, const std::string& to) {
-  const Descriptor in(calls_.openToRead(from));
-  Facts facts{};
-  if (!in || ::fstat(in.get(), &facts) != 0) return lastError();
-  if (!S_ISREG(facts.st_mode)) return std::make_error_code(std::errc::not_supported);
-  const Descriptor out(calls_.openNew(to));
-  if (!out) return lastError();
-  if (const auto failed = copyData(calls_, in.get(), out.get(), facts.st_size, progress_))
-    return failed;
-  // Half old and half new is the copy of nothing; another attempt may find the file at rest.
-  if (!isUnchanged(in.get(), facts)) return std::make_error_code(std::errc::text_file_busy);
-  return copyAttributes(from, to, facts);
-}
-
-std::error_code ItemCopy::copyFolder(const std::string& from, const std::string& to,
-                                     const Facts& facts) {
-  if (::mkdir(to.c_str(), 0700) != 0) return lastError();
-  std::vector<std::string> names;
-  if (!eachItemOfFolder(from, [&](std::string_view name, ItemKind) { names.emplace_back(name); }))
-    return errno != 0 ? lastError() : errorOf(EIO);
-  for (const auto& name : names)
-    if (const auto failed =
-            copyAny(pathByAppendingComponent(from, name), pathByAppendingComponent(to, name)))
-      return failed;
-  return copyAttributes(from, to, facts);
-}
-
-std::error_code ItemCopy::publish(const std::string& copied, const std::string& to) {
-  // The bytes first, then the name: a crash leaves no destination with the right length and wrong
-  // contents.
-  const auto facts = factsOf(copied);
-  if (!facts) return lastError();
-  const Descriptor folder(::open(folderOf(to).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (S_ISREG(facts->st_mode)) {
-    const Descriptor file(::open(copied.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (file && calls_.flush(file.get()) != 0) return lastError();
-    if (!file && folder && calls_.flushVolume(folder.get()) != 0) return lastError();
-  } else if (folder && calls_.flushVolume(folder.get()) != 0) {
-    return lastError();
+std::error_code ItemCopy::publish(const Descriptor& folder, const std::string& copied,
+                                  const std::string& name) {
+  // The bytes are on the volume, now the name: a crash leaves no destination with the right length
+  // and wrong contents.
+  if (calls_.renameToNew(folder.get(), copied, name) != 0) {
+    if (!isNotKnown(errno)) return lastError();
+    if (const auto failed = linkOrRename(folder, copied, name)) return failed;
   }
-  if (calls_.renameToNew(copied, to) != 0) return lastError();
-  if (folder) calls_.flush(folder.get());
+  const Descriptor open(::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (open) calls_.flush(open.get());
   return {};
+}
+
+std::error_code ItemCopy::linkOrRename(const Descriptor& folder, const std::string& copied,
+                                       const std::string& name) {
+  const auto facts = factsOf(folder.get(), copied);
+  if (!facts) return lastError();
+  if (!S_ISDIR(facts->st_mode)) {
+    if (calls_.link(folder.get(), copied, name) == 0) {
+      ::unlinkat(folder.get(), copied.c_str(), 0);
+      return {};
+    }
+    if (errno != EPERM && errno != EMLINK && !isNotKnown(errno)) return lastError();
+  }
+  // A folder, which replaces nothing but an empty one; or a volume with one name for each file.
+  if (factsOf(folder.get(), name)) return errorOf(EEXIST);
+  return calls_.rename(folder.get(), copied, name) == 0 ? std::error_code() : lastError();
 }
 
 }  // namespace wevora::platform

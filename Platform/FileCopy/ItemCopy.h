@@ -1,11 +1,11 @@
 #pragma once
 
 #include <string>
-#include <sys/stat.h>
 #include <system_error>
 
 #include "Platform/FileCopy/FileCalls.h"
 #include "Platform/Files/ByteProgress.h"
+#include "Platform/Support/Descriptor.h"
 
 namespace wevora::platform {
 
@@ -19,11 +19,10 @@ class ItemCopy {
   std::error_code copy(const std::string& from, const std::string& to);
 
  private:
-  std::error_code copyAny(const std::string& from, const std::string& to);
-  std::error_code copyFile(const std::string& from, const std::string& to);
-  std::error_code copyFolder(const std::string& from, const std::string& to,
-                             const struct stat& facts);
-  std::error_code publish(const std::string& copied, const std::string& to);
+  std::error_code publish(const Descriptor& folder, const std::string& copied,
+                          const std::string& name);
+  std::error_code linkOrRename(const Descriptor& folder, const std::string& copied,
+                               const std::string& name);
 
   FileCalls& calls_;
   const ByteProgress& progress_;

@@ -10,16 +10,13 @@
 namespace wevora::platform {
 namespace {
 
-/// Far beyond any list that a person keeps; the file is other people's input.
-constexpr off_t kLongestList = off_t{64} << 20;
-
 /// The text of a regular file; empty when it cannot be read.
 std::string textOf(const std::string& path) {
   // Not blocking: the name may be that of a pipe.
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat facts {};
   if (!file || ::fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode) ||
-      facts.st_size > kLongestList)
+      facts.st_size > static_cast<off_t>(HiddenNames::kLongestList))
     return {};
   std::string text(static_cast<std::size_t>(facts.st_size), '\0');
   std::size_t length = 0;

@@ -11,6 +11,9 @@ namespace wevora::platform {
 class HiddenNames {
  public:
   static constexpr std::string_view kFileName = ".hidden";
+  /// Far beyond any list that a person keeps; the file is other people's input. A longer one lists
+  /// nothing. Bytes.
+  static constexpr std::size_t kLongestList = std::size_t{4} << 20;
 
   explicit HiddenNames(const std::string& folder);
   HiddenNames(const HiddenNames&) = delete;

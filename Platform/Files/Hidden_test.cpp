@@ -101,5 +101,16 @@ TEST(HiddenNamesTest, HidesLeadingDotsAndTheNamesOfTheList) {
   EXPECT_FALSE(names.hides(""));
 }
 
+TEST(HiddenNamesTest, AListWithoutBoundsListsNothing) {
+  const TemporaryFolder folder;
+  touch(folder.path("a"));
+  std::ofstream(folder.path(".hidden")) << "a\n";
+  std::filesystem::resize_file(folder.path(".hidden"), HiddenNames::kLongestList);
+  EXPECT_TRUE(HiddenNames(folder.path()).hides("a"));
+  std::filesystem::resize_file(folder.path(".hidden"), HiddenNames::kLongestList + 1);
+  EXPECT_FALSE(HiddenNames(folder.path()).hides("a"));
+  EXPECT_FALSE(isHiddenItem(folder.path("a")));
+}
+
 }  // namespace
 }  // namespace wevora::platform

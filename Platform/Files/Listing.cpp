@@ -4,7 +4,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
-#include <sys/stat.h>
+
+#include "Platform/Files/ItemFacts.h"
+#include "Platform/Support/Descriptor.h"
 
 namespace wevora::platform {
 namespace {
@@ -12,12 +14,6 @@ namespace {
 struct FolderClose {
   void operator()(DIR* folder) const noexcept { ::closedir(folder); }
 };
-
-ItemKind kindOfMode(mode_t mode) {
-  if (S_ISREG(mode)) return ItemKind::file;
-  if (S_ISDIR(mode)) return ItemKind::folder;
-  return S_ISLNK(mode) ? ItemKind::link : ItemKind::other;
-}
 
 ItemKind kindOf(int folder, const dirent& entry) {
   switch (entry.d_type) {
@@ -28,26 +24,18 @@ ItemKind kindOf(int folder, const dirent& entry) {
     case DT_LNK:
       return ItemKind::link;
     case DT_UNKNOWN: {
-      struct stat facts {};
-      if (::fstatat(folder, entry.d_name, &facts, AT_SYMLINK_NOFOLLOW) != 0)
-        return ItemKind::unknown;
-      return kindOfMode(facts.st_mode);
+      const auto facts = factsOf(folder, entry.d_name);
+      return facts ? kindOfMode(facts->st_mode) : ItemKind::unknown;
     }
     default:
       return ItemKind::other;
   }
 }
 
-}  // namespace
+using OpenFolder = std::unique_ptr<DIR, FolderClose>;
+using Use = std::function<void(std::string_view name, ItemKind kind)>;
 
-ItemKind kindOfItem(const std::string& path) {
-  struct stat facts {};
-  return ::lstat(path.c_str(), &facts) == 0 ? kindOfMode(facts.st_mode) : ItemKind::unknown;
-}
-
-bool eachItemOfFolder(const std::string& folder,
-                      const std::function<void(std::string_view name, ItemKind kind)>& use) {
-  const std::unique_ptr<DIR, FolderClose> open(::opendir(folder.c_str()));
+bool eachItem(const OpenFolder& open, const Use& use) {
   if (!open) return false;
   for (;;) {
     errno = 0;
@@ -56,6 +44,33 @@ bool eachItemOfFolder(const std::string& folder,
     const std::string_view name(entry->d_name);
     if (name != "." && name != "..") use(name, kindOf(::dirfd(open.get()), *entry));
   }
+}
+
+}  // namespace
+
+ItemKind kindOfMode(mode_t mode) {
+  if (S_ISREG(mode)) return ItemKind::file;
+  if (S_ISDIR(mode)) return ItemKind::folder;
+  return S_ISLNK(mode) ? ItemKind::link : ItemKind::other;
+}
+
+ItemKind kindOfItem(const std::string& path) {
+  const auto facts = factsOf(path);
+  return facts ? kindOfMode(facts->st_mode) : ItemKind::unknown;
+}
+
+bool eachItemOfFolder(const std::string& folder, const Use& use) {
+  return eachItem(OpenFolder(::opendir(folder.c_str())), use);
+}
+
+bool eachItemOfFolder(int folder, const Use& use) {
+  Descriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
+  if (!own) return false;
+  const OpenFolder open(::fdopendir(own.get()));
+  if (!open) return false;
+  own.release();
+  ::rewinddir(open.get());  // the place is shared with whoever read the folder before
+  return eachItem(open, use);
 }
 
 }  // namespace wevora::platform

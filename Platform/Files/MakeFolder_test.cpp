@@ -1,11 +1,13 @@
 #include "Platform/Files/MakeFolder.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
+#include "Platform/Files/Files.h"
 #include "Platform/Support/TemporaryFolder.h"
 
 namespace wevora::platform {
@@ -48,6 +50,31 @@ TEST(MakeFolderWithParents, IsFalseBelowAFile) {
   EXPECT_FALSE(makeFolderWithParents(folder.path("file"), 0700));
   EXPECT_FALSE(makeFolderWithParents(folder.path("file/a"), 0700));
   EXPECT_FALSE(makeFolderWithParents("", 0700));
+}
+
+int refused(const char*, mode_t) {
+  errno = EPERM;
+  return -1;
+}
+int broken(const char*, mode_t) {
+  errno = EIO;
+  return -1;
+}
+
+TEST(MakeFolderTest, AVolumeThatHoldsNoModesIsNoFailure) {
+  const TemporaryFolder folder;
+  EXPECT_TRUE(makeFolder(folder.path("a"), 0700, refused));
+  EXPECT_TRUE(makeFolderWithParents(folder.path("b/c"), 0700, refused));
+  EXPECT_TRUE(fileExistsAtPath(folder.path("a")).isDirectory);
+  EXPECT_TRUE(fileExistsAtPath(folder.path("b/c")).isDirectory);
+}
+
+TEST(MakeFolderTest, AFailureLeavesNothingThatWasBegun) {
+  const TemporaryFolder folder;
+  EXPECT_FALSE(makeFolder(folder.path("a"), 0700, broken));
+  EXPECT_FALSE(makeFolderWithParents(folder.path("a/b"), 0500, broken));
+  EXPECT_FALSE(makeFolderWithParents(folder.path("a/b/" + std::string(300, 'x')), 0500));
+  EXPECT_FALSE(fileExistsAtPath(folder.path("a")).exists);
 }
 
 }  // namespace

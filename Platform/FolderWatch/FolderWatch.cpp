@@ -13,7 +13,7 @@
 
 #include <glib-unix.h>
 
-#include "Platform/DistributedObjects/ServiceNames.h"
+#include "Platform/Support/Descriptor.h"
 #include "Platform/Support/Guard.h"
 #include "Platform/Support/Mutex.h"
 
@@ -112,10 +112,11 @@ struct FolderWatch::State {
 
   static gboolean readable(gint /*descriptor*/, GIOCondition /*condition*/,
                            gpointer self) noexcept {
-    // Kept alive: the handler may end the watch.
+    // Kept alive: the handler may end the watch, and is not called from then on.
     const auto state = *static_cast<std::shared_ptr<State>*>(self);
     swallowing([&] {
       for (const auto& event : state->readSome()) {
+        if (state->ended) return;
         if (event.kind == FolderEvent::Kind::folderLeft)
           state->forgetBelow(event.folder == "/" ? "/" + event.name
                                                  : event.folder + "/" + event.name);
@@ -129,6 +130,7 @@ struct FolderWatch::State {
   Descriptor inotify;
   std::error_code unavailable;
   guint source = 0;
+  bool ended = false;
 
   mutable Mutex mutex;
   std::map<int, std::string> paths GUARDED_BY(mutex);
@@ -146,6 +148,7 @@ FolderWatch::FolderWatch(Handler handler) : state_(std::make_shared<State>(std::
 }
 
 FolderWatch::~FolderWatch() {
+  state_->ended = true;
   if (state_->source != 0) g_source_remove(state_->source);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -69,6 +70,23 @@ TEST_F(FolderWatchTest, ForgettingAFolderSparesTheOneWhoseNameBeginsAlike) {
   EXPECT_EQ(watch.watched(), 2U);
   write("ab/file");
   EXPECT_TRUE(told({Kind::item, folder.path("ab"), "file"}));
+}
+
+TEST_F(FolderWatchTest, AHandlerThatEndsTheWatchIsNotCalledForTheRestOfWhatHappened) {
+  int told = 0;
+  std::optional<FolderWatch> ended;
+  ended.emplace([&](const FolderEvent&) {
+    ++told;
+    ended.reset();
+  });
+  ASSERT_FALSE(ended->watch(folder.path()));
+  ASSERT_FALSE(watch.watch(folder.path()));
+  write("first");
+  write("second");
+  ASSERT_TRUE(runMainLoopUntil([&] { return !ended; }));
+  write("third");
+  ASSERT_TRUE(this->told({Kind::item, folder.path(), "third"}));
+  EXPECT_EQ(told, 1);
 }
 
 TEST_F(FolderWatchTest, WhatIsNoFolderCannotBeWatched) {

@@ -1,5 +1,7 @@
 #include "Platform/Graphics/BitmapContext.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "Platform/Graphics/GraphicsContext.h"
@@ -65,6 +67,18 @@ TEST(BitmapContextTest, ABitmapThatIsDrawnDirectlyIsUpsideDownWhereYGrowsDownwar
   contextDrawImage(*context, {0, 0, 16, 16}, nullptr);
 }
 
+TEST(BitmapContextTest, ARectangleThatIsNoneDrawsNothingAndSpoilsNothing) {
+  const auto context = BitmapContext::create({.width = 16, .height = 16});
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const Rect& rect : {Rect{nan, 0, 16, 16}, Rect{0, -infinity, 16, 16},
+                           Rect{0, 0, infinity, 16}, Rect{0, 0, 16, nan}})
+    contextDrawImage(*context, rect, twoHalves(16, 16, kUpper, kLower));
+  EXPECT_EQ(context->createImage()->pixels().front(), 0U);
+  contextDrawImage(*context, {0, 0, 16, 16}, twoHalves(16, 16, kUpper, kLower));
+  EXPECT_EQ(context->createImage()->pixels().front(), kUpper);
+}
+
 TEST(BitmapTest, AColourAboveItsAlphaIsCutDownToIt) {
   const auto bitmap = Bitmap::make(1, 1, {0x40FF2080});
   EXPECT_EQ(bitmap->pixels()[0], 0x40402040U);
@@ -90,6 +104,20 @@ TEST(GraphicsContextTest, StatesThatWereSavedComeBackInTurn) {
   EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
   GraphicsContext::restoreGraphicsState();
   EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
+}
+
+TEST(GraphicsContextTest, ATargetStaysAliveWhileItIsCurrentOrWillBeAgain) {
+  auto target = BitmapContext::create({.width = 1, .height = 1});
+  const std::weak_ptr<BitmapContext> seen = target;
+  GraphicsContext::setCurrentContext(std::move(target));
+  EXPECT_FALSE(seen.expired());
+  GraphicsContext::saveGraphicsState();
+  GraphicsContext::setCurrentContext(nullptr);
+  EXPECT_FALSE(seen.expired());
+  GraphicsContext::restoreGraphicsState();
+  EXPECT_EQ(GraphicsContext::currentContext(), seen.lock().get());
+  GraphicsContext::setCurrentContext(nullptr);
+  EXPECT_TRUE(seen.expired());
 }
 
 TEST(LayerTest, ItAnswersItsFrameAndNotesThatItMustBeDrawn) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 namespace wevora::platform {
 
 /// Extents, in points unless stated otherwise.
@@ -19,6 +21,9 @@ struct Rect {
   double height = 0;
 
   bool empty() const noexcept { return !(width > 0 && height > 0); }
+  bool finite() const noexcept {
+    return std::isfinite(x) && std::isfinite(y) && std::isfinite(width) && std::isfinite(height);
+  }
   friend bool operator==(const Rect&, const Rect&) = default;
 };
 

@@ -1,13 +1,14 @@
 #include "Platform/Graphics/GraphicsContext.h"
 
+#include <utility>
 #include <vector>
 
 namespace wevora::platform {
 namespace {
 
 struct State {
-  DrawingTarget* current = nullptr;
-  std::vector<DrawingTarget*> saved;
+  std::shared_ptr<DrawingTarget> current;
+  std::vector<std::shared_ptr<DrawingTarget>> saved;
 };
 
 State& state() noexcept {
@@ -18,29 +19,29 @@ State& state() noexcept {
 }  // namespace
 
 DrawingTarget* GraphicsContext::currentContext() noexcept {
-  return state().current;
+  return state().current.get();
 }
 
-void GraphicsContext::setCurrentContext(DrawingTarget* context) {
-  state().current = context;
+void GraphicsContext::setCurrentContext(std::shared_ptr<DrawingTarget> context) noexcept {
+  state().current = std::move(context);
 }
 
 void GraphicsContext::saveGraphicsState() {
   State& mine = state();
   mine.saved.push_back(mine.current);
-  if (mine.current != nullptr) mine.current->save();
+  if (mine.current) mine.current->save();
 }
 
 void GraphicsContext::restoreGraphicsState() noexcept {
   State& mine = state();
   if (mine.saved.empty()) return;
-  mine.current = mine.saved.back();
+  mine.current = std::move(mine.saved.back());
   mine.saved.pop_back();
-  if (mine.current != nullptr) mine.current->restore();
+  if (mine.current) mine.current->restore();
 }
 
 void contextDrawImage(DrawingTarget& context, const Rect& rect, const BitmapRef& image) {
-  if (!image || rect.empty()) return;
+  if (!image || rect.empty() || !rect.finite()) return;
   context.drawBitmap(image, {.source = {0, 0, static_cast<double>(image->width()),
                                         static_cast<double>(image->height())},
                              .destination = rect,

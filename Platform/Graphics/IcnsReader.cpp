@@ -95,7 +95,8 @@ constexpr std::string_view kPngMark{"\x89PNG\r\n\x1A\n\0\0\0\rIHDR", 16};
 
 struct PngReader {
   Bytes rest;
-  static cairo_status_t read(void* self, unsigned char* out, unsigned int count) {
+  /// Called from within the frames of libraries written in C.
+  static cairo_status_t read(void* self, unsigned char* out, unsigned int count) noexcept {
     auto& reader = *static_cast<PngReader*>(self);
     if (reader.rest.size() < count) return CAIRO_STATUS_READ_ERROR;
     std::memcpy(out, reader.rest.data(), count);
@@ -124,8 +125,8 @@ std::optional<Pixels> pngPixels(Bytes data, std::size_t side) {
   return pixels;
 }
 
-// --- What libicns decodes: checked here first, as it trusts what it is given
-// ----------------------
+// --- What libicns decodes ------------------------------------------------------------------------
+// Checked here first, as it trusts what it is given.
 
 /// Whether three channels of so many pixels can be unpacked from the data.
 bool isRunLengthCoded(Bytes data, std::size_t pixels) {

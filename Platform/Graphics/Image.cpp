@@ -11,11 +11,6 @@
 namespace wevora::platform {
 namespace {
 
-bool finite(const Rect& rect) {
-  return std::isfinite(rect.x) && std::isfinite(rect.y) && std::isfinite(rect.width) &&
-         std::isfinite(rect.height);
-}
-
 double area(const ImageRep& rep) {
   return static_cast<double>(rep.bitmap->width()) * static_cast<double>(rep.bitmap->height());
 }
@@ -75,7 +70,7 @@ const ImageRep* Image::bestRepresentation(Size pixels, double scale) const noexc
 void Image::drawInRect(const Rect& rect, const Rect& fromRect, CompositingOperation operation,
                        double fraction) const {
   DrawingTarget* target = GraphicsContext::currentContext();
-  if (target == nullptr || rect.empty() || !finite(rect) || !finite(fromRect)) return;
+  if (target == nullptr || rect.empty() || !rect.finite() || !fromRect.finite()) return;
   const double scale = target->deviceScale();
   const bool whole = fromRect.empty() || !(size_.width > 0 && size_.height > 0);
   // A part of the image is stretched as if the whole were drawn around it.
@@ -147,7 +142,7 @@ double Image::finestScale() const noexcept {
 void Image::lockFocus() {
   auto target = makeFocus_ ? makeFocus_(*this) : Canvas::of(*this);
   GraphicsContext::saveGraphicsState();
-  GraphicsContext::setCurrentContext(target.get());
+  GraphicsContext::setCurrentContext(target);
   focus_.push_back(std::move(target));
 }
 

@@ -220,6 +220,17 @@ TEST(ImageTest, AnImageThatGoesWhileItsFocusIsLockedGivesTheTargetBack) {
   EXPECT_EQ(GraphicsContext::currentContext(), paper.context.get());
 }
 
+TEST(ImageTest, AnImageThatGoesBeforeOneThatWasLockedAfterItLeavesATargetThatCanBeDrawnInto) {
+  auto first = twoColours();
+  const auto second = twoColours();
+  first->lockFocus();
+  second->lockFocus();
+  first.reset();
+  twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 1.0);
+  second->unlockFocus();
+  EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
+}
+
 TEST(ImageTest, AHostsImageSendsWhatIsDrawnIntoItToTheHostsTarget) {
   const Paper paper(false);
   Image image({40, 40}, [&](const Image&) { return paper.context; });
@@ -235,6 +246,15 @@ TEST(ImageTest, TheRenderingForASmallRectangleIsTheSmallPicture) {
       {{twoHalves(64, 64, 0, 0), {64, 64}}, {twoHalves(16, 16, 0, 0), {16, 16}}}, {64, 64});
   EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 16U);
   EXPECT_EQ(Image().CGImageForProposedRect({0, 0, 8, 8}), nullptr);
+}
+
+TEST(ImageTest, TheRenderingInATargetOfTwoPixelsAPointHasTwiceThePixels) {
+  const auto image =
+      makeImage({{twoHalves(16, 16, 0, 0), {16, 16}}, {twoHalves(8, 8, 0, 0), {8, 8}}}, {16, 16});
+  EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 8U);
+  const Paper twice(true, 2);
+  const CurrentTarget current(*twice.context);
+  EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 16U);
 }
 
 }  // namespace

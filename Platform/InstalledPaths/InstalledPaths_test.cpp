@@ -1,12 +1,40 @@
 #include "Platform/InstalledPaths/InstalledPaths.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <dlfcn.h>
+#include <future>
 #include <pwd.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "Platform/InstalledPaths/LoginUser.h"
+
+namespace {
+
+/// How often the password database was asked.
+std::atomic<int> questions = 0;
+
+/// The C library's own function, in whose place another stands here.
+template <class Function>
+Function* libraryFunction(const char* name) {
+  ++questions;
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" int getpwuid_r(uid_t user, passwd* row, char* buffer, std::size_t size, passwd** found) {
+  return libraryFunction<decltype(getpwuid_r)>("getpwuid_r")(user, row, buffer, size, found);
+}
+
+extern "C" int getpwnam_r(const char* name, passwd* row, char* buffer, std::size_t size,
+                          passwd** found) {
+  return libraryFunction<decltype(getpwnam_r)>("getpwnam_r")(name, row, buffer, size, found);
+}
 
 namespace wevora::platform {
 namespace {
@@ -83,6 +111,60 @@ TEST(LoginUserTest, AUserHasAnId) {
   const auto name = loginName();
   ASSERT_TRUE(name);
   EXPECT_EQ(idOfUser(*name), ::getuid());
+}
+
+TEST(RememberedUserTest, TheDatabaseIsAskedOnceForTheUserOfTheProcess) {
+  std::vector<uid_t> asked;
+  RememberedUser remembered([&](uid_t user) {
+    asked.push_back(user);
+    return std::optional(UserRow{"ann", "/home/ann", user});
+  });
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(remembered.row(1000), (UserRow{"ann", "/home/ann", 1000}));
+  EXPECT_EQ(asked, std::vector<uid_t>{1000});
+  remembered.row(1001);
+  EXPECT_EQ(asked, (std::vector<uid_t>{1000, 1001}));
+}
+
+TEST(RememberedUserTest, ADatabaseThatDoesNotAnswerIsAskedAgain) {
+  std::optional<UserRow> answer;
+  RememberedUser remembered([&](uid_t) { return answer; });
+  EXPECT_EQ(remembered.row(1000), std::nullopt);
+  answer = UserRow{"ann", "/home/ann", 1000};
+  EXPECT_EQ(remembered.row(1000), answer);
+  answer.reset();
+  EXPECT_EQ(remembered.row(1000)->name, "ann");
+}
+
+TEST(RememberedUserTest, ARowThatIsRememberedIsThereWhileAnotherThreadWaitsForTheDatabase) {
+  std::promise<void> waiting;
+  std::promise<void> answered;
+  RememberedUser remembered([&](uid_t user) {
+    if (user == 1001) {
+      waiting.set_value();
+      answered.get_future().wait();
+    }
+    return std::optional(UserRow{"ann", "/home/ann", user});
+  });
+  remembered.row(1000);
+  std::thread other([&] { remembered.row(1001); });
+  waiting.get_future().wait();
+  EXPECT_TRUE(remembered.row(1000));
+  answered.set_value();
+  other.join();
+}
+
+TEST(LoginUserTest, AProcessAsksThePasswordDatabaseOnceForItsOwnUser) {
+  const auto name = loginName();
+  ASSERT_TRUE(name);
+  const auto home = homeFolderOfUser(*name);
+  questions = 0;
+  EXPECT_EQ(loginName(), name);
+  EXPECT_EQ(homeFolderOfUser(*name), home);
+  EXPECT_EQ(idOfUser(*name), ::getuid());
+  InstalledPaths().translate(settingsOf(*name));
+  EXPECT_EQ(questions, 0);
+  idOfUser("no such user");
+  EXPECT_EQ(questions, 1);
 }
 
 TEST(LoginUserTest, AnUnknownUserHasNoHomeFolderAndNoId) {

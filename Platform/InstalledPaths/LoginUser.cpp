@@ -3,8 +3,9 @@
 #include <cerrno>
 #include <pwd.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
+
+#include "Platform/Support/Guard.h"
 
 namespace wevora::platform {
 namespace {
@@ -12,9 +13,13 @@ namespace {
 constexpr std::size_t kFirstSize = 1024;
 constexpr std::size_t kLargestSize = 1024UL * 1024;
 
-/// Asks with a buffer that grows until the row fits, and takes what `take` makes of the row.
-template <class Ask, class Take>
-auto askFor(Ask ask, Take take) -> decltype(take(std::declval<const passwd&>())) {
+std::string textOf(const char* text) {
+  return text == nullptr ? std::string() : text;
+}
+
+/// Asks with a buffer that grows until the row fits.
+template <class Ask>
+std::optional<UserRow> askFor(Ask ask) {
   passwd row{};
   passwd* found = nullptr;
   for (std::size_t size = kFirstSize; size <= kLargestSize; size *= 2) {
@@ -22,41 +27,55 @@ auto askFor(Ask ask, Take take) -> decltype(take(std::declval<const passwd&>()))
     const int error = ask(&row, buffer.data(), buffer.size(), &found);
     if (error == ERANGE) continue;
     if (error != 0 || found == nullptr) return std::nullopt;
-    return take(row);
+    return UserRow{textOf(row.pw_name), textOf(row.pw_dir), row.pw_uid};
   }
   return std::nullopt;
 }
 
-auto byName(const std::string& name) {
-  return [&name](passwd* row, char* buffer, std::size_t size, passwd** found) {
+std::optional<UserRow> rowOfId(uid_t user) {
+  return askFor([user](passwd* row, char* buffer, std::size_t size, passwd** found) {
+    return ::getpwuid_r(user, row, buffer, size, found);
+  });
+}
+
+std::optional<UserRow> ownRow() {
+  static NeverDestroyed<RememberedUser> remembered{&rowOfId};
+  return remembered->row(::getuid());
+}
+
+std::optional<UserRow> rowOfName(const std::string& name) {
+  if (auto own = ownRow(); own && own->name == name) return own;
+  return askFor([&name](passwd* row, char* buffer, std::size_t size, passwd** found) {
     return ::getpwnam_r(name.c_str(), row, buffer, size, found);
-  };
-}
-
-auto ofThisProcess() {
-  return [](passwd* row, char* buffer, std::size_t size, passwd** found) {
-    return ::getpwuid_r(::getuid(), row, buffer, size, found);
-  };
-}
-
-std::optional<std::string> textOf(const char* text) {
-  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+  });
 }
 
 }  // namespace
 
+std::optional<UserRow> RememberedUser::row(uid_t user) {
+  {
+    const MutexLock held(lock_);
+    if (row_ && row_->id == user) return row_;
+  }
+  auto row = ask_(user);
+  const MutexLock held(lock_);
+  if (row) row_ = row;
+  return row;
+}
+
 std::optional<std::string> loginName() {
-  return askFor(ofThisProcess(), [](const passwd& row) { return textOf(row.pw_name); });
+  const auto row = ownRow();
+  return row && !row->name.empty() ? std::optional(row->name) : std::nullopt;
 }
 
 std::optional<std::string> homeFolderOfUser(const std::string& name) {
-  auto home = askFor(byName(name), [](const passwd& row) { return textOf(row.pw_dir); });
-  if (home && !home->starts_with('/')) return std::nullopt;
-  return home;
+  const auto row = rowOfName(name);
+  return row && row->homeFolder.starts_with('/') ? std::optional(row->homeFolder) : std::nullopt;
 }
 
 std::optional<uid_t> idOfUser(const std::string& name) {
-  return askFor(byName(name), [](const passwd& row) { return std::optional(row.pw_uid); });
+  const auto row = rowOfName(name);
+  return row ? std::optional(row->id) : std::nullopt;
 }
 
 }  // namespace wevora::platform

@@ -1,19 +1,21 @@
 #include "Platform/PropertyLists/PropertyLists.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
-#include <limits>
 #include <memory>
 #include <plist/plist.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
-#include "Platform/PropertyLists/BinaryListBounds.h"
+#include "Platform/PropertyLists/BinaryList.h"
 #include "Platform/PropertyLists/ListText.h"
 
 namespace wevora::platform {
@@ -21,8 +23,9 @@ namespace {
 
 constexpr std::string_view kBinaryMark = "bplist";
 constexpr std::string_view kEndTag = "</plist>";
-/// The library counts dates from 2001-01-01.
-constexpr double kLibraryEpoch = 978307200;
+constexpr const char* kDateForm = "%Y-%m-%dT%H:%M:%SZ";
+constexpr BinaryListBounds kBounds{PropertyLists::kMostValues, 2 * PropertyLists::kLargestFile,
+                                   PropertyLists::kDeepest};
 
 struct ListFree {
   void operator()(void* list) const noexcept { plist_free(list); }
@@ -30,6 +33,7 @@ struct ListFree {
 using List = std::unique_ptr<void, ListFree>;
 
 struct Free {
+  // NOLINTNEXTLINE: the library allocates with malloc
   void operator()(void* memory) const noexcept { std::free(memory); }
 };
 
@@ -53,14 +57,43 @@ class PlainNumbers {
   locale_t before_;
 };
 
+std::optional<std::string> xmlOf(plist_t list) {
+  char* text = nullptr;
+  std::uint32_t length = 0;
+  plist_to_xml(list, &text, &length);
+  const std::unique_ptr<char, Free> owned(text);
+  if (!owned) return std::nullopt;
+  return std::string(text, length);
+}
+
+List listOfXml(std::string_view xml) {
+  plist_t list = nullptr;
+  plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &list);
+  return List(list);
+}
+
+/// What a value's tag has inside where it stands alone. The library's own answers are too narrow
+/// for some numbers and dates; what it reads and writes is not.
+std::string insideOf(plist_t node, std::string_view tag) {
+  const std::string xml = xmlOf(node).value_or("");
+  const auto begin = xml.find(tag);
+  if (begin == std::string::npos) return {};
+  const auto text = std::string_view(xml).substr(begin + tag.size());
+  return std::string(text.substr(0, text.find('<')));
+}
+
+List nodeWithin(std::string_view tag, const std::string& text) {
+  std::string xml = "<plist version=\"1.0\"><";
+  xml.append(tag).append(">").append(text).append("</").append(tag).append("></plist>");
+  return listOfXml(xml);
+}
+
 std::optional<Value> valueOf(plist_t node, int depth);
 
-std::optional<Value> textOf(plist_t node) {
+Value textOf(plist_t node) {
   std::uint64_t length = 0;
   const char* text = plist_get_string_ptr(node, &length);
-  std::string result = text == nullptr ? std::string() : std::string(text, length);
-  if (!isListText(result)) return std::nullopt;
-  return Value(std::move(result));
+  return text == nullptr ? std::string() : std::string(text, length);
 }
 
 Value dataOf(plist_t node) {
@@ -70,10 +103,9 @@ Value dataOf(plist_t node) {
 }
 
 Value dateOf(plist_t node) {
-  std::int32_t seconds = 0;
-  std::int32_t microseconds = 0;
-  plist_get_date_val(node, &seconds, &microseconds);
-  return Date{kLibraryEpoch + seconds + microseconds / 1e6};
+  std::tm time{};
+  ::strptime(insideOf(node, "<date>").c_str(), kDateForm, &time);
+  return Date{static_cast<double>(::timegm(&time))};
 }
 
 std::optional<Value> arrayOf(plist_t node, int depth) {
@@ -101,7 +133,7 @@ std::optional<Value> dictionaryOf(plist_t node, int depth) {
     const std::unique_ptr<char, Free> key(name);
     if (item == nullptr) return Value(std::move(result));
     auto value = valueOf(item, depth + 1);
-    if (!value || !key || !isListText(key.get())) return std::nullopt;
+    if (!value || !key) return std::nullopt;
     result.set(key.get(), std::move(*value));
   }
 }
@@ -112,10 +144,12 @@ bool flagOf(plist_t node) {
   return flag != 0;
 }
 
-std::int64_t integerOf(plist_t node) {
-  std::uint64_t number = 0;
-  plist_get_uint_val(node, &number);
-  return static_cast<std::int64_t>(number);
+Value integerOf(plist_t node) {
+  std::uint64_t bits = 0;
+  plist_get_uint_val(node, &bits);
+  const auto number = static_cast<std::int64_t>(bits);
+  const bool negative = number < 0 && insideOf(node, "<integer>").starts_with('-');
+  return negative ? Value(number) : Value(bits);
 }
 
 double realOf(plist_t node) {
@@ -148,6 +182,18 @@ std::optional<Value> valueOf(plist_t node, int depth) {
   }
 }
 
+/// None for a date that is not of the years 1 to 9999.
+std::optional<std::string> dateText(const Date& date) {
+  constexpr double kFirst = -62135596800;
+  constexpr double kEnd = 253402300800;
+  if (!(date.secondsSince1970 >= kFirst && date.secondsSince1970 < kEnd)) return std::nullopt;
+  const auto seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970));
+  std::tm time{};
+  std::array<char, 32> text{};
+  ::gmtime_r(&seconds, &time);
+  return std::string(text.data(), std::strftime(text.data(), text.size(), kDateForm, &time));
+}
+
 /// Makes the library's nodes of values; a null node where a value has no XML form.
 /// Threads: a value. Owns: nothing. Errors: see above.
 struct NodeMaker {
@@ -157,6 +203,9 @@ struct NodeMaker {
   List operator()(std::int64_t number) const {
     return List(plist_new_uint(static_cast<std::uint64_t>(number)));
   }
+  List operator()(std::uint64_t number) const {
+    return nodeWithin("integer", std::to_string(number));
+  }
   List operator()(double number) const {
     return List(std::isfinite(number) ? plist_new_real(number) : nullptr);
   }
@@ -164,13 +213,13 @@ struct NodeMaker {
     return List(isListText(text) ? plist_new_string(text.c_str()) : nullptr);
   }
   List operator()(const Date& date) const {
-    const double seconds = std::floor(date.secondsSince1970 - kLibraryEpoch);
-    if (!(std::abs(seconds) < std::numeric_limits<std::int32_t>::max())) return nullptr;
-    return List(plist_new_date(static_cast<std::int32_t>(seconds), 0));
+    const auto text = dateText(date);
+    return text ? nodeWithin("date", *text) : nullptr;
   }
   List operator()(const Data& data) const {
     return List(plist_new_data(reinterpret_cast<const char*>(data.data()), data.size()));
   }
+  List operator()(const Opaque&) const { return nullptr; }
   List operator()(const Array& array) const {
     List result(plist_new_array());
     for (const auto& value : array) {
@@ -197,6 +246,17 @@ struct NodeMaker {
   }
 };
 
+/// The library leaves out a year's leading zeros; no text holds a tag.
+std::string withWholeYears(std::string xml) {
+  constexpr std::string_view kTag = "<date>";
+  for (auto tag = xml.find(kTag); tag != std::string::npos; tag = xml.find(kTag, tag + 1)) {
+    const auto year = tag + kTag.size();
+    const auto digits = xml.find('-', year) - year;
+    if (digits < 4) xml.insert(year, 4 - digits, '0');
+  }
+  return xml;
+}
+
 /// Up to the end tag; none where it is missing or a NUL, which no XML holds, comes before it: the
 /// library would end the process over a NUL in a key.
 std::optional<std::string_view> wholeXml(std::string_view text) {
@@ -218,18 +278,12 @@ bool isWithinBounds(std::string_view xml) {
   return tags <= PropertyLists::kMostValues && escapes <= kMostBytesMoved / xml.size();
 }
 
-List listOf(std::string_view bytes) {
-  constexpr BinaryListBounds kBounds{PropertyLists::kMostValues, 2 * PropertyLists::kLargestFile,
-                                     PropertyLists::kDeepest};
+std::optional<Value> valueOfXmlList(std::string_view bytes) {
+  const auto xml = wholeXml(bytes);
+  if (!xml || !isWithinBounds(*xml)) return std::nullopt;
   const PlainNumbers numbers;
-  plist_t list = nullptr;
-  if (bytes.starts_with(kBinaryMark)) {
-    if (isWithin(kBounds, bytes))
-      plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &list);
-  } else if (const auto xml = wholeXml(bytes); xml && isWithinBounds(*xml)) {
-    plist_from_xml(xml->data(), static_cast<std::uint32_t>(xml->size()), &list);
-  }
-  return List(list);
+  const List list = listOfXml(*xml);
+  return list ? valueOf(list.get(), 0) : std::nullopt;
 }
 
 /// Threads: one. Owns: the descriptor. Errors: a negative one.
@@ -278,20 +332,16 @@ std::optional<Value> PropertyLists::read(const std::string& path) {
 
 std::optional<Value> PropertyLists::parse(std::span<const char> bytes) {
   if (bytes.empty() || bytes.size() > kLargestFile) return std::nullopt;
-  const List list = listOf({bytes.data(), bytes.size()});
-  return list ? valueOf(list.get(), 0) : std::nullopt;
+  const std::string_view list(bytes.data(), bytes.size());
+  return list.starts_with(kBinaryMark) ? valueOfBinaryList(kBounds, bytes) : valueOfXmlList(list);
 }
 
 std::optional<std::string> PropertyLists::xml(const Dictionary& list) {
   const PlainNumbers numbers;
   const List root = NodeMaker{}(list);
   if (!root) return std::nullopt;
-  char* text = nullptr;
-  std::uint32_t length = 0;
-  plist_to_xml(root.get(), &text, &length);
-  const std::unique_ptr<char, Free> owned(text);
-  if (!owned) return std::nullopt;
-  return std::string(text, length);
+  auto text = xmlOf(root.get());
+  return text ? std::optional(withWholeYears(std::move(*text))) : std::nullopt;
 }
 
 }  // namespace wevora::platform

@@ -11,9 +11,9 @@ namespace wevora::platform {
 
 /// Property lists: values in files, as XML or binary.
 ///
-/// A list is hostile input, and what can be read can be written: at most 16 MiB in a regular file,
-/// at most 16,384 values and keys, at most 512 of them inside one another, not more escaped
-/// characters than can be read at once, and every text is UTF-8 that XML can hold.
+/// A list is hostile input: at most 16 MiB in a regular file, at most 16,384 values and keys, at
+/// most 512 of them inside one another, and not more escaped characters than can be read at once.
+/// What is read has all that the file has, so that a list may be read that cannot be written.
 ///
 /// Threads: any. Owns: nothing. Errors: none is the answer to all of them.
 class PropertyLists {
@@ -26,8 +26,9 @@ class PropertyLists {
   static std::optional<Value> read(const std::string& path);
   /// The list in memory, in either form.
   static std::optional<Value> parse(std::span<const char> bytes);
-  /// The list as XML, keys in their order; none where a value has no XML form, such as a text with
-  /// a byte that is not UTF-8. Dates lose their fraction of a second.
+  /// The list as XML, keys in their order; none where a value has no XML form, such as a null, or a
+  /// text with a control character or a byte that is not UTF-8. Dates lose their fraction of a
+  /// second, for which XML has no place.
   static std::optional<std::string> xml(const Dictionary& list);
 };
 

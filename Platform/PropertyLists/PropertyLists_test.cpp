@@ -4,6 +4,7 @@
 #include <limits>
 #include <random>
 #include <sys/stat.h>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -135,7 +136,7 @@ TEST(PropertyListsTest, DamagedListsDoNoHarm) {
         bytes[random() % bytes.size()] = static_cast<char>(random());
       const auto read = PropertyLists::parse(bytes);
       if (!read || read->as<Dictionary>() == nullptr) continue;
-      // What could be read can be written, but for numbers and dates out of range.
+      // What could be read is written, or none.
       PropertyLists::xml(*read->as<Dictionary>());
     }
 }
@@ -151,12 +152,17 @@ TEST(PropertyListsTest, ListsThatAreNestedTooDeeplyAreNone) {
 }
 
 TEST(PropertyListsTest, AKeyThatHoldsANulOrIsNoTextDoesNotEndTheProcess) {
-  const auto key = std::string(
-      "\x53"
-      "a\0b",
-      4);
-  for (const auto& name :
-       {key, std::string("\x61\0\0", 3), std::string("\x09"), std::string("\x10\x01")})
+  const std::pair<std::string, std::string> kNamed[] = {{{"\x53"
+                                                          "a\0b",
+                                                          4},
+                                                         {"a\0b", 3}},
+                                                        {{"\x61\0\0", 3}, {"\0", 1}}};
+  for (const auto& [object, name] : kNamed) {
+    const auto list = PropertyLists::parse(binary({"\xD1\x01\x02", object, "\x09"}));
+    EXPECT_EQ(list, Value(Dictionary{{name, true}}));
+    EXPECT_EQ(PropertyLists::xml(*list->as<Dictionary>()), std::nullopt);
+  }
+  for (const auto& name : {std::string("\x09"), std::string("\x10\x01"), std::string("\0", 1)})
     EXPECT_EQ(PropertyLists::parse(binary({"\xD1\x01\x02", name, "\x09"})), std::nullopt);
   for (const auto& name : {std::string("a\0b", 3), std::string("a&#0;b"), std::string("a&#x00;b")})
     EXPECT_EQ(PropertyLists::parse(wrapped("<dict><key>" + name + "</key><true/></dict>")),
@@ -199,9 +205,99 @@ TEST(PropertyListsTest, TextsThatXmlCannotHoldCannotBeWritten) {
   EXPECT_EQ(PropertyLists::xml({{"a", Value(std::string("\0", 1))}}), std::nullopt);
 }
 
-TEST(PropertyListsTest, AListWithATextThatIsNotUtf8IsNone) {
-  EXPECT_EQ(PropertyLists::parse(wrapped("<dict><key>\xFF</key><true/></dict>")), std::nullopt);
-  EXPECT_EQ(PropertyLists::parse(wrapped("<array><string>\xFF</string></array>")), std::nullopt);
+TEST(PropertyListsTest, AListWhoseTextXmlCannotHoldIsReadAllTheSame) {
+  EXPECT_EQ(PropertyLists::parse(wrapped("<dict><key>\xFF</key><true/></dict>")),
+            Value(Dictionary{{"\xFF", true}}));
+  EXPECT_EQ(
+      PropertyLists::parse(wrapped("<array><string>\x01</string><string>\xFF</string></array>")),
+      Value(Array{"\x01", "\xFF"}));
+  const std::pair<std::string, std::string> kTexts[] = {
+      {"\x51\x01", "\x01"},
+      {"\x51\xFF", "\xFF"},
+      {std::string("\x53"
+                   "a\0b",
+                   4),
+       std::string("a\0b", 3)},
+      {std::string("\x62\0a\xD8\0", 5), "a\xED\xA0\x80"},
+      {std::string("\x62\xDC\0\0a", 5),
+       "\xED\xB0\x80"
+       "a"},
+      {std::string("\x63\xD8\x3D\xDE\0\0\xE9", 7), "\U0001F600\u00E9"}};
+  for (const auto& [object, text] : kTexts)
+    EXPECT_EQ(PropertyLists::parse(binary({"\xA1\x01", object})), Value(Array{text})) << text;
+}
+
+TEST(PropertyListsTest, WhatOnlyABinaryListHoldsKeepsItsPlaceAndCannotBeWritten) {
+  for (const auto& object : {std::string("\0", 1), std::string("\xC1\x02"), std::string("\xB1\x02"),
+                             "\x14" + std::string(7, '\0') + "\x01" + std::string(8, '\0'),
+                             "\x8F" + std::string(16, '\x01')}) {
+    const auto list = PropertyLists::parse(binary({std::string("\xD2\x01\x02\x03\x04", 5),
+                                                   "\x51"
+                                                   "a",
+                                                   "\x51"
+                                                   "b",
+                                                   object, "\x08"}));
+    ASSERT_EQ(list, Value(Dictionary{{"a", Opaque()}, {"b", false}}));
+    EXPECT_EQ(PropertyLists::xml(*list->as<Dictionary>()), std::nullopt);
+  }
+}
+
+TEST(PropertyListsTest, AUidIsWhatItIsInXml) {
+  const Value uid = Dictionary{{"CF$UID", std::int64_t{261}}};
+  EXPECT_EQ(PropertyLists::parse(binary({"\xA1\x01", "\x81\x01\x05"})), Value(Array{uid}));
+  EXPECT_EQ(PropertyLists::parse(*PropertyLists::xml({{"a", uid}})), Value(Dictionary{{"a", uid}}));
+}
+
+TEST(PropertyListsTest, NumbersOfEveryWidthKeepTheirValue) {
+  const auto eight = std::string(8, '\xFF');
+  const std::pair<std::string, Value> kNumbers[] = {
+      {"\x10\xFF", std::int64_t{255}},
+      {"\x11\xFF\xFF", std::int64_t{65535}},
+      {"\x12\xFF\xFF\xFF\xFF", std::int64_t{4294967295}},
+      {"\x13" + eight, std::int64_t{-1}},
+      {"\x14" + eight + eight, std::int64_t{-1}},
+      {"\x14" + std::string(8, '\0') + eight, std::numeric_limits<std::uint64_t>::max()},
+      {std::string("\x22\x3F\0\0\0", 5), 0.5},
+      {std::string("\x23\xBF\xE0\0\0\0\0\0\0", 9), -0.5}};
+  for (const auto& [object, number] : kNumbers)
+    EXPECT_EQ(PropertyLists::parse(binary({"\xA1\x01", object})), Value(Array{number}));
+}
+
+TEST(PropertyListsTest, NumbersFrom2To63OnStayPositive) {
+  for (const auto number : {std::uint64_t{1} << 63U, std::numeric_limits<std::uint64_t>::max()}) {
+    EXPECT_EQ(PropertyLists::parse(wrapped("<integer>" + std::to_string(number) + "</integer>")),
+              Value(number));
+    const Dictionary list{{"a", number}, {"b", Array{number}}};
+    const auto xml = PropertyLists::xml(list);
+    ASSERT_TRUE(xml);
+    EXPECT_NE(xml->find("<integer>" + std::to_string(number) + "</integer>"), std::string::npos);
+    EXPECT_EQ(PropertyLists::parse(*xml), Value(list));
+  }
+  const Dictionary smallest{{"a", std::numeric_limits<std::int64_t>::min()},
+                            {"b", std::int64_t{-1}}};
+  EXPECT_EQ(PropertyLists::parse(*PropertyLists::xml(smallest)), Value(smallest));
+}
+
+TEST(PropertyListsTest, DatesFarAwayAreReadAndWritten) {
+  const std::pair<const char*, double> kDates[] = {
+      {"0001-01-01T00:00:00Z", -62135596800}, {"0987-06-05T04:03:02Z", -31007044618},
+      {"1904-01-01T00:00:00Z", -2082844800},  {"2001-01-01T00:00:00Z", 978307200},
+      {"4001-01-01T00:00:00Z", 64092211200},  {"9999-12-31T23:59:59Z", 253402300799}};
+  for (const auto& [text, seconds] : kDates) {
+    const std::string tag = "<date>" + std::string(text) + "</date>";
+    EXPECT_EQ(PropertyLists::parse(wrapped(tag)), Value(Date{seconds})) << text;
+    const auto xml = PropertyLists::xml({{"a", Date{seconds}}});
+    ASSERT_TRUE(xml);
+    EXPECT_NE(xml->find(tag), std::string::npos) << *xml;
+  }
+}
+
+TEST(PropertyListsTest, ADateLosesItsFractionOnlyWhereItIsWritten) {
+  const auto list =
+      PropertyLists::parse(binary({"\xA1\x01", std::string("\x33\xBF\xE0\0\0\0\0\0\0", 9)}));
+  EXPECT_EQ(list, Value(Array{Date{978307199.5}}));
+  EXPECT_EQ(PropertyLists::parse(*PropertyLists::xml({{"a", *list}})),
+            Value(Dictionary{{"a", Array{Date{978307199}}}}));
 }
 
 TEST(PropertyListsTest, ValuesOutOfRangeCannotBeWritten) {

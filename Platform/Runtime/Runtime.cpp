@@ -9,7 +9,7 @@ bool Object::isKindOf(const Class* wanted) const {
 }
 
 bool Object::respondsToSelector(std::string_view selector) const {
-  return methodFor(selector).has_value();
+  return methodFor(selector) != nullptr;
 }
 
 std::optional<std::string> Object::methodSignatureForSelector(std::string_view selector) const {
@@ -21,7 +21,7 @@ void Object::forwardInvocation(Invocation& invocation) {
   throw HostException("unrecognized selector " + std::string(invocation.selector()));
 }
 
-std::optional<Method> Object::methodFor(std::string_view selector) const {
+MethodRef Object::methodFor(std::string_view selector) const {
   return isa_.instanceMethod(selector);
 }
 
@@ -47,61 +47,74 @@ bool Class::isSubclassOf(const Class* wanted) const {
   return false;
 }
 
+bool Class::add(Methods& methods, std::string_view selector, Implementation implementation,
+                std::string_view typeEncoding) {
+  const auto [place, isNew] = methods.try_emplace(std::string(selector));
+  if (isNew)
+    place->second = std::make_shared<const Method>(
+        Method{std::move(implementation), std::string(typeEncoding)});
+  return isNew;
+}
+
+MethodRef Class::found(const Methods& methods, std::string_view selector) {
+  const auto place = methods.find(selector);
+  return place == methods.end() ? nullptr : place->second;
+}
+
 bool Class::addMethod(std::string_view selector, Implementation implementation,
                       std::string_view typeEncoding) {
   const MutexLock lock(tables_);
-  return methods_
-      .try_emplace(std::string(selector),
-                   Method{std::move(implementation), std::string(typeEncoding)})
-      .second;
+  return add(methods_, selector, std::move(implementation), typeEncoding);
 }
 
 bool Class::addClassMethod(std::string_view selector, Implementation implementation,
                            std::string_view typeEncoding) {
   const MutexLock lock(tables_);
-  return classMethods_
-      .try_emplace(std::string(selector),
-                   Method{std::move(implementation), std::string(typeEncoding)})
-      .second;
+  return add(classMethods_, selector, std::move(implementation), typeEncoding);
 }
 
-std::optional<Method> Class::ownMethod(const Methods Class::*table,
-                                       std::string_view selector) const {
+MethodRef Class::ownInstanceMethod(std::string_view selector) const {
   const MutexLock lock(tables_);
-  const auto found = (this->*table).find(selector);
-  return found == (this->*table).end() ? std::nullopt : std::optional(found->second);
+  return found(methods_, selector);
 }
 
-std::optional<Method> Class::instanceMethod(std::string_view selector) const {
-  for (const Class* owner = this; owner != nullptr; owner = owner->superclass_)
-    if (auto method = owner->ownMethod(&Class::methods_, selector)) return method;
-  return std::nullopt;
+MethodRef Class::ownClassMethod(std::string_view selector) const {
+  const MutexLock lock(tables_);
+  return found(classMethods_, selector);
 }
 
-std::optional<Method> Class::classMethod(std::string_view selector) const {
+MethodRef Class::instanceMethod(std::string_view selector) const {
   for (const Class* owner = this; owner != nullptr; owner = owner->superclass_)
-    if (auto method = owner->ownMethod(&Class::classMethods_, selector)) return method;
-  return std::nullopt;
+    if (auto method = owner->ownInstanceMethod(selector)) return method;
+  return nullptr;
+}
+
+MethodRef Class::classMethod(std::string_view selector) const {
+  for (const Class* owner = this; owner != nullptr; owner = owner->superclass_)
+    if (auto method = owner->ownClassMethod(selector)) return method;
+  return nullptr;
 }
 
 Class* Class::ownerOf(std::string_view selector) {
   for (Class* owner = this; owner != nullptr; owner = owner->superclass_)
-    if (owner->ownMethod(&Class::methods_, selector)) return owner;
+    if (owner->ownInstanceMethod(selector)) return owner;
   return nullptr;
+}
+
+void Class::setImplementation(std::string_view selector, const Implementation& implementation) {
+  const MutexLock lock(tables_);
+  auto& method = methods_.find(selector)->second;
+  method = std::make_shared<const Method>(Method{implementation, method->typeEncoding});
 }
 
 bool Class::exchangeImplementations(std::string_view first, std::string_view second) {
   Class* firstOwner = ownerOf(first);
   Class* secondOwner = ownerOf(second);
   if (firstOwner == nullptr || secondOwner == nullptr) return false;
-  const Implementation one = firstOwner->ownMethod(&Class::methods_, first)->implementation;
-  const Implementation two = secondOwner->ownMethod(&Class::methods_, second)->implementation;
-  const auto put = [](Class& owner, std::string_view selector, const Implementation& body) {
-    const MutexLock lock(owner.tables_);
-    owner.methods_.find(selector)->second.implementation = body;
-  };
-  put(*firstOwner, first, two);
-  put(*secondOwner, second, one);
+  const Implementation one = firstOwner->ownInstanceMethod(first)->implementation;
+  const Implementation two = secondOwner->ownInstanceMethod(second)->implementation;
+  firstOwner->setImplementation(first, two);
+  secondOwner->setImplementation(second, one);
   return true;
 }
 

@@ -87,10 +87,13 @@ struct Implementation::Typed<Result(Arguments...)> {
 };
 
 /// A method: its body, and the text that encodes its types ("v@:B").
+/// Threads: a value. Owns: both. Errors: none.
 struct Method {
   Implementation implementation;
   std::string typeEncoding;
 };
+/// A method that was looked up, as it was then; null where there is none.
+using MethodRef = std::shared_ptr<const Method>;
 
 /// A message that its receiver has no method for: what it may hand to another object.
 /// Threads: one. Owns: the arguments and the answer, which is a default value until a target gave
@@ -139,7 +142,7 @@ class Object {
 
  protected:
   /// The method that a message of this name reaches, superclasses included.
-  virtual std::optional<Method> methodFor(std::string_view selector) const;
+  virtual MethodRef methodFor(std::string_view selector) const;
 
  private:
   template <class Result, class... Arguments>
@@ -173,24 +176,29 @@ class Class : public Object {
   bool exchangeImplementations(std::string_view first, std::string_view second);
 
   /// The method that instances answer with, superclasses included.
-  std::optional<Method> instanceMethod(std::string_view selector) const;
-  std::optional<Method> classMethod(std::string_view selector) const;
+  MethodRef instanceMethod(std::string_view selector) const;
+  MethodRef classMethod(std::string_view selector) const;
 
  protected:
-  std::optional<Method> methodFor(std::string_view selector) const override {
-    return classMethod(selector);
-  }
+  MethodRef methodFor(std::string_view selector) const override { return classMethod(selector); }
 
  private:
-  using Methods = std::map<std::string, Method, std::less<>>;
-  std::optional<Method> ownMethod(const Methods Class::*table, std::string_view selector) const;
+  // Looking a method up copies nothing of it: it is shared, and another takes its place when it is
+  // exchanged.
+  using Methods = std::map<std::string, MethodRef, std::less<>>;
+  static bool add(Methods& methods, std::string_view selector, Implementation implementation,
+                  std::string_view typeEncoding);
+  static MethodRef found(const Methods& methods, std::string_view selector);
+  MethodRef ownInstanceMethod(std::string_view selector) const;
+  MethodRef ownClassMethod(std::string_view selector) const;
+  void setImplementation(std::string_view selector, const Implementation& implementation);
   Class* ownerOf(std::string_view selector);
 
   const std::string name_;
   Class* const superclass_;
   mutable Mutex tables_;
-  Methods methods_;       // under tables_
-  Methods classMethods_;  // under tables_
+  Methods methods_ GUARDED_BY(tables_);
+  Methods classMethods_ GUARDED_BY(tables_);
 };
 
 /// The classes of a host, by name.

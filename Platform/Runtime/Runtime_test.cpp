@@ -81,6 +81,23 @@ TEST_F(RuntimeTest, AnImplementationCanBeTakenAndInvokedDirectly) {
   EXPECT_EQ(method->implementation, base->instanceMethod("n")->implementation);
 }
 
+TEST_F(RuntimeTest, LookingAMethodUpCopiesNothingOfIt) {
+  base->addMethod("n", Implementation::of<int()>([](const Id&) { return 7; }), "i@:");
+  base->addClassMethod("m", Implementation::of<int()>([](const Id&) { return 7; }), "i@:");
+  EXPECT_EQ(base->instanceMethod("n"), derived->instanceMethod("n"));
+  EXPECT_EQ(base->classMethod("m"), derived->classMethod("m"));
+}
+
+TEST_F(RuntimeTest, AMethodThatWasLookedUpStaysAsItWasWhenItIsExchanged) {
+  base->addMethod("one", Implementation::of<int()>([](const Id&) { return 1; }), "i@:");
+  base->addMethod("two", Implementation::of<int()>([](const Id&) { return 2; }), "l@:");
+  const auto before = base->instanceMethod("one");
+  base->exchangeImplementations("one", "two");
+  EXPECT_EQ(before->implementation.invoke<int>(make(base)), 1);
+  EXPECT_EQ(base->instanceMethod("one")->implementation.invoke<int>(make(base)), 2);
+  EXPECT_EQ(base->instanceMethod("one")->typeEncoding, "i@:") << "the encodings stay";
+}
+
 TEST_F(RuntimeTest, AClassAnswersItsClassMethodsAndThoseOfItsSuperclass) {
   base->addClassMethod("shared", Implementation::of<int()>([](const Id&) { return 3; }), "i@:");
   EXPECT_EQ(send<int>(derived, "shared"), 3);

@@ -1,11 +1,21 @@
 #include "Platform/Strings/Strings.h"
 
+#include <array>
 #include <memory>
 
 #include <glib.h>
 
 namespace wevora::platform {
 namespace {
+
+constexpr std::size_t kLongestCharacter = 6;  // as g_unichar_to_utf8 wants it
+
+// The letters whose lower case is not one letter for itself.
+constexpr gunichar kCapitalIWithDot = 0x130;
+constexpr gunichar kDotAbove = 0x307;
+constexpr gunichar kCapitalSigma = 0x3A3;
+constexpr gunichar kSmallSigma = 0x3C3;
+constexpr gunichar kFinalSigma = 0x3C2;
 
 struct GFree {
   void operator()(char* text) const noexcept { g_free(text); }
@@ -23,25 +33,52 @@ bool isAscii(std::string_view text) {
   return true;
 }
 
-/// Converts what is UTF-8 and leaves every other byte as it is.
-std::string converted(std::string_view text, char* (*convert)(const char*, gssize)) {
+std::string asciiLowercased(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  if (isAscii(text)) {
-    for (const char c : text) result += g_ascii_tolower(c);
-    return result;
-  }
-  while (!text.empty()) {
-    const char* end = nullptr;
-    g_utf8_validate_len(text.data(), text.size(), &end);
-    const auto valid = text.substr(0, static_cast<std::size_t>(end - text.data()));
-    result += GText(convert(valid.data(), static_cast<gssize>(valid.size()))).get();
-    text.remove_prefix(valid.size());
-    if (text.empty()) break;
-    result += text.front();
-    text.remove_prefix(1);
-  }
+  for (const char c : text) result += g_ascii_tolower(c);
   return result;
+}
+
+/// The first character of a text that is not empty; none where its first byte is not UTF-8.
+std::optional<gunichar> firstCode(std::string_view text) {
+  const gunichar code = g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
+  if (code == static_cast<gunichar>(-1) || code == static_cast<gunichar>(-2)) return std::nullopt;
+  return code;
+}
+
+std::size_t sizeOf(gunichar code) {
+  return static_cast<std::size_t>(g_unichar_to_utf8(code, nullptr));
+}
+
+void append(std::string& text, gunichar code) {
+  std::array<char, kLongestCharacter> bytes{};
+  text.append(bytes.data(), static_cast<std::size_t>(g_unichar_to_utf8(code, bytes.data())));
+}
+
+/// Whether a word goes on with the text: a letter, but for the marks before it.
+bool beginsWithLetter(std::string_view text) {
+  while (!text.empty()) {
+    const auto code = firstCode(text);
+    if (!code) return false;
+    if (!g_unichar_ismark(*code)) return g_unichar_isalpha(*code) != FALSE;
+    text.remove_prefix(sizeOf(*code));
+  }
+  return false;
+}
+
+/// The same of the text before.
+bool endsWithLetter(std::string_view text) {
+  while (!text.empty()) {
+    const char* last = g_utf8_find_prev_char(text.data(), text.data() + text.size());
+    if (last == nullptr) return false;
+    const auto place = static_cast<std::size_t>(last - text.data());
+    const auto code = firstCode(text.substr(place));
+    if (!code) return false;
+    if (!g_unichar_ismark(*code)) return g_unichar_isalpha(*code) != FALSE;
+    text = text.substr(0, place);
+  }
+  return false;
 }
 
 int hexDigit(char c) {
@@ -121,9 +158,9 @@ std::string pathByAppendingComponent(std::string_view path, std::string_view com
 
 Character firstCharacter(std::string_view text) {
   if (static_cast<unsigned char>(text.front()) < 0x80) return {1, 1};
-  const gunichar code = g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
-  if (code == static_cast<gunichar>(-1) || code == static_cast<gunichar>(-2)) return {1, 1};
-  return {static_cast<std::size_t>(g_unichar_to_utf8(code, nullptr)), code > 0xFFFF ? 2U : 1U};
+  const auto code = firstCode(text);
+  if (!code) return {1, 1};
+  return {sizeOf(*code), *code > 0xFFFF ? 2U : 1U};
 }
 
 std::size_t utf16Length(std::string_view text) {
@@ -137,12 +174,48 @@ std::size_t utf16Length(std::string_view text) {
   return units;
 }
 
+// g_utf8_strdown would ask the locale, which is the host's: a Turkish one makes other texts of the
+// same paths.
 std::string lowercased(std::string_view text) {
-  return converted(text, &g_utf8_strdown);
+  if (isAscii(text)) return asciiLowercased(text);
+  std::string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    if (const char first = text.front(); static_cast<unsigned char>(first) < 0x80) {
+      result += g_ascii_tolower(first);
+      text.remove_prefix(1);
+      continue;
+    }
+    const auto code = firstCode(text);
+    const auto bytes = text.substr(0, code ? sizeOf(*code) : 1);
+    text.remove_prefix(bytes.size());
+    if (!code)
+      result += bytes;
+    else if (*code == kCapitalIWithDot)
+      append(result += 'i', kDotAbove);
+    else if (*code == kCapitalSigma)
+      append(result, endsWithLetter(result) && !beginsWithLetter(text) ? kFinalSigma : kSmallSigma);
+    else
+      append(result, g_unichar_tolower(*code));
+  }
+  return result;
 }
 
 std::string caseFolded(std::string_view text) {
-  return converted(text, &g_utf8_casefold);
+  if (isAscii(text)) return asciiLowercased(text);
+  std::string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    const char* end = nullptr;
+    g_utf8_validate_len(text.data(), text.size(), &end);
+    const auto valid = text.substr(0, static_cast<std::size_t>(end - text.data()));
+    result += GText(g_utf8_casefold(valid.data(), static_cast<gssize>(valid.size()))).get();
+    text.remove_prefix(valid.size());
+    if (text.empty()) break;
+    result += text.front();
+    text.remove_prefix(1);
+  }
+  return result;
 }
 
 std::string randomUUID() {

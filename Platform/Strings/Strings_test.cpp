@@ -1,6 +1,13 @@
 #include "Platform/Strings/Strings.h"
 
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <utility>
+
 #include <gtest/gtest.h>
+
+#include "Platform/Support/TemporaryFolder.h"
 
 namespace wevora::platform {
 namespace {
@@ -61,6 +68,43 @@ TEST(Lowercased, IsUnicodeAwareAndLeavesBytesThatAreNotUtf8Alone) {
             "a\xFF"
             "b");
   EXPECT_EQ(lowercased(std::string_view("A\0\xC3\x89", 4)), std::string_view("a\0\xC3\xA9", 4));
+}
+
+TEST(Lowercased, LettersOfEveryKindHaveTheLowerCaseOfNoLanguageInParticular) {
+  const std::pair<const char*, const char*> kTable[] = {
+      {"FILE", "file"},
+      {"\u0130", "i\u0307"},
+      {"F\u0130LE I", "fi\u0307le i"},
+      {"\u0131", "\u0131"},
+      {"\u1E9E", "\u00DF"},
+      {"\u03A3", "\u03C3"},
+      {"\u039F\u0394\u039F\u03A3", "\u03BF\u03B4\u03BF\u03C2"},
+      {"\u039F\u03A3/\u03A3\u0391\u03A3.a", "\u03BF\u03C2/\u03C3\u03B1\u03C2.a"},
+      {"\u0391\u0301\u03A3\u0301\u0391", "\u03B1\u0301\u03C3\u0301\u03B1"},
+      {"I\u0300J\u0300\u012E\u0301", "i\u0300j\u0300\u012F\u0301"},
+      {"\u01C5", "\u01C6"},
+      {"\u2126", "\u03C9"},
+      {"\uFF21", "\uFF41"},
+      {"\U00010400", "\U00010428"},
+      {"\u4E2D\U0001F600", "\u4E2D\U0001F600"},
+  };
+  for (const auto& [text, lower] : kTable) EXPECT_EQ(lowercased(text), lower) << text;
+}
+
+TEST(Lowercased, APathIsTheSameInEveryLanguageOfTheHost) {
+  // The name of a locale is what makes it Turkish to GLib.
+  const TemporaryFolder locales;
+  const std::string before = std::setlocale(LC_CTYPE, nullptr);
+  for (const char* name : {"tr_TR.UTF-8", "az_AZ.UTF-8", "lt_LT.UTF-8"}) {
+    std::filesystem::create_directory_symlink("/usr/lib/locale/C.utf8", locales.path(name));
+    ::setenv("LOCPATH", locales.path().c_str(), 1);
+    ASSERT_NE(std::setlocale(LC_CTYPE, name), nullptr) << name;
+    EXPECT_EQ(lowercased("/\u00C9/FILE I\u0300"), "/\u00E9/file i\u0300") << name;
+    EXPECT_EQ(lowercased("\u0130\u0131"), "i\u0307\u0131") << name;
+    EXPECT_EQ(caseFolded("\u00C9FILE"), caseFolded("\u00E9file")) << name;
+  }
+  ::unsetenv("LOCPATH");
+  std::setlocale(LC_CTYPE, before.c_str());
 }
 
 TEST(CaseFolded, IsTheSameForTextsThatDifferInCaseOnly) {

@@ -13,7 +13,7 @@ class Descriptor {
   explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
   Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
   Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
+    const Descriptor old(std::exchange(descriptor_, other.release()));
     return *this;
   }
   Descriptor(const Descriptor&) = delete;
@@ -22,8 +22,10 @@ class Descriptor {
     if (descriptor_ >= 0) ::close(descriptor_);
   }
 
-  int get() const { return descriptor_; }
-  explicit operator bool() const { return descriptor_ >= 0; }
+  int get() const noexcept { return descriptor_; }
+  explicit operator bool() const noexcept { return descriptor_ >= 0; }
+  /// From here on somebody else closes it.
+  int release() noexcept { return std::exchange(descriptor_, -1); }
 
  private:
   int descriptor_ = -1;

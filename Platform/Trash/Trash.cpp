@@ -10,30 +10,16 @@
 #include <unistd.h>
 #include <vector>
 
+#include "Platform/Files/ItemFacts.h"
 #include "Platform/Strings/Strings.h"
 
 namespace wevora::platform {
 namespace {
 
-/// Which item it is, by whatever path.
-struct Identity {
-  dev_t device;
-  ino_t number;
-  friend bool operator==(const Identity&, const Identity&) = default;
-};
-
-using Facts = struct stat;
-
-/// Of the item itself, a link not followed.
-std::optional<Facts> factsOf(const std::string& path) {
-  Facts facts{};
-  return ::lstat(path.c_str(), &facts) == 0 ? std::optional(facts) : std::nullopt;
-}
-
-std::optional<Identity> folderIdentity(const std::string& path) {
+std::optional<ItemIdentity> folderIdentity(const std::string& path) {
   const auto facts = factsOf(path);
   if (!facts || !S_ISDIR(facts->st_mode)) return std::nullopt;
-  return Identity{facts->st_dev, facts->st_ino};
+  return ItemIdentity::of(*facts);
 }
 
 std::string homeOfUser(uid_t user) {
@@ -67,13 +53,24 @@ bool isSharedTrash(const std::string& path) {
   return facts && S_ISDIR(facts->st_mode) && (facts->st_mode & S_ISVTX) != 0;
 }
 
-std::vector<Identity> trashFoldersFor(const std::string& path, dev_t device,
-                                      const TrashPlaces& places) {
-  std::vector<Identity> folders;
+/// The home Trash is that of the volume which holds it. It may be a link; both the link and the
+/// folder that it leads to stand for it then.
+void addHomeTrash(std::vector<ItemIdentity>& folders, dev_t device, const TrashPlaces& places) {
+  struct stat target {};
+  if (::stat(places.homeTrash.c_str(), &target) != 0 || !S_ISDIR(target.st_mode) ||
+      target.st_dev != device)
+    return;
+  folders.push_back(ItemIdentity::of(target));
+  if (const auto itself = factsOf(places.homeTrash)) folders.push_back(ItemIdentity::of(*itself));
+}
+
+std::vector<ItemIdentity> trashFoldersFor(const std::string& path, dev_t device,
+                                          const TrashPlaces& places) {
+  std::vector<ItemIdentity> folders;
   const auto add = [&](const std::string& folder) {
     if (const auto identity = folderIdentity(folder)) folders.push_back(*identity);
   };
-  add(places.homeTrash);
+  addHomeTrash(folders, device, places);
   struct stat home {};
   if (::stat(places.home.c_str(), &home) == 0 && home.st_dev == device) return folders;
   const std::string top = topOfVolume(path, device);
@@ -103,9 +100,9 @@ bool isInsideTrash(const std::string& path, const TrashPlaces& places) {
   const auto trashes = trashFoldersFor(item, facts->st_dev, places);
   for (std::string above = item; above.size() > 1;) {
     above = pathWithoutLastComponent(above);
-    const auto identity = folderIdentity(above);
+    const auto factsAbove = factsOf(above);
     for (const auto& trash : trashes)
-      if (identity == trash) return true;
+      if (factsAbove && ItemIdentity::of(*factsAbove) == trash) return true;
   }
   return false;
 }

@@ -62,6 +62,16 @@ TEST_F(TrashTest, AHomeThatIsReachedThroughALinkIsTheSameHome) {
   EXPECT_TRUE(isInsideTrash(folder.path("house/.local/share/Trash/files/gone"), places));
 }
 
+TEST_F(TrashTest, AHomeTrashThatIsALinkEnclosesWhatItLeadsTo) {
+  fs::create_directories(folder.path("kept/files/gone"));
+  fs::create_directory_symlink(folder.path("kept"), folder.path("trash"));
+  const TrashPlaces linked{folder.path("home"), folder.path("trash"), 1000};
+  EXPECT_TRUE(isInsideTrash(folder.path("trash/files/gone"), linked));
+  EXPECT_TRUE(isInsideTrash(folder.path("kept/files/gone"), linked));
+  EXPECT_FALSE(isInsideTrash(folder.path("trash"), linked));
+  EXPECT_FALSE(isInsideTrash(folder.path("kept"), linked));
+}
+
 TEST_F(TrashTest, OfTheHomeVolumeIsOnlyTheHomeTrash) {
   fs::create_directories(folder.path(".Trash-1000/files/x"));
   EXPECT_FALSE(inside(".Trash-1000/files/x"));

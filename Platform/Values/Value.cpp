@@ -19,8 +19,9 @@ bool textIsTrue(std::string_view text) {
   return !text.empty() && std::string_view("YyTt123456789").find(text.front()) != text.npos;
 }
 
+constexpr double kTooLarge = 9223372036854775808.0;  // 2^63
+
 std::int64_t truncated(double number) {
-  constexpr double kTooLarge = 9223372036854775808.0;  // 2^63
   if (std::isnan(number)) return 0;
   if (number >= kTooLarge) return std::numeric_limits<std::int64_t>::max();
   if (number < -kTooLarge) return std::numeric_limits<std::int64_t>::min();
@@ -83,9 +84,17 @@ bool operator==(const Value& a, const Value& b) {
   return a.held_ == b.held_;
 }
 
+Value::Value(std::uint64_t value) {
+  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+    held_ = static_cast<std::int64_t>(value);
+  else
+    held_ = value;
+}
+
 bool Value::boolValue() const {
   if (const auto* flag = as<bool>()) return *flag;
   if (const auto* number = as<std::int64_t>()) return *number != 0;
+  if (const auto* number = as<std::uint64_t>()) return *number != 0;
   if (const auto* number = as<double>()) return *number != 0;
   if (const auto* text = as<std::string>()) return textIsTrue(*text);
   return false;
@@ -94,10 +103,36 @@ bool Value::boolValue() const {
 std::int64_t Value::longLongValue() const {
   if (const auto* flag = as<bool>()) return *flag ? 1 : 0;
   if (const auto* number = as<std::int64_t>()) return *number;
+  if (as<std::uint64_t>() != nullptr) return std::numeric_limits<std::int64_t>::max();
   if (const auto* number = as<double>()) return truncated(*number);
   // Overflow is bounded by the function itself.
   if (const auto* text = as<std::string>()) return std::strtoll(text->c_str(), nullptr, 10);
   return 0;
+}
+
+std::uint64_t Value::unsignedLongLongValue() const {
+  if (const auto* number = as<std::uint64_t>()) return *number;
+  if (const auto* number = as<double>(); number != nullptr && *number >= kTooLarge)
+    return *number >= 2 * kTooLarge ? std::numeric_limits<std::uint64_t>::max()
+                                    : static_cast<std::uint64_t>(*number);
+  if (const auto* text = as<std::string>(); text != nullptr && longLongValue() > 0)
+    return std::strtoull(text->c_str(), nullptr, 10);
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(longLongValue(), 0));
+}
+
+std::vector<std::string> textsIn(const Value& array) {
+  std::vector<std::string> texts;
+  const auto* values = array.as<Array>();
+  if (values == nullptr) return texts;
+  texts.reserve(values->size());
+  for (const auto& value : *values)
+    if (const auto* text = value.as<std::string>()) texts.push_back(*text);
+  return texts;
+}
+
+std::vector<std::string> textsIn(const Dictionary& dictionary, std::string_view key) {
+  const Value* array = dictionary.find(key);
+  return array == nullptr ? std::vector<std::string>() : textsIn(*array);
 }
 
 }  // namespace wevora::platform

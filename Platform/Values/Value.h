@@ -18,6 +18,12 @@ class Value;
 using Array = std::vector<Value>;
 using Data = std::vector<std::byte>;
 
+/// What only a binary property list can hold, such as a null or a set: it keeps its place among
+/// other values, and has no form anywhere else.
+struct Opaque {
+  friend bool operator==(const Opaque&, const Opaque&) = default;
+};
+
 /// Values under string keys, in the order in which the keys were first set.
 /// Threads: a value. Owns: its entries. Errors: none; a key that is not there is a null pointer.
 class Dictionary {
@@ -58,11 +64,14 @@ class Value {
  public:
   Value(bool value) : held_(value) {}
   Value(std::int64_t value) : held_(value) {}
+  /// One that a signed number can hold is a signed one.
+  Value(std::uint64_t value);
   Value(double value) : held_(value) {}
   Value(std::string value) : held_(std::move(value)) {}
   Value(const char* value) : held_(std::string(value)) {}
   Value(Date value) : held_(value) {}
   Value(Data value) : held_(std::move(value)) {}
+  Value(Opaque value) : held_(value) {}
   Value(Array value) : held_(std::move(value)) {}
   Value(Dictionary value) : held_(std::move(value)) {}
 
@@ -81,6 +90,8 @@ class Value {
   bool boolValue() const;
   /// A number without its fraction, or the leading decimal integer of a text; bounded by the type.
   std::int64_t longLongValue() const;
+  /// The same from 0 on.
+  std::uint64_t unsignedLongLongValue() const;
 
   template <class Visitor>
   decltype(auto) visit(Visitor&& visitor) const {
@@ -90,7 +101,9 @@ class Value {
   friend bool operator==(const Value& a, const Value& b);
 
  private:
-  std::variant<bool, std::int64_t, double, std::string, Date, Data, Array, Dictionary> held_;
+  std::variant<bool, std::int64_t, std::uint64_t, double, std::string, Date, Data, Opaque, Array,
+               Dictionary>
+      held_;
 };
 
 /// The value under a key as the type T; null where there is none or it is of another type.
@@ -99,5 +112,11 @@ const T* valueAs(const Dictionary& dictionary, std::string_view key) {
   const Value* value = dictionary.find(key);
   return value == nullptr ? nullptr : value->as<T>();
 }
+
+/// The texts of an array, in their order; a value that is none is passed over. None where there is
+/// no array.
+std::vector<std::string> textsIn(const Value& array);
+/// The same of the array under a key.
+std::vector<std::string> textsIn(const Dictionary& dictionary, std::string_view key);
 
 }  // namespace wevora::platform

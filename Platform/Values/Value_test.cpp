@@ -1,6 +1,7 @@
 #include "Platform/Values/Value.h"
 
 #include <limits>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -27,11 +28,36 @@ TEST(ValueTest, NumbersAndTextsHaveAnInteger) {
   EXPECT_EQ(Value(Dictionary()).longLongValue(), 0);
 }
 
+TEST(ValueTest, ANumberBeyondTheSignedOnesKeepsItsBits) {
+  constexpr auto kSmallest = std::uint64_t{1} << 63U;
+  for (const auto number : {kSmallest, std::numeric_limits<std::uint64_t>::max()}) {
+    EXPECT_EQ(Value(number).unsignedLongLongValue(), number);
+    EXPECT_EQ(Value(std::to_string(number)).unsignedLongLongValue(), number);
+    EXPECT_EQ(Value(number).longLongValue(), std::numeric_limits<std::int64_t>::max());
+    EXPECT_TRUE(Value(number).boolValue());
+  }
+  EXPECT_EQ(Value(9223372036854775808.0).unsignedLongLongValue(), kSmallest);
+  EXPECT_EQ(Value(1e300).unsignedLongLongValue(), std::numeric_limits<std::uint64_t>::max());
+  EXPECT_EQ(Value(std::int64_t{-1}).unsignedLongLongValue(), 0U);
+  EXPECT_EQ(Value("-1").unsignedLongLongValue(), 0U);
+  EXPECT_EQ(Value(-1e300).unsignedLongLongValue(), 0U);
+  EXPECT_EQ(Value(kSmallest - 1), Value(std::numeric_limits<std::int64_t>::max()));
+}
+
 TEST(ValueTest, AnotherTypeIsNone) {
   const Dictionary entries{{"a", Value("text")}};
   EXPECT_EQ(*valueAs<std::string>(entries, "a"), "text");
   EXPECT_EQ(valueAs<Array>(entries, "a"), nullptr);
   EXPECT_EQ(valueAs<std::string>(entries, "b"), nullptr);
+}
+
+TEST(ValueTest, TheTextsOfAnArrayLeaveOutWhatIsNoText) {
+  using Texts = std::vector<std::string>;
+  const Dictionary entries{{"a", Array{"x", true, "", Array{"y"}, "x"}}, {"b", "text"}};
+  EXPECT_EQ(textsIn(entries, "a"), (Texts{"x", "", "x"}));
+  EXPECT_EQ(textsIn(entries, "b"), Texts());
+  EXPECT_EQ(textsIn(entries, "c"), Texts());
+  EXPECT_EQ(textsIn(Array{"z"}), Texts{"z"});
 }
 
 TEST(DictionaryTest, KeepsTheOrderInWhichKeysWereFirstSet) {

@@ -17,26 +17,33 @@ bool isUtf8(std::string_view text) {
   return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
 }
 
-std::optional<std::int64_t> integerOf(GVariant* variant) {
+std::optional<Value> integerOf(GVariant* variant) {
   switch (g_variant_classify(variant)) {
     case G_VARIANT_CLASS_BYTE:
-      return g_variant_get_byte(variant);
+      return Value(std::int64_t{g_variant_get_byte(variant)});
     case G_VARIANT_CLASS_INT16:
-      return g_variant_get_int16(variant);
+      return Value(std::int64_t{g_variant_get_int16(variant)});
     case G_VARIANT_CLASS_UINT16:
-      return g_variant_get_uint16(variant);
+      return Value(std::int64_t{g_variant_get_uint16(variant)});
     case G_VARIANT_CLASS_INT32:
-      return g_variant_get_int32(variant);
+      return Value(std::int64_t{g_variant_get_int32(variant)});
     case G_VARIANT_CLASS_UINT32:
-      return g_variant_get_uint32(variant);
+      return Value(std::int64_t{g_variant_get_uint32(variant)});
     case G_VARIANT_CLASS_INT64:
-      return g_variant_get_int64(variant);
+      return Value(std::int64_t{g_variant_get_int64(variant)});
     case G_VARIANT_CLASS_UINT64:
-      return static_cast<std::int64_t>(
-          std::min<guint64>(g_variant_get_uint64(variant), G_MAXINT64));
+      return Value(std::uint64_t{g_variant_get_uint64(variant)});
     default:
       return std::nullopt;
   }
+}
+
+Data dataOf(GVariant* variant) {
+  const VariantPtr bytes(g_variant_get_child_value(variant, 0));
+  gsize size = 0;
+  const auto* first =
+      static_cast<const std::byte*>(g_variant_get_fixed_array(bytes.get(), &size, 1));
+  return size == 0 ? Data() : Data(first, first + size);
 }
 
 string bytesOf(GVariant* variant) {
@@ -80,7 +87,7 @@ VariantPtr arrayVariant(const Array& values) {
     const auto child = variantOf(value);
     if (texts)
       g_variant_builder_add_value(&builder, child.get());
-    else
+    else if (child)
       g_variant_builder_add(&builder, "v", child.get());
   }
   return owned(g_variant_builder_end(&builder));
@@ -138,17 +145,18 @@ std::optional<Value> valueOf(GVariant* variant) {
       g_variant_is_of_type(variant, G_VARIANT_TYPE_SIGNATURE))
     return Value(g_variant_get_string(variant, nullptr));
   if (g_variant_is_of_type(variant, G_VARIANT_TYPE_BYTESTRING)) return Value(bytesOf(variant));
+  if (g_variant_is_of_type(variant, G_VARIANT_TYPE("(ay)"))) return Value(dataOf(variant));
   if (g_variant_is_of_type(variant, G_VARIANT_TYPE("a{s*}"))) return Value(dictionaryOf(variant));
   if (g_variant_is_of_type(variant, G_VARIANT_TYPE_ARRAY)) return Value(arrayOf(variant));
-  if (const auto integer = integerOf(variant)) return Value(*integer);
-  return std::nullopt;
+  return integerOf(variant);
 }
 
 VariantPtr variantOf(const Dictionary& entries) {
   GVariantBuilder builder;
   g_variant_builder_init(&builder, G_VARIANT_TYPE_VARDICT);
   for (const auto& [key, value] : entries)
-    if (isUtf8(key)) g_variant_builder_add(&builder, "{sv}", key.c_str(), variantOf(value).get());
+    if (const auto held = isUtf8(key) ? variantOf(value) : nullptr)
+      g_variant_builder_add(&builder, "{sv}", key.c_str(), held.get());
   return owned(g_variant_builder_end(&builder));
 }
 
@@ -156,12 +164,18 @@ VariantPtr variantOf(const Value& value) {
   struct {
     VariantPtr operator()(bool flag) { return owned(g_variant_new_boolean(flag ? TRUE : FALSE)); }
     VariantPtr operator()(std::int64_t number) { return owned(g_variant_new_int64(number)); }
+    VariantPtr operator()(std::uint64_t number) { return owned(g_variant_new_uint64(number)); }
     VariantPtr operator()(double number) { return owned(g_variant_new_double(number)); }
     VariantPtr operator()(const string& text) { return textVariant(text); }
     VariantPtr operator()(const Date& date) {
       return owned(g_variant_new_double(date.secondsSince1970));
     }
-    VariantPtr operator()(const Data& data) { return bytesVariant(data.data(), data.size()); }
+    VariantPtr operator()(const Data& data) {
+      const auto bytes = bytesVariant(data.data(), data.size());
+      GVariant* child = bytes.get();
+      return owned(g_variant_new_tuple(&child, 1));
+    }
+    VariantPtr operator()(const Opaque&) { return nullptr; }
     VariantPtr operator()(const Array& values) { return arrayVariant(values); }
     VariantPtr operator()(const Dictionary& entries) { return variantOf(entries); }
   } made;
@@ -173,22 +187,21 @@ VariantPtr variantOf(const Value& value, std::string_view signature) {
   if (signature == "i")
     return owned(g_variant_new_int32(static_cast<gint32>(
         std::clamp<std::int64_t>(value.longLongValue(), G_MININT32, G_MAXINT32))));
-  if (signature == "t")
-    return owned(g_variant_new_uint64(
-        static_cast<guint64>(std::max<std::int64_t>(value.longLongValue(), 0))));
+  if (signature == "t") return owned(g_variant_new_uint64(value.unsignedLongLongValue()));
   if (signature == "as") return textsVariant(value);
   if (signature == "av") {
     const auto* values = value.as<Array>();
     if (values == nullptr) return nullptr;
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("av"));
-    for (const auto& child : *values) g_variant_builder_add(&builder, "v", variantOf(child).get());
+    for (const auto& child : *values)
+      if (const auto held = variantOf(child)) g_variant_builder_add(&builder, "v", held.get());
     return owned(g_variant_builder_end(&builder));
   }
   if (signature == "aa{sv}") return childrenVariant(value, "a{sv}", G_VARIANT_TYPE("aa{sv}"));
   auto variant = variantOf(value);
   const string wanted(signature);
-  if (g_variant_type_string_is_valid(wanted.c_str()) == FALSE) return nullptr;
+  if (!variant || g_variant_type_string_is_valid(wanted.c_str()) == FALSE) return nullptr;
   return g_variant_is_of_type(variant.get(), G_VARIANT_TYPE(wanted.c_str())) ? std::move(variant)
                                                                              : nullptr;
 }

@@ -15,14 +15,15 @@ struct VariantUnref {
 };
 using VariantPtr = std::unique_ptr<GVariant, VariantUnref>;
 
-/// A value that came over the bus. Every integer is 64 bits wide here; a text that had to travel as
-/// bytes (it is not UTF-8) is a text again. What has no counterpart is none, and is left out of the
-/// array or dictionary around it. Depth is bounded by the bus.
+/// A value that came over the bus. Every integer is 64 bits wide here; bytes are a text, which
+/// is how one travels that is not UTF-8, but for those that are data. What has no counterpart is
+/// none, and is left out of the array or dictionary around it. Depth is bounded by the bus.
 std::optional<Value> valueOf(GVariant* variant);
 
-/// A value as the bus carries it, with the type that it has by itself: b, x, d, s, as, av, a{sv};
-/// a date is a double of seconds since 1970, bytes and texts that are not UTF-8 are ay. Not
-/// floating.
+/// A value as the bus carries it, with the type that it has by itself: b, x, d, s, as, av, a{sv},
+/// and t where x is too narrow; a date is a double of seconds since 1970, a text that is not UTF-8
+/// is ay and ends in a NUL, data is (ay). Null for what has no counterpart there, which is left out
+/// as above. Not floating.
 VariantPtr variantOf(const Value& value);
 VariantPtr variantOf(const Dictionary& entries);
 

@@ -130,18 +130,11 @@ class AgentTest : public testing::Test {
   std::vector<Heard> heard;
 
  private:
-  static std::vector<std::string> textsOf(const platform::DistributedNotification& notification,
-                                          const char* key) {
-    std::vector<std::string> texts;
-    if (const auto* values = platform::valueAs<platform::Array>(notification.userInfo, key))
-      for (const auto& one : *values)
-        if (const auto* text = one.as<std::string>()) texts.push_back(*text);
-    return texts;
-  }
   void hear(const platform::DistributedNotification& notification) {
+    const auto& info = notification.userInfo;
     heard.push_back({notification.name, notification.object.value_or(""),
-                     textsOf(notification, kIDaemonConnectionWVREventNotificationPathsKey),
-                     textsOf(notification, kIDaemonConnectionWVREventNotificationEventsKey)});
+                     platform::textsIn(info, kIDaemonConnectionWVREventNotificationPathsKey),
+                     platform::textsIn(info, kIDaemonConnectionWVREventNotificationEventsKey)});
   }
 
   std::vector<std::unique_ptr<platform::DistributedNotificationCenter::Observation>> observations;

@@ -171,6 +171,16 @@ TEST_F(VolumeKeeperTest, AVolumeThatGoesIsWaitedForAndNothingIsWrittenInItsPlace
   EXPECT_EQ(listener.scanned.size(), 2U);
 }
 
+TEST_F(VolumeKeeperTest, AnotherAccountThatComesWhileTheVolumeIsWaitedForScansItOnce) {
+  start();
+  keeper->noticed({FolderEvent::Kind::unmounted, volume.path(), ""});
+  dispatch.advance(1s);
+  keeper->useAccount("9");
+  dispatch.advance(10s);
+  EXPECT_EQ(listener.prepared, 2);
+  EXPECT_EQ(listener.scanned.size(), 2U);
+}
+
 TEST_F(VolumeKeeperTest, ADatabaseThatIsTakenAwayIsMadeAnew) {
   start();
   fs::remove(volume.path("Wevora-Account-7.db"));

@@ -2,7 +2,6 @@
 // and peers in other processes.
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,8 +12,12 @@
 
 #include "Connector/DaemonConnectionNames.h"
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
+#include "FinderIntegration/finder_bundle/Tools/WVFinderTools.h"
+#include "Platform/Dispatch/GLibDispatch.h"
 #include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Platform/DistributedObjects/SocketConnections.h"
+#include "Tests/Leaks/Leaks.h"
+#include "Tests/RecordingHost/RecordingHost.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
 
@@ -31,6 +34,7 @@ class CountingEngine : public StatusEngine {
   int desktops = 0;
   int windows = 0;
   std::vector<std::string> paths;
+  WVFinderTools* tools = nullptr;  ///< that redraw, where a host is there
 
   void setTurnedOn(bool on) override { turnedOn = on; }
   void reinit() override {}
@@ -38,7 +42,10 @@ class CountingEngine : public StatusEngine {
   void reinitPool() override {}
   void updateWindows() override { ++windows; }
   void updateDesktopForce(bool /*force*/) override { ++desktops; }
-  void updateNodesWithPath(std::vector<std::string> of) override { paths = std::move(of); }
+  void updateNodesWithPath(std::vector<std::string> of) override {
+    paths = of;
+    if (tools != nullptr) tools->updateNodesWithPath(std::move(of));
+  }
 };
 
 class NoSettings : public SettingsReader {
@@ -48,29 +55,88 @@ class NoSettings : public SettingsReader {
   }
 };
 
-std::size_t openDescriptors() {
-  const std::filesystem::directory_iterator open("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(open), end(open)));
+/// The services of this user, and what was asked of them.
+class CountingObjects : public platform::DistributedObjects {
+ public:
+  explicit CountingObjects(platform::DistributedObjects& real) : real_(real) {}
+
+  int lookups = 0;
+  int connects = 0;
+  /// Connections that are kept.
+  std::size_t connections() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(made_, [](const auto& one) { return !one.expired(); }));
+  }
+
+  std::shared_ptr<platform::SendPort> portForName(const std::string& name) override {
+    ++lookups;
+    return real_.portForName(name);
+  }
+  std::shared_ptr<platform::Connection> connectionWithSendPort(
+      const std::shared_ptr<platform::SendPort>& sendPort) override {
+    ++connects;
+    auto made = real_.connectionWithSendPort(sendPort);
+    if (made) made_.push_back(made);
+    return made;
+  }
+
+ private:
+  platform::DistributedObjects& real_;
+  std::vector<std::weak_ptr<platform::Connection>> made_;
+};
+
+/// The names of the notifications that rules are about, in their order.
+std::vector<std::string> namesIn(const std::vector<std::string>& rules) {
+  std::vector<std::string> names;
+  for (const auto& rule : rules) {
+    const auto begin = rule.find("member='") + std::string("member='").size();
+    names.push_back(rule.substr(begin, rule.find('\'', begin) - begin));
+  }
+  std::ranges::sort(names);
+  return names;
 }
 
-/// The match rules of all the bus's connections that are about our notifications.
-std::vector<std::string> matchRules(const std::string& address) {
-  const auto told = ranToItsEnd({"gdbus", "call", "--address", address, "--dest",
-                                 "org.freedesktop.DBus", "--object-path", "/org/freedesktop/DBus",
-                                 "--method", "org.freedesktop.DBus.Debug.Stats.GetAllMatchRules"});
-  EXPECT_EQ(told.status, 0) << told.errors;
-  std::vector<std::string> rules;
-  for (std::size_t at = 0; (at = told.output.find("type='signal'", at)) != std::string::npos;) {
-    const auto end = told.output.find('"', at);
-    const auto rule = told.output.substr(at, end - at);
-    if (rule.find("com.Wevora") != std::string::npos) rules.push_back(rule);
-    at = end;
-  }
-  return rules;
-}
+const std::vector<std::string> kObservedWhileWaiting = {
+    kFinderOverlayChanged, kIDaemonConnectionBecomeAvailableNotification};
+const std::vector<std::string> kObservedWhileConnected = {
+    kFinderOverlayChanged, kIDaemonConnectionAccountInfoChangedNotification,
+    kIDaemonConnectionConnectionStatusChangedNotification, kIDaemonConnectionWVREventNotification};
 
 class AgentLinkTest : public ::testing::Test {
  protected:
+  void SetUp() override {
+    settle();  // the road to the bus, and all that GLib opens once
+    descriptors_ = openDescriptors();
+  }
+  /// The tests' agents are gone: what each of them leaves is a link that waits, and then nothing.
+  void TearDown() override {
+    EXPECT_TRUE(turnsOff());
+    if (onTheBus_) {
+      EXPECT_TRUE(observes(kObservedWhileWaiting));
+    }
+    connector_.reset();
+    EXPECT_TRUE(observes({}));
+    EXPECT_EQ(objects_.connections(), 0U);
+    EXPECT_TRUE(runMainLoopUntil([&] {
+      g_main_context_wakeup(nullptr);
+      return openDescriptors() <= descriptors_;
+    })) << openDescriptors()
+        << " instead of " << descriptors_;
+  }
+  /// Whether the bus comes to hold exactly one rule for each of these.
+  bool observes(const std::vector<std::string>& names) {
+    return runMainLoopUntil([&] {
+      g_main_context_wakeup(nullptr);
+      return namesIn(matchRules(bus_.address())) == names;
+    });
+  }
+  /// Connected, once.
+  void expectOneLink() {
+    EXPECT_TRUE(engine_.turnedOn);
+    EXPECT_TRUE(observes(kObservedWhileConnected));
+    EXPECT_EQ(objects_.connections(), 1U);
+  }
+
   void load() {
     connector_.emplace(
         WVAgentConnectorServices{std::string(g_get_user_name()), objects_, center_, local_, engine_,
@@ -110,9 +176,12 @@ class AgentLinkTest : public ::testing::Test {
   const SessionBus bus_;
   CountingEngine engine_;
   platform::LocalNotificationCenter local_;
-  platform::SocketConnections objects_{local_};
+  platform::SocketConnections sockets_{local_};
+  CountingObjects objects_{sockets_};
   platform::BusNotificationCenter center_;
   std::optional<WVAgentConnector> connector_;
+  std::size_t descriptors_ = 0;  ///< that are open without a link
+  bool onTheBus_ = true;
 };
 
 TEST_F(AgentLinkTest, AnAgentThatStartsLateIsFollowed) {
@@ -123,6 +192,7 @@ TEST_F(AgentLinkTest, AnAgentThatStartsLateIsFollowed) {
   EXPECT_EQ(engine_.account, "42");
   EXPECT_TRUE(hearsEvents());
   EXPECT_EQ(engine_.paths, std::vector<std::string>{"/volumes/a"});
+  expectOneLink();
 }
 
 TEST_F(AgentLinkTest, AnAgentKilledTwoHundredTimesIsFollowedEachTimeAndNothingIsLeaked) {
@@ -131,8 +201,7 @@ TEST_F(AgentLinkTest, AnAgentKilledTwoHundredTimesIsFollowedEachTimeAndNothingIs
   ASSERT_TRUE(turnsOn());
   ASSERT_TRUE(hearsEvents());
   const auto descriptors = openDescriptors();
-  const auto rules = matchRules(bus_.address()).size();
-  EXPECT_EQ(rules, 4U);  // overlay setting, event, account record, status
+  expectOneLink();
   for (unsigned round = 0; round < 200; ++round) {
     agent->signal(SIGKILL);
     ASSERT_TRUE(turnsOff()) << round;
@@ -144,7 +213,7 @@ TEST_F(AgentLinkTest, AnAgentKilledTwoHundredTimesIsFollowedEachTimeAndNothingIs
   }
   EXPECT_TRUE(hearsEvents());
   EXPECT_EQ(openDescriptors(), descriptors);
-  EXPECT_EQ(matchRules(bus_.address()).size(), rules);
+  expectOneLink();
 }
 
 TEST_F(AgentLinkTest, OfTwoAgentsTheOneWithTheLowerSeedIsUsed) {
@@ -157,6 +226,23 @@ TEST_F(AgentLinkTest, OfTwoAgentsTheOneWithTheLowerSeedIsUsed) {
   post(kIDaemonConnectionBecomeAvailableNotification);
   EXPECT_TRUE(turnsOn());
   EXPECT_EQ(engine_.account, "5");
+  expectOneLink();
+}
+
+TEST_F(AgentLinkTest, AStoppedAgentUnderALowerSeedDoesNotStandBeforeALiveOne) {
+  const auto stopped = startAgent(0, "stopped", "0");
+  load();
+  ASSERT_TRUE(turnsOn());
+  ASSERT_EQ(engine_.account, "0");
+  stopped->signal(SIGSTOP);
+  post(kFinderOverlayChanged);
+  ASSERT_TRUE(turnsOff());
+  ASSERT_TRUE(observes(kObservedWhileWaiting));
+  const auto live = startAgent(5, "live", "5");
+  EXPECT_TRUE(turnsOn());
+  EXPECT_EQ(engine_.account, "5");
+  EXPECT_EQ(objects_.connects, 2);  // none more to the one that does not answer
+  expectOneLink();
 }
 
 TEST_F(AgentLinkTest, ASocketThatAcceptsAndNeverAnswersIsNoAgent) {
@@ -174,7 +260,7 @@ TEST_F(AgentLinkTest, PeersThatSpeakGarbageAreNoAgents) {
     connector_.reset();
     load();
     EXPECT_FALSE(engine_.turnedOn) << kind;
-    EXPECT_EQ(matchRules(bus_.address()).size(), 2U) << kind;  // overlay setting, become available
+    EXPECT_TRUE(observes(kObservedWhileWaiting)) << kind;
   }
 }
 
@@ -186,15 +272,22 @@ TEST_F(AgentLinkTest, AStoppedAgentTurnsBadgesOffAndIsAskedAgainOnlyWhenItAnnoun
   post(kFinderOverlayChanged);
   ASSERT_TRUE(turnsOff());
   // The death is handled; from here on nobody is asked.
-  ASSERT_TRUE(runMainLoopUntil([&] { return matchRules(bus_.address()).size() == 2; }));
-  post(kFinderOverlayChanged);
+  ASSERT_TRUE(observes(kObservedWhileWaiting));
+  const int lookups = objects_.lookups;
+  for (int i = 0; i < 3; ++i) post(kFinderOverlayChanged);
   settle();
   EXPECT_FALSE(engine_.turnedOn);
+  EXPECT_EQ(objects_.lookups, lookups);
+  // Nor is it waited for when somebody announces himself: it has no port.
+  post(kIDaemonConnectionBecomeAvailableNotification);
+  settle();
+  EXPECT_FALSE(engine_.turnedOn);
+  EXPECT_EQ(objects_.lookups, lookups + 30);
+  EXPECT_EQ(objects_.connects, 1);
   agent->signal(SIGCONT);
-  settle();
-  EXPECT_FALSE(engine_.turnedOn);
   post(kIDaemonConnectionBecomeAvailableNotification);
   EXPECT_TRUE(turnsOn());
+  expectOneLink();
 }
 
 TEST_F(AgentLinkTest, NotificationsOfAnotherObjectDoNotReachTheProcess) {
@@ -213,10 +306,44 @@ TEST_F(AgentLinkTest, NotificationsOfAnotherObjectDoNotReachTheProcess) {
   EXPECT_EQ(ours, 3);
 }
 
-gboolean count(gpointer turns) noexcept {
-  ++*static_cast<int*>(turns);
-  return G_SOURCE_CONTINUE;
-}
+/// A host with one window, which is as busy drawing as can be.
+class BusyHost {
+ public:
+  explicit BusyHost(CountingEngine& engine)
+      : window_(host_.addBrowserWindow({"/Volumes/0", "/Volumes/9999"})),
+        drawing_(g_idle_add_full(G_PRIORITY_HIGH_IDLE + 20, &draw, this, nullptr)) {
+    engine.tools = &tools_;
+  }
+  ~BusyHost() { g_source_remove(drawing_); }
+  BusyHost(const BusyHost&) = delete;
+  BusyHost& operator=(const BusyHost&) = delete;
+
+  /// How often the bundle has walked through the window's items.
+  int walks() const { return window_->view->redraws; }
+  /// The most of it between two turns.
+  int longest() const { return longest_; }
+  int turns() const { return turns_; }
+  int redrawsOf(std::size_t item) const { return window_->items[item].controlView->redraws; }
+
+ private:
+  static gboolean draw(gpointer data) noexcept {
+    auto* self = static_cast<BusyHost*>(data);
+    ++self->turns_;
+    self->longest_ = std::max(self->longest_, self->walks() - self->before_);
+    self->before_ = self->walks();
+    return G_SOURCE_CONTINUE;
+  }
+
+  RecordingHost host_;
+  platform::SystemClock clock_;
+  platform::GLibDispatch dispatch_;
+  WVFinderTools tools_{host_.runtime, dispatch_.mainQueue(), clock_};
+  std::shared_ptr<Browser> window_;
+  int before_ = 0;
+  int longest_ = 0;
+  int turns_ = 0;
+  guint drawing_;
+};
 
 TEST_F(AgentLinkTest, AStormOfTenThousandEventsIsHeardWhileTheMainLoopGoesOn) {
   const auto agent = startAgent(0, "stormy");
@@ -225,14 +352,16 @@ TEST_F(AgentLinkTest, AStormOfTenThousandEventsIsHeardWhileTheMainLoopGoesOn) {
   agent->signal(SIGSTOP);
   settle();
   const int before = engine_.desktops;
-  int turns = 0;
-  const guint counting = g_timeout_add(1, &count, &turns);
+  const BusyHost host(engine_);
   const ChildProcess storm({WEVORA_LINK_PEER, "storm", "10000", "stormy"});
-  EXPECT_TRUE(runMainLoopUntil([&] { return engine_.desktops >= before + 10000; }));
-  g_source_remove(counting);
+  EXPECT_TRUE(runMainLoopUntil([&] { return host.walks() >= 10000; }));
+  engine_.tools = nullptr;
   EXPECT_EQ(engine_.desktops, before + 10000);
   EXPECT_EQ(engine_.paths, std::vector<std::string>{"/volumes/9999"});
-  EXPECT_GT(turns, 10);
+  EXPECT_EQ(host.redrawsOf(0), 1);
+  EXPECT_EQ(host.redrawsOf(1), 1);
+  EXPECT_LE(host.longest(), 64);
+  EXPECT_GE(host.turns(), 2 * 10000 / 64);  // each event is heard, and then walked for
 }
 
 TEST_F(AgentLinkTest, AnotherProgramsSignalsDriveTheLink) {
@@ -272,6 +401,7 @@ TEST_F(AgentLinkTest, WithoutASessionBusTheAgentIsFoundAndItsDeathIsNoticed) {
       WVAgentConnectorServices{std::string(g_get_user_name()), objects_, nowhere, local_, engine_,
                                [](const Text&) { return std::make_unique<NoSettings>(); }});
   connector_->connect();
+  onTheBus_ = false;
   EXPECT_TRUE(engine_.turnedOn);
   agent.reset();
   EXPECT_TRUE(turnsOff());

@@ -13,7 +13,6 @@
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <vector>
 
@@ -22,6 +21,7 @@
 #include "Connector/DaemonConnectionService.h"
 #include "Platform/DistributedNotifications/BusNotificationCenter.h"
 #include "Platform/DistributedObjects/PublishedService.h"
+#include "Platform/Support/UnixAddress.h"
 #include "Tests/TestAgent/TestAgent.h"
 
 namespace wevora::testing_host {
@@ -86,12 +86,10 @@ int runAgent(const std::string& seed, const std::string& object, const std::stri
 
 int listenOn(const std::string& name) {
   const auto path = platform::socketPath(platform::userRuntimeFolder(), name);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path->copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  const auto address = platform::UnixAddress::of(*path);
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   ::unlink(path->c_str());
-  if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+  if (::bind(socket, address->get(), platform::UnixAddress::size()) != 0 ||
       ::listen(socket, 8) != 0)
     return -1;
   ready();

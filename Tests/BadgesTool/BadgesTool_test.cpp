@@ -13,6 +13,7 @@
 #include "Tests/Integration/OwnSettings.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
+#include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {
 namespace {
@@ -21,9 +22,8 @@ namespace fs = std::filesystem;
 using platform::Dictionary;
 using platform::PropertyLists;
 using platform::Value;
+using testing_host::kOverlay;
 using testing_host::Outcome;
-
-constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
 
 Outcome badges(std::vector<std::string> words) {
   words.insert(words.begin(), WEVORA_BADGES);

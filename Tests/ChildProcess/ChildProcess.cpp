@@ -16,7 +16,7 @@
 
 #include <glib.h>
 
-#include "Platform/DistributedObjects/ServiceNames.h"
+#include "Platform/Support/Descriptor.h"
 #include "Platform/Support/Mutex.h"
 
 namespace wevora::testing_host {

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -50,6 +51,28 @@ Outcome chflags(const std::string& arguments) {
 std::string bound(const std::string& command) {
   return "setpriv --bounding-set=-dac_override,-dac_read_search " + command;
 }
+
+/// An empty private program folder over the place of installation, in this test's own mount
+/// namespace. Threads: one. Owns: the mount. Errors: isThere.
+class EmptyInstallation {
+ public:
+  EmptyInstallation() {
+    while (!fs::exists(above_)) above_ = above_.parent_path();
+    there_ = above_ != "/" && ::mount("tmpfs", above_.c_str(), "tmpfs", 0, "size=64m") == 0;
+    if (there_) fs::create_directories(platform::kInstalledProgramFolder);
+  }
+  ~EmptyInstallation() {
+    if (there_) ::umount2(above_.c_str(), MNT_DETACH);
+  }
+  EmptyInstallation(const EmptyInstallation&) = delete;
+  EmptyInstallation& operator=(const EmptyInstallation&) = delete;
+
+  bool isThere() const { return there_; }
+
+ private:
+  fs::path above_ = platform::kInstalledProgramFolder;
+  bool there_ = false;
+};
 
 class FilesTest : public testing::Test {
  protected:
@@ -136,16 +159,11 @@ TEST_F(FilesTest, JsonIsReadByAnotherProgram) {
 
 TEST_F(FilesTest, TheInstalledCommandHidesAnItemWithoutAnyHelpOfTheSearchPath) {
   ASSERT_TRUE(mounted);
-  // Over the place of installation, in this test's own mount namespace.
-  fs::path above = platform::kInstalledProgramFolder;
-  while (!fs::exists(above)) above = above.parent_path();
-  ASSERT_NE(above, "/");
-  ASSERT_EQ(::mount("tmpfs", above.c_str(), "tmpfs", 0, "size=64m"), 0);
-  fs::create_directories(platform::kInstalledProgramFolder);
+  const EmptyInstallation installation;
+  ASSERT_TRUE(installation.isThere());
   fs::copy(WEVORA_CHFLAGS, platform::kInstalledProgramFolder);
   write(volume.path("two words"));
   const auto hidden = files("hide " + quoted + "/two words'");
-  ::umount2(above.c_str(), MNT_DETACH);
   EXPECT_EQ(hidden.status, 0) << hidden.output;
   EXPECT_EQ(hidden.output, "hidden\t/media/wevora files/two words\n");
   EXPECT_EQ(files("ignored " + quoted + "/two words'").status, 0);
@@ -154,6 +172,8 @@ TEST_F(FilesTest, TheInstalledCommandHidesAnItemWithoutAnyHelpOfTheSearchPath) {
 
 TEST_F(FilesTest, WithoutTheCommandHidingFailsWithAReason) {
   ASSERT_TRUE(mounted);
+  const EmptyInstallation installation;  // the product may be installed here
+  ASSERT_TRUE(installation.isThere());
   write(volume.path("a"));
   const auto answer = run("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
   EXPECT_EQ(answer.status, 1);
@@ -264,6 +284,42 @@ TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
   EXPECT_TRUE(fs::is_symlink(volume.path("copy/link")));
 }
 
+TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
+  write(folder.path("a"));
+  ASSERT_TRUE(mounted);
+  const auto modes = [this] {
+    return run("stat -c %a " + folder.path("a") + " " + folder.path("b") + " 2>&1").output;
+  };
+  ::chmod(folder.path("a").c_str(), 06755);
+  EXPECT_EQ(files("backup " + folder.path("a") + " " + folder.path("b")).status, 0);
+  EXPECT_EQ(modes(), "6755\n6755\n");
+  fs::remove(folder.path("b"));
+  if (!testing_host::mayMountDisks()) return;  // there is one user only
+  ASSERT_EQ(::chown(folder.path("a").c_str(), 4711, 4711), 0);
+  ::chmod(folder.path("a").c_str(), 06755);
+  EXPECT_EQ(run("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") + " " +
+                folder.path("b"))
+                .status,
+            0);
+  EXPECT_EQ(modes(), "6755\n755\n");
+}
+
+TEST_F(FilesTest, AVolumeThatHoldsNoExtendedAttributesHoldsTheRest) {
+  MountedVolume plain(MountedVolume::Kind::ramfs, folder.path("plain"));
+  ASSERT_TRUE(plain.mount());
+  fs::create_directories(folder.path("a/deep"));
+  write(folder.path("a/deep/file"), "text");
+  ::chmod(folder.path("a/deep/file").c_str(), 0640);
+  ASSERT_EQ(::setxattr(folder.path("a/deep/file").c_str(), "user.note", "kept", 4, 0), 0);
+  ASSERT_NE(::setxattr(plain.path().c_str(), "user.note", "kept", 4, 0), 0);
+  EXPECT_EQ(files("backup " + folder.path("a") + " " + plain.path("b")).output, "");
+  EXPECT_EQ(files("backup " + folder.path("a/deep/file") + " " + plain.path("c")).output, "");
+  for (const auto* copy : {"b/deep/file", "c"}) {
+    EXPECT_EQ(run("cat " + plain.path(copy)).output, "text");
+    EXPECT_EQ(fs::status(plain.path(copy)).permissions(), fs::perms(0640));
+  }
+}
+
 TEST_F(FilesTest, AFullVolumeHoldsNoPartOfACopy) {
   ASSERT_TRUE(mounted);
   makeFile(folder.path("large"), 20 << 20);
@@ -312,6 +368,57 @@ TEST_F(FilesTest, ASourceThatIsItsOwnDestinationIsNotLost) {
   EXPECT_EQ(run("cd " + folder.path() + " && " WEVORA_FILES " backup --attempts 0 a ./a").status,
             1);
   EXPECT_EQ(run("cat " + folder.path("a")).output, "text");
+}
+
+TEST_F(FilesTest, AMountInsideTheDestinationKeepsTheSource) {
+  fs::create_directories(folder.path("home/doc"));
+  write(folder.path("home/doc/letter"), "text");
+  fs::create_directories(folder.path("chroot/home"));
+  fs::create_directory(folder.path("chroot/etc"));
+  write(folder.path("chroot/file"));
+  write(folder.path("single"), "text");
+  // A bound folder is on the same device as what it is bound to.
+  const auto bind = [this](const std::string& from, const std::string& to) {
+    return ::mount(folder.path(from).c_str(), folder.path(to).c_str(), nullptr, MS_BIND, nullptr);
+  };
+  ASSERT_EQ(bind("home", "chroot/home"), 0);
+  EXPECT_EQ(
+      files("backup --attempts 1 " + folder.path("home/doc") + " " + folder.path("chroot")).status,
+      1);
+  EXPECT_EQ(run("cat " + folder.path("home/doc/letter")).output, "text");
+  EXPECT_EQ(namesIn(folder.path("chroot")), (std::vector<std::string>{"etc", "file", "home"}));
+  EXPECT_EQ(files("backup --attempts 1 " + folder.path("single") + " " + folder.path("chroot/home"))
+                .status,
+            1);
+  EXPECT_EQ(run("cat " + folder.path("home/doc/letter")).output, "text");
+  ::umount2(folder.path("chroot/home").c_str(), MNT_DETACH);
+  ASSERT_EQ(bind("single", "chroot/file"), 0);
+  EXPECT_EQ(
+      files("backup --attempts 1 " + folder.path("home") + " " + folder.path("chroot")).status, 1);
+  EXPECT_EQ(namesIn(folder.path("chroot")), (std::vector<std::string>{"etc", "file", "home"}));
+  ::umount2(folder.path("chroot/file").c_str(), MNT_DETACH);
+  EXPECT_EQ(
+      files("backup --attempts 1 " + folder.path("home") + " " + folder.path("chroot")).status, 1);
+  EXPECT_FALSE(fs::exists(folder.path("chroot")));
+}
+
+TEST_F(FilesTest, AFolderThatItsOwnerMayNotChangeIsRemovedAndALookAtItLeavesItLocked) {
+  fs::create_directories(folder.path("b/locked/deeper"));
+  write(folder.path("b/locked/deeper/file"));
+  fs::create_directory(folder.path("b/mount"));
+  write(folder.path("a"));
+  ::chmod(folder.path("b/locked/deeper").c_str(), 0);
+  ::chmod(folder.path("b/locked").c_str(), 0500);
+  const std::string backup =
+      WEVORA_FILES " backup --attempts 1 " + folder.path("a") + " " + folder.path("b");
+  ASSERT_EQ(::mount("tmpfs", folder.path("b/mount").c_str(), "tmpfs", 0, nullptr), 0);
+  EXPECT_EQ(run(bound(backup)).status, 1);
+  EXPECT_EQ(fs::status(folder.path("b/locked/deeper")).permissions(), fs::perms::none);
+  EXPECT_EQ(fs::status(folder.path("b/locked")).permissions(), fs::perms(0500));
+  EXPECT_TRUE(fs::exists(folder.path("b/locked/deeper/file")));
+  ::umount2(folder.path("b/mount").c_str(), MNT_DETACH);
+  EXPECT_EQ(run(bound(backup)).status, 1);
+  EXPECT_FALSE(fs::exists(folder.path("b")));
 }
 
 TEST_F(FilesTest, LargeFilesShowTheirProgressOnATerminalOnly) {

@@ -20,12 +20,14 @@
 #include "Platform/Support/TemporaryFolder.h"
 #include "Platform/Unmount/ManualUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
+#include "Tests/Leaks/Leaks.h"
 
 namespace wevora {
 namespace {
 
 namespace fs = std::filesystem;
 using platform::DatabaseWriter;
+using testing_host::openDescriptors;
 
 constexpr const char* kAccount = "hostile";
 constexpr const char* kRules =
@@ -170,12 +172,6 @@ const std::vector<Kind>& kinds() {
        "blue"},
   };
   return all;
-}
-
-std::size_t openDescriptors() {
-  std::size_t count = 0;
-  for ([[maybe_unused]] const auto& entry : fs::directory_iterator("/proc/self/fd")) ++count;
-  return count;
 }
 
 /// A hostile and a healthy volume in one engine, in virtual time.

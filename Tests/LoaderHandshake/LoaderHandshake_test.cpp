@@ -25,6 +25,19 @@
 #include "Platform/Support/TemporaryFolder.h"
 #include "Tests/Integration/InMountNamespace.h"
 
+namespace {
+
+/// How often a signal comes in between before shared memory is allocated.
+int interruptions = 0;
+
+}  // namespace
+
+/// In the place of the C library's.
+extern "C" int posix_fallocate(int descriptor, off_t offset, off_t length) {
+  if (interruptions-- > 0) return EINTR;
+  return ::fallocate(descriptor, 0, offset, length) == 0 ? 0 : errno;
+}
+
 namespace wevora {
 namespace {
 
@@ -318,6 +331,19 @@ TEST_F(LoaderHandshakeTest, FullSharedMemoryDoesNotEndTheProcess) {
             }),
             0);
   EXPECT_TRUE(nameIsThere());
+}
+
+TEST_F(LoaderHandshakeTest, ASignalMeanwhileLeavesNoNameAndNoDescriptor) {
+  install("0.0.0");
+  const auto before = openDescriptors();
+  interruptions = 3;
+  setVersion(1, 2, 3);
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_FALSE(nameIsThere());
+  interruptions = 3;
+  EXPECT_EQ(asked(), std::make_pair(1, std::string()));
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_FALSE(nameIsThere());
 }
 
 TEST_F(LoaderHandshakeTest, AForeignProgramsRecordIsReadInTheMachinesByteOrder) {

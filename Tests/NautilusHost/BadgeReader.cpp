@@ -1,5 +1,7 @@
 #include "Tests/NautilusHost/BadgeReader.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -16,18 +18,20 @@ namespace {
 
 using platform::Bitmap;
 
-constexpr int kTolerance = 48;  // of 255, for scaling and smooth edges
+constexpr int kTolerance = 48;                            // of 255, for scaling and smooth edges
+constexpr std::array<unsigned, 3> kColours = {0, 8, 16};  // where they begin in a pixel
 
 bool isSolid(std::uint32_t pixel) {
   return (pixel >> 24U) >= 250;
 }
 
+int differenceOf(std::uint32_t a, std::uint32_t b, unsigned shift) {
+  return std::abs(static_cast<int>((a >> shift) & 255U) - static_cast<int>((b >> shift) & 255U));
+}
+
 bool areAlike(std::uint32_t a, std::uint32_t b) {
-  for (const unsigned shift : {0U, 8U, 16U})
-    if (std::abs(static_cast<int>((a >> shift) & 255U) - static_cast<int>((b >> shift) & 255U)) >
-        kTolerance)
-      return false;
-  return true;
+  return std::ranges::all_of(
+      kColours, [&](unsigned shift) { return differenceOf(a, b, shift) <= kTolerance; });
 }
 
 /// Where the badge lies on an icon of the host: over all of it in the icon view; in the list, the
@@ -39,10 +43,19 @@ platform::Rect squareOn(const Place& icon) {
   return {frame.x, frame.y + frame.height - side, side, side};
 }
 
+struct Corner {
+  std::size_t left;  ///< pixels of the picture
+  std::size_t top;
+};
+
+Corner cornerOf(const platform::Rect& square, double scale) {
+  return {static_cast<std::size_t>(std::lround(square.x * scale)),
+          static_cast<std::size_t>(std::lround(square.y * scale))};
+}
+
 /// How much of the badge's solid pixels is there.
-double shareOf(const Bitmap& badge, const Bitmap& picture, const platform::Rect& square) {
-  const auto left = static_cast<std::size_t>(std::lround(square.x));
-  const auto top = static_cast<std::size_t>(std::lround(square.y));
+double shareOf(const Bitmap& badge, const Bitmap& picture, const Corner& corner) {
+  const auto [left, top] = corner;
   int solid = 0;
   int alike = 0;
   for (std::size_t y = 0; y < badge.height(); ++y)
@@ -92,34 +105,54 @@ bool BadgeReader::isDriveAt(const Bitmap& picture, const Place& row) const {
   const auto background =
       picture.pixels()[static_cast<std::size_t>(std::lround(frame.y)) * picture.width() +
                        static_cast<std::size_t>(std::lround(frame.x))];
-  const auto dimmed = dimmedOn(background, *drive_.ofSide(kSide));
-  return shareOf(*dimmed, picture, {frame.x, frame.y + above, kSide, kSide}) > 0.9;
+  const auto dimmed = dimmedOn(background, *drive_.ofSide(kSide, 1));
+  return shareOf(*dimmed, picture, cornerOf({frame.x, frame.y + above, kSide, kSide}, 1)) > 0.9;
 }
 
-platform::BitmapRef BadgeReader::Badge::ofSide(std::size_t side) const {
-  auto& bitmap = drawn[side];
+platform::BitmapRef BadgeReader::Badge::ofSide(double points, double scale) const {
+  auto& bitmap = drawn[{points, scale}];
   if (bitmap) return bitmap;
-  const auto context =
-      platform::BitmapContext::create({.width = side, .height = side, .flipped = false});
+  const auto side = static_cast<std::size_t>(std::lround(points * scale));
+  const auto context = platform::BitmapContext::create(
+      {.width = side, .height = side, .scale = scale, .flipped = false});
   const platform::CurrentTarget current(*context);
-  const auto points = static_cast<double>(side);
   image->drawInRect({0, 0, points, points}, {}, platform::CompositingOperation::SourceOver, 1.0);
   return bitmap = context->createImage();
 }
 
-std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon) const {
+std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon, double scale) const {
   const auto square = squareOn(icon);
+  const auto corner = cornerOf(square, scale);
   std::string best;
   double bestShare = 0;
   for (const auto& [word, badge] : badges_) {
-    const double share = shareOf(*badge.ofSide(static_cast<std::size_t>(std::lround(square.width))),
-                                 picture, square);
+    const double share = shareOf(*badge.ofSide(square.width, scale), picture, corner);
     if (share <= bestShare) continue;
     best = word;
     bestShare = share;
   }
   if (bestShare > 0.8) return best;
   return bestShare > 0.5 ? "unclear" : "";
+}
+
+double BadgeReader::differenceAt(const Look& look, const Place& icon, const std::string& word,
+                                 double drawnFor) const {
+  const auto square = squareOn(icon);
+  const auto badge = badges_.at(word).ofSide(square.width, drawnFor);
+  const auto corner = cornerOf(square, look.scale);
+  const auto larger = static_cast<std::size_t>(std::lround(look.scale / drawnFor));
+  std::int64_t sum = 0;
+  std::int64_t colours = 0;
+  for (std::size_t y = 0; y < badge->height() * larger; ++y)
+    for (std::size_t x = 0; x < badge->width() * larger; ++x) {
+      const auto pixel = badge->pixels()[y / larger * badge->width() + x / larger];
+      if (!isSolid(pixel)) continue;
+      const auto shown =
+          look.picture->pixels()[(corner.top + y) * look.picture->width() + corner.left + x];
+      for (const unsigned shift : kColours) sum += differenceOf(pixel, shown, shift);
+      colours += 3;
+    }
+  return static_cast<double>(sum) / static_cast<double>(colours);
 }
 
 }  // namespace wevora::testing_host

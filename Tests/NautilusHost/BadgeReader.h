@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "Platform/Graphics/Image.h"
 #include "Tests/NautilusHost/Screen.h"
@@ -16,15 +17,22 @@ class BadgeReader {
   explicit BadgeReader(const std::string& resources);
 
   /// "green", "blue", "red", or "" for an icon without one; "unclear" for a part of one.
-  std::string wordAt(const platform::Bitmap& picture, const Place& icon) const;
+  std::string wordAt(const platform::Bitmap& picture, const Place& icon, double scale = 1) const;
+
+  /// How far what the icon shows is from a word's badge: the mean difference of a colour, of 255,
+  /// where the badge is solid. The badge is the one for displays of so many pixels a point, made
+  /// larger where the picture has more.
+  double differenceAt(const Look& look, const Place& icon, const std::string& word,
+                      double drawnFor) const;
   /// Whether a row of the sidebar shows the bundle's own picture.
   bool isDriveAt(const platform::Bitmap& picture, const Place& row) const;
 
  private:
   struct Badge {
     platform::ImageRef image;
-    mutable std::map<std::size_t, platform::BitmapRef> drawn;  ///< by the side, pixels
-    platform::BitmapRef ofSide(std::size_t side) const;
+    using Size = std::pair<double, double>;  ///< the side, points, and the pixels for each
+    mutable std::map<Size, platform::BitmapRef> drawn;
+    platform::BitmapRef ofSide(double points, double scale) const;
   };
   std::map<std::string, Badge> badges_;
   Badge drive_;

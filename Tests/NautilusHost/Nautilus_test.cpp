@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 #include <sys/stat.h>
 
@@ -261,17 +262,34 @@ TEST_P(NautilusViewTest, ItemsWithOddNamesHaveTheirBadges) {
   for (const auto& name : names) EXPECT_TRUE(session.shows(path("Odd/" + name), "green")) << name;
 }
 
-TEST_P(NautilusViewTest, ANameThatIsNotUtf8HarmsNothing) {
+TEST_P(NautilusViewTest, ANameThatIsNotUtf8HasItsBadge) {
   fs::create_directories(path("Odd"));
-  write("Odd/fine");
-  write("Odd/latin\xE9");
-  scan({"Odd/fine"});
+  for (const char* name : {"Odd/fine", "Odd/latin\xE9", "Odd/latin\xE8", "Odd/\xFF\xFE"})
+    write(name);
+  fs::create_directories(path("Odd/folder\xE9"));
+  scan({"Odd/fine", "Odd/latin\xE9"});
   Session session(GetParam());
   const Agent agent(kAccount);
-  session.open(path("Odd"), 2);
+  session.open(path("Odd"), 5);
   EXPECT_TRUE(session.shows(path("Odd/fine"), "green"));
-  EXPECT_NE(session.word(path("Odd/latin\xE9")), "not shown");
+  EXPECT_TRUE(session.shows(path("Odd/latin\xE9"), "green"));
+  EXPECT_TRUE(session.shows(path("Odd/latin\xE8"), "blue"));
+  EXPECT_TRUE(session.shows(path("Odd/\xFF\xFE"), "blue"));
+  EXPECT_TRUE(session.shows(path("Odd/folder\xE9"), "red"));
   EXPECT_FALSE(session.fileManager().status());
+}
+
+TEST_P(NautilusViewTest, AFolderWhoseNameIsNotUtf8ShowsTheBadgesOfItsItems) {
+  fs::create_directories(path("folder\xE9"));
+  write("folder\xE9/kept");
+  write("folder\xE9/waiting");
+  scan({"folder\xE9/kept"});
+  Session session(GetParam());
+  const Agent agent(kAccount);
+  // A word of a command line must be text; a URI is.
+  session.open(testing_host::uriOf(path("folder\xE9")), 2);
+  EXPECT_TRUE(session.shows(path("folder\xE9/kept"), "green"));
+  EXPECT_TRUE(session.shows(path("folder\xE9/waiting"), "blue"));
 }
 
 TEST_P(NautilusViewTest, TheRootOfAVolumeHasTheProductsMark) {
@@ -313,16 +331,48 @@ TEST_P(NautilusViewTest, AVolumeInsideAFolderHasItsOwnBadgesAndItsTopIsMarkedInT
       1));
 }
 
-TEST_P(NautilusViewTest, ASymbolicLinkHarmsNothing) {
-  fs::create_symlink("kept.txt", path("link"));
-  fs::create_symlink("nowhere", path("dangling"));
+TEST_P(NautilusViewTest, ASymbolicLinkHasTheBadgeOfItsOwnRecordAndNotOfWhereItLeads) {
+  fs::create_symlink("waiting.txt", path("kept link"));
+  fs::create_symlink("kept.txt", path("waiting link"));
+  fs::create_symlink("Folder", path("to folder"));
   fs::create_symlink(".", path("round"));
+  scan({"kept link"});
+  Session session(GetParam());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 8);
+  EXPECT_TRUE(session.shows(path("kept link"), "green"));
+  EXPECT_TRUE(session.shows(path("waiting link"), "blue"));
+  // A link is no folder, whatever it leads to.
+  EXPECT_TRUE(session.shows(path("to folder"), "blue"));
+  EXPECT_TRUE(session.shows(path("round"), "blue"));
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  EXPECT_FALSE(session.fileManager().status());
+}
+
+TEST_P(NautilusViewTest, ALinkThatLeadsNowhereHasNoBadgeWhateverItsRecord) {
+  fs::create_symlink("nowhere", path("dangling"));
+  fs::create_symlink("loop", path("loop"));
+  scan({"dangling"});
+  Session session(GetParam());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 6);
+  // When its neighbour has its badge, what is known of the folder is known of the link.
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_EQ(session.word(path("dangling")), "");
+  EXPECT_EQ(session.word(path("loop")), "");
+  EXPECT_FALSE(session.fileManager().status());
+}
+
+TEST_P(NautilusViewTest, WhatIsReachedThroughALinkedFolderHasNoBadge) {
+  fs::create_symlink("Folder", path("to folder"));
   scan();
   Session session(GetParam());
   const Agent agent(kAccount);
-  session.open(volume.path(), 7);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_FALSE(session.fileManager().status());
+  session.open(path("to folder"), 2);
+  session.openAnother(volume.path(), 5);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green", 1));
+  EXPECT_EQ(session.word(path("to folder/inside.txt")), "");
 }
 
 // Windows, tabs and other places.
@@ -492,6 +542,33 @@ TEST_P(NautilusViewTest, BadgesAreRightAtEverySizeOfIcon) {
     EXPECT_TRUE(session.shows(path("waiting.txt"), "blue")) << step;
     EXPECT_TRUE(session.shows(path("Folder"), "red")) << step;
     session.screen().activate("view.zoom-in");
+  }
+}
+
+// Displays of two pixels a point.
+
+TEST_P(NautilusViewTest, OnADisplayOfTwoPixelsAPointTheBadgesAreSharp) {
+  scan();
+  Session session(GetParam());
+  session.setScale(2);
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  const std::map<std::string, std::string> words = {
+      {path("kept.txt"), "green"}, {path("waiting.txt"), "blue"}, {path("Folder"), "red"}};
+  for (const auto& [item, word] : words) EXPECT_TRUE(session.shows(item, word));
+
+  const auto look = session.screen().look();
+  ASSERT_TRUE(look.picture);
+  ASSERT_EQ(look.scale, 2);
+  for (const auto& [item, word] : words) {
+    const auto cell =
+        std::ranges::find(look.cells, testing_host::uriOf(item), &testing_host::Place::name);
+    ASSERT_NE(cell, look.cells.end()) << item;
+    // The picture for two pixels a point, in its very place; not the other one made larger.
+    const double fine = session.badges().differenceAt(look, *cell, word, 2);
+    const double coarse = session.badges().differenceAt(look, *cell, word, 1);
+    EXPECT_LT(fine, 1) << item;
+    EXPECT_GT(coarse, 4 * fine) << item;
   }
 }
 

@@ -17,6 +17,8 @@
 
 #include "Hosts/Nautilus/GObjectPtr.h"
 #include "Tests/NautilusHost/ProbeInterface.h"
+#include "Tests/NautilusHost/ProbeTimes.h"
+#include "Tests/NautilusHost/ProbeWidgets.h"
 
 namespace wevora::testing_host {
 namespace {
@@ -35,64 +37,11 @@ constexpr const char* kInterfaceXml = R"xml(
   <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
   <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
   <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
-  <method name="ScrollTime"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="ad" direction="out"/></method>
+  <method name="FrameTimes"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="d" direction="in"/><arg type="a(dd)" direction="out"/></method>
+  <method name="DrawTimes"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="a(dd)" direction="out"/></method>
+  <method name="TimeUntilPainted"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="d" direction="out"/></method>
   <method name="Search"><arg type="u" direction="in"/><arg type="s" direction="in"/></method>
 </interface></node>)xml";
-
-bool isOf(GtkWidget* widget, std::initializer_list<const char*> classes) {
-  const char* name = G_OBJECT_TYPE_NAME(widget);
-  return std::any_of(classes.begin(), classes.end(),
-                     [name](const char* wanted) { return std::strcmp(name, wanted) == 0; });
-}
-
-/// Calls for each widget that is on the screen, parents first.
-void forEachBelow(GtkWidget* widget, const std::function<void(GtkWidget*)>& function) {
-  function(widget);
-  for (GtkWidget* child = gtk_widget_get_first_child(widget); child != nullptr;
-       child = gtk_widget_get_next_sibling(child))
-    if (gtk_widget_get_mapped(child)) forEachBelow(child, function);
-}
-
-std::vector<GtkWidget*> hostWindows() {
-  std::vector<GtkWidget*> windows;
-  GListModel* all = gtk_window_get_toplevels();
-  for (guint i = 0; i < g_list_model_get_n_items(all); ++i) {
-    const GObjectPtr<GtkWidget> window(static_cast<GtkWidget*>(g_list_model_get_item(all, i)));
-    if (isOf(window.get(), {"NautilusWindow"})) windows.push_back(window.get());
-  }
-  return windows;
-}
-
-GtkWidget* windowOf(guint number) {
-  const auto windows = hostWindows();
-  return number < windows.size() ? windows[number] : nullptr;
-}
-
-/// In the window's picture; none for what a view that scrolls cuts off.
-std::optional<graphene_rect_t> frameIn(GtkWidget* window, GtkWidget* widget) {
-  graphene_rect_t frame;
-  graphene_rect_t whole;
-  if (!gtk_widget_compute_bounds(widget, window, &frame) ||
-      !gtk_widget_compute_bounds(window, window, &whole))
-    return std::nullopt;
-  for (GtkWidget* around = widget; around != window; around = gtk_widget_get_parent(around)) {
-    graphene_rect_t part;
-    if (gtk_widget_get_overflow(around) == GTK_OVERFLOW_HIDDEN &&
-        (!gtk_widget_compute_bounds(around, window, &part) ||
-         !graphene_rect_contains_rect(&part, &frame)))
-      return std::nullopt;
-  }
-  graphene_rect_offset(&frame, -whole.origin.x, -whole.origin.y);
-  return frame;
-}
-
-GtkWidget* pictureOf(GtkWidget* cell) {
-  GtkWidget* found = nullptr;
-  forEachBelow(cell, [&](GtkWidget* widget) {
-    if (found == nullptr && (GTK_IS_PICTURE(widget) || GTK_IS_IMAGE(widget))) found = widget;
-  });
-  return found;
-}
 
 void addPlace(GVariantBuilder& places, const std::string& name, const std::string& kind,
               const graphene_rect_t& frame) {
@@ -106,16 +55,8 @@ void addPlace(GVariantBuilder& places, const std::string& name, const std::strin
 GVariant* cellsOf(GtkWidget* window) {
   GVariantBuilder cells;
   g_variant_builder_init(&cells, G_VARIANT_TYPE("a(ss(dddd))"));
-  forEachBelow(window, [&](GtkWidget* widget) {
-    if (!isOf(widget, {"NautilusGridCell", "NautilusNameCell"})) return;
-    const auto item = objectProperty(widget, "item");
-    const auto file = objectProperty(item.get(), "file");
-    GtkWidget* picture = pictureOf(widget);
-    if (!file || picture == nullptr) return;
-    const auto frame = frameIn(window, picture);
-    const GText uri(nautilus_file_info_get_uri(NAUTILUS_FILE_INFO(file.get())));
-    if (frame && uri) addPlace(cells, uri.get(), G_OBJECT_TYPE_NAME(widget), *frame);
-  });
+  for (const auto& cell : visibleCells(window))
+    addPlace(cells, cell.uri, G_OBJECT_TYPE_NAME(cell.widget), cell.frame);
   return g_variant_new("(a(ss(dddd)))", &cells);
 }
 
@@ -134,14 +75,15 @@ GVariant* rowsOf(GtkWidget* window) {
   return g_variant_new("(a(ss(dddd)))", &rows);
 }
 
-/// Its width, its height, and its pixels: 32 bits each.
-bool write(GdkTexture* texture, const char* file) {
+/// Its width, its height, how many of its pixels are a point, and its pixels: 32 bits each.
+bool write(GdkTexture* texture, std::uint32_t scale, const char* file) {
   const auto width = static_cast<std::uint32_t>(gdk_texture_get_width(texture));
   const auto height = static_cast<std::uint32_t>(gdk_texture_get_height(texture));
-  std::vector<std::uint32_t> words(2 + std::size_t{width} * height);
+  std::vector<std::uint32_t> words(3 + std::size_t{width} * height);
   words[0] = width;
   words[1] = height;
-  gdk_texture_download(texture, reinterpret_cast<guchar*>(&words[2]),
+  words[2] = scale;
+  gdk_texture_download(texture, reinterpret_cast<guchar*>(&words[3]),
                        width * sizeof(std::uint32_t));
   std::ofstream out(file, std::ios::binary);
   out.write(reinterpret_cast<const char*>(words.data()),
@@ -154,15 +96,18 @@ bool savePicture(GtkWidget* window, const char* file) {
   const GObjectPtr<GdkPaintable> paintable(gtk_widget_paintable_new(window));
   const int width = gdk_paintable_get_intrinsic_width(paintable.get());
   const int height = gdk_paintable_get_intrinsic_height(paintable.get());
+  const int scale = gtk_widget_get_scale_factor(window);
+  const auto pixels = [scale](int points) { return static_cast<float>(points * scale); };
   GtkSnapshot* snapshot = gtk_snapshot_new();
+  gtk_snapshot_scale(snapshot, pixels(1), pixels(1));
   gdk_paintable_snapshot(paintable.get(), snapshot, width, height);
   GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
   if (node == nullptr) return false;
-  const graphene_rect_t whole{{0, 0}, {static_cast<float>(width), static_cast<float>(height)}};
+  const graphene_rect_t whole{{0, 0}, {pixels(width), pixels(height)}};
   const GObjectPtr<GdkTexture> texture(
       gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &whole));
   gsk_render_node_unref(node);
-  return write(texture.get(), file);
+  return write(texture.get(), static_cast<std::uint32_t>(scale), file);
 }
 
 using Invocation = GDBusMethodInvocation;
@@ -189,24 +134,6 @@ void answerAfterFrame(GtkWidget* window, Invocation* invocation,
   gdk_frame_clock_request_phase(clock, GDK_FRAME_CLOCK_PHASE_AFTER_PAINT);
 }
 
-/// The view of the window's items.
-GtkAdjustment* adjustmentOf(GtkWidget* window) {
-  GtkAdjustment* found = nullptr;
-  forEachBelow(window, [&](GtkWidget* widget) {
-    if (GTK_IS_GRID_VIEW(widget) || GTK_IS_COLUMN_VIEW(widget))
-      found = gtk_scrollable_get_vadjustment(GTK_SCROLLABLE(widget));
-  });
-  return found;
-}
-
-void scrollTo(GtkWidget* window, double part) {
-  GtkAdjustment* adjustment = adjustmentOf(window);
-  if (adjustment == nullptr) return;
-  const double range =
-      gtk_adjustment_get_upper(adjustment) - gtk_adjustment_get_page_size(adjustment);
-  gtk_adjustment_set_value(adjustment, std::round(std::max(0.0, range) * part));
-}
-
 void search(GtkWidget* window, const char* text) {
   gtk_widget_activate_action(window, "slot.search-visible", nullptr);
   forEachBelow(window, [&](GtkWidget* widget) {
@@ -230,54 +157,6 @@ bool eject(GtkWidget* window, const std::string& label) {
   return clicked;
 }
 
-/// Scrolls through the view once, a step with each frame, and notes how long GTK took for each
-/// frame from its first to its last phase, in milliseconds.
-class ScrollTiming {
- public:
-  ScrollTiming(GtkWidget* window, guint frames, Invocation* invocation)
-      : window_(window), frames_(frames), invocation_(invocation) {}
-
-  static void start(GtkWidget* window, guint frames, Invocation* invocation) {
-    auto* timing = std::make_unique<ScrollTiming>(window, frames, invocation).release();
-    GdkFrameClock* clock = gtk_widget_get_frame_clock(window);
-    timing->clock_ = clock;
-    timing->before_ = g_signal_connect(
-        clock, "before-paint",
-        G_CALLBACK(+[](GdkFrameClock*, ScrollTiming* it) { it->began_ = g_get_monotonic_time(); }),
-        timing);
-    timing->after_ = g_signal_connect(
-        clock, "after-paint",
-        G_CALLBACK(+[](GdkFrameClock*, ScrollTiming* it) { it->frameEnded(); }), timing);
-    gdk_frame_clock_begin_updating(clock);
-  }
-
- private:
-  void frameEnded() {
-    times_.push_back(static_cast<double>(g_get_monotonic_time() - began_) / 1000.0);
-    if (times_.size() < frames_) {
-      scrollTo(window_, static_cast<double>(times_.size()) / frames_);
-      return;
-    }
-    const std::unique_ptr<ScrollTiming> ended(this);
-    gdk_frame_clock_end_updating(clock_);
-    g_signal_handler_disconnect(clock_, before_);
-    g_signal_handler_disconnect(clock_, after_);
-    GVariantBuilder times;
-    g_variant_builder_init(&times, G_VARIANT_TYPE("ad"));
-    for (const double time : times_) g_variant_builder_add(&times, "d", time);
-    g_dbus_method_invocation_return_value(invocation_, g_variant_new("(ad)", &times));
-  }
-
-  GtkWidget* const window_;
-  const guint frames_;
-  Invocation* const invocation_;
-  GdkFrameClock* clock_ = nullptr;
-  gulong before_ = 0;
-  gulong after_ = 0;
-  gint64 began_ = 0;
-  std::vector<double> times_;
-};
-
 void answerWindows(Invocation* invocation) {
   GVariantBuilder titles;
   g_variant_builder_init(&titles, G_VARIANT_TYPE("as"));
@@ -294,6 +173,29 @@ void activate(GtkWidget* window, const char* action, const char* argument) {
   else
     gtk_widget_activate_action_variant(
         window, action, g_variant_parse(nullptr, argument, nullptr, nullptr, nullptr));
+}
+
+void timed(GtkWidget* window, const std::string& method, GVariant* arguments,
+           Invocation* invocation) {
+  guint number = 0;
+  if (method == "TimeUntilPainted") {
+    const char* action = nullptr;
+    WantedCells wanted;
+    const char* folder = nullptr;
+    g_variant_get(arguments, "(u&s&suu)", &number, &action, &folder, &wanted.count,
+                  &wanted.textures);
+    wanted.folder = folder;
+    answerOncePainted(window, wanted, invocation);
+    return activate(window, action, "");
+  }
+  guint times = 0;
+  if (method == "DrawTimes") {
+    g_variant_get(arguments, "(uu)", &number, &times);
+    return g_dbus_method_invocation_return_value(invocation, drawTimes(window, times));
+  }
+  double step = 0;
+  g_variant_get(arguments, "(uud)", &number, &times, &step);
+  answerFrameTimes(window, times, step, invocation);
 }
 
 void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
@@ -336,9 +238,7 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
     g_variant_get(arguments, "(u&s)", &number, &label);
     return done(g_variant_new("(b)", eject(window, label) ? TRUE : FALSE));
   }
-  guint frames = 0;
-  g_variant_get(arguments, "(uu)", &number, &frames);
-  ScrollTiming::start(window, frames, invocation);
+  timed(window, method, arguments, invocation);
 }
 
 void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,

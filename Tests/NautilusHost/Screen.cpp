@@ -14,14 +14,17 @@ namespace {
 constexpr int kPatience = 60'000;  // milliseconds
 
 /// As the probe writes it.
-platform::BitmapRef readPicture(const std::string& file) {
+Look readPicture(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
-  std::array<std::uint32_t, 2> size{};
+  std::array<std::uint32_t, 3> size{};
   in.read(reinterpret_cast<char*>(size.data()), sizeof size);
   std::vector<std::uint32_t> pixels(std::size_t{size[0]} * size[1]);
   in.read(reinterpret_cast<char*>(pixels.data()),
           static_cast<std::streamsize>(pixels.size() * sizeof(std::uint32_t)));
-  return in ? platform::Bitmap::make(size[0], size[1], std::move(pixels)) : nullptr;
+  if (!in) return {};
+  return {.picture = platform::Bitmap::make(size[0], size[1], std::move(pixels)),
+          .scale = static_cast<double>(size[2]),
+          .cells = {}};
 }
 
 }  // namespace
@@ -81,7 +84,9 @@ Look Screen::look(unsigned window) const {
   const platform::TemporaryFolder folder;
   const std::string file = folder.path("picture");
   auto cells = placesOf(call("Look", g_variant_new("(us)", window, file.c_str())));
-  return {readPicture(file), std::move(cells)};
+  Look shown = readPicture(file);
+  shown.cells = std::move(cells);
+  return shown;
 }
 
 std::vector<Place> Screen::cells(unsigned window) const {
@@ -112,17 +117,39 @@ bool Screen::eject(const std::string& label, unsigned window) const {
   return pressed != FALSE;
 }
 
-std::vector<double> Screen::scrollTimes(unsigned frames, unsigned window) const {
-  std::vector<double> times;
-  const auto answer = call("ScrollTime", g_variant_new("(uu)", window, frames));
-  if (!answer) return times;
+std::vector<std::pair<double, double>> Screen::pairsOf(const Variant& answer) {
+  std::vector<std::pair<double, double>> pairs;
+  if (!answer) return pairs;
   const Variant list(g_variant_get_child_value(answer.get(), 0));
   for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
-    double time = 0;
-    g_variant_get_child(list.get(), i, "d", &time);
-    times.push_back(time);
+    auto& pair = pairs.emplace_back();
+    g_variant_get_child(list.get(), i, "(dd)", &pair.first, &pair.second);
   }
+  return pairs;
+}
+
+std::vector<Screen::FrameTime> Screen::frameTimes(unsigned frames, double step,
+                                                  unsigned window) const {
+  std::vector<FrameTime> times;
+  const auto answer = call("FrameTimes", g_variant_new("(uud)", window, frames, step));
+  for (const auto& [all, work] : pairsOf(answer)) times.push_back({all, work});
   return times;
+}
+
+std::vector<Screen::DrawTime> Screen::drawTimes(unsigned times, unsigned window) const {
+  std::vector<DrawTime> ofCells;
+  const auto answer = call("DrawTimes", g_variant_new("(uu)", window, times));
+  for (const auto& [drawing, reading] : pairsOf(answer)) ofCells.push_back({drawing, reading});
+  return ofCells;
+}
+
+double Screen::timeUntilPainted(const std::string& action, const std::string& folder,
+                                unsigned cells, unsigned textures, unsigned window) const {
+  const auto answer = call("TimeUntilPainted", g_variant_new("(ussuu)", window, action.c_str(),
+                                                             folder.c_str(), cells, textures));
+  double time = 0;
+  if (answer) g_variant_get(answer.get(), "(d)", &time);
+  return time;
 }
 
 }  // namespace wevora::testing_host

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gio/gio.h>
@@ -16,12 +17,13 @@ namespace wevora::testing_host {
 struct Place {
   std::string name;
   std::string kind;
-  platform::Rect frame;  ///< in the window's picture, points
+  platform::Rect frame;  ///< in the window, points
 };
 
 /// What a window shows at one moment.
 struct Look {
   platform::BitmapRef picture;  ///< what its widgets drew last; null without a window
+  double scale = 1;             ///< the picture's pixels for each point
   std::vector<Place> cells;     ///< those that are wholly to be seen
 };
 
@@ -54,8 +56,25 @@ class Screen {
   void search(const std::string& text, unsigned window = 0) const;
   /// Presses the button that ejects a place of the sidebar; false where there is none.
   bool eject(const std::string& label, unsigned window = 0) const;
-  /// The milliseconds that each of so many frames took while the view was scrolled through once.
-  std::vector<double> scrollTimes(unsigned frames, unsigned window = 0) const;
+
+  // How long the file manager takes.
+  struct FrameTime {
+    double all;   ///< milliseconds, from its first to its last phase
+    double work;  ///< of the main thread meanwhile
+  };
+  /// Scrolls by so many points with each frame.
+  std::vector<FrameTime> frameTimes(unsigned frames, double step, unsigned window = 0) const;
+  struct DrawTime {
+    double drawing;  ///< microseconds, of one cell
+    double reading;  ///< access(2) of its file
+  };
+  /// The medians of each visible cell.
+  std::vector<DrawTime> drawTimes(unsigned times, unsigned window = 0) const;
+  /// Does an action, and waits until at least so many cells of a folder, by its URI, are shown, and
+  /// all that are shown have so many textures in their drawing: milliseconds; 0 if that takes too
+  /// long.
+  double timeUntilPainted(const std::string& action, const std::string& folder, unsigned cells,
+                          unsigned textures, unsigned window = 0) const;
 
  private:
   struct VariantUnref {
@@ -64,6 +83,7 @@ class Screen {
   using Variant = std::unique_ptr<GVariant, VariantUnref>;
   Variant call(const char* method, GVariant* arguments) const;
   static std::vector<Place> placesOf(const Variant& answer);
+  static std::vector<std::pair<double, double>> pairsOf(const Variant& answer);
 
   GDBusConnection* bus_;
 };

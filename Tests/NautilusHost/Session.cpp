@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <pwd.h>
@@ -64,6 +65,12 @@ void runWell(const std::vector<std::string>& command) {
   ChildProcess process(command);
   if (process.waitForEnd(kPatience) != 0)
     throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
+}
+
+/// The host's own memory is not ours to count.
+std::string sanitizerOptions() {
+  const char* given = std::getenv("ASAN_OPTIONS");
+  return std::string(given == nullptr ? "" : given) + ":detect_leaks=0";
 }
 
 /// For a person to look at; answers the file.
@@ -132,13 +139,14 @@ Environment Session::environment() const {
           {"XDG_CACHE_HOME", home_ + "/.cache"},
           {"XDG_DATA_HOME", home_ + "/.local/share"},
           {"GDK_BACKEND", "x11"},
+          {"GDK_SCALE", std::to_string(scale_)},
           {"GSK_RENDERER", "cairo"},
           {"GTK_A11Y", "none"},
           {"GSETTINGS_BACKEND", "keyfile"},
           {"GIO_USE_VOLUME_MONITOR", "unix"},
           {"LC_ALL", "C.UTF-8"},
           {"LD_PRELOAD", WEVORA_PRELOAD},
-          {"ASAN_OPTIONS", "detect_leaks=0"}};
+          {"ASAN_OPTIONS", sanitizerOptions()}};
 }
 
 void Session::addBookmark(const std::string& folder, const std::string& name) const {
@@ -183,6 +191,14 @@ void Session::addToRecent(const std::string& file) const {
             when + " count=\"1\"/></bookmark:applications></metadata></info></bookmark></xbel>\n");
 }
 
+void Session::useSmallIcons() const {
+  write(home_ + kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
+}
+
+void Session::hideShadows() const {
+  write(home_ + "/.config/gtk-4.0/gtk.css", ".view picture { filter: none; }\n");
+}
+
 void Session::hideBundle() const {
   mountEmpty(std::string(WEVORA_INSTALL_PREFIX) + "/lib/wevora/FinderPlugin/Bundle");
 }
@@ -220,7 +236,7 @@ std::string Session::word(const std::string& path, unsigned window) const {
   const auto look = screen_->look(window);
   const auto cell = std::ranges::find(look.cells, uriOf(path), &Place::name);
   if (cell == look.cells.end() || !look.picture) return "not shown";
-  return badges_.wordAt(*look.picture, *cell);
+  return badges_.wordAt(*look.picture, *cell, look.scale);
 }
 
 testing::AssertionResult Session::shows(const std::string& path, const std::string& word,

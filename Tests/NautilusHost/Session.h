@@ -36,6 +36,13 @@ class Session {
 
   /// In points; before the file manager is started.
   void setWindowSize(int width, int height) const;
+  /// In the icon view; before the file manager is started.
+  void useSmallIcons() const;
+  /// Of the icons: without a display's hardware each takes as long as a window; before the file
+  /// manager is started.
+  void hideShadows() const;
+  /// How many pixels of the display are a point; before the file manager is started.
+  void setScale(int scale) { scale_ = scale; }
   /// A picture's thumbnail, all white, as if it had been made already.
   void addThumbnail(const std::string& file, int width, int height) const;
   /// A file in the person's trash.
@@ -65,6 +72,7 @@ class Session {
   std::string home_;
   SessionBus bus_;
   std::string displayName_;
+  int scale_ = 1;
   std::unique_ptr<ChildProcess> display_;
   std::unique_ptr<ChildProcess> fileManager_;
   std::vector<std::unique_ptr<ChildProcess>> others_;

@@ -71,13 +71,9 @@ BundleLoad::Services BadgedHost::services() {
                         .setVersion =
                             [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
                               versions.push_back({major, minor, patch});
-                            },
-                        .visited =
-                            [this](const Id& view, const std::string& level) {
-                              visited.emplace_back(view, level);
                             }},
-          .provider = *provider,
-          .finderTools = tools,
+          .provider = providerAccess(),
+          .finderTools = [this]() -> WVFinderTools& { return tools; },
           .loadFileTools = [this] { order.emplace_back("WVRFileTools"); },
           .loadAgentConnector = [this] { order.emplace_back("WVAgentConnector"); },
           .loadDateFormat = [this] { order.emplace_back("NSDate(DBFormat)"); }};

@@ -54,6 +54,9 @@ class BadgedHost {
 
   void load() { bundle.run(); }
   std::string item(const std::string& name) const { return volume.item(name); }
+  ProviderAccess providerAccess() {
+    return [this]() -> WVIconProvider& { return *provider; };
+  }
   /// Lets the words of the volume's items be read.
   void settle();
 
@@ -70,7 +73,6 @@ class BadgedHost {
   std::shared_ptr<WVIconProvider> provider;
   std::vector<std::string> order;  ///< what was loaded, of the classes that others bring
   std::vector<std::vector<std::int32_t>> versions;  ///< what `setVersion` was given
-  std::vector<std::pair<Id, std::string>> visited;
   BundleLoad bundle;
 
  private:

@@ -50,7 +50,8 @@ BitmapRef picturedAlone(const platform::Image& image) {
 Implementation ownDrawImage(bool reflective) {
   return Implementation::of<void(Id)>([reflective](const Id& self, const Id& wrapper) {
     auto& cell = as<IconCell>(self);
-    cell.drawn.push_back(picturedAlone(*send<ImageRef>(wrapper, "_nsImage")));
+    const auto image = send<ImageRef>(wrapper, "_nsImage");
+    cell.drawn.push_back(image ? picturedAlone(*image) : nullptr);
     if (reflective) ++cell.reflections;
   });
 }
@@ -58,7 +59,7 @@ Implementation ownDrawImage(bool reflective) {
 }  // namespace
 
 PictureHost::Classes PictureHost::Classes::none() {
-  return {false, false, false, false, false, false, false, false, false, false, false};
+  return {false, false, false, false, false, false, false, false, false, false, false, false};
 }
 
 PictureHost::PictureHost(Classes classes)
@@ -102,7 +103,7 @@ void PictureHost::registerWrappers(const Classes& classes) {
                         "@@:");
   };
   add(classes.wrappers, "IKImageWrapper", "initWithNSImage:");
-  add(classes.wrappers, "NSSidebarImage", "initWithSourceImage:");
+  add(classes.sidebarImages, "NSSidebarImage", "initWithSourceImage:");
   registerClass(classes.snapshots, "NSCGImageSnapshotRep");
 }
 

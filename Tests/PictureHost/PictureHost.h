@@ -21,7 +21,8 @@ class IconCell : public Object {
   using Object::Object;
   Id representedItem;
   ImageRef icon;
-  std::vector<BitmapRef> drawn;  ///< each time, the icon as it came out on one pixel a point
+  std::vector<BitmapRef> drawn;  ///< each time, the icon as it came out on one pixel a point,
+                                 ///< or null where there was none to draw
   std::vector<std::pair<Rect, Id>> frames;  ///< what drawInteriorWithFrame:inView: was given
   int reflections = 0;
 };
@@ -97,6 +98,7 @@ class PictureHost {
     bool desktop = true;
     bool sidebars = true;
     bool wrappers = true;
+    bool sidebarImages = true;
     bool snapshots = true;
     bool nodes = true;
     bool browserControllers = true;

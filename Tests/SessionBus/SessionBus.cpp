@@ -19,14 +19,18 @@ SessionBus::Variable::~Variable() {
     ::unsetenv(name_.c_str());
 }
 
-SessionBus::SessionBus()
-    : daemon_(std::make_unique<ChildProcess>(
-          std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile",
-                                   "--nosyslog", "--print-address", "--address=" + address_})) {
-  if (!daemon_->waitForOutput("\n"))
-    throw std::runtime_error("dbus-daemon does not come up: " + daemon_->errors());
+SessionBus::SessionBus() {
+  start();
 }
 
 SessionBus::~SessionBus() = default;
+
+void SessionBus::start() {
+  daemon_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
+                               "--print-address", "--address=" + address_});
+  if (!daemon_->waitForOutput("\n"))
+    throw std::runtime_error("dbus-daemon does not come up: " + daemon_->errors());
+}
 
 }  // namespace wevora::testing_host

@@ -25,6 +25,8 @@ class SessionBus {
   const std::string& runtimeFolder() const noexcept { return folder_.path(); }
   /// The bus goes away; its address stays in the environment.
   void stop() { daemon_.reset(); }
+  /// A bus comes, at the same address.
+  void start();
 
  private:
   /// A variable of the environment, put back as it was.

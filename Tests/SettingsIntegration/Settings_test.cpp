@@ -10,37 +10,31 @@
 
 #include <gtest/gtest.h>
 
-#include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
-#include "Platform/InstalledPaths/LoginUser.h"
-#include "Platform/PropertyLists/PropertyLists.h"
 #include "Tests/Integration/InMountNamespace.h"
+#include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {
 namespace {
 
 namespace fs = std::filesystem;
 using platform::Dictionary;
-using platform::PropertyLists;
 using platform::Value;
+using testing_host::kOverlay;
+using testing_host::put;
 
-constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
+constexpr const char* kRoot = "/media/wevora-settings";
 
 /// A small disk that holds a whole system's settings.
-class SettingsTest : public testing::Test {
+class SettingsTest : public testing::Test, protected testing_host::SettingsFiles {
  protected:
-  SettingsTest() {
+  SettingsTest() : SettingsFiles(kRoot) {
     fs::create_directories(root);
     mounted = ::mount("tmpfs", root.c_str(), "tmpfs", 0, "size=128k") == 0;
-    fs::create_directories(root + "/etc/xdg/Wevora");
-    std::ofstream(root + "/etc/xdg/Wevora/wevora-settings.plist")
-        << PropertyLists::xml({{"Other", "kept"}}).value();
+    put(settingsTemplate, Dictionary{{"Other", "kept"}});
   }
   ~SettingsTest() override { ::umount2(root.c_str(), MNT_DETACH); }
   void SetUp() override { ASSERT_TRUE(mounted); }
 
-  std::unique_ptr<WVRAppSupport> support() const {
-    return WVRAppSupport::initWithUserName(userName, paths);
-  }
   /// Takes all the space that is left.
   void fill() const {
     std::ofstream out(root + "/filler");
@@ -58,10 +52,7 @@ class SettingsTest : public testing::Test {
     return std::system(("python3 -B " + script).c_str());
   }
 
-  const std::string root = "/media/wevora-settings";
-  const platform::InstalledPaths paths = platform::InstalledPaths::belowRoot(root);
-  const std::string userName = platform::loginName().value();
-  const std::string file = root + "/home/" + userName + "/.config/Wevora/wevora-settings.plist";
+  const std::string root = kRoot;
   bool mounted = false;
 };
 

@@ -76,7 +76,7 @@ std::uint64_t TestAgent::deviceConfiguringStatusAndIDOfCurrentDevice(Text& curre
   currentDevice = "device 1";
   arrayOfRemainDeviceIDs = {"device 2", "device 3"};
   currentError.reset();
-  return 7;
+  return configuringStatus;
 }
 
 Dictionary TestAgent::commonInfo() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@ namespace wevora::testing_host {
 class TestAgent : public IDaemonConnection {
  public:
   std::int32_t status = CONNECTION_STATUS_LOGGEDIN;
+  std::uint64_t configuringStatus = 7;
   std::optional<WVRAccountInfo> account = accountOf("42");
   Text object = "agent of a test";
   std::vector<std::string> calls;

@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <dirent.h>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -229,6 +231,29 @@ TEST_F(ScanOfUsualItemsTest, CheckingPermissionsHasNoEffect) {
             WVRFileTools::scanURLIgnoringExtras(url()));
   EXPECT_EQ(WVRFileTools::scanURLIgnoringExtras(url()).size(), 2U);
   ::chmod(folder.path("folder").c_str(), 0700);
+}
+
+TEST_F(ScanTest, EachItemOfALongHiddenListIsLeftOut) {
+  constexpr int kItems = 5'000;
+  std::string list;
+  for (int i = 0; i < kItems; ++i) {
+    file("hidden " + std::to_string(i));
+    list += "hidden " + std::to_string(i) + "\n";
+    file("seen " + std::to_string(i));
+  }
+  std::ofstream(folder.path(".hidden")) << list;
+  EXPECT_EQ(WVRFileTools::scanURLIgnoringExtrasAndDirs(url()).size(),
+            static_cast<std::size_t>(kItems));
+}
+
+TEST_F(ScanTest, ThePathsComeInTheFoldersOwnOrder) {
+  for (int i = 0; i < 200; ++i) file("item " + std::to_string(i * 7919 % 200));
+  Names bare;
+  const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(folder.path().c_str()), &::closedir);
+  while (const dirent* entry = ::readdir(open.get()))
+    if (entry->d_name[0] != '.') bare.push_back(folder.path(entry->d_name));
+  EXPECT_EQ(WVRFileTools::getContentsOfDirectory(folder.path()), bare);
+  EXPECT_EQ(WVRFileTools::scanURLIgnoringExtrasAndDirs(url()), bare);
 }
 
 TEST_F(ScanTest, WithoutAUrlNothingIsReturned) {

@@ -127,6 +127,16 @@ TEST_F(HideFileTest, WithoutTheCommandNothingHappens) {
   EXPECT_EQ(items(), 1U);
 }
 
+class MockFileOperations : public platform::FileOperations {
+ public:
+  MOCK_METHOD(std::error_code, copyItem, (const std::string&, const std::string&), (override));
+  MOCK_METHOD(bool, contentsEqual, (const std::string&, const std::string&), (override));
+  MOCK_METHOD(std::error_code, removeItem, (const std::string&), (override));
+};
+
+const auto kDone = std::error_code();
+const auto kExists = std::make_error_code(std::errc::file_exists);
+
 // --- Backups -------------------------------------------------------------------------------------
 
 TEST_F(BackupTest, ACopyIsVerified) {
@@ -198,6 +208,34 @@ TEST_F(BackupTest, ASourceThatIsAlsoTheDestinationIsNotLost) {
   EXPECT_FALSE(exists("folder/new"));
 }
 
+TEST_F(BackupTest, ASourceThatCannotBeLookedAtKeepsTheDestination) {
+  fs::create_symlink("loop", folder.path("loop"));
+  file("b", "text");
+  EXPECT_FALSE(WVRFileTools::backupFileWithPath(folder.path("loop/a"), folder.path("b"), 2));
+  EXPECT_EQ(read("b"), "text");
+}
+
+TEST_F(BackupTest, ASourceThatIsMovedIntoTheDestinationMeanwhileIsNotLost) {
+  file("a", "text");
+  fs::create_directory(folder.path("b"));
+  MockFileOperations operations;
+  EXPECT_CALL(operations, copyItem).WillOnce([this](const auto&, const auto&) {
+    fs::rename(folder.path("a"), folder.path("b/a"));
+    return kExists;
+  });
+  EXPECT_CALL(operations, removeItem).Times(0);
+  EXPECT_FALSE(WVRFileTools::backupFileWithPath(folder.path("a"), folder.path("b"), 1, operations));
+}
+
+TEST_F(BackupTest, ADestinationWithASeparatorAtItsEndDoesNotLeadThroughALink) {
+  fs::create_directory(folder.path("elsewhere"));
+  file("elsewhere/file", "text");
+  fs::create_directory_symlink("elsewhere", folder.path("link"));
+  EXPECT_FALSE(WVRFileTools::backupFileWithPath(file("a"), folder.path("link/"), 1));
+  EXPECT_FALSE(exists("link"));
+  EXPECT_EQ(read("elsewhere/file"), "text");
+}
+
 TEST_F(BackupTest, ADestinationThatOnlyLinksToTheSourceIsRemoved) {
   file("a", "text");
   fs::create_symlink("a", folder.path("link"));
@@ -215,9 +253,10 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
     int error;
     int nth;
   };
-  for (const auto& failure : {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0},
-                              Failure{Call::read, EIO, 1}, Failure{Call::openToRead, EACCES, 0},
-                              Failure{Call::flush, EIO, 0}, Failure{Call::rename, ENOSPC, 0}}) {
+  for (const auto& failure :
+       {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0}, Failure{Call::read, EIO, 1},
+        Failure{Call::openToRead, EACCES, 0}, Failure{Call::flush, EIO, 0},
+        Failure{Call::close, EIO, 0}, Failure{Call::renameToNew, ENOSPC, 0}}) {
     FaultyFileCalls calls;
     calls.copyWithoutTheKernel();
     calls.fail(failure.call, failure.error, failure.nth);
@@ -241,16 +280,6 @@ TEST_F(BackupTest, AFileThatComesToRestIsCopiedByALaterAttempt) {
   EXPECT_TRUE(WVRFileTools::backupFileWithPath(folder.path("a"), folder.path("b"), 3, operations));
   EXPECT_EQ(read("b"), "changed !!");
 }
-
-class MockFileOperations : public platform::FileOperations {
- public:
-  MOCK_METHOD(std::error_code, copyItem, (const std::string&, const std::string&), (override));
-  MOCK_METHOD(bool, contentsEqual, (const std::string&, const std::string&), (override));
-  MOCK_METHOD(std::error_code, removeItem, (const std::string&), (override));
-};
-
-const auto kDone = std::error_code();
-const auto kExists = std::make_error_code(std::errc::file_exists);
 
 TEST_F(BackupTest, ACopyThatIsNotEqualIsLeftByTheSingleAttempt) {
   MockFileOperations operations;

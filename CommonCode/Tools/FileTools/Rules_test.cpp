@@ -229,5 +229,12 @@ TEST_F(FileRulesTest, WhatTheTrashEnclosesAtAnyDepthIsInsideIt) {
   EXPECT_FALSE(WVRFileTools::fileIsInsideTrashAtFSPath(""));
 }
 
+TEST(FileShouldBeIgnored, WithoutAPathNothingIs) {
+  EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("", "/a"));
+  EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("", ""));
+  EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("/missing/a.part", ""));
+  EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored("/missing/a.part", "/"));
+}
+
 }  // namespace
 }  // namespace wevora

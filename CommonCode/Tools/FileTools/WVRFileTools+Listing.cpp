@@ -1,5 +1,6 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
+#include "Platform/Files/Files.h"
 #include "Platform/Files/Hidden.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Files/Listing.h"
@@ -29,8 +30,11 @@ Followed followLinks(const std::string& path, ItemKind kind) {
   return reached;
 }
 
-std::string urlOf(const std::string& path) {
-  return "file://" + platform::percentEncodedPath(path);
+/// What the rules call a folder: links are followed.
+bool leadsToFolder(const std::string& path, ItemKind kind) {
+  if (kind == ItemKind::folder) return true;
+  const bool mayLead = kind == ItemKind::link || kind == ItemKind::unknown;
+  return mayLead && platform::fileExistsAtPath(path).isDirectory;
 }
 
 }  // namespace
@@ -117,9 +121,10 @@ std::vector<std::string> WVRFileTools::scanURLIgnoringExtras(std::optional<std::
   const platform::HiddenNames hidden(*folder);
   platform::eachItemOfFolder(*folder, [&](std::string_view name, ItemKind kind) {
     if (hidden.hides(name)) return;
+    if ((kind == ItemKind::folder) != saveFolders) return;
     std::string path = platform::pathByAppendingComponent(*folder, name);
-    if ((kind == ItemKind::folder) == saveFolders &&
-        !fileShouldBeIgnoredIfExistsAtPath(path, urlOf(path)))
+    // It is visible: to ask once more would read the list of hidden names for each item.
+    if (!visibleItemShouldBeIgnored(path, leadsToFolder(path, kind)))
       paths.push_back(std::move(path));
   });
   return paths;

@@ -1,5 +1,6 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "Platform/FileCopy/FileOperations.h"
+#include "Platform/FileCopy/KeptItem.h"
 #include "Platform/Files/MakeFolder.h"
 #include "Platform/Shell/Shell.h"
 
@@ -47,10 +48,11 @@ bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string
 bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string& toPath,
                                       std::uint64_t attempts,
                                       platform::FileOperations& operations) {
+  const platform::KeptItem source(path);
   for (std::uint64_t attempt = 0; attempt < attempts; ++attempt)
     if (backupFileWithPath(path, toPath, operations)) return true;
   // A destination that is the source, or holds it, must stay: a backup loses nothing.
-  if (!platform::removalWouldTouch(toPath, path)) operations.removeItem(toPath);
+  if (!source.wouldBeTouchedByRemoving(toPath)) operations.removeItem(toPath);
   return false;
 }
 

@@ -69,7 +69,7 @@ bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path) {
   const auto item = platform::fileExistsAtPath(path);
   if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtPath(path, item.isDirectory))
     return true;
-  return !item.isDirectory && isIgnoredByLastComponent(path);
+  return visibleItemShouldBeIgnored(path, item.isDirectory);
 }
 
 bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path,
@@ -77,7 +77,11 @@ bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path,
   const auto item = platform::fileExistsAtPath(path);
   if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtURL(withURL, item.isDirectory))
     return true;
-  return !item.isDirectory && isIgnoredByLastComponent(path);
+  return visibleItemShouldBeIgnored(path, item.isDirectory);
+}
+
+bool WVRFileTools::visibleItemShouldBeIgnored(const std::string& path, bool isDirectory) {
+  return !isDirectory && isIgnoredByLastComponent(path);
 }
 
 bool WVRFileTools::fileIsInsideTrashAtFSPath(const std::string& path) {
@@ -99,6 +103,7 @@ std::optional<std::string> WVRFileTools::getContainerOfFileWithPath(
 
 bool WVRFileTools::fileShouldBeIgnored(const std::string& path,
                                        std::string_view inExplicitIncudedFolderWithFSPath) {
+  if (inExplicitIncudedFolderWithFSPath.empty()) return false;
   const auto rootLength = platform::utf16Length(inExplicitIncudedFolderWithFSPath);
   if (platform::utf16Length(path) <= rootLength) return false;
   const auto item = platform::fileExistsAtPath(path);

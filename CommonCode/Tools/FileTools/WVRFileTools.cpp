@@ -10,15 +10,12 @@
 namespace wevora {
 namespace {
 
-constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
-
 /// The text that the path's file URL has: an existing folder's ends with a separator.
 std::string fileUrlPath(std::string_view path) {
   std::string text(path);
-  while (text.size() > 1 && text.back() == '/') text.pop_back();
-  const bool separatorGiven = text.size() != path.size();
+  if (text.size() > 1 && text.back() == '/') text.pop_back();
   if (text != "/" && platform::fileExistsAtPath(text).isDirectory) return text + "/";
-  return separatorGiven ? std::string(path) : text;
+  return std::string(path);
 }
 
 }  // namespace
@@ -75,7 +72,9 @@ std::string WVRFileTools::shortFileNameForAbsolutePath(std::string_view path) {
 }
 
 std::optional<std::string> WVRFileTools::fileURLToString(std::string_view url) {
-  return platform::pathFromFileUrl(url);
+  auto path = platform::pathFromFileUrl(url);
+  if (path && path->size() > 1 && path->ends_with('/')) path->pop_back();
+  return path;
 }
 
 }  // namespace wevora

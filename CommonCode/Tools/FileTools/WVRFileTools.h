@@ -94,8 +94,10 @@ class WVRFileTools {
   // +fileLastModificationDate:
   static std::optional<platform::Date> fileLastModificationDate(const std::string& path);
 
-  /// 32 lower-case hexadecimal digits, or "ERROR GETTING FILE MD5" when the file cannot be opened,
-  /// or not be read to its end. Reads 16 KiB at a time.
+  /// What stands in the place of a digest.
+  static constexpr const char* kMD5Error = "ERROR GETTING FILE MD5";
+  /// 32 lower-case hexadecimal digits, or kMD5Error when the file cannot be opened, is no regular
+  /// file, or cannot be read to its end. Reads 16 KiB at a time.
   // +getMD5FromFile:
   static std::string getMD5FromFile(const std::string& path);
   /// The same; the progress is told the bytes that were read.
@@ -113,7 +115,8 @@ class WVRFileTools {
   // +shortFileNameForAbsolutePath:
   static std::string shortFileNameForAbsolutePath(std::string_view path);
 
-  /// The path of a file URL; none for any other URL.
+  /// The path of a file URL, without the separator that a folder's URL ends with; none for any
+  /// other URL.
   // +fileURLToString:
   static std::optional<std::string> fileURLToString(std::string_view url);
 
@@ -208,7 +211,9 @@ class WVRFileTools {
   // +backupFileWithPath:toPath:
   static bool backupFileWithPath(const std::string& path, const std::string& toPath);
   /// Tries so many times. After the last failure the destination is removed, ALSO one that was
-  /// there before; but never the source, where both are one item or one holds the other.
+  /// there before; but never the source, where both are one item or one holds the other, nor
+  /// anything when a volume or folder is mounted in the destination, or the source cannot be
+  /// looked at.
   // +backupFileWithPath:toPath:attempts:
   static bool backupFileWithPath(const std::string& path, const std::string& toPath,
                                  std::uint64_t attempts);
@@ -217,6 +222,10 @@ class WVRFileTools {
                                  platform::FileOperations& operations);
   static bool backupFileWithPath(const std::string& path, const std::string& toPath,
                                  std::uint64_t attempts, platform::FileOperations& operations);
+
+ private:
+  /// What is left of the combined rule for an item that is visible, or does not exist.
+  static bool visibleItemShouldBeIgnored(const std::string& path, bool isDirectory);
 };
 
 }  // namespace wevora

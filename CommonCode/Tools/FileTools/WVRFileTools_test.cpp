@@ -29,6 +29,10 @@ TEST(PathIsEqualToPath, ATrailingSeparatorMattersOnlyWhereThereIsNoFolder) {
   const platform::TemporaryFolder folder;
   EXPECT_TRUE(WVRFileTools::pathIsEqualToPath(folder.path(), folder.path() + "/"));
   EXPECT_FALSE(WVRFileTools::pathIsEqualToPath("/missing/a", "/missing/a/"));
+  // One separator behind a folder is no difference, a doubled one is.
+  EXPECT_FALSE(WVRFileTools::pathIsEqualToPath(folder.path(), folder.path() + "//"));
+  EXPECT_FALSE(WVRFileTools::pathIsEqualToPath(folder.path() + "/", folder.path() + "//"));
+  EXPECT_FALSE(WVRFileTools::pathIsEqualToPath("/", "//"));
   EXPECT_TRUE(WVRFileTools::pathIsEqualToPath("/missing/a", "/missing/a"));
 }
 
@@ -110,7 +114,14 @@ TEST(ShortFileNameForAbsolutePath, IsTheLastComponent) {
 
 TEST(FileURLToString, IsThePathOfTheUrl) {
   EXPECT_EQ(WVRFileTools::fileURLToString("file://localhost/a%20b"), "/a b");
+  EXPECT_EQ(WVRFileTools::fileURLToString("file:///a/b/"), "/a/b");
+  EXPECT_EQ(WVRFileTools::fileURLToString("file:///"), "/");
   EXPECT_EQ(WVRFileTools::fileURLToString("http://localhost/a"), std::nullopt);
+}
+
+TEST(GetMD5FromFile, AFileThatOpensButCannotBeReadHasNoDigestOfAPart) {
+  // Nothing is at the address 0 of a process.
+  EXPECT_EQ(WVRFileTools::getMD5FromFile("/proc/self/mem"), WVRFileTools::kMD5Error);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "Platform/Strings/Strings.h"
+#include "Platform/Support/Descriptor.h"
 
 namespace wevora {
 namespace {
@@ -15,41 +16,25 @@ namespace {
 constexpr mode_t kFolderMode = 493;  // 0755
 constexpr mode_t kFileMode = 420;    // 0644
 
-/// Threads: one. Owns: the descriptor. Errors: operations on a file that did not open do nothing.
-class OpenFile {
- public:
-  // What lies in the file's place must not keep the caller.
-  OpenFile(const std::string& path, int flags)
-      : descriptor_(::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {}
-  ~OpenFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
+/// Of the item itself, which may be one that cannot be read; a link stays as it is.
+void setAttributes(const std::string& path, mode_t mode, std::optional<uid_t> owner) {
+  const platform::Descriptor item(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  struct stat facts {};
+  if (!item || ::fstat(item.get(), &facts) != 0 || S_ISLNK(facts.st_mode)) return;
+  // A descriptor that is a place only takes no fchmod.
+  const auto place = "/proc/self/fd/" + std::to_string(item.get());
+  [[maybe_unused]] int ignored = ::chmod(place.c_str(), mode);
+  if (owner) ignored = ::fchownat(item.get(), "", *owner, static_cast<gid_t>(-1), AT_EMPTY_PATH);
+}
 
-  void setAttributes(mode_t mode, std::optional<uid_t> owner) const {
-    if (descriptor_ < 0) return;
-    [[maybe_unused]] int ignored = ::fchmod(descriptor_, mode);
-    if (owner) ignored = ::fchown(descriptor_, *owner, static_cast<gid_t>(-1));
+void writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const auto count = ::write(descriptor, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(count));
   }
-
-  bool isRegular() const {
-    struct stat facts {};
-    return descriptor_ >= 0 && ::fstat(descriptor_, &facts) == 0 && S_ISREG(facts.st_mode);
-  }
-
-  void write(std::string_view text) const {
-    while (!text.empty()) {
-      const auto count = ::write(descriptor_, text.data(), text.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) return;
-      text.remove_prefix(static_cast<std::size_t>(count));
-    }
-  }
-
- private:
-  int descriptor_;
-};
+}
 
 }  // namespace
 
@@ -59,12 +44,12 @@ void createSettingsFolder(const std::string& folder, std::optional<uid_t> owner)
     path = path.empty() ? component : platform::pathByAppendingComponent(path, component);
     if (::mkdir(path.c_str(), kFolderMode) != 0) continue;
     // The process's mask had its say.
-    OpenFile(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW).setAttributes(kFolderMode, owner);
+    setAttributes(path, kFolderMode, owner);
   }
 }
 
 void setSettingsFileAttributes(const std::string& path, std::optional<uid_t> owner) {
-  OpenFile(path, O_RDONLY | O_NOFOLLOW).setAttributes(kFileMode, owner);
+  setAttributes(path, kFileMode, owner);
 }
 
 void copySettingsFile(const std::string& from, const std::string& to) {
@@ -73,8 +58,12 @@ void copySettingsFile(const std::string& from, const std::string& to) {
 }
 
 void writeOverSettingsFile(const std::string& path, const std::string& text) {
-  const OpenFile file(path, O_WRONLY);
-  if (file.isRegular()) file.write(text);
+  // What lies in the file's place must not keep the caller.
+  const platform::Descriptor file(
+      ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  struct stat facts {};
+  if (file && ::fstat(file.get(), &facts) == 0 && S_ISREG(facts.st_mode))
+    writeAll(file.get(), text);
 }
 
 }  // namespace wevora

@@ -73,6 +73,7 @@ void WVRAppSupport::writeKey(const Text& key, const std::optional<Value>& toValu
   if (!text) return;
   // The file may have gone meanwhile; the repair takes the lock itself.
   held.unlock();
+  if (meanwhile_) meanwhile_();
   checkUserAppSupportFileAndRestoreIfNeed();
   held.lock();
   write(*text);

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <any>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "Platform/InstalledPaths/InstalledPaths.h"
 #include "Platform/Support/Mutex.h"
@@ -75,6 +77,9 @@ class WVRAppSupport {
   /// The user's file; "" where the user has no home folder.
   const std::string& appSupportFilePath() const { return appSupportFilePath_; }
 
+  /// For tests: what happens to the file while a write that has its text holds no lock.
+  void setMeanwhile(std::function<void()> meanwhile) { meanwhile_ = std::move(meanwhile); }
+
  private:
   void write(const std::string& text) REQUIRES(lock_);
 
@@ -83,6 +88,7 @@ class WVRAppSupport {
   const std::string defaultFilePath_;
   const Text accId_;  ///< Nothing sets it: only the root keys are written.
   const Text macUserName_;
+  std::function<void()> meanwhile_;
 };
 
 }  // namespace wevora

@@ -12,9 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "CommonCode/Tools/WVRAppSupport/DefaultSettings.h"
-#include "Platform/InstalledPaths/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {
 namespace {
@@ -23,42 +23,34 @@ namespace fs = std::filesystem;
 using platform::Dictionary;
 using platform::PropertyLists;
 using platform::Value;
-
-constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
+using testing_host::kOverlay;
+using testing_host::put;
 
 Dictionary defaults() {
   return {{"HideDesktopItem", false}, {kOverlay, true}, {"KeepAlive", true}, {"RunAtLoad", true}};
 }
 
-class WVRAppSupportTest : public testing::Test {
- protected:
-  std::unique_ptr<WVRAppSupport> support() {
-    return WVRAppSupport::initWithUserName(userName, paths);
-  }
-  static std::string contentsOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-  static void put(const std::string& path, const std::string& text) {
-    fs::create_directories(fs::path(path).parent_path());
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-  }
-  static void put(const std::string& path, const Dictionary& settings) {
-    put(path, PropertyLists::xml(settings).value());
-  }
-  static mode_t modeOf(const std::string& path) {
-    struct stat facts {};
-    EXPECT_EQ(::stat(path.c_str(), &facts), 0) << path;
-    return facts.st_mode & 07777U;
-  }
-  std::optional<Value> settings() const { return PropertyLists::read(file); }
+std::string contentsOf(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
 
+mode_t modeOf(const std::string& path) {
+  struct stat facts {};
+  EXPECT_EQ(::stat(path.c_str(), &facts), 0) << path;
+  return facts.st_mode & 07777U;
+}
+
+class FolderOfItsOwn {
+ protected:
   platform::TemporaryFolder root;
-  platform::InstalledPaths paths = platform::InstalledPaths::belowRoot(root.path());
-  std::string userName = platform::loginName().value();
-  std::string folder = root.path("home/" + userName + "/.config/Wevora");
-  std::string file = folder + "/wevora-settings.plist";
-  std::string settingsTemplate = root.path("etc/xdg/Wevora/wevora-settings.plist");
+};
+
+class WVRAppSupportTest : public testing::Test,
+                          protected FolderOfItsOwn,
+                          protected testing_host::SettingsFiles {
+ protected:
+  WVRAppSupportTest() : SettingsFiles(root.path()) {}
 };
 
 TEST_F(WVRAppSupportTest, ThePathsAreTheSystemsOwn) {
@@ -73,7 +65,7 @@ TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateOnlyTheFolderIsMade) {
   const auto object = support();
   ::umask(mask);
   EXPECT_EQ(modeOf(folder), 0755U);
-  EXPECT_EQ(modeOf(root.path("home/" + userName + "/.config")), 0755U);
+  EXPECT_EQ(modeOf(home + "/.config"), 0755U);
   EXPECT_FALSE(fs::exists(file));
   EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
 }
@@ -156,6 +148,39 @@ TEST_F(WVRAppSupportTest, ABinaryFileIsReadAndLeftAlone) {
   EXPECT_EQ(settings(), Value(Dictionary{{"HideItem", true}, {kOverlay, false}}));
 }
 
+TEST_F(WVRAppSupportTest, AValueThatXmlCannotHoldCostsNoSetting) {
+  // The badges are off, and under "x" lies a control character, or a null.
+  for (const auto& odd : {std::string("\x51\x01"), std::string("\0", 1)}) {
+    std::string binary("bplist00\xD2\x01\x02\x03\x04\x5F\x10\x18kFinderOverlayEnabledKey\x51x\x08",
+                       43);
+    const auto size = static_cast<char>(binary.size() + odd.size());
+    binary += odd + std::string("\x08\x0D\x28\x2A\x2B", 5) + std::string(6, '\0') + "\x01\x01" +
+              std::string(7, '\0') + "\x05" + std::string(15, '\0') + size;
+    put(file, binary);
+    const auto object = support();
+    EXPECT_EQ(contentsOf(file), binary);
+    EXPECT_EQ(object->readKey(kOverlay), Value(false));
+    // It cannot be written anew as XML, and is not written in part.
+    object->writeKey("KeepAlive", Value(true));
+    EXPECT_EQ(contentsOf(file), binary);
+  }
+}
+
+TEST_F(WVRAppSupportTest, WhatAnotherProgramStoredSurvivesAWrite) {
+  put(file, std::string("<plist version=\"1.0\"><dict>"
+                        "<key>big</key><integer>18446744073709551615</integer>"
+                        "<key>never</key><date>4001-01-01T00:00:00Z</date>"
+                        "<key>id</key><dict><key>CF$UID</key><integer>5</integer></dict>"
+                        "</dict></plist>"));
+  const auto before = *settings()->as<Dictionary>();
+  ASSERT_EQ(before.size(), 3U);
+  support()->writeKey(kOverlay, Value(false));
+  auto expected = before;
+  expected.set(kOverlay, false);
+  EXPECT_EQ(settings(), Value(expected));
+  EXPECT_NE(contentsOf(file).find("<integer>18446744073709551615</integer>"), std::string::npos);
+}
+
 TEST_F(WVRAppSupportTest, AWrittenValueIsReadAndTheOtherKeysStay) {
   put(file, Dictionary{{"Other", "kept"}});
   const auto object = support();
@@ -204,6 +229,34 @@ TEST_F(WVRAppSupportTest, AWriteMakesAFileAnewThatHasGone) {
   object->writeKey(kOverlay, Value(false));
   EXPECT_EQ(object->readKey(kOverlay), Value(false));
   EXPECT_EQ(object->readKey("Other"), Value("kept"));
+}
+
+TEST_F(WVRAppSupportTest, AFileThatGoesDuringAWriteIsMadeAnewAndWritten) {
+  put(settingsTemplate, Dictionary{{"Other", std::string(2000, 'x')}});
+  put(file, Dictionary{{"Mine", "kept"}});
+  const auto object = support();
+  std::optional<Value> read;
+  object->setMeanwhile([&] {
+    // Answers only because the lock is free.
+    read = object->readKey("Mine");
+    fs::remove_all(root.path("home"));
+  });
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(read, Value("kept"));
+  EXPECT_EQ(settings(), Value(Dictionary{{"Mine", "kept"}, {kOverlay, false}}));
+  EXPECT_EQ(modeOf(file), 0644U);
+  // It lies over the file that the repair made.
+  EXPECT_NE(contentsOf(file).find("xxx"), std::string::npos);
+}
+
+TEST_F(WVRAppSupportTest, AFileThatIsEmptiedDuringAWriteIsWrittenAllTheSame) {
+  put(file, Dictionary{{"Mine", "kept"}});
+  const auto object = support();
+  object->setMeanwhile([&] { put(file, std::string()); });
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(settings(), Value(Dictionary{{"Mine", "kept"}, {kOverlay, false}}));
+  // The defaults were there first, and were longer.
+  EXPECT_GT(contentsOf(file).size(), PropertyLists::xml(*settings()->as<Dictionary>())->size());
 }
 
 TEST_F(WVRAppSupportTest, AWriteToABrokenFileStartsFromTheDefaults) {

@@ -10,23 +10,11 @@
 namespace wevora {
 namespace {
 
-using platform::Array;
 using platform::DistributedNotification;
 using platform::swallowing;
-using platform::valueAs;
+using platform::textsIn;
 
 constexpr const char* kRemovedEvent = "Removed";
-
-/// The texts of an array in a notification; one that is absent or of another type has none.
-std::vector<std::string> textsIn(const DistributedNotification& notification, const char* key) {
-  std::vector<std::string> texts;
-  const auto* values = valueAs<Array>(notification.userInfo, key);
-  if (values == nullptr) return texts;
-  texts.reserve(values->size());
-  for (const auto& value : *values)
-    if (const auto* text = value.as<std::string>()) texts.push_back(*text);
-  return texts;
-}
 
 }  // namespace
 
@@ -121,12 +109,13 @@ void WVAgentConnector::checkConnectionStatus() {
 }
 
 void WVAgentConnector::wvrEventNotificationReceived(const DistributedNotification& notification) {
-  for (const auto& event : textsIn(notification, kIDaemonConnectionWVREventNotificationEventsKey)) {
+  for (const auto& event :
+       textsIn(notification.userInfo, kIDaemonConnectionWVREventNotificationEventsKey)) {
     if (event != kRemovedEvent) continue;
     services_.engine.updateWindows();
     services_.engine.reinit();
   }
-  auto paths = textsIn(notification, kIDaemonConnectionWVREventNotificationPathsKey);
+  auto paths = textsIn(notification.userInfo, kIDaemonConnectionWVREventNotificationPathsKey);
   for (auto& path : paths) path = platform::lowercased(path);
   services_.engine.updateDesktopForce(false);
   services_.engine.updateNodesWithPath(std::move(paths));

@@ -15,10 +15,9 @@ BundleLoad::Services servicesOfTheProcess() {
   return {.principal = {.runtime = services.runtime,
                         .mainQueue = services.dispatch.mainQueue(),
                         .paths = platform::InstalledPaths::shared(),
-                        .setVersion = &setVersion,
-                        .visited = nullptr},
-          .provider = WVIconProvider::defaultProvider(),
-          .finderTools = WVFinderTools::sharedTools(),
+                        .setVersion = &setVersion},
+          .provider = &WVIconProvider::defaultProvider,
+          .finderTools = &WVFinderTools::sharedTools,
           .loadFileTools = &WVRFileTools::load,
           .loadAgentConnector = &WVAgentConnector::load,
           .loadDateFormat = &loadNSDateDBFormat};

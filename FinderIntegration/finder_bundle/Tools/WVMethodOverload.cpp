@@ -7,7 +7,7 @@ bool WVMethodOverload::overloadSelector(std::string_view selector, platform::Cla
                                         const platform::Class* ofClass,
                                         std::string_view withParams) {
   if (forClass == nullptr) return false;
-  const auto source = ofClass == nullptr ? std::nullopt : ofClass->instanceMethod(withNewSelector);
+  const auto source = ofClass == nullptr ? nullptr : ofClass->instanceMethod(withNewSelector);
   const bool added =
       source && forClass->addMethod(withNewSelector, source->implementation, withParams);
   forClass->exchangeImplementations(selector, withNewSelector);

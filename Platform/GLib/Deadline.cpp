@@ -1,4 +1,4 @@
-#include "Platform/DistributedObjects/Deadline.h"
+#include "Platform/GLib/Deadline.h"
 
 #include <csignal>
 #include <system_error>

@@ -1,20 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
 #include <thread>
 
 #include <gio/gio.h>
 
+#include "Platform/GLib/GPtr.h"
 #include "Platform/Support/Mutex.h"
 
 namespace wevora::platform {
-
-struct GObjectUnref {
-  void operator()(gpointer object) const noexcept { g_object_unref(object); }
-};
-template <class T>
-using GPtr = std::unique_ptr<T, GObjectUnref>;
 
 /// Cancels an operation of GIO that is not over in time, from a thread of its own, so that the
 /// operation can be waited for without a main loop.

@@ -1,0 +1,299 @@
+// Widgets that are made as those of one release or another of the file manager, by their classes'
+// names and properties: what is found of them.
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Hosts/Nautilus/HostWidgets.h"
+#include "Hosts/Nautilus/Sidebars.h"
+#include "Hosts/Nautilus/View.h"
+#include "Platform/Graphics/Image.h"
+#include "Tests/ChildProcess/ChildProcess.h"
+
+namespace wevora::nautilus {
+namespace {
+
+using platform::Id;
+using platform::ImageRef;
+using platform::Implementation;
+using platform::send;
+
+/// A display that nobody sees, for as long as the program runs.
+void useVirtualDisplay() {
+  static testing_host::ChildProcess display(
+      {"Xvfb", "-displayfd", "1", "-screen", "0", "400x300x24", "-nolisten", "tcp"});
+  ASSERT_TRUE(display.waitForOutput("\n"));
+  std::string name = ":" + display.output();
+  name.erase(name.find('\n'));
+  ::setenv("DISPLAY", name.c_str(), 1);
+  ::setenv("GDK_BACKEND", "x11", 1);
+  ::setenv("GSK_RENDERER", "cairo", 1);
+  ::setenv("GTK_A11Y", "none", 1);
+  ::setenv("GSETTINGS_BACKEND", "memory", 1);
+  ASSERT_TRUE(gtk_init_check());
+}
+
+/// Registers a class of the host's, as far as this system looks at it.
+GType classNamed(const char* name, GType parent, GClassInitFunc init = nullptr,
+                 guint16 instanceSize = 0) {
+  if (const GType known = g_type_from_name(name)) return known;
+  GTypeQuery query;
+  g_type_query(parent, &query);
+  return g_type_register_static_simple(
+      parent, name, query.class_size, init,
+      instanceSize != 0 ? instanceSize : static_cast<guint16>(query.instance_size), nullptr,
+      GTypeFlags{});
+}
+
+/// A row of the sidebar.
+struct FakeRow {
+  GtkListBoxRow parent;
+  GIcon* icon;
+  char* label;
+};
+
+void initRowClass(gpointer itsClass, gpointer) {
+  auto* objects = G_OBJECT_CLASS(itsClass);
+  objects->set_property = [](GObject* object, guint id, const GValue* value, GParamSpec*) {
+    auto* row = reinterpret_cast<FakeRow*>(object);
+    if (id == 1) {
+      g_clear_object(&row->icon);
+      row->icon = static_cast<GIcon*>(g_value_dup_object(value));
+    } else {
+      g_free(row->label);
+      row->label = g_value_dup_string(value);
+    }
+  };
+  objects->get_property = [](GObject* object, guint id, GValue* value, GParamSpec*) {
+    auto* row = reinterpret_cast<FakeRow*>(object);
+    if (id == 1)
+      g_value_set_object(value, row->icon);
+    else
+      g_value_set_string(value, row->label);
+  };
+  g_object_class_install_property(
+      objects, 1, g_param_spec_object("start-icon", "", "", G_TYPE_ICON, G_PARAM_READWRITE));
+  g_object_class_install_property(objects, 2,
+                                  g_param_spec_string("label", "", "", nullptr, G_PARAM_READWRITE));
+}
+
+int hostDrawings = 0;
+
+void initCellClass(gpointer itsClass, gpointer) {
+  GTK_WIDGET_CLASS(itsClass)->snapshot = [](GtkWidget*, GtkSnapshot*) { ++hostDrawings; };
+}
+
+GtkWidget* make(GType type) {
+  return GTK_WIDGET(g_object_new(type, nullptr));
+}
+
+GtkWidget* makeRow(const char* className, const char* label) {
+  GtkWidget* row =
+      make(classNamed(className, GTK_TYPE_LIST_BOX_ROW, &initRowClass, sizeof(FakeRow)));
+  g_object_set(row, "label", label, nullptr);
+  return row;
+}
+
+/// Notes what it is told of.
+class NotingObserver : public WidgetObserver {
+ public:
+  void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
+    drawn.push_back(kind);
+    drawHostCell(kind, cell, snapshot);
+  }
+  void sidebarRealized(GtkWidget* sidebar) override {
+    sidebars.emplace_back(G_OBJECT_TYPE_NAME(sidebar));
+  }
+  void sidebarRowRealized(GtkWidget* row) override { rows.emplace_back(G_OBJECT_TYPE_NAME(row)); }
+
+  void forgetAll() {
+    drawn.clear();
+    sidebars.clear();
+    rows.clear();
+  }
+
+  std::vector<CellKind> drawn;
+  std::vector<std::string> sidebars;
+  std::vector<std::string> rows;
+};
+
+/// A window with one widget in it, which is realized and drawn once.
+class Shown {
+ public:
+  explicit Shown(GtkWidget* content) : window_(gtk_window_new()) {
+    gtk_window_set_child(GTK_WINDOW(window_), content);
+    gtk_widget_realize(window_);
+    gtk_widget_show(window_);
+    for (GtkWidget* child = content; child != nullptr; child = gtk_widget_get_first_child(child))
+      gtk_widget_realize(child);
+  }
+  ~Shown() { gtk_window_destroy(GTK_WINDOW(window_)); }
+  Shown(const Shown&) = delete;
+  Shown& operator=(const Shown&) = delete;
+
+ private:
+  GtkWidget* const window_;
+};
+
+/// The observer is told of the widgets of the whole process, for good.
+NotingObserver& observer() {
+  static NotingObserver noting;
+  static const bool observed = [] {
+    observeWidgets(noting);
+    return true;
+  }();
+  static_cast<void>(observed);
+  noting.forgetAll();
+  return noting;
+}
+
+class NautilusWidgetsTest : public testing::Test {
+ protected:
+  void SetUp() override { useVirtualDisplay(); }
+};
+
+TEST_F(NautilusWidgetsTest, TheSidebarAndItsRowsAreFoundUnderTheNamesOfEveryRelease) {
+  auto& noted = observer();
+  for (const auto& [sidebar, row] : {std::pair("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow"),
+                                     std::pair("NautilusSidebar", "NautilusSidebarRow")}) {
+    noted.forgetAll();
+    GtkWidget* content = make(classNamed(sidebar, GTK_TYPE_BOX));
+    GtkWidget* list = gtk_list_box_new();
+    gtk_box_append(GTK_BOX(content), list);
+    gtk_list_box_append(GTK_LIST_BOX(list), makeRow(row, "Home"));
+    const Shown shown(content);
+    EXPECT_EQ(noted.sidebars, (std::vector<std::string>{sidebar}));
+    EXPECT_EQ(noted.rows, (std::vector<std::string>{row}));
+  }
+}
+
+TEST_F(NautilusWidgetsTest, OtherWidgetsAreLeftAlone) {
+  auto& noted = observer();
+  GtkWidget* content = make(classNamed("NautilusSomethingNew", GTK_TYPE_BOX));
+  gtk_box_append(GTK_BOX(content), gtk_label_new("x"));
+  const Shown shown(content);
+  EXPECT_TRUE(noted.sidebars.empty());
+  EXPECT_TRUE(noted.rows.empty());
+  EXPECT_TRUE(noted.drawn.empty());
+}
+
+TEST_F(NautilusWidgetsTest, ACellsDrawingIsTakenOverOnceAndTheHostsOwnStaysBehindIt) {
+  auto& noted = observer();
+  for (const auto& [name, kind] : {std::pair("NautilusGridCell", CellKind::Grid),
+                                   std::pair("NautilusNameCell", CellKind::List)}) {
+    noted.forgetAll();
+    const GType cells = classNamed(name, GTK_TYPE_BOX, &initCellClass);
+    GtkWidget* cell = make(cells);
+    GtkWidget* other = make(cells);
+    gtk_box_append(GTK_BOX(cell), other);
+    const Shown shown(cell);
+    hostDrawings = 0;
+    GtkSnapshot* snapshot = gtk_snapshot_new();
+    GTK_WIDGET_GET_CLASS(cell)->snapshot(cell, snapshot);
+    g_object_unref(snapshot);
+    EXPECT_EQ(noted.drawn, (std::vector<CellKind>{kind})) << name;
+    EXPECT_EQ(hostDrawings, 1) << name;
+  }
+}
+
+TEST_F(NautilusWidgetsTest, TheIconOfACellIsFoundInEveryRelease) {
+  const GType image = classNamed("NautilusImage", GTK_TYPE_BOX);
+  for (const GType icons : {GTK_TYPE_PICTURE, image}) {
+    GtkWidget* cell = g_object_ref_sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+    GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_box_append(GTK_BOX(cell), gtk_label_new("first"));
+    gtk_box_append(GTK_BOX(cell), box);
+    GtkWidget* icon = make(icons);
+    gtk_box_append(GTK_BOX(box), gtk_image_new());  // an emblem
+    gtk_box_append(GTK_BOX(box), icon);
+    EXPECT_EQ(iconOf(cell), icon) << g_type_name(icons);
+    g_object_unref(cell);
+  }
+}
+
+TEST_F(NautilusWidgetsTest, AnIconOfAnUnknownClassIsFoundByItsNameInTheTemplate) {
+  GtkBuilder* builder = gtk_builder_new_from_string(
+      "<interface><object class='GtkBox' id='cell'><child><object class='GtkBox'>"
+      "<child><object class='GtkLabel' id='label'/></child>"
+      "<child><object class='GtkLabel' id='icon'/></child>"
+      "</object></child></object></interface>",
+      -1);
+  auto* cell = GTK_WIDGET(gtk_builder_get_object(builder, "cell"));
+  EXPECT_EQ(iconOf(cell), GTK_WIDGET(gtk_builder_get_object(builder, "icon")));
+  g_object_unref(builder);
+}
+
+TEST_F(NautilusWidgetsTest, ACellWithoutAnIconHasNone) {
+  GtkWidget* cell = g_object_ref_sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+  gtk_box_append(GTK_BOX(cell), gtk_label_new("x"));
+  EXPECT_EQ(iconOf(cell), nullptr);
+  g_object_unref(cell);
+}
+
+TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseTakesTheImageThatItsDelegateGivesIt) {
+  for (const auto& [sidebar, rowClass] :
+       {std::pair("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow"),
+        std::pair("NautilusSidebar", "NautilusSidebarRow")}) {
+    platform::Runtime runtime;
+    const auto views = View::registerIn(runtime);
+    Sidebars sidebars(runtime, *views);
+    const auto picture = std::make_shared<platform::Image>(platform::Size{16, 16});
+    const std::vector<platform::ImageRep> reps = {
+        {.bitmap = platform::Bitmap::make(16, 16, std::vector<std::uint32_t>(16 * 16, 0xFFFF0000)),
+         .size = {16, 16}}};
+    picture->addRepresentations(reps);
+    // As the bundle's delegate does.
+    const auto delegates = runtime.classNamed("TSidebarViewController");
+    delegates->addMethod(
+        "test_willDisplay:",
+        Implementation::of<void(Id, Id, Id, Id)>([&](const Id&, const Id&, const Id& cell,
+                                                     const Id&, const Id&) {
+          if (send<std::optional<std::string>>(cell, "name") != "(w) Drive") return;
+          const Id image = send<Id>(runtime.classNamed("NSSidebarImage"), "alloc");
+          send<void>(cell, "setImage:", send<Id>(image, "initWithSourceImage:", ImageRef(picture)));
+        }),
+        "v@:@@@@");
+    ASSERT_TRUE(delegates->exchangeImplementations(
+        "outlineView:willDisplayCell:forTableColumn:item:", "test_willDisplay:"));
+    GtkWidget* content = g_object_ref_sink(make(classNamed(sidebar, GTK_TYPE_BOX)));
+    GtkWidget* list = gtk_list_box_new();
+    GtkWidget* drive = makeRow(rowClass, "(w) Drive");
+    GtkWidget* home = makeRow(rowClass, "Home");
+    gtk_box_append(GTK_BOX(content), list);
+    gtk_list_box_append(GTK_LIST_BOX(list), drive);
+    gtk_list_box_append(GTK_LIST_BOX(list), home);
+    sidebars.sidebarRealized(content);
+    sidebars.rowRealized(drive);
+    sidebars.rowRealized(home);
+    const auto icon = objectProperty(drive, "start-icon");
+    EXPECT_TRUE(GDK_IS_TEXTURE(icon.get())) << rowClass;
+    EXPECT_EQ(objectProperty(home, "start-icon"), nullptr) << rowClass;
+    g_object_unref(content);
+  }
+}
+
+TEST_F(NautilusWidgetsTest, ARowThatLacksWhatIsLookedForStaysAsItIs) {
+  platform::Runtime runtime;
+  const auto views = View::registerIn(runtime);
+  Sidebars sidebars(runtime, *views);
+  GtkWidget* content = g_object_ref_sink(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
+  GtkWidget* list = gtk_list_box_new();
+  gtk_box_append(GTK_BOX(content), list);
+  GtkWidget* row = make(GTK_TYPE_LIST_BOX_ROW);
+  gtk_list_box_append(GTK_LIST_BOX(list), row);
+  sidebars.sidebarRealized(content);
+  sidebars.rowRealized(row);
+  EXPECT_EQ(objectProperty(row, "start-icon"), nullptr);
+  EXPECT_EQ(textProperty(row, "label"), std::nullopt);
+  g_object_unref(content);
+}
+
+}  // namespace
+}  // namespace wevora::nautilus
