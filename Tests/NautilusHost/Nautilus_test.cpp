@@ -609,7 +609,8 @@ TEST_P(NautilusViewTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromB
   const auto picturesOf = [&](Session::Module module) {
     Session session(GetParam(), module);
     const Agent agent(kAccount);
-    session.open(volume.path(), 20);
+    session.setWindowSize(700, 500);
+    session.open(volume.path(), 6);
     if (module == Session::Module::Present) {
       EXPECT_TRUE(session.shows(path("Folder"), "red"));
       testing_host::switchBadges(false);
