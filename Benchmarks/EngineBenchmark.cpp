@@ -293,6 +293,33 @@ void answersLarge(benchmark::State& state, int items, Answer wanted) {
   firstAnswers(state, volume().largeFolder(), items, wanted);
 }
 
+// --- A message -----------------------------------------------------------------------------------
+
+/// An object with one method, whose types are encoded as those of a drawing hook are.
+struct Receiver {
+  Receiver() {
+    cells->addMethod("wv_drawIconWithFrame:",
+                     platform::Implementation::of<int()>([](const platform::Id&) { return 1; }),
+                     "v@:{CGRect={CGPoint=dd}{CGSize=dd}}");
+  }
+  platform::Runtime runtime;
+  std::shared_ptr<platform::Class> cells = runtime.registerClass("TListViewIconAndTextCell");
+  const platform::Id cell = std::make_shared<platform::Object>(*cells);
+};
+
+void message(benchmark::State& state) {
+  const Receiver receiver;
+  for (auto _ : state)
+    benchmark::DoNotOptimize(platform::send<int>(receiver.cell, "wv_drawIconWithFrame:"));
+}
+
+/// The method's body alone, which is not looked up.
+void messageBare(benchmark::State& state) {
+  const Receiver receiver;
+  const auto body = receiver.cells->instanceMethod("wv_drawIconWithFrame:")->implementation;
+  for (auto _ : state) benchmark::DoNotOptimize(body.invoke<int>(receiver.cell));
+}
+
 // --- A date, and the heap ------------------------------------------------------------------------
 
 void date(benchmark::State& state) {
@@ -365,6 +392,8 @@ BENCHMARK_CAPTURE(answersLarge, hitAll, kItemsInWindow, Answer::hit)
     ->Name("50 misses, large folder/bare")
     ->UseManualTime()
     ->Iterations(40);
+BENCHMARK(message)->Name("message/engine");
+BENCHMARK(messageBare)->Name("message/bare");
 BENCHMARK(date)->Name("date/engine");
 BENCHMARK(heapPerItem)->Name("heap/engine")->Iterations(3);
 

@@ -24,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kEntries = 100'000;
+constexpr int kHiddenNames = 10'000;  // in the folder's list; the list is one more entry
 constexpr std::uintmax_t kSparseBytes = std::uintmax_t{2} << 30;
 
 /// A folder of many entries and a large file without contents, made once and kept for later runs.
@@ -48,6 +49,10 @@ class Items {
         std::ofstream(unfinished + "/photograph-" + std::to_string(i) + ".jpg").flush();
       fs::rename(unfinished, folder);
     }
+    if (const std::string list = folder + "/.hidden"; !fs::exists(list)) {
+      std::ofstream names(list);
+      for (int i = 0; i < kHiddenNames; ++i) names << "hidden-" << i << ".jpg\n";
+    }
     if (!fs::exists(sparseFile)) std::ofstream(sparseFile).flush();
     fs::resize_file(sparseFile, kSparseBytes);
   }
@@ -56,7 +61,15 @@ class Items {
 void listingByTools(benchmark::State& state) {
   for (auto _ : state) {
     const auto paths = WVRFileTools::getContentsOfDirectory(Items::shared().folder);
-    if (paths.size() != kEntries) state.SkipWithError("not every entry is listed");
+    if (paths.size() != kEntries + 1) state.SkipWithError("not every entry is listed");
+  }
+}
+
+void scanByTools(benchmark::State& state) {
+  const std::string url = "file://" + Items::shared().folder;
+  for (auto _ : state) {
+    const auto paths = WVRFileTools::scanURLIgnoringExtrasAndDirs(url);
+    if (paths.size() != kEntries) state.SkipWithError("not every entry is visible");
   }
 }
 
@@ -74,7 +87,7 @@ void listingBare(benchmark::State& state) {
           S_ISREG(facts.st_mode))
         ++count;
     }
-    if (count != kEntries) state.SkipWithError("not every entry is listed");
+    if (count != kEntries + 1) state.SkipWithError("not every entry is listed");
   }
 }
 
@@ -105,6 +118,8 @@ void digestBare(benchmark::State& state) {
 
 BENCHMARK(listingByTools)->Name("list 100,000 entries/engine")->Unit(benchmark::kMillisecond);
 BENCHMARK(listingBare)->Name("list 100,000 entries/bare")->Unit(benchmark::kMillisecond);
+BENCHMARK(scanByTools)->Name("scan 100,000 entries/engine")->Unit(benchmark::kMillisecond);
+BENCHMARK(listingBare)->Name("scan 100,000 entries/bare")->Unit(benchmark::kMillisecond);
 BENCHMARK(digestByTools)
     ->Name("digest of 2 GiB/engine")
     ->Unit(benchmark::kMillisecond)

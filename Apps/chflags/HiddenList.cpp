@@ -7,9 +7,11 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "Platform/Files/Hidden.h"
+#include "Platform/Files/ItemFacts.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Strings/Strings.h"
 #include "Platform/Support/Descriptor.h"
@@ -46,8 +48,26 @@ Place placeOf(const std::string& path) {
 /// The list as it is on disk.
 struct List {
   std::string text;
-  std::optional<mode_t> mode;  ///< none when there is no list
+  std::optional<platform::ItemFacts> facts;  ///< none when there is no list
 };
+
+/// File managers' own tools would not read it.
+void checkLength(const std::string& text) {
+  if (text.size() > platform::HiddenNames::kLongestList)
+    throw std::runtime_error("the list of hidden items is too long");
+}
+
+/// Where a folder's list is kept: perhaps behind links, and there need not be one yet.
+std::string listOf(const std::string& folder) {
+  constexpr int kMostLinks = 40;
+  std::string path = platform::pathByAppendingComponent(folder, platform::HiddenNames::kFileName);
+  for (int links = 0; links < kMostLinks; ++links) {
+    const auto target = platform::linkTarget(path);
+    if (!target) return path;
+    path = target->starts_with('/') ? *target : platform::folderOf(path) + "/" + *target;
+  }
+  throw std::runtime_error("the list of hidden items is a loop of links");
+}
 
 List readList(const std::string& path) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -55,10 +75,10 @@ List readList(const std::string& path) {
     if (errno == ENOENT) return {};
     fail("cannot read the list of hidden items");
   }
-  struct stat facts {};
-  if (::fstat(file.get(), &facts) != 0) fail("cannot read the list of hidden items");
-  if (!S_ISREG(facts.st_mode)) throw std::runtime_error("the list of hidden items is no file");
-  List list{.text = {}, .mode = facts.st_mode & 07777U};
+  List list{.text = {}, .facts = platform::factsOf(file.get())};
+  if (!list.facts) fail("cannot read the list of hidden items");
+  if (!S_ISREG(list.facts->st_mode))
+    throw std::runtime_error("the list of hidden items is no file");
   std::string chunk(65536, '\0');
   for (;;) {
     const ssize_t read = ::read(file.get(), chunk.data(), chunk.size());
@@ -66,6 +86,7 @@ List readList(const std::string& path) {
     if (read < 0) fail("cannot read the list of hidden items");
     if (read == 0) return list;
     list.text.append(chunk, 0, static_cast<std::size_t>(read));
+    checkLength(list.text);
   }
 }
 
@@ -93,7 +114,8 @@ void writeAll(int file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = ::write(file, text.data(), text.size());
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0) fail("cannot write the list of hidden items");
+    if (written == 0) errno = EIO;  // and would be for ever
+    if (written <= 0) fail("cannot write the list of hidden items");
     text.remove_prefix(static_cast<std::size_t>(written));
   }
 }
@@ -109,41 +131,51 @@ void replaceList(const std::string& path, const List& list) {
     if (!replaced) ::unlink(beside.c_str());
   });
   writeAll(file.get(), list.text);
-  if (list.mode && ::fchmod(file.get(), *list.mode) != 0)
-    fail("cannot write the list of hidden items");
+  if (list.facts) {
+    // Who may not give it to its owner goes on: the list is the folder's, whoever writes it.
+    if (::fchown(file.get(), list.facts->st_uid, list.facts->st_gid) != 0 && errno != EPERM)
+      fail("cannot write the list of hidden items");
+    if (::fchmod(file.get(), list.facts->st_mode & 0777U) != 0)
+      fail("cannot write the list of hidden items");
+  }
   if (::fsync(file.get()) != 0) fail("cannot write the list of hidden items");
   if (::rename(beside.c_str(), path.c_str()) != 0) fail("cannot replace the list of hidden items");
   replaced = true;
 }
 
-/// The folder, held against other programs that change its list.
-Descriptor lockedFolder(const std::string& path) {
+/// The folder, held against other programs that change its list. Anybody who may read it can hold
+/// it for ever.
+Descriptor lockedFolder(const std::string& path, std::chrono::milliseconds patience) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kPause(20);
   Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder) fail("cannot open its folder");
-  while (::flock(folder.get(), LOCK_EX) != 0) {
+  const auto end = Clock::now() + patience;
+  while (::flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
     // A volume without locks is better changed than not.
-    break;
+    if (errno != EWOULDBLOCK) break;
+    if (Clock::now() >= end) throw std::runtime_error("its folder is held by another program");
+    std::this_thread::sleep_for(kPause);
   }
   return folder;
 }
 
 }  // namespace
 
-void setHidden(const std::string& path, bool hidden) {
+void setHidden(const std::string& path, bool hidden, std::chrono::milliseconds patience) {
   const Place place = placeOf(path);
   struct stat facts {};
   if (hidden &&
       ::lstat(platform::pathByAppendingComponent(place.folder, place.name).c_str(), &facts) != 0)
     fail("cannot be hidden");
-  const Descriptor folder = lockedFolder(place.folder);
-  // A list may be kept elsewhere, behind a link.
-  const std::string listPath = platform::resolvedPath(
-      platform::pathByAppendingComponent(place.folder, platform::HiddenNames::kFileName));
+  const Descriptor folder = lockedFolder(place.folder, patience);
+  const std::string listPath = listOf(place.folder);
   List list = readList(listPath);
   auto [rest, listed] = without(list.text, place.name);
   if (listed == hidden) return;
   list.text = hidden ? with(list.text, place.name) : std::move(rest);
+  checkLength(list.text);
   if (!list.text.empty())
     replaceList(listPath, list);
   else if (::unlink(listPath.c_str()) != 0)

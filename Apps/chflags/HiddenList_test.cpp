@@ -1,8 +1,10 @@
 #include "Apps/chflags/HiddenList.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <vector>
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Files/Hidden.h"
+#include "Platform/Support/Descriptor.h"
 #include "Platform/Support/TemporaryFolder.h"
 
 namespace wevora::chflags {
@@ -131,6 +134,66 @@ TEST_F(SetHiddenTest, AListThatIsNoFileIsLeftAlone) {
   fs::remove(folder.path(".hidden"));
   fs::create_symlink(".hidden", folder.path(".hidden"));
   EXPECT_NE(failureOf(folder.path("a")), "");
+  EXPECT_EQ(items(), 2U);
+}
+
+TEST_F(SetHiddenTest, AListBehindALinkThatLeadsNowhereYetIsMadeThere) {
+  fs::create_directory(folder.path("elsewhere"));
+  fs::create_symlink("elsewhere/list", folder.path(".hidden"));
+  setHidden(file("a"), true);
+  EXPECT_TRUE(fs::is_symlink(folder.path(".hidden")));
+  EXPECT_TRUE(fs::is_regular_file(folder.path("elsewhere/list")));
+  EXPECT_EQ(list(), "a\n");
+}
+
+TEST_F(SetHiddenTest, TheListKeepsItsOwnerAndItsMode) {
+  writeList("b\n");
+  const auto path = folder.path(".hidden");
+  const bool given = ::chown(path.c_str(), 4711, 4712) == 0;
+  EXPECT_EQ(given, ::geteuid() == 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  struct stat before {};
+  struct stat after {};
+  ASSERT_EQ(::stat(path.c_str(), &before), 0);
+  setHidden(file("a"), true);
+  ASSERT_EQ(::stat(path.c_str(), &after), 0);
+  EXPECT_NE(before.st_ino, after.st_ino);
+  EXPECT_EQ(before.st_uid, after.st_uid);
+  EXPECT_EQ(before.st_gid, after.st_gid);
+  EXPECT_EQ(before.st_mode, after.st_mode);
+}
+
+TEST_F(SetHiddenTest, WhoReadsTheListMeanwhileReadsAllOfTheOldOne) {
+  writeList("b\nc\n");
+  std::ifstream reader(folder.path(".hidden"));
+  std::string line;
+  std::getline(reader, line);
+  setHidden(file("a"), true);
+  std::ostringstream rest;
+  rest << reader.rdbuf();
+  EXPECT_EQ(line + "\n" + rest.str(), "b\nc\n");
+  EXPECT_EQ(list(), "b\nc\na\n");
+}
+
+TEST_F(SetHiddenTest, AFolderThatAnotherProgramHoldsIsNotWaitedForWithoutEnd) {
+  const platform::Descriptor other(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
+  ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+  try {
+    setHidden(file("a"), true, std::chrono::milliseconds(0));
+    ADD_FAILURE() << "not refused";
+  } catch (const std::runtime_error& failure) {
+    EXPECT_THAT(failure.what(), testing::HasSubstr("held by another program"));
+  }
+  EXPECT_EQ(items(), 1U);
+}
+
+TEST_F(SetHiddenTest, AListWithoutBoundsIsNotReadAndNoneIsMade) {
+  writeList("b\n");
+  fs::resize_file(folder.path(".hidden"), platform::HiddenNames::kLongestList + 1);
+  EXPECT_THAT(failureOf(file("a")), testing::HasSubstr("too long"));
+  fs::resize_file(folder.path(".hidden"), platform::HiddenNames::kLongestList);
+  EXPECT_THAT(failureOf(file("a")), testing::HasSubstr("too long"));
+  EXPECT_EQ(fs::file_size(folder.path(".hidden")), platform::HiddenNames::kLongestList);
   EXPECT_EQ(items(), 2U);
 }
 

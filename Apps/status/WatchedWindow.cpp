@@ -44,7 +44,6 @@ struct WatchedWindow::Contents {
   void allNeedDisplay() const {
     for (std::size_t item = 0; item < items.size(); ++item) needsDisplay(item);
   }
-  static std::shared_ptr<Item> itemOf(TFENode node);
 };
 
 WatchedWindow::WatchedWindow(Runtime& runtime, const std::vector<std::string>& paths,
@@ -65,13 +64,11 @@ Id WatchedWindow::viewOf(std::size_t item) const {
 
 void WatchedWindow::registerNode(Runtime& runtime) {
   const auto node = runtime.registerClass("FINode");
-  // A reference is a place in the list, counted from one.
+  // A reference is the address of a place in the list, which does not grow any more.
   node->addClassMethod(
-      "nodeFromNodeRef:",
-      Implementation::of<Id(TFENode)>([contents = contents_](const Id&, TFENode of) {
-        const auto place = reinterpret_cast<std::uintptr_t>(of.fNodeRef);
-        if (place == 0 || place > contents->items.size()) return Id();
-        return Id(contents->items[place - 1]);
+      "nodeFromNodeRef:", Implementation::of<Id(TFENode)>([](const Id&, TFENode of) {
+        const auto* item = static_cast<const std::shared_ptr<Item>*>(of.fNodeRef);
+        return item == nullptr ? Id() : Id(*item);
       }),
       "@@:^v");
   node->addMethod("previewItemURL",
@@ -110,8 +107,7 @@ void WatchedWindow::registerBrowser(Runtime& runtime) {
   browser->addMethod("getVisibleNodes:",
                      Implementation::of<void(TFENodeVector*)>(
                          [contents = contents_](const Id&, TFENodeVector* out) {
-                           for (std::uintptr_t place = 1; place <= contents->items.size(); ++place)
-                             out->push_back({reinterpret_cast<void*>(place)});
+                           for (auto& item : contents->items) out->push_back({&item});
                          }),
                      "v@:^v");
   browser->addMethod(

@@ -81,8 +81,10 @@ Cells::Slot::Slot(Cells& cells, GtkWidget* widget)
       item(G_OBJECT(widget), [&cells, widget] { cells.itemMoved(widget); }) {}
 
 GtkWidget* Cells::Slot::iconOf(GtkWidget* widget) {
-  const auto known = icon.get();
-  if (known && gtk_widget_is_ancestor(known.get(), widget)) return known.get();
+  const auto held = icon.get();
+  // It lives as long as it is in the widget.
+  GtkWidget* const known = held.get();
+  if (known != nullptr && gtk_widget_is_ancestor(known, widget)) return known;
   GtkWidget* const found = nautilus::iconOf(widget);
   icon.set(found);
   return found;

@@ -31,6 +31,7 @@ Shared& process() {
 }
 
 InstalledPaths pathsOfTheBuild() {
+  // NOLINTNEXTLINE(readability-redundant-string-init): most builds have none
   const std::string_view root = WEVORA_INSTALLED_ROOT;
   return root.empty() ? InstalledPaths() : InstalledPaths::belowRoot(std::string(root));
 }

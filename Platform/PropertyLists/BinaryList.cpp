@@ -179,7 +179,9 @@ class Reader {
     if (!high || !low) return std::nullopt;
     if (*high == 0) return Value(*low);
     const auto number = static_cast<std::int64_t>(*low);
-    return *high == kNegative && number < 0 ? Value(number) : Value(Opaque());
+    // Not one expression: gcc takes what it did not choose for uninitialized.
+    if (*high == kNegative && number < 0) return Value(number);
+    return Value(Opaque());
   }
 
   std::optional<Value> realOf(const Object& object) const {

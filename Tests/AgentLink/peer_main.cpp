@@ -137,11 +137,11 @@ void answer(int peer, bool greets) {
 
 int runGarbage(const std::string& seed, bool greets) {
   const int socket = listenOn(nameOfSeed(seed));
-  while (socket >= 0) {
+  if (socket < 0) return 1;
+  while (true) {
     const int peer = ::accept4(socket, nullptr, nullptr, SOCK_CLOEXEC);
     if (peer >= 0) answer(peer, greets);
   }
-  return 1;
 }
 
 int runStorm(const std::string& count, const std::string& object) {

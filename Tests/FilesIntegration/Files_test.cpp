@@ -272,6 +272,35 @@ TEST_F(FilesTest, AHomeTrashThatIsKeptOnAnotherVolumeEnclosesItsItemsToo) {
   EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
 }
 
+TEST_F(FilesTest, AVolumeThatIsMountedInTheHomeTrashIsNotInIt) {
+  fs::create_directories(folder.path("Trash/files/mount"));
+  write(folder.path("Trash/files/x"));
+  ASSERT_EQ(::mount("tmpfs", folder.path("Trash/files/mount").c_str(), "tmpfs", 0, nullptr), 0);
+  write(folder.path("Trash/files/mount/x"));
+  const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() + " ";
+  const auto own = run(user + WEVORA_FILES " trash " + folder.path("Trash/files/x"));
+  const auto mountedItem = run(user + WEVORA_FILES " trash " + folder.path("Trash/files/mount/x"));
+  ::umount2(folder.path("Trash/files/mount").c_str(), MNT_DETACH);
+  EXPECT_EQ(own.status, 0);
+  EXPECT_EQ(mountedItem.status, 1);
+}
+
+TEST_F(FilesTest, AListThatCannotBeReplacedStaysAsItWas) {
+  ASSERT_TRUE(mounted);
+  write(volume.path("a"));
+  write(volume.path(".hidden"), "b\n");
+  // Nothing can take the name of what is mounted.
+  ASSERT_EQ(::mount(volume.path(".hidden").c_str(), volume.path(".hidden").c_str(), nullptr,
+                    MS_BIND, nullptr),
+            0);
+  const auto answer = chflags("hidden " + quoted + "/a'");
+  ::umount2(volume.path(".hidden").c_str(), MNT_DETACH);
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(answer.output, HasSubstr("cannot replace the list"));
+  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "b\n");
+  EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a"}));
+}
+
 // --- Backups -------------------------------------------------------------------------------------
 
 TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {

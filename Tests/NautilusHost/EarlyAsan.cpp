@@ -8,8 +8,8 @@
 namespace {
 
 [[gnu::constructor]] void allocate() {
-  void* volatile memory = std::malloc(1);  // NOLINT(cppcoreguidelines-no-malloc)
-  std::free(memory);                       // NOLINT(cppcoreguidelines-no-malloc)
+  void* volatile memory = std::malloc(1);  // NOLINT(cppcoreguidelines-owning-memory)
+  std::free(memory);                       // NOLINT(cppcoreguidelines-owning-memory)
 }
 
 }  // namespace

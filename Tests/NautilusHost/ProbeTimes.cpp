@@ -190,12 +190,16 @@ double medianMicroseconds(guint times, const Work& work) {
 
 void answerFrameTimes(GtkWidget* window, guint frames, double step,
                       GDBusMethodInvocation* invocation) {
-  std::make_unique<FrameTimes>(window, frames, step, invocation).release();
+  // It lets itself go when it has answered.
+  [[maybe_unused]] const auto* running =
+      std::make_unique<FrameTimes>(window, frames, step, invocation).release();
 }
 
 void answerOncePainted(GtkWidget* window, const WantedCells& wanted,
                        GDBusMethodInvocation* invocation) {
-  std::make_unique<Painting>(window, wanted, invocation).release();
+  // It lets itself go when it has answered.
+  [[maybe_unused]] const auto* running =
+      std::make_unique<Painting>(window, wanted, invocation).release();
 }
 
 GVariant* drawTimes(GtkWidget* window, guint times) {

@@ -249,16 +249,17 @@ testing::AssertionResult Session::shows(const std::string& path, const std::stri
 }
 
 platform::BitmapRef Session::steadyPicture(unsigned window) const {
-  constexpr int kFrames = 20;
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds kStill{2};  // longer than anything fades
   platform::BitmapRef latest = screen_->picture(window);
-  int alike = 0;
+  auto since = Clock::now();
   const bool steady = until(
       [&] {
         const auto next = screen_->picture(window);
         if (!latest || !next) return false;
-        alike = std::ranges::equal(latest->pixels(), next->pixels()) ? alike + 1 : 0;
+        if (!std::ranges::equal(latest->pixels(), next->pixels())) since = Clock::now();
         latest = next;
-        return alike >= kFrames;
+        return Clock::now() - since >= kStill;
       },
       window);
   return steady ? latest : nullptr;

@@ -11,7 +11,6 @@ namespace {
 using platform::BitmapContext;
 using platform::CompositingOperation;
 using platform::CurrentTarget;
-using platform::GraphicsContext;
 using platform::Implementation;
 using platform::Layer;
 using platform::send;
