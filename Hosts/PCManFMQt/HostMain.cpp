@@ -1,0 +1,39 @@
+#include <QAbstractEventDispatcher>
+#include <iostream>
+
+#include "Hosts/PCManFMQt/Host.h"
+#include "Hosts/PCManFMQt/HostViews.h"
+#include "Platform/Bundles/Bundle.h"
+#include "Platform/Support/Guard.h"
+
+namespace wevora::pcmanfmqt {
+namespace {
+
+constexpr const char* kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
+
+/// The main queue is a source of GLib's default context.
+bool runsOnGLib() {
+  const auto* dispatcher = QAbstractEventDispatcher::instance();
+  return dispatcher != nullptr && dispatcher->inherits("QEventDispatcherGlib");
+}
+
+/// The bundle looks the host's classes up while it loads. Without a bundle the host's views are
+/// left alone.
+void start() {
+  if (!runsOnGLib()) {
+    std::cerr << "wevora: Qt does not run on GLib's main loop here; there will be no badges\n";
+    return;
+  }
+  static platform::NeverDestroyed<Host> host(platform::Runtime::shared());
+  static platform::NeverDestroyed<HostViews> views(*host);
+  const auto bundle =
+      platform::Bundle::bundleWithPath(kBundlePath, platform::InstalledPaths::shared());
+  if (bundle && bundle->load()) views->watch();
+}
+
+}  // namespace
+}  // namespace wevora::pcmanfmqt
+
+extern "C" [[gnu::visibility("default")]] void wevora_pcmanfmqt_start() noexcept {
+  wevora::platform::swallowing(&wevora::pcmanfmqt::start);
+}

@@ -1,0 +1,59 @@
+#include <QByteArrayList>
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QGenericPlugin>
+#include <QMetaObject>
+
+#include "Hosts/Common/Libraries.h"
+#include "Platform/Support/Guard.h"
+
+namespace wevora::pcmanfmqt {
+namespace {
+
+// The host's side of the bundle, by its installed place, and where it begins.
+constexpr const char* kHostLibrary = "/Library/Wevora/FinderPlugin/Hosts/pcmanfm-qt.so";
+constexpr const char* kHostEntry = "wevora_pcmanfmqt_start";
+
+constexpr const char* kKey = "wevora";
+constexpr const char* kPlugins = "QT_QPA_GENERIC_PLUGINS";
+
+bool isInsideTheHost() {
+  return QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget()).fileName() ==
+         QLatin1String("pcmanfm-qt");
+}
+
+/// What the host starts is not asked to load the plug-in.
+void leaveEnvironment() {
+  QByteArrayList others = qgetenv(kPlugins).split(',');
+  others.removeAll(kKey);
+  if (others.isEmpty())
+    qunsetenv(kPlugins);
+  else
+    qputenv(kPlugins, others.join(','));
+}
+
+}  // namespace
+
+/// What Qt loads, into any program that has it named in its environment. It brings no other library
+/// of the system, and does nothing but in the host; there, once the host's event loop runs.
+/// Threads: the main thread. Owns: nothing. Errors: a plug-in that does nothing.
+class Plugin : public QGenericPlugin {
+  Q_OBJECT
+  Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "plugin.json")
+
+ public:
+  QObject* create(const QString& key, const QString&) override {
+    auto* made = new QObject();  // NOLINT(cppcoreguidelines-owning-memory): Qt deletes it
+    if (key.compare(QLatin1String(kKey), Qt::CaseInsensitive) == 0 && isInsideTheHost()) {
+      leaveEnvironment();
+      QMetaObject::invokeMethod(
+          made, [] { platform::swallowing([] { hosts::loadAndCall(kHostLibrary, kHostEntry); }); },
+          Qt::QueuedConnection);
+    }
+    return made;
+  }
+};
+
+}  // namespace wevora::pcmanfmqt
+
+#include "Plugin.moc"

@@ -1,0 +1,728 @@
+// The real file manager with the plug-in in it: what its display shows, told by its pixels.
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "Platform/Graphics/BitmapContext.h"
+#include "Platform/Graphics/GraphicsContext.h"
+#include "Platform/Graphics/ImageFiles.h"
+#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Integration/MountedVolume.h"
+#include "Tests/PCManFMQtHost/Session.h"
+
+namespace wevora {
+namespace {
+
+namespace fs = std::filesystem;
+using testing_host::Agent;
+using testing_host::agentTool;
+using testing_host::MountedVolume;
+using testing_host::QtSession;
+using testing_host::switchBadges;
+using testing_host::uriOf;
+using Plugin = QtSession::Plugin;
+using View = QtSession::View;
+
+constexpr const char* kAccount = "7";
+
+class PCManFMQtTest : public testing::Test {
+ protected:
+  PCManFMQtTest() {
+    mounted_ = volume.mount();
+    fs::create_directories(path("Folder/Inner"));
+    write("Folder/inside.txt");
+    write("kept.txt");
+    write("waiting.txt");
+  }
+  std::string path(const std::string& name) const { return volume.path(name); }
+  void write(const std::string& name) const { std::ofstream(path(name)) << "x"; }
+
+  /// The database of the volume as it is now: "kept.txt" and what the list names are backed up.
+  void scan(std::vector<std::string> backedUp = {}) const {
+    ASSERT_TRUE(mounted_);
+    agentTool(
+        {"init", "--account", kAccount, "--volume", volume.path(), "--include", volume.path()});
+    scanAgain();
+    backedUp.emplace_back("kept.txt");
+    for (const auto& name : backedUp) mark(name, "--synchronized");
+  }
+  void scanAgain() const { agentTool({"scan", "--account", kAccount, "--volume", volume.path()}); }
+  void mark(const std::string& name, const std::string& as) const {
+    agentTool({"mark", "--account", kAccount, as, path(name)});
+  }
+  std::string database() const { return path("Wevora-Account-7.db"); }
+
+  MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/Stick"};
+
+ private:
+  bool mounted_ = false;
+};
+
+class PCManFMQtViewTest : public PCManFMQtTest, public testing::WithParamInterface<View> {
+ protected:
+  static QtSession::Options options() { return {.view = GetParam()}; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Views, PCManFMQtViewTest,
+                         testing::Values(View::Icon, View::Compact, View::Detailed,
+                                         View::Thumbnail),
+                         [](const auto& view) {
+                           switch (view.param) {
+                             case View::Compact:
+                               return "Compact";
+                             case View::Detailed:
+                               return "Detailed";
+                             case View::Thumbnail:
+                               return "Thumbnail";
+                             case View::Icon:
+                               break;
+                           }
+                           return "Icon";
+                         });
+
+TEST_P(PCManFMQtViewTest, EachWordHasItsBadgeAndAnItemWithoutOneHasNone) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+  EXPECT_EQ(session.word(database()), "");
+}
+
+// What the agent tells.
+
+TEST_P(PCManFMQtViewTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  mark("waiting.txt", "--synchronized");
+  mark("kept.txt", "--pending");
+  // A word that is younger than four seconds is not read again; the agent goes on telling.
+  EXPECT_TRUE(session.until([&] {
+    agent.tell("Changed", {path("waiting.txt"), path("kept.txt")});
+    return session.word(path("waiting.txt")) == "green" && session.word(path("kept.txt")) == "blue";
+  }));
+}
+
+TEST_P(PCManFMQtViewTest, BadgesThatAreSwitchedOffAreGoneAndComeBackWhenTheyAreSwitchedOn) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  switchBadges(false);
+  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), ""));
+  EXPECT_TRUE(session.shows(path("Folder"), ""));
+  switchBadges(true);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+}
+
+TEST_P(PCManFMQtViewTest, BadgesGoWithTheAgentAndComeBackWithIt) {
+  scan();
+  QtSession session(options());
+  Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  agent.kill();
+  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
+  EXPECT_TRUE(session.shows(path("Folder"), ""));
+  const Agent another(kAccount);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+}
+
+TEST_F(PCManFMQtTest, AnAgentThatStartsAfterTheFileManagerIsFound) {
+  scan();
+  QtSession session({});
+  session.open(volume.path(), 4);
+  EXPECT_EQ(session.word(path("kept.txt")), "");
+  const Agent agent(kAccount);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+}
+
+TEST_F(PCManFMQtTest, AFileThatIsRemovedLeavesNoBadgeToTheOneThatTakesItsPlace) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  fs::remove(path("kept.txt"));
+  scanAgain();
+  agent.tell("Removed", {path("kept.txt")});
+  EXPECT_TRUE(session.shows(path("kept.txt"), "not shown"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+}
+
+// Rows that are used again.
+
+TEST_P(PCManFMQtViewTest, NoItemShowsTheBadgeOfTheItemThatWasInItsPlaceBefore) {
+  constexpr int kFiles = 5000;
+  fs::create_directories(path("Many"));
+  std::vector<std::string> kept = {"mark", "--account", kAccount, "--synchronized"};
+  for (int i = 0; i < kFiles; ++i) {
+    const std::string name = "Many/" + std::to_string(10'000 + i);
+    std::ofstream(path(name)).flush();  // without contents: the volume is small
+    if (i % 2 == 0) kept.push_back(path(name));
+  }
+  scan();
+  agentTool(kept);
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(path("Many"), 8);
+
+  const auto isRight = [&](const testing_host::Place& cell, const platform::Bitmap& picture) {
+    const bool even = (cell.name.back() - '0') % 2 == 0;
+    const std::string word = session.badges().wordAt(picture, cell);
+    EXPECT_TRUE(word.empty() || word == (even ? "green" : "blue")) << cell.name << " " << word;
+    return !word.empty();
+  };
+  const auto allAreBadged = [&] {
+    const auto look = session.screen().look();
+    return !look.cells.empty() && look.picture &&
+           std::ranges::all_of(look.cells,
+                               [&](const auto& cell) { return isRight(cell, *look.picture); });
+  };
+  ASSERT_TRUE(session.until(allAreBadged));
+  std::set<std::string> seen;
+  for (int step = 0; step <= 40; ++step) {
+    const double down = step / 20.0;
+    session.screen().scroll(down <= 1 ? down : 2 - down);
+    const auto look = session.screen().look();
+    for (const auto& cell : look.cells) {
+      isRight(cell, *look.picture);
+      seen.insert(cell.name);
+    }
+  }
+  EXPECT_TRUE(session.until(allAreBadged));
+  EXPECT_GT(seen.size(), 100U);
+}
+
+TEST_P(PCManFMQtViewTest, AnItemThatIsRenamedLosesTheBadgeOfItsOldName) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  fs::rename(path("kept.txt"), path("other.txt"));
+  EXPECT_TRUE(session.shows(path("other.txt"), ""));
+}
+
+// Names and places.
+
+TEST_P(PCManFMQtViewTest, ItemsWithOddNamesHaveTheirBadges) {
+  const std::vector<std::string> names = {"two  spaces",  "Caf\xC3\xA9 Zo\xC3\xAB",
+                                          "Cafe\xCC\x81", "CAPITALS.TXT",
+                                          "a:colon",      "a\nnewline",
+                                          "per%20cent",   "question?",
+                                          "hash#mark",    "quote's \"both\"",
+                                          "back\\slash"};
+  fs::create_directories(path("Odd"));
+  std::vector<std::string> kept;
+  for (const auto& name : names) {
+    write("Odd/" + name);
+    kept.push_back("Odd/" + name);
+  }
+  scan(kept);
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(path("Odd"), names.size());
+  for (const auto& name : names) EXPECT_TRUE(session.shows(path("Odd/" + name), "green")) << name;
+}
+
+TEST_P(PCManFMQtViewTest, ANameThatIsNotUtf8HarmsNothing) {
+  fs::create_directories(path("Odd"));
+  write("Odd/fine");
+  write("Odd/latin\xE9");
+  scan({"Odd/fine"});
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(path("Odd"), 2);
+  EXPECT_TRUE(session.shows(path("Odd/fine"), "green"));
+  EXPECT_NE(session.word(path("Odd/latin\xE9")), "not shown");
+  EXPECT_FALSE(session.fileManager().status());
+}
+
+TEST_P(PCManFMQtViewTest, TheRootOfAVolumeHasTheProductsMark) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open("/media", 1);
+  // Of the top of a volume nobody is told when it is known; the next drawing shows it.
+  EXPECT_TRUE(session.until([&] {
+    agent.tell("Changed", {volume.path()});
+    return session.word(volume.path()) == "red";
+  }));
+}
+
+TEST_P(PCManFMQtViewTest, AVolumeInsideAFolderIsNotTakenForTheFolder) {
+  fs::create_directories(path("Mounted"));
+  MountedVolume inner(MountedVolume::Kind::tmpfs, path("Mounted"));
+  scan();
+  ASSERT_TRUE(inner.mount());
+  std::ofstream(inner.path("within.txt")) << "x";
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(inner.path(), 1);
+  session.openAnother(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green", 1));
+  EXPECT_EQ(session.word(inner.path("within.txt")), "");
+}
+
+TEST_P(PCManFMQtViewTest, ASymbolicLinkHarmsNothing) {
+  fs::create_symlink("kept.txt", path("link"));
+  fs::create_symlink("nowhere", path("dangling"));
+  fs::create_symlink(".", path("round"));
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 7);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_FALSE(session.fileManager().status());
+}
+
+// Windows, tabs and other places.
+
+TEST_P(PCManFMQtViewTest, TwoWindowsShowTheirBadgesAndBothFollowAChange) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  session.openAnother(volume.path(), 4);
+  for (const unsigned window : {0U, 1U})
+    ASSERT_TRUE(session.shows(path("waiting.txt"), "blue", window));
+  mark("waiting.txt", "--synchronized");
+  EXPECT_TRUE(session.until([&] {
+    agent.tell("Changed", {path("waiting.txt")});
+    return session.word(path("waiting.txt"), 0) == "green" &&
+           session.word(path("waiting.txt"), 1) == "green";
+  }));
+}
+
+TEST_P(PCManFMQtViewTest, AHiddenTabShowsTheChangeWhenItIsShownAgain) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  session.screen().activate("actionNewTab");
+  switchBadges(false);
+  session.screen().activate("actionCloseTab");
+  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
+  switchBadges(true);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+}
+
+TEST_F(PCManFMQtTest, AViewThatAppearsLaterHasItsBadges) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  for (const char* view : {"actionDetailedList", "actionCompactView", "actionThumbnailView",
+                           "actionIconView", "actionDetailedList"}) {
+    session.screen().activate(view);
+    EXPECT_TRUE(session.shows(path("kept.txt"), "green")) << view;
+    EXPECT_TRUE(session.shows(path("waiting.txt"), "blue")) << view;
+    EXPECT_TRUE(session.shows(path("Folder"), "red")) << view;
+  }
+}
+
+TEST_P(PCManFMQtViewTest, BadgesAreRightAtEverySizeOfIcon) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  for (int step = 0; step < 4; ++step) {
+    EXPECT_TRUE(session.shows(path("kept.txt"), "green")) << step;
+    EXPECT_TRUE(session.shows(path("waiting.txt"), "blue")) << step;
+    EXPECT_TRUE(session.shows(path("Folder"), "red")) << step;
+    session.screen().activate("actionZoomIn");
+  }
+}
+
+TEST_F(PCManFMQtTest, OnADisplayOfTwoPixelsAPointTheBadgesHaveAPixelForEachOfThem) {
+  scan();
+  QtSession session({.scale = 2});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+  EXPECT_EQ(session.screen().cells().front().frame.height, 96);
+}
+
+TEST_P(PCManFMQtViewTest, PlacesWithoutLocalPathsHaveNoBadgesAndHarmNothing) {
+  scan();
+  QtSession session(options());
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  unsigned window = 0;
+  for (const char* place : {"trash:///", "menu://applications/", "computer:///"}) {
+    session.openAnother(place, 0);
+    ++window;
+    testing_host::Look look;
+    ASSERT_TRUE(session.until(
+        [&] { return (look = session.screen().look(window)).picture != nullptr; }, window))
+        << place;
+    for (const auto& cell : look.cells)
+      EXPECT_EQ(session.badges().wordAt(*look.picture, cell), "") << place << " " << cell.name;
+  }
+  EXPECT_FALSE(session.fileManager().status());
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+}
+
+// The sidebar.
+
+/// How much of the drive's own image a row of the sidebar shows.
+double shareOfDrivePicture(const QtSession& session, const std::string& label) {
+  platform::Image image;
+  image.addRepresentations(platform::imageRepsWithContentsOfFile(WEVORA_SIDEBAR_PICTURE));
+  const auto picture = session.screen().picture();
+  for (const auto& row : session.screen().sidebar()) {
+    if (row.name != label || !picture) continue;
+    const auto side = static_cast<std::size_t>(row.frame.height);
+    const auto context =
+        platform::BitmapContext::create({.width = side, .height = side, .flipped = false});
+    const platform::CurrentTarget current(*context);
+    image.drawInRect({0, 0, row.frame.height, row.frame.height}, {},
+                     platform::CompositingOperation::SourceOver, 1.0);
+    return testing_host::shareThere(*context->createImage(), *picture, row.frame);
+  }
+  return -1;
+}
+
+TEST_F(PCManFMQtTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
+  scan();
+  QtSession session({});
+  session.addBookmark(path("Folder"), "(w) Drive");
+  session.addBookmark(path("Folder/Inner"), "(W) drive");
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  EXPECT_TRUE(session.until([&] { return shareOfDrivePicture(session, "(w) Drive") > 0.8; }));
+  EXPECT_LT(shareOfDrivePicture(session, "(W) drive"), 0.5);
+  EXPECT_GE(shareOfDrivePicture(session, "(W) drive"), 0);
+}
+
+// The plug-in.
+
+TEST_P(PCManFMQtViewTest, WithoutThePluginThePictureIsTheSameApartFromBadges) {
+  scan();
+  const auto pictureOf = [&](Plugin plugin) {
+    QtSession session({.view = GetParam(), .plugin = plugin});
+    const Agent agent(kAccount);
+    session.open(volume.path(), 4);
+    if (plugin == Plugin::Present) {
+      EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+      switchBadges(false);
+    }
+    EXPECT_TRUE(session.shows(path("kept.txt"), ""));
+    return session.steadyPicture();
+  };
+  const auto with = pictureOf(Plugin::Present);
+  const auto without = pictureOf(Plugin::Absent);
+  ASSERT_TRUE(with && without);
+  ASSERT_EQ(with->width(), without->width());
+  EXPECT_TRUE(std::ranges::equal(with->pixels(), without->pixels()));
+}
+
+TEST_F(PCManFMQtTest, ABundleThatIsMissingLeavesTheFileManagerAlone) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.hideBundle();
+  session.open(volume.path(), 4);
+  session.screen().nextFrame();
+  EXPECT_EQ(session.word(path("kept.txt")), "");
+  EXPECT_FALSE(session.fileManager().status());
+}
+
+/// The libraries of the system that a process has mapped.
+std::set<std::string> librariesOf(pid_t process) {
+  std::set<std::string> found;
+  std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
+  for (std::string line; std::getline(maps, line);)
+    for (const char* name : {"/finder_bundle.so", "/Hosts/pcmanfm-qt.so", "/wevora-pcmanfm-qt.so"})
+      if (line.ends_with(name)) found.insert(name);
+  return found;
+}
+
+/// The program, which is Qt's own but not the file manager, with the plug-in named to it.
+testing_host::Outcome otherProgram(const std::string& program, testing_host::Environment more) {
+  more.insert({{"QT_QPA_PLATFORM", "offscreen"}, {"QT_PLUGIN_PATH", WEVORA_QT_PLUGINS}});
+  return testing_host::ranToItsEnd({program}, more);
+}
+
+// The file manager itself insists on GLib's main loop; a program of its name need not.
+TEST_F(PCManFMQtTest, WhereQtDoesNotRunOnGLibThePluginSaysSoOnceAndDoesNothing) {
+  const QtSession session({});
+  const platform::TemporaryFolder folder;
+  fs::copy_file(WEVORA_OTHER_PROGRAM, folder.path("pcmanfm-qt"));
+  const auto outcome = otherProgram(folder.path("pcmanfm-qt"),
+                                    {{"QT_QPA_GENERIC_PLUGINS", "wevora"}, {"QT_NO_GLIB", "1"}});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors,
+            "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
+  EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
+}
+
+TEST_F(PCManFMQtTest, TheFileManagerHoldsTheBundleThatIsInstalled) {
+  QtSession session({});
+  session.open(volume.path(), 3);
+  EXPECT_TRUE(session.until([&] { return librariesOf(session.fileManager().pid()).size() == 3; }));
+}
+
+TEST_F(PCManFMQtTest, InAnotherProgramOfQtsThePluginDoesNothing) {
+  const QtSession session({});
+  const auto without = otherProgram(WEVORA_OTHER_PROGRAM, {{"QT_QPA_GENERIC_PLUGINS", ""}});
+  const auto with = otherProgram(WEVORA_OTHER_PROGRAM, {{"QT_QPA_GENERIC_PLUGINS", "wevora"}});
+  ASSERT_EQ(without.status, 0);
+  ASSERT_EQ(with.status, 0);
+  EXPECT_EQ(with.errors, without.errors);
+  // As many threads and open files and the same picture; the plug-in itself is all that is mapped.
+  EXPECT_TRUE(without.output.ends_with("libraries \n")) << without.output;
+  const auto same = without.output.substr(0, without.output.size() - 1);
+  EXPECT_EQ(with.output, same + "wevora-pcmanfm-qt.so\n");
+}
+
+// The loader.
+
+testing_host::Outcome loader(const std::vector<std::string>& words) {
+  std::vector<std::string> command = {WEVORA_LOADER};
+  command.insert(command.end(), words.begin(), words.end());
+  return testing_host::ranToItsEnd(command);
+}
+std::string lineOf(const QtSession& session, const std::string& state) {
+  return "pcmanfm-qt (process " + std::to_string(session.fileManager().pid()) + "): " + state;
+}
+
+TEST_F(PCManFMQtTest, TheLoaderStartsTheFileManagerWithItsBadges) {
+  scan();
+  QtSession session({.plugin = Plugin::Absent, .loader = WEVORA_LOADER});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  const auto status = loader({"--status"});
+  EXPECT_NE(status.output.find(lineOf(session, "holds version " WEVORA_VERSION ", as installed")),
+            std::string::npos)
+      << status.output;
+}
+
+TEST_F(PCManFMQtTest, TheLoaderTellsOfAFileManagerWithoutTheBundle) {
+  QtSession session({.plugin = Plugin::Absent});
+  session.open(volume.path(), 3);
+  const auto status = loader({"--status"});
+  EXPECT_NE(status.output.find(lineOf(session, "runs without the bundle")), std::string::npos)
+      << status.output;
+}
+
+TEST_F(PCManFMQtTest, AfterAnUpdateTheLoaderHasTheFileManagerQuitAndStartsItAgain) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.open(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  session.installVersion("77.1.2");
+  const auto status = loader({"--status"});
+  EXPECT_EQ(status.status, 3);
+  EXPECT_NE(status.output.find(lineOf(session, "holds version " WEVORA_VERSION "\n")),
+            std::string::npos)
+      << status.output;
+  const auto restarted = session.runWithEnvironment({WEVORA_LOADER, "--restart"});
+  EXPECT_EQ(restarted.status, 0) << restarted.errors;
+  EXPECT_TRUE(session.untilOutside([&] { return session.fileManager().status() == 0; }));
+  EXPECT_TRUE(session.untilOutside([&] {
+    return loader({"--status"}).output.find("holds version 77.1.2, as installed") !=
+           std::string::npos;
+  })) << loader({"--status"}).output;
+  session.runWithEnvironment({"pcmanfm-qt", "--quit"});
+}
+
+// Volumes.
+
+TEST_F(PCManFMQtTest, ADiskWhoseFolderIsOpenIsUnmountedFromWithinTheFileManager) {
+  // Only root may mount a disk image.
+  MountedVolume disk(
+      testing_host::mayMountDisks() ? MountedVolume::Kind::ext4 : MountedVolume::Kind::ramfs,
+      "/media/Disk");
+  ASSERT_TRUE(disk.mount());
+  std::ofstream(disk.path("waiting.txt")) << "x";
+  agentTool({"init", "--account", kAccount, "--volume", disk.path(), "--include", disk.path()});
+  agentTool({"scan", "--account", kAccount, "--volume", disk.path()});
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.open(disk.path(), 2);
+  ASSERT_TRUE(session.shows(disk.path("waiting.txt"), "blue"));
+  ASSERT_TRUE(session.screen().eject("Disk"));
+  EXPECT_TRUE(session.until([&] { return !fs::exists(disk.path("waiting.txt")); }));
+  fs::remove(disk.path());  // other tests look into /media
+  EXPECT_FALSE(session.fileManager().status());
+}
+
+// The desktop.
+
+class PCManFMQtDesktopTest : public PCManFMQtTest {
+ protected:
+  /// How often the desktop has been painted, once it is not painted any more.
+  static unsigned settledPaints(const QtSession& session) {
+    constexpr int kStill = 200;  // frames: longer than what the bundle may have put off
+    unsigned latest = session.screen().paints();
+    int still = 0;
+    session.until([&] {
+      const unsigned now = session.screen().paints();
+      still = now == latest ? still + 1 : 0;
+      latest = now;
+      return still >= kStill;
+    });
+    return latest;
+  }
+};
+
+TEST_F(PCManFMQtDesktopTest, EachWordHasItsBadgeAndAnItemWithoutOneHasNone) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+  EXPECT_EQ(session.word(database()), "");
+}
+
+TEST_F(PCManFMQtDesktopTest, OnADisplayOfTwoPixelsAPointTheBadgesAreSharp) {
+  scan();
+  QtSession session({.scale = 2});
+  const Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+}
+
+TEST_F(PCManFMQtDesktopTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  mark("waiting.txt", "--synchronized");
+  EXPECT_TRUE(session.until([&] {
+    agent.tell("Changed", {path("waiting.txt")});
+    return session.word(path("waiting.txt")) == "green";
+  }));
+}
+
+TEST_F(PCManFMQtDesktopTest, BadgesGoWithTheAgentAndComeBackWithIt) {
+  scan();
+  QtSession session({});
+  Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  agent.kill();
+  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
+  const Agent another(kAccount);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+}
+
+TEST_F(PCManFMQtDesktopTest, AStormOfEventsReloadsTheDesktopAtOnceAndOnceMore) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(path("Folder"), 2);  // the host also paints when a database changes
+  ASSERT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
+  const unsigned before = settledPaints(session);
+  const auto begin = std::chrono::steady_clock::now();
+  // Of what the agent itself has nothing more to tell.
+  for (int i = 0; i < 100; ++i) agent.tell("Changed", {"/elsewhere/file"});
+  const auto took = std::chrono::steady_clock::now() - begin;
+  const unsigned reloads = settledPaints(session) - before;
+  // The agent tells of everything once again five seconds later, which is one more; a storm that a
+  // busy machine draws out gives time for more.
+  EXPECT_GE(reloads, 2U);
+  EXPECT_LE(reloads, 3U + static_cast<unsigned>(took / std::chrono::milliseconds(1500)));
+  EXPECT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
+}
+
+TEST_F(PCManFMQtDesktopTest, SwitchingBadgesReloadsTheDesktopAtOnceWhileAReloadIsPending) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(path("Folder"), 2);  // the host also paints when a database changes
+  ASSERT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
+  const unsigned before = settledPaints(session);
+  agent.tell("Changed", {"/elsewhere/file"});  // at once
+  agent.tell("Changed", {"/elsewhere/file"});  // put off
+  switchBadges(false);
+  EXPECT_TRUE(session.shows(path("Folder/inside.txt"), ""));
+  // Were it not forced, it would be one with the reload that is put off.
+  EXPECT_GE(settledPaints(session) - before, 3U);
+  switchBadges(true);
+  EXPECT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
+}
+
+TEST_F(PCManFMQtDesktopTest, ABadgeFollowsAnIconThatIsMoved) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  const auto before = session.screen().look();
+  const auto old =
+      std::ranges::find(before.cells, uriOf(path("kept.txt")), &testing_host::Place::name);
+  session.screen().move(uriOf(path("kept.txt")), 600, 400);
+  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  const auto look = session.screen().look();
+  const auto moved =
+      std::ranges::find(look.cells, uriOf(path("kept.txt")), &testing_host::Place::name);
+  ASSERT_NE(moved, look.cells.end());
+  EXPECT_GT(moved->frame.x, old->frame.x + 100);
+  EXPECT_EQ(session.badges().wordAt(*look.picture, *old), "");
+}
+
+TEST_F(PCManFMQtDesktopTest, AnIconThatIsRenamedLosesTheBadgeOfItsOldName) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  fs::rename(path("kept.txt"), path("other.txt"));
+  EXPECT_TRUE(session.shows(path("other.txt"), ""));
+  scanAgain();
+  mark("other.txt", "--synchronized");
+  EXPECT_TRUE(session.until([&] {
+    agent.tell("Changed", {path("other.txt")});
+    return session.word(path("other.txt")) == "green";
+  }));
+}
+
+TEST_F(PCManFMQtDesktopTest, ADeletedIconLeavesNoBadgeAndTheOthersKeepTheirs) {
+  scan();
+  QtSession session({});
+  const Agent agent(kAccount);
+  session.openDesktop(volume.path(), 4);
+  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  fs::remove(path("kept.txt"));
+  scanAgain();
+  agent.tell("Removed", {path("kept.txt")});
+  EXPECT_TRUE(session.shows(path("kept.txt"), "not shown"));
+  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+}
+
+}  // namespace
+}  // namespace wevora
+
+int main(int count, char** arguments) {
+  return wevora::testing_host::runTestsInMountNamespace(count, arguments);
+}
