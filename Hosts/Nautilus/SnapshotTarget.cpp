@@ -16,7 +16,7 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
   if (drawing.fraction < 1.0) gtk_snapshot_pop(snapshot_);
 }
 
-// Nearly always all lies within the edges, and a frame has a node less.
+// Nearly always all lies within the edges, and nothing has to be clipped.
 void SnapshotTarget::drawNoted(const hosts::NotingTarget& noted, const platform::Size& size) {
   if (noted.isWithin(size)) return noted.replay(*this, size.height);
   const graphene_rect_t edges{space_.origin,
