@@ -86,8 +86,7 @@ double shareThere(const Bitmap& badge, const Bitmap& picture, const platform::Re
 platform::BitmapRef BadgeReader::Badge::ofSize(const Size& size) const {
   auto& bitmap = drawn[size];
   if (bitmap) return bitmap;
-  const auto& [side, scale, onDesktop] = size;
-  const auto drawnAt = [scale](double points, const auto& draw) {
+  const auto drawnAt = [scale = size.scale](double points, const auto& draw) {
     const auto pixels = static_cast<std::size_t>(std::lround(points * scale));
     const auto context = platform::BitmapContext::create(
         {.width = pixels, .height = pixels, .scale = scale, .flipped = false});
@@ -98,12 +97,13 @@ platform::BitmapRef BadgeReader::Badge::ofSize(const Size& size) const {
     const platform::CurrentTarget current(target);
     image->drawInRect(all, {}, platform::CompositingOperation::SourceOver, 1.0);
   };
-  if (!onDesktop) return bitmap = drawnAt(side, whole);
+  if (!size.onDesktop) return bitmap = drawnAt(size.points, whole);
   // The desktop is given the badge in the badge's own size, whatever the size of the icon.
   const auto own = drawnAt(image->size().width, whole);
-  return bitmap = drawnAt(side, [&](platform::DrawingTarget& target, const platform::Rect& all) {
-           platform::contextDrawImage(target, all, own);
-         });
+  return bitmap =
+             drawnAt(size.points, [&](platform::DrawingTarget& target, const platform::Rect& all) {
+               platform::contextDrawImage(target, all, own);
+             });
 }
 
 std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon, double scale) const {
@@ -111,7 +111,8 @@ std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon, double
   std::string best;
   double bestShare = 0;
   for (const auto& [word, badge] : badges_) {
-    const auto shown = badge.ofSize({square.width, scale, isOnDesktop(icon)});
+    const auto shown =
+        badge.ofSize({.points = square.width, .scale = scale, .onDesktop = isOnDesktop(icon)});
     const double share = shareThere(*shown, picture, square, scale);
     if (share <= bestShare) continue;
     best = word;
@@ -124,7 +125,8 @@ std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon, double
 double BadgeReader::differenceAt(const Look& look, const Place& icon, const std::string& word,
                                  double drawnFor) const {
   const auto square = squareOn(icon);
-  const auto badge = badges_.at(word).ofSize({square.width, drawnFor, isOnDesktop(icon)});
+  const auto badge = badges_.at(word).ofSize(
+      {.points = square.width, .scale = drawnFor, .onDesktop = isOnDesktop(icon)});
   const auto [left, top] = cornerOf(square, look.scale);
   const auto larger = static_cast<std::size_t>(std::lround(look.scale / drawnFor));
   std::int64_t sum = 0;

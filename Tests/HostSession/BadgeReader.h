@@ -1,8 +1,8 @@
 #pragma once
 
+#include <compare>
 #include <map>
 #include <string>
-#include <tuple>
 
 #include "Platform/Graphics/Image.h"
 #include "Tests/HostSession/Screen.h"
@@ -32,8 +32,12 @@ class BadgeReader {
  private:
   struct Badge {
     platform::ImageRef image;
-    /// The side, in points, the pixels for each, and whether it is on the desktop.
-    using Size = std::tuple<double, double, bool>;
+    struct Size {
+      double points = 0;  ///< the side
+      double scale = 1;   ///< pixels a point
+      bool onDesktop = false;
+      auto operator<=>(const Size&) const = default;
+    };
     mutable std::map<Size, platform::BitmapRef> drawn;
     platform::BitmapRef ofSize(const Size& size) const;
   };

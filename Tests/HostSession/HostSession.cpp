@@ -43,7 +43,7 @@ std::string sanitizerOptions() {
 
 /// For a person to look at; answers the file.
 std::string keepPicture(const platform::BitmapRef& picture) {
-  const std::string file = testing::TempDir() + "wevora-host.ppm";
+  std::string file = testing::TempDir() + "wevora-host.ppm";
   if (!picture) return "nothing";
   std::ofstream out(file, std::ios::binary);
   out << "P6 " << picture->width() << " " << picture->height() << " 255\n";

@@ -1,9 +1,13 @@
 #include "Tests/NautilusHost/Session.h"
 
+#include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
 #include "Platform/Graphics/BitmapContext.h"
@@ -82,11 +86,12 @@ void NautilusSession::addThumbnail(const std::string& file, int width, int heigh
   const GText name(g_compute_checksum_for_string(G_CHECKSUM_MD5, uri.c_str(), -1));
   const fs::path folder = fs::path(home()) / ".cache/thumbnails/large";
   fs::create_directories(folder);
-  const auto made = ranToItsEnd(
-      {"convert", "-size", std::to_string(width) + "x" + std::to_string(height), "xc:white", "-set",
-       "Thumb::URI", uri, "-set", "Thumb::MTime", std::to_string(status.st_mtime),
-       (folder / (std::string(name.get()) + ".png")).string()});
-  if (made.status != 0) throw std::runtime_error("no thumbnail: " + made.errors);
+  ChildProcess convert({"convert", "-size", std::to_string(width) + "x" + std::to_string(height),
+                        "xc:white", "-set", "Thumb::URI", uri, "-set", "Thumb::MTime",
+                        std::to_string(status.st_mtime),
+                        (folder / (std::string(name.get()) + ".png")).string()});
+  if (convert.waitForEnd(std::chrono::seconds(60)) != 0)
+    throw std::runtime_error("no thumbnail: " + convert.errors());
 }
 
 void NautilusSession::addToTrash(const std::string& name) const {
