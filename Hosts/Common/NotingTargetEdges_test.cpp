@@ -1,6 +1,8 @@
-#include "Hosts/Common/NotingTarget.h"
+#include <initializer_list>
 
 #include <gtest/gtest.h>
+
+#include "Hosts/Common/NotingTarget.h"
 
 namespace wevora::hosts {
 namespace {
@@ -17,22 +19,22 @@ bool isWithin(std::initializer_list<Rect> drawings) {
   return noting.isWithin(kSize);
 }
 
-TEST(NotingTargetTest, NothingDrawnIsWithin) {
+TEST(NotingTargetEdgesTest, NothingDrawnIsWithin) {
   EXPECT_TRUE(isWithin({}));
 }
 
-TEST(NotingTargetTest, WhatReachesUpToTheEdgesIsWithin) {
+TEST(NotingTargetEdgesTest, WhatReachesUpToTheEdgesIsWithin) {
   EXPECT_TRUE(isWithin({{0, 0, 8, 6}}));
   EXPECT_TRUE(isWithin({{0, 0, 2, 2}, {6, 4, 2, 2}}));
 }
 
-TEST(NotingTargetTest, WhatReachesBeyondAnyEdgeIsNotWithin) {
+TEST(NotingTargetEdgesTest, WhatReachesBeyondAnyEdgeIsNotWithin) {
   for (const Rect& beyond :
        {Rect{-0.5, 0, 2, 2}, Rect{0, -0.5, 2, 2}, Rect{6.5, 0, 2, 2}, Rect{0, 4.5, 2, 2}})
     EXPECT_FALSE(isWithin({beyond})) << beyond.x << " " << beyond.y;
 }
 
-TEST(NotingTargetTest, OneDrawingBeyondAmongOthersIsSeen) {
+TEST(NotingTargetEdgesTest, OneDrawingBeyondAmongOthersIsSeen) {
   EXPECT_FALSE(isWithin({{0, 0, 2, 2}, {0, 0, 9, 2}, {2, 2, 2, 2}}));
 }
 
