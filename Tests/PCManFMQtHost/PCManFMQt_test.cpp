@@ -415,8 +415,8 @@ TEST_F(PCManFMQtTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
   const Agent agent(kAccount);
   session.open(volume.path(), 4);
   EXPECT_TRUE(session.until([&] { return shareOfDrivePicture(session, "(w) Drive") > 0.8; }));
+  EXPECT_TRUE(session.until([&] { return shareOfDrivePicture(session, "(W) drive") >= 0; }));
   EXPECT_LT(shareOfDrivePicture(session, "(W) drive"), 0.5);
-  EXPECT_GE(shareOfDrivePicture(session, "(W) drive"), 0);
 }
 
 // The plug-in.
@@ -473,12 +473,14 @@ TEST_F(PCManFMQtTest, WhereQtDoesNotRunOnGLibThePluginSaysSoOnceAndDoesNothing) 
   const QtSession session({});
   const platform::TemporaryFolder folder;
   fs::copy_file(WEVORA_OTHER_PROGRAM, folder.path("pcmanfm-qt"));
-  const auto outcome = otherProgram(folder.path("pcmanfm-qt"),
-                                    {{"QT_QPA_GENERIC_PLUGINS", "wevora"}, {"QT_NO_GLIB", "1"}});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.errors,
-            "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
-  EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
+  for (const char* plugins : {"wevora", "wevora,wevora"}) {
+    const auto outcome = otherProgram(folder.path("pcmanfm-qt"),
+                                      {{"QT_QPA_GENERIC_PLUGINS", plugins}, {"QT_NO_GLIB", "1"}});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors,
+              "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
+    EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
+  }
 }
 
 TEST_F(PCManFMQtTest, TheFileManagerHoldsTheBundleThatIsInstalled) {
@@ -568,7 +570,8 @@ TEST_F(PCManFMQtTest, ADiskWhoseFolderIsOpenIsUnmountedFromWithinTheFileManager)
   const Agent agent(kAccount);
   session.open(disk.path(), 2);
   ASSERT_TRUE(session.shows(disk.path("waiting.txt"), "blue"));
-  ASSERT_TRUE(session.screen().eject("Disk"));
+  // The host may come to know a disk some time after the window is there.
+  ASSERT_TRUE(session.until([&] { return session.screen().eject("Disk"); }));
   EXPECT_TRUE(session.until([&] { return !fs::exists(disk.path("waiting.txt")); }));
   fs::remove(disk.path());  // other tests look into /media
   EXPECT_FALSE(session.fileManager().status());
