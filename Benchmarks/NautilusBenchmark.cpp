@@ -17,15 +17,18 @@
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 #include "Tests/NautilusHost/Session.h"
+#include "Tests/NautilusHost/Timings.h"
 
 namespace wevora::benchmarks {
 namespace {
 
 using testing_host::Agent;
 using testing_host::agentTool;
+using testing_host::DrawTime;
+using testing_host::FrameTime;
 using testing_host::MountedVolume;
 using testing_host::Screen;
-using testing_host::Session;
+using Session = testing_host::NautilusSession;
 using testing_host::uriOf;
 
 constexpr const char* kAccount = "7";
@@ -86,20 +89,22 @@ class Window {
   /// The folder around the one that is shown, whose items were never seen.
   double open() {
     if (level_ == 0) throw std::runtime_error("no more folders");
-    const double time = screen().timeUntilPainted("win.up", uriOf(items_.folder(--level_)),
-                                                  kVisible, badged_ ? 2 : 1);
+    const double time = timeUntilPainted(screen(), "win.up",
+                                         {.folder = uriOf(items_.folder(--level_)),
+                                          .cells = kVisible,
+                                          .textures = badged_ ? 2U : 1U});
     if (time <= 0) throw std::runtime_error("the items are not painted");
     return time;
   }
   std::size_t visible() const { return session_.screen().cells().size(); }
 
-  std::vector<Screen::FrameTime> scroll() const {
+  std::vector<FrameTime> scroll() const {
     constexpr unsigned kFrames = 10;
-    return screen().frameTimes(kFrames, kStep);
+    return frameTimes(screen(), kFrames, kStep);
   }
-  std::vector<Screen::DrawTime> draw() const {
+  std::vector<DrawTime> draw() const {
     constexpr unsigned kTimes = 21;
-    return screen().drawTimes(kTimes);
+    return drawTimes(screen(), kTimes);
   }
 
  private:
@@ -139,17 +144,16 @@ void registerAll(Window& with, Window& without) {
   for (const auto& [side, window] : {std::pair("engine", &with), std::pair("bare", &without)}) {
     const std::string end = std::string("/") + side;
     add("frame while scrolling" + end, kRounds, kMilli,
-        [window] { return medianOf(window->scroll(), &Screen::FrameTime::all); });
+        [window] { return medianOf(window->scroll(), &FrameTime::all); });
     add("its main thread's work" + end, kRounds, kMilli,
-        [window] { return medianOf(window->scroll(), &Screen::FrameTime::work); });
+        [window] { return medianOf(window->scroll(), &FrameTime::work); });
     add("open 10,000 items" + end, kOpenings, kMilli, [window] { return window->open(); });
   }
   add("cell drawn, ours/engine", kRounds, kMicro, [&] {
-    return medianOf(with.draw(), &Screen::DrawTime::drawing) -
-           medianOf(without.draw(), &Screen::DrawTime::drawing);
+    return medianOf(with.draw(), &DrawTime::drawing) - medianOf(without.draw(), &DrawTime::drawing);
   });
   add("cell drawn, ours/bare", kRounds, kMicro,
-      [&] { return medianOf(with.draw(), &Screen::DrawTime::reading); });
+      [&] { return medianOf(with.draw(), &DrawTime::reading); });
 }
 
 void run(int count, char** arguments) {

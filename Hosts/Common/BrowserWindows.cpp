@@ -26,6 +26,12 @@ std::int64_t windowOf(const Id& self) {
 
 }  // namespace
 
+Id WindowSource::visibleCell(const TFENode& node, std::int64_t window) const {
+  for (const auto& visible : visibleCells(window))
+    if (*visible.node->reference() == node) return visible.cell;
+  return nullptr;
+}
+
 BrowserWindows::BrowserWindows(platform::Runtime& runtime, Class& views, WindowSource& source)
     : views_(views), source_(source) {
   registerWindows(runtime);
@@ -105,9 +111,7 @@ void BrowserWindows::registerBrowsers(platform::Runtime& runtime) {
       "v@:^v");
   browsers_->addMethod(
       "getCellForNode:", Implementation::of<Id(TFENode)>([this](const Id& self, TFENode node) {
-        for (const auto& visible : source_.visibleCells(windowOf(self)))
-          if (*visible.node->reference() == node) return visible.cell;
-        return Id();
+        return source_.visibleCell(node, windowOf(self));
       }),
       "@@:^v");
 }

@@ -25,6 +25,8 @@ class WindowSource {
   /// In the order in which they were opened.
   virtual std::vector<std::int64_t> windows() const = 0;
   virtual std::vector<VisibleCell> visibleCells(std::int64_t window) const = 0;
+  /// Of the visible cells the one of a node; null where none is.
+  virtual platform::Id visibleCell(const TFENode& node, std::int64_t window) const;
   virtual std::vector<platform::Id> sidebars(std::int64_t window) const = 0;
   virtual void redraw(std::int64_t window) = 0;
 };

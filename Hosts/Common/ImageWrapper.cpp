@@ -11,8 +11,13 @@ using platform::Implementation;
 std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& runtime) {
   auto wrappers = newClass(runtime, "IKImageWrapper");
   wrappers->addClassMethod(
-      "alloc", Implementation::of<Id()>([](const Id& self) -> Id {
-        return std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
+      "alloc",
+      // One is asked for with each drawing, and let go with it: the same does again.
+      Implementation::of<Id()>([free = std::shared_ptr<ImageWrapper>()](const Id& self) mutable {
+        if (free.use_count() != 1)
+          free = std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
+        free->image.reset();
+        return Id(free);
       }),
       "@@:");
   wrappers->addMethod("initWithNSImage:",

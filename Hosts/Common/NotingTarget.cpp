@@ -1,6 +1,16 @@
 #include "Hosts/Common/NotingTarget.h"
 
+#include <algorithm>
+
 namespace wevora::hosts {
+
+bool NotingTarget::isWithin(const platform::Size& size) const noexcept {
+  return std::ranges::all_of(noted_, [&](const Noted& noted) {
+    const auto& place = noted.drawing.destination;
+    return place.x >= 0 && place.y >= 0 && place.x + place.width <= size.width &&
+           place.y + place.height <= size.height;
+  });
+}
 
 void NotingTarget::replay(platform::DrawingTarget& target, double height) const {
   for (const auto& [bitmap, noted] : noted_) {

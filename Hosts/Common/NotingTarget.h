@@ -21,6 +21,8 @@ class NotingTarget : public platform::DrawingTarget {
   void save() override {}
   void restore() override {}
 
+  /// Whether nothing reaches beyond what was drawn into, which has this size.
+  bool isWithin(const platform::Size& size) const noexcept;
   /// Draws it all; the target's y grows downwards, and so high is what was drawn into.
   void replay(platform::DrawingTarget& target, double height) const;
 

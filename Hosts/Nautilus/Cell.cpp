@@ -1,44 +1,23 @@
 #include "Hosts/Nautilus/Cell.h"
 
-#include "Hosts/Nautilus/CellGeometry.h"
-#include "Hosts/Nautilus/NewClass.h"
+#include "Hosts/Common/CellGeometry.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 
+using hosts::ImageWrapper;
+using hosts::ListRow;
+using hosts::listRowAround;
+using hosts::Node;
+using hosts::NotingTarget;
+using hosts::View;
 using platform::CurrentTarget;
 using platform::Id;
 using platform::Image;
 using platform::ImageRef;
-using platform::Implementation;
 using platform::Rect;
 using platform::send;
-
-std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& runtime) {
-  auto wrappers = newClass(runtime, "IKImageWrapper");
-  wrappers->addClassMethod(
-      "alloc",
-      // One is asked for with each drawing, and let go with it: the same does again.
-      Implementation::of<Id()>([free = std::shared_ptr<ImageWrapper>()](const Id& self) mutable {
-        if (free.use_count() != 1)
-          free = std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
-        free->image.reset();
-        return Id(free);
-      }),
-      "@@:");
-  wrappers->addMethod("initWithNSImage:",
-                      Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& shown) {
-                        static_cast<ImageWrapper&>(*self).image = shown;
-                        return self;
-                      }),
-                      "@@:@");
-  wrappers->addMethod("_nsImage", Implementation::of<ImageRef()>([](const Id& self) {
-                        return static_cast<ImageWrapper&>(*self).image;
-                      }),
-                      "@@:");
-  return wrappers;
-}
 
 std::shared_ptr<NotingTarget> Cell::Painting::target() {
   if (!open) return nullptr;
@@ -95,18 +74,9 @@ void Cell::drawInteriorWithFrame(const Rect&, const Id&) {
 void Cell::drawImage(const Id& wrapper) {
   if (pass_ == nullptr || !painting_->painted) return;
   const auto wrapped = std::dynamic_pointer_cast<ImageWrapper>(wrapper);
-  if (wrapped && wrapped->image == icon_) replay(*painting_->painted);
-}
-
-// Like any image, the icon's ends at its edges: what is painted beyond is not seen.
-void Cell::replay(const NotingTarget& painted) const {
-  const graphene_rect_t edges{
-      {static_cast<float>(iconRect_->x), static_cast<float>(iconRect_->y)},
-      {static_cast<float>(iconRect_->width), static_cast<float>(iconRect_->height)}};
-  SnapshotTarget target = targetAt(iconRect_->x, iconRect_->y);
-  gtk_snapshot_push_clip(pass_->snapshot, &edges);
-  painted.replay(target, iconRect_->height);
-  gtk_snapshot_pop(pass_->snapshot);
+  if (!wrapped || wrapped->image != icon_) return;
+  targetAt(iconRect_->x, iconRect_->y)
+      .drawNoted(*painting_->painted, {iconRect_->width, iconRect_->height});
 }
 
 void Cell::sendListDrawing() {

@@ -4,25 +4,17 @@
 #include <optional>
 #include <utility>
 
+#include "Hosts/Common/ImageWrapper.h"
+#include "Hosts/Common/Node.h"
+#include "Hosts/Common/NotingTarget.h"
+#include "Hosts/Common/View.h"
 #include "Hosts/Nautilus/HostWidgets.h"
-#include "Hosts/Nautilus/Node.h"
 #include "Hosts/Nautilus/SnapshotTarget.h"
-#include "Hosts/Nautilus/View.h"
 #include "Platform/Graphics/Geometry.h"
 #include "Platform/Graphics/Image.h"
 #include "Platform/Runtime/Runtime.h"
 
 namespace wevora::nautilus {
-
-/// An image on its way to a cell: "IKImageWrapper".
-/// Threads: the main thread. Owns: a share of the image. Errors: none.
-class ImageWrapper : public platform::Object {
- public:
-  using Object::Object;
-  static std::shared_ptr<platform::Class> registerIn(platform::Runtime& runtime);
-
-  platform::ImageRef image;
-};
 
 /// One item in one cell widget: "IKIconCell" in the icon view, "TListViewIconAndTextCell" in the
 /// list. A widget that is taken for another item gets another cell.
@@ -30,10 +22,11 @@ class ImageWrapper : public platform::Object {
 /// Errors: none; outside of `draw` its drawing operations do nothing.
 class Cell : public platform::Object, public std::enable_shared_from_this<Cell> {
  public:
-  Cell(platform::Class& isa, CellKind kind, std::shared_ptr<Node> node, std::shared_ptr<View> view);
+  Cell(platform::Class& isa, CellKind kind, std::shared_ptr<hosts::Node> node,
+       std::shared_ptr<hosts::View> view);
 
-  const std::shared_ptr<Node>& node() const noexcept { return node_; }
-  const std::shared_ptr<View>& view() const noexcept { return view_; }
+  const std::shared_ptr<hosts::Node>& node() const noexcept { return node_; }
+  const std::shared_ptr<hosts::View>& view() const noexcept { return view_; }
 
   /// What the cell is drawn with.
   struct Pass {
@@ -64,22 +57,21 @@ class Cell : public platform::Object, public std::enable_shared_from_this<Cell> 
   /// The host's drawing of the whole widget; only the first in a pass draws.
   void drawHost();
   std::optional<platform::Rect> iconRect() const;
-  void replay(const NotingTarget& painted) const;
   SnapshotTarget targetAt(double x, double y) const;
 
   const CellKind kind_;
-  const std::shared_ptr<Node> node_;
-  const std::shared_ptr<View> view_;
+  const std::shared_ptr<hosts::Node> node_;
+  const std::shared_ptr<hosts::View> view_;
   /// What is painted into the icon's image, which whoever has been given it may hold for longer.
   struct Painting {
     bool open = false;  ///< for as long as the icon is being drawn
     double deviceScale = 1.0;
-    std::shared_ptr<NotingTarget> painted;
-    std::shared_ptr<NotingTarget> target();
+    std::shared_ptr<hosts::NotingTarget> painted;
+    std::shared_ptr<hosts::NotingTarget> target();
   };
   const std::shared_ptr<Painting> painting_ = std::make_shared<Painting>();
   const platform::ImageRef icon_;  // clear: GTK shows the icon
-  std::shared_ptr<ImageWrapper> wrapper_;
+  std::shared_ptr<hosts::ImageWrapper> wrapper_;
 
   const Pass* pass_ = nullptr;
   std::optional<platform::Rect> iconRect_;  // in this pass

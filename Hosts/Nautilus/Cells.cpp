@@ -1,6 +1,8 @@
 #include "Hosts/Nautilus/Cells.h"
 
-#include "Hosts/Nautilus/NewClass.h"
+#include "Hosts/Common/ImageWrapper.h"
+#include "Hosts/Common/NewClass.h"
+#include "Hosts/Nautilus/Redraw.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
@@ -18,7 +20,7 @@ Cell& asCell(const Id& self) {
 }
 
 std::shared_ptr<Class> registerCells(platform::Runtime& runtime, const char* name) {
-  auto cells = newClass(runtime, name);
+  auto cells = hosts::newClass(runtime, name);
   cells->addMethod("representedItem",
                    Implementation::of<Id()>([](const Id& self) { return Id(asCell(self).node()); }),
                    "@@:");
@@ -66,18 +68,18 @@ bool isVisibleIn(GtkWidget* window, GtkWidget* widget) {
 
 }  // namespace
 
-Cells::Cells(platform::Runtime& runtime, Nodes& nodes, Class& views)
+Cells::Cells(platform::Runtime& runtime, hosts::Nodes& nodes, Class& views)
     : nodes_(nodes),
       views_(views),
       iconCells_(registerCells(runtime, "IKIconCell")),
       listCells_(registerCells(runtime, "TListViewIconAndTextCell")),
-      imageWrappers_(ImageWrapper::registerIn(runtime)) {
+      imageWrappers_(hosts::ImageWrapper::registerIn(runtime)) {
   addGridDrawing(*iconCells_);
   addListDrawing(*listCells_);
 }
 
 Cells::Slot::Slot(Cells& cells, GtkWidget* widget)
-    : view(std::make_shared<View>(cells.views_, widget)),
+    : view(std::make_shared<hosts::View>(cells.views_, redrawing(widget, &gtk_widget_queue_draw))),
       item(G_OBJECT(widget), [&cells, widget] { cells.itemMoved(widget); }) {}
 
 GtkWidget* Cells::Slot::iconOf(GtkWidget* widget) {

@@ -5,9 +5,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Hosts/Common/Node.h"
+#include "Hosts/Common/View.h"
 #include "Hosts/Nautilus/Cell.h"
 #include "Hosts/Nautilus/HostWidgets.h"
-#include "Hosts/Nautilus/Node.h"
 #include "Hosts/Nautilus/ShownItem.h"
 
 namespace wevora::nautilus {
@@ -17,7 +18,7 @@ namespace wevora::nautilus {
 /// it shows another item. Errors: a widget without an item is drawn by the host alone.
 class Cells {
  public:
-  Cells(platform::Runtime& runtime, Nodes& nodes, platform::Class& views);
+  Cells(platform::Runtime& runtime, hosts::Nodes& nodes, platform::Class& views);
   Cells(const Cells&) = delete;
   Cells& operator=(const Cells&) = delete;
 
@@ -36,7 +37,7 @@ class Cells {
     Slot(Cells& cells, GtkWidget* widget);
     GtkWidget* iconOf(GtkWidget* widget);
 
-    const std::shared_ptr<View> view;
+    const std::shared_ptr<hosts::View> view;
     ShownItem item;
     GWeak<GtkWidget> icon{nullptr};
     std::shared_ptr<Cell> cell;
@@ -49,7 +50,7 @@ class Cells {
   void itemMoved(GtkWidget* widget);
   void gone(GtkWidget* widget);
 
-  Nodes& nodes_;
+  hosts::Nodes& nodes_;
   platform::Class& views_;
   std::shared_ptr<platform::Class> iconCells_;
   std::shared_ptr<platform::Class> listCells_;

@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "Hosts/Common/BrowserWindows.h"
+#include "Hosts/Common/Node.h"
+#include "Hosts/Common/View.h"
 #include "Hosts/Nautilus/Cells.h"
 #include "Hosts/Nautilus/HostWidgets.h"
-#include "Hosts/Nautilus/Node.h"
 #include "Hosts/Nautilus/Sidebars.h"
-#include "Hosts/Nautilus/View.h"
 #include "Hosts/Nautilus/Windows.h"
 #include "Platform/Runtime/Runtime.h"
 
@@ -41,12 +42,12 @@ class Host : public WidgetObserver {
 
   /// Throws where it may not be presented.
   explicit Host(platform::Runtime& runtime)
-      : views_(View::registerIn(runtime)),
+      : views_(hosts::View::registerIn(runtime)),
         nodes_(runtime),
         cells_(runtime, nodes_, *views_),
         sidebars_(runtime, *views_),
-        windows_(runtime, cells_, *views_,
-                 [this](GtkWidget* window) { return sidebars_.sidebarsOf(window); }) {}
+        windows_(cells_, sidebars_),
+        browserWindows_(runtime, *views_, windows_) {}
 
   void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
     cells_.draw(kind, cell, snapshot);
@@ -56,10 +57,11 @@ class Host : public WidgetObserver {
 
  private:
   const std::shared_ptr<platform::Class> views_;
-  Nodes nodes_;
+  hosts::Nodes nodes_;
   Cells cells_;
   Sidebars sidebars_;
   Windows windows_;
+  hosts::BrowserWindows browserWindows_;
 };
 
 }  // namespace wevora::nautilus

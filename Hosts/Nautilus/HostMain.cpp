@@ -1,11 +1,9 @@
+#include "Hosts/Common/Bundle.h"
 #include "Hosts/Nautilus/Host.h"
-#include "Platform/Bundles/Bundle.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
-
-constexpr const char* kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
 
 /// The bundle looks the host's classes up while it loads. Without a bundle the host's widgets are
 /// left alone.
@@ -13,9 +11,7 @@ void start() {
   auto& runtime = platform::Runtime::shared();
   if (!Host::mayBePresentedTo(runtime)) return;
   static platform::NeverDestroyed<Host> host(runtime);
-  const auto bundle =
-      platform::Bundle::bundleWithPath(kBundlePath, platform::InstalledPaths::shared());
-  if (bundle && bundle->load()) observeWidgets(*host);
+  if (hosts::loadBundle()) observeWidgets(*host);
 }
 
 }  // namespace

@@ -5,11 +5,15 @@
 
 #include <glib-object.h>
 
-#include "Hosts/Nautilus/Libraries.h"
+#include "Hosts/Common/Libraries.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
+
+// The host's side of the bundle, by its installed place, and where it begins.
+constexpr const char* kHostLibrary = "/Library/Wevora/FinderPlugin/Hosts/nautilus.so";
+constexpr const char* kHostEntry = "wevora_nautilus_start";
 
 /// File choosers load the host's modules into other programs too.
 bool isInsideTheHost() {
@@ -31,7 +35,7 @@ G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
   using namespace wevora;
   if (!nautilus::isInsideTheHost()) return;
   g_type_module_use(module);
-  platform::swallowing([] { nautilus::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
+  platform::swallowing([] { hosts::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
 }
 
 G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {

@@ -1,6 +1,7 @@
 #include "Hosts/Nautilus/SnapshotTarget.h"
 
 namespace wevora::nautilus {
+
 void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
                                 const platform::BitmapDrawing& drawing) {
   const Piece& piece = textures_.of(bitmap, drawing, space_.deviceScale);
@@ -15,12 +16,14 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
   if (drawing.fraction < 1.0) gtk_snapshot_pop(snapshot_);
 }
 
-void NotingTarget::replay(platform::DrawingTarget& target, double height) const {
-  for (const auto& [bitmap, noted] : noted_) {
-    platform::BitmapDrawing drawing = noted;
-    drawing.destination.y = height - noted.destination.y - noted.destination.height;
-    target.drawBitmap(bitmap, drawing);
-  }
+// Nearly always all lies within the edges, and nothing has to be clipped.
+void SnapshotTarget::drawNoted(const hosts::NotingTarget& noted, const platform::Size& size) {
+  if (noted.isWithin(size)) return noted.replay(*this, size.height);
+  const graphene_rect_t edges{space_.origin,
+                              {static_cast<float>(size.width), static_cast<float>(size.height)}};
+  gtk_snapshot_push_clip(snapshot_, &edges);
+  noted.replay(*this, size.height);
+  gtk_snapshot_pop(snapshot_);
 }
 
 }  // namespace wevora::nautilus

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <gtk/gtk.h>
-#include <vector>
 
+#include "Hosts/Common/NotingTarget.h"
 #include "Hosts/Nautilus/Textures.h"
 #include "Platform/Graphics/DrawingTarget.h"
 
@@ -25,6 +25,9 @@ class SnapshotTarget : public platform::DrawingTarget {
   bool isFlipped() const override { return true; }
   void drawBitmap(const platform::BitmapRef& bitmap,
                   const platform::BitmapDrawing& drawing) override;
+  /// What was drawn into an image of that size, which lies at the target's origin and ends at its
+  /// edges, as any image does.
+  void drawNoted(const hosts::NotingTarget& noted, const platform::Size& size);
   void save() override { gtk_snapshot_save(snapshot_); }
   void restore() override { gtk_snapshot_restore(snapshot_); }
 
@@ -32,33 +35,6 @@ class SnapshotTarget : public platform::DrawingTarget {
   GtkSnapshot* const snapshot_;
   Textures& textures_;
   const Space space_;
-};
-
-/// Notes what is drawn into it, for a later frame. Its y grows upwards.
-/// Threads: the main thread. Owns: shares of the bitmaps. Errors: none.
-class NotingTarget : public platform::DrawingTarget {
- public:
-  explicit NotingTarget(double deviceScale) : deviceScale_(deviceScale) {}
-
-  double deviceScale() const override { return deviceScale_; }
-  bool isFlipped() const override { return false; }
-  void drawBitmap(const platform::BitmapRef& bitmap,
-                  const platform::BitmapDrawing& drawing) override {
-    noted_.push_back({bitmap, drawing});
-  }
-  void save() override {}
-  void restore() override {}
-
-  /// Draws it all; the target's y grows downwards, and so high is what was drawn into.
-  void replay(platform::DrawingTarget& target, double height) const;
-
- private:
-  struct Noted {
-    platform::BitmapRef bitmap;
-    platform::BitmapDrawing drawing;
-  };
-  const double deviceScale_;
-  std::vector<Noted> noted_;
 };
 
 }  // namespace wevora::nautilus

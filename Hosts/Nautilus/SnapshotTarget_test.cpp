@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 namespace wevora::nautilus {
 namespace {
 
+using hosts::NotingTarget;
 using platform::Bitmap;
 using platform::BitmapRef;
 using platform::Rect;
@@ -44,6 +46,8 @@ class Frame {
   }
   Textures& textures() { return textures_; }
 
+  bool hasClip() { return node() != nullptr && isOrHasClip(node()); }
+
   /// The device pixels of the frame, the top row first.
   std::vector<std::uint32_t> pixels() {
     const int side = static_cast<int>(kSide * scale_);
@@ -53,11 +57,7 @@ class Frame {
         reinterpret_cast<unsigned char*>(rows.data()), CAIRO_FORMAT_ARGB32, side, side, side * 4);
     cairo_t* cairo = cairo_create(surface);
     cairo_scale(cairo, scale_, scale_);
-    GskRenderNode* node = gtk_snapshot_to_node(snapshot_);
-    if (node != nullptr) {
-      gsk_render_node_draw(node, cairo);
-      gsk_render_node_unref(node);
-    }
+    if (node() != nullptr) gsk_render_node_draw(node(), cairo);
     cairo_destroy(cairo);
     cairo_surface_finish(surface);
     cairo_surface_destroy(surface);
@@ -65,9 +65,27 @@ class Frame {
   }
 
  private:
+  struct NodeUnref {
+    void operator()(GskRenderNode* node) const noexcept { gsk_render_node_unref(node); }
+  };
+  /// Ends the frame; null where nothing was drawn.
+  GskRenderNode* node() {
+    if (!std::exchange(ended_, true)) node_.reset(gtk_snapshot_to_node(snapshot_));
+    return node_.get();
+  }
+  static bool isOrHasClip(GskRenderNode* node) {
+    const auto type = gsk_render_node_get_node_type(node);
+    if (type != GSK_CONTAINER_NODE) return type == GSK_CLIP_NODE;
+    for (guint i = 0; i < gsk_container_node_get_n_children(node); ++i)
+      if (isOrHasClip(gsk_container_node_get_child(node, i))) return true;
+    return false;
+  }
+
   const double scale_;
   GtkSnapshot* const snapshot_;
   Textures textures_;
+  bool ended_ = false;
+  std::unique_ptr<GskRenderNode, NodeUnref> node_;
 };
 
 BitmapRef plain(std::uint32_t colour, std::size_t width = 2, std::size_t height = 2) {
@@ -257,6 +275,29 @@ TEST(SnapshotTargetTest, MoreBitmapsThanAreKeptAreAllDrawn) {
     frame.target().drawBitmap(plain(kBlue), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   EXPECT_EQ(letters(frame.pixels())[0], "rr......");
+}
+
+/// A square of 4 points, noted from a point on.
+NotingTarget notedFrom(double x, double y) {
+  NotingTarget noting(1);
+  noting.drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {x, y, 4, 4}});
+  return noting;
+}
+
+TEST(SnapshotTargetTest, WhatWasNotedWithinTheEdgesIsDrawnWithoutAClip) {
+  Frame frame;
+  frame.target(1, 1).drawNoted(notedFrom(2, 0), {6, 6});
+  EXPECT_FALSE(frame.hasClip());
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "...rrrr.",
+                                           "...rrrr.", "...rrrr.", "...rrrr.", "........"}));
+}
+
+TEST(SnapshotTargetTest, WhatWasNotedBeyondTheEdgesEndsAtThem) {
+  Frame frame;
+  frame.target(1, 1).drawNoted(notedFrom(3, 4), {6, 6});
+  EXPECT_TRUE(frame.hasClip());
+  EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "....rrr.", "....rrr.", "........",
+                                           "........", "........", "........", "........"}));
 }
 
 TEST(NotingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {

@@ -2,15 +2,13 @@
 #include <iostream>
 #include <utility>
 
+#include "Hosts/Common/Bundle.h"
 #include "Hosts/PCManFMQt/Host.h"
 #include "Hosts/PCManFMQt/HostViews.h"
-#include "Platform/Bundles/Bundle.h"
 #include "Platform/Support/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
-
-constexpr const char* kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
 
 /// The main queue is a source of GLib's default context.
 bool runsOnGLib() {
@@ -29,9 +27,7 @@ void start() {
   }
   static platform::NeverDestroyed<Host> host(platform::Runtime::shared());
   static platform::NeverDestroyed<HostViews> views(*host);
-  const auto bundle =
-      platform::Bundle::bundleWithPath(kBundlePath, platform::InstalledPaths::shared());
-  if (bundle && bundle->load()) views->watch();
+  if (hosts::loadBundle()) views->watch();
 }
 
 }  // namespace

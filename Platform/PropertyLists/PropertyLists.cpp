@@ -2,21 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
-#include <fcntl.h>
 #include <memory>
 #include <plist/plist.h>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 #include "Platform/PropertyLists/BinaryList.h"
 #include "Platform/PropertyLists/ListText.h"
+#include "Platform/Support/RegularFile.h"
 
 namespace wevora::platform {
 namespace {
@@ -286,47 +283,10 @@ std::optional<Value> valueOfXmlList(std::string_view bytes) {
   return list ? valueOf(list.get(), 0) : std::nullopt;
 }
 
-/// Threads: one. Owns: the descriptor. Errors: a negative one.
-class OpenFile {
- public:
-  // A pipe in the file's place must not keep the caller.
-  explicit OpenFile(const std::string& path)
-      : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-  ~OpenFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-  int descriptor() const noexcept { return descriptor_; }
-
- private:
-  int descriptor_;
-};
-
-std::optional<std::string> contentsOf(const std::string& path) {
-  const OpenFile file(path);
-  struct stat facts {};
-  if (file.descriptor() < 0 || ::fstat(file.descriptor(), &facts) != 0) return std::nullopt;
-  constexpr auto kLargest = static_cast<off_t>(PropertyLists::kLargestFile);
-  if (!S_ISREG(facts.st_mode) || facts.st_size > kLargest) return std::nullopt;
-  // The file may grow meanwhile; what it had is what is read.
-  std::string bytes(static_cast<std::size_t>(facts.st_size), '\0');
-  std::size_t filled = 0;
-  while (filled < bytes.size()) {
-    const auto count = ::read(file.descriptor(), bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return std::nullopt;
-    if (count == 0) break;
-    filled += static_cast<std::size_t>(count);
-  }
-  bytes.resize(filled);
-  return bytes;
-}
-
 }  // namespace
 
 std::optional<Value> PropertyLists::read(const std::string& path) {
-  const auto bytes = contentsOf(path);
+  const auto bytes = contentsOfRegularFile(path, kLargestFile);
   return bytes ? parse(*bytes) : std::nullopt;
 }
 

@@ -1,10 +1,10 @@
 #include "Platform/Unmount/GioUnmountApprovals.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <gio/gio.h>
 
+#include "Platform/Support/Descriptor.h"
 #include "Platform/Support/Guard.h"
 #include "Platform/Unmount/ApprovalRegistrations.h"
 
@@ -81,13 +81,10 @@ std::unique_ptr<ApprovalSession> GioUnmountApprovals::createSession() {
 }
 
 void holdVolumeBusy(Dispatch& dispatch, const std::string& mountPoint) {
-  const int descriptor = ::open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return;
   // Closed with the block, whether the block runs or is dropped.
-  const std::shared_ptr<const int> held(new int(descriptor), [](const int* fd) {
-    ::close(*fd);
-    std::default_delete<const int>()(fd);
-  });
+  const auto held = std::make_shared<const Descriptor>(
+      ::open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!*held) return;
   dispatch.mainQueue().after(kBusyTime, [held] {});
 }
 

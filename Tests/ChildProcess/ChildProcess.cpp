@@ -223,4 +223,10 @@ Outcome ranToItsEnd(const std::vector<std::string>& command, const Environment& 
   return {status.value_or(-1), child.output(), child.errors()};
 }
 
+Outcome ranInShell(const std::string& line) {
+  ChildProcess child({"sh", "-c", "exec 2>&1; " + line});
+  const auto status = child.waitForEnd(std::chrono::minutes(1));
+  return {status.value_or(-1), child.output(), {}};
+}
+
 }  // namespace wevora::testing_host

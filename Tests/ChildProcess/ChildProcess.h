@@ -63,5 +63,7 @@ struct Outcome {
 };
 /// Runs a program to its end.
 Outcome ranToItsEnd(const std::vector<std::string>& command, const Environment& changes = {});
+/// The same for a line of the shell, which may take a minute; its errors stand among its output.
+Outcome ranInShell(const std::string& line);
 
 }  // namespace wevora::testing_host

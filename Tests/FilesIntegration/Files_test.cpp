@@ -1,11 +1,9 @@
 // wevora-files and chflags as a person runs them, on real volumes.
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <vector>
 
@@ -14,6 +12,7 @@
 
 #include "Platform/Shell/Shell.h"
 #include "Platform/Support/TemporaryFolder.h"
+#include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 
@@ -23,29 +22,14 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing_host::MountedVolume;
-
-struct Outcome {
-  int status = -1;
-  std::string output;  ///< standard output and error
-};
-
-Outcome run(const std::string& command) {
-  Outcome outcome;
-  FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-  char buffer[4096];
-  std::size_t count = 0;
-  while ((count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    outcome.output.append(buffer, count);
-  const int status = ::pclose(pipe);
-  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return outcome;
-}
+using testing_host::Outcome;
+using testing_host::ranInShell;
 
 Outcome files(const std::string& arguments) {
-  return run(WEVORA_FILES " " + arguments);
+  return ranInShell(WEVORA_FILES " " + arguments);
 }
 Outcome chflags(const std::string& arguments) {
-  return run(WEVORA_CHFLAGS " " + arguments);
+  return ranInShell(WEVORA_CHFLAGS " " + arguments);
 }
 /// As a user whom the modes of files bind, as they do not bind root.
 std::string bound(const std::string& command) {
@@ -113,13 +97,13 @@ TEST_F(FilesTest, AQuestionIsAnsweredByTheExitStatusToo) {
   EXPECT_EQ(files("unknown x").status, 2);
   EXPECT_EQ(files("--help").status, 0);
   EXPECT_THAT(files("--version").output, HasSubstr("wevora-files "));
-  EXPECT_EQ(run(WEVORA_FILES " md5 " + quoted + "/a.txt' >/dev/full").status, 2);
+  EXPECT_EQ(ranInShell(WEVORA_FILES " md5 " + quoted + "/a.txt' >/dev/full").status, 2);
 }
 
 TEST_F(FilesTest, PathsAreTakenFromTheCurrentFolder) {
   ASSERT_TRUE(mounted);
   write(volume.path("a b"));
-  const auto answer = run("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
+  const auto answer = ranInShell("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
   EXPECT_EQ(answer.output, "9dd4e461268c8034f5c8564e155c67a6  a b\n");
 }
 
@@ -131,7 +115,8 @@ TEST_F(FilesTest, ListsAndScansAFolder) {
   write(volume.path("a.txt"));
   write(volume.path("x.part"));
   const auto sorted = [](const std::string& arguments) {
-    return run(WEVORA_FILES " " + arguments + " | sort | sed 's|.*/||' | tr '\\n' ' '").output;
+    return ranInShell(WEVORA_FILES " " + arguments + " | sort | sed 's|.*/||' | tr '\\n' ' '")
+        .output;
   };
   EXPECT_EQ(sorted("list " + quoted + "'"), "a.txt folder link x.part ");
   EXPECT_EQ(sorted("list --no-dirs " + quoted + "'"), "a.txt x.part ");
@@ -146,12 +131,12 @@ TEST_F(FilesTest, ListsAndScansAFolder) {
 TEST_F(FilesTest, JsonIsReadByAnotherProgram) {
   ASSERT_TRUE(mounted);
   write(volume.path("odd \"\\\n\xFF name"));
-  const auto read = run(WEVORA_FILES " list --format json " + quoted +
-                        "' | python3 -c 'import json,sys,os\n"
-                        "for line in sys.stdin:\n"
-                        "  path = os.fsencode(json.loads(line)[\"path\"].encode("
-                        "\"utf-8\", \"surrogateescape\"))\n"
-                        "  print(os.path.exists(path), len(path))'");
+  const auto read = ranInShell(WEVORA_FILES " list --format json " + quoted +
+                               "' | python3 -c 'import json,sys,os\n"
+                               "for line in sys.stdin:\n"
+                               "  path = os.fsencode(json.loads(line)[\"path\"].encode("
+                               "\"utf-8\", \"surrogateescape\"))\n"
+                               "  print(os.path.exists(path), len(path))'");
   EXPECT_EQ(read.output, "True 33\n");
 }
 
@@ -175,7 +160,7 @@ TEST_F(FilesTest, WithoutTheCommandHidingFailsWithAReason) {
   const EmptyInstallation installation;  // the product may be installed here
   ASSERT_TRUE(installation.isThere());
   write(volume.path("a"));
-  const auto answer = run("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
+  const auto answer = ranInShell("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
   EXPECT_EQ(answer.status, 1);
   EXPECT_THAT(answer.output, HasSubstr("was not hidden"));
 }
@@ -185,9 +170,9 @@ TEST_F(FilesTest, ChflagsHidesAndShowsSeveralItemsAtOnce) {
   write(volume.path("a"));
   write(volume.path("b c"));
   EXPECT_EQ(chflags("hidden " + quoted + "/a' " + quoted + "/b c' " + quoted + "/a'").status, 0);
-  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "a\nb c\n");
+  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "a\nb c\n");
   EXPECT_EQ(chflags("nohidden -- " + quoted + "/a'").status, 0);
-  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "b c\n");
+  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b c\n");
 }
 
 TEST_F(FilesTest, ChflagsTellsWhatItCouldNotDoAndGoesOn) {
@@ -198,7 +183,7 @@ TEST_F(FilesTest, ChflagsTellsWhatItCouldNotDoAndGoesOn) {
   EXPECT_EQ(answer.status, 1);
   EXPECT_THAT(answer.output, HasSubstr("/gone: cannot be hidden: No such file"));
   EXPECT_THAT(answer.output, HasSubstr("line end"));
-  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "a\n");
+  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "a\n");
   EXPECT_EQ(chflags("").status, 2);
   EXPECT_EQ(chflags("arch x").status, 2);
   EXPECT_EQ(chflags("hidden").status, 2);
@@ -210,7 +195,7 @@ TEST_F(FilesTest, ChflagsCannotMarkWhatIsInAFolderThatMayNotBeChanged) {
   fs::create_directory(volume.path("locked"));
   write(volume.path("locked/a"));
   ::chmod(volume.path("locked").c_str(), 0555);
-  const auto answer = run(bound(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
+  const auto answer = ranInShell(bound(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
   EXPECT_EQ(answer.status, 1);
   EXPECT_THAT(answer.output, HasSubstr("Permission denied"));
   EXPECT_EQ(namesIn(volume.path("locked")), (std::vector<std::string>{"a"}));
@@ -220,9 +205,9 @@ TEST_F(FilesTest, OnAFullVolumeTheListStaysAsItWas) {
   ASSERT_TRUE(mounted);
   write(volume.path("a"));
   write(volume.path(".hidden"), "b\n");
-  run("cat /dev/zero >" + quoted + "/ballast'");
+  ranInShell("cat /dev/zero >" + quoted + "/ballast'");
   EXPECT_EQ(chflags("hidden " + quoted + "/a'").status, 1);
-  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "b\n");
+  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b\n");
   EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a", "ballast"}));
 }
 
@@ -257,8 +242,8 @@ TEST_F(FilesTest, TheTrashOfAnotherVolumeIsAtItsTop) {
 TEST_F(FilesTest, TheTrashOfTheHomeVolumeIsInTheHome) {
   fs::create_directories(folder.path("Trash/files"));
   write(folder.path("Trash/files/x"));
-  EXPECT_EQ(run("HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() +
-                " " WEVORA_FILES " trash " + folder.path("Trash/files/x"))
+  EXPECT_EQ(ranInShell("HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() +
+                       " " WEVORA_FILES " trash " + folder.path("Trash/files/x"))
                 .output,
             "trash\t" + folder.path("Trash/files/x") + "\n");
 }
@@ -268,8 +253,8 @@ TEST_F(FilesTest, AHomeTrashThatIsKeptOnAnotherVolumeEnclosesItsItemsToo) {
   fs::create_directories(volume.path("Trash/files"));
   write(volume.path("Trash/files/x"));
   const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + quoted + "' ";
-  EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash/files/x'").status, 0);
-  EXPECT_EQ(run(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
+  EXPECT_EQ(ranInShell(user + WEVORA_FILES " trash " + quoted + "/Trash/files/x'").status, 0);
+  EXPECT_EQ(ranInShell(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
 }
 
 TEST_F(FilesTest, AVolumeThatIsMountedInTheHomeTrashIsNotInIt) {
@@ -278,8 +263,9 @@ TEST_F(FilesTest, AVolumeThatIsMountedInTheHomeTrashIsNotInIt) {
   ASSERT_EQ(::mount("tmpfs", folder.path("Trash/files/mount").c_str(), "tmpfs", 0, nullptr), 0);
   write(folder.path("Trash/files/mount/x"));
   const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() + " ";
-  const auto own = run(user + WEVORA_FILES " trash " + folder.path("Trash/files/x"));
-  const auto mountedItem = run(user + WEVORA_FILES " trash " + folder.path("Trash/files/mount/x"));
+  const auto own = ranInShell(user + WEVORA_FILES " trash " + folder.path("Trash/files/x"));
+  const auto mountedItem =
+      ranInShell(user + WEVORA_FILES " trash " + folder.path("Trash/files/mount/x"));
   ::umount2(folder.path("Trash/files/mount").c_str(), MNT_DETACH);
   EXPECT_EQ(own.status, 0);
   EXPECT_EQ(mountedItem.status, 1);
@@ -297,7 +283,7 @@ TEST_F(FilesTest, AListThatCannotBeReplacedStaysAsItWas) {
   ::umount2(volume.path(".hidden").c_str(), MNT_DETACH);
   EXPECT_EQ(answer.status, 1);
   EXPECT_THAT(answer.output, HasSubstr("cannot replace the list"));
-  EXPECT_EQ(run("cat " + quoted + "/.hidden'").output, "b\n");
+  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b\n");
   EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a"}));
 }
 
@@ -309,7 +295,7 @@ TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
   makeFile(folder.path("a/deep/large"), 5'000'000);
   fs::create_symlink("deep/large", folder.path("a/link"));
   EXPECT_EQ(files("backup " + folder.path("a") + " " + quoted + "/copy'").output, "");
-  EXPECT_EQ(run("diff -r " + folder.path("a") + " " + quoted + "/copy'").output, "");
+  EXPECT_EQ(ranInShell("diff -r " + folder.path("a") + " " + quoted + "/copy'").output, "");
   EXPECT_TRUE(fs::is_symlink(volume.path("copy/link")));
 }
 
@@ -317,7 +303,7 @@ TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
   write(folder.path("a"));
   ASSERT_TRUE(mounted);
   const auto modes = [this] {
-    return run("stat -c %a " + folder.path("a") + " " + folder.path("b") + " 2>&1").output;
+    return ranInShell("stat -c %a " + folder.path("a") + " " + folder.path("b") + " 2>&1").output;
   };
   ::chmod(folder.path("a").c_str(), 06755);
   EXPECT_EQ(files("backup " + folder.path("a") + " " + folder.path("b")).status, 0);
@@ -326,8 +312,8 @@ TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
   if (!testing_host::mayMountDisks()) return;  // there is one user only
   ASSERT_EQ(::chown(folder.path("a").c_str(), 4711, 4711), 0);
   ::chmod(folder.path("a").c_str(), 06755);
-  EXPECT_EQ(run("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") + " " +
-                folder.path("b"))
+  EXPECT_EQ(ranInShell("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") +
+                       " " + folder.path("b"))
                 .status,
             0);
   EXPECT_EQ(modes(), "6755\n755\n");
@@ -344,7 +330,7 @@ TEST_F(FilesTest, AVolumeThatHoldsNoExtendedAttributesHoldsTheRest) {
   EXPECT_EQ(files("backup " + folder.path("a") + " " + plain.path("b")).output, "");
   EXPECT_EQ(files("backup " + folder.path("a/deep/file") + " " + plain.path("c")).output, "");
   for (const auto* copy : {"b/deep/file", "c"}) {
-    EXPECT_EQ(run("cat " + plain.path(copy)).output, "text");
+    EXPECT_EQ(ranInShell("cat " + plain.path(copy)).output, "text");
     EXPECT_EQ(fs::status(plain.path(copy)).permissions(), fs::perms(0640));
   }
 }
@@ -368,7 +354,7 @@ TEST_F(FilesTest, AFullVolumeHoldsNoPartOfACopy) {
 
 TEST_F(FilesTest, AVolumeWithoutAnyRoomTakesNoCopy) {
   ASSERT_TRUE(mounted);
-  run("cat /dev/zero >" + quoted + "/ballast'");
+  ranInShell("cat /dev/zero >" + quoted + "/ballast'");
   write(folder.path("small"), "text");
   EXPECT_EQ(files("backup --attempts 2 " + folder.path("small") + " " + quoted + "/copy'").status,
             1);
@@ -381,12 +367,12 @@ TEST_F(FilesTest, AnUnreadableFileIsNotBackedUpNorTheFolderThatHoldsIt) {
   write(folder.path("a/secret"));
   ::chmod(folder.path("a/secret").c_str(), 0);
   for (const auto* source : {"a", "a/secret"}) {
-    const auto answer = run(bound(WEVORA_FILES " backup --attempts 2 " + folder.path(source) + " " +
-                                  folder.path("copy")));
+    const auto answer = ranInShell(bound(WEVORA_FILES " backup --attempts 2 " +
+                                         folder.path(source) + " " + folder.path("copy")));
     EXPECT_EQ(answer.status, 1);
     EXPECT_THAT(answer.output, HasSubstr("Permission denied"));
   }
-  EXPECT_EQ(run(bound(WEVORA_FILES " md5 " + folder.path("a/secret"))).status, 1);
+  EXPECT_EQ(ranInShell(bound(WEVORA_FILES " md5 " + folder.path("a/secret"))).status, 1);
   EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"a"}));
   EXPECT_EQ(namesIn(folder.path("a")), (std::vector<std::string>{"first", "secret"}));
 }
@@ -394,9 +380,10 @@ TEST_F(FilesTest, AnUnreadableFileIsNotBackedUpNorTheFolderThatHoldsIt) {
 TEST_F(FilesTest, ASourceThatIsItsOwnDestinationIsNotLost) {
   write(folder.path("a"), "text");
   EXPECT_EQ(files("backup --attempts 2 " + folder.path("a") + " " + folder.path("a")).status, 1);
-  EXPECT_EQ(run("cd " + folder.path() + " && " WEVORA_FILES " backup --attempts 0 a ./a").status,
-            1);
-  EXPECT_EQ(run("cat " + folder.path("a")).output, "text");
+  EXPECT_EQ(
+      ranInShell("cd " + folder.path() + " && " WEVORA_FILES " backup --attempts 0 a ./a").status,
+      1);
+  EXPECT_EQ(ranInShell("cat " + folder.path("a")).output, "text");
 }
 
 TEST_F(FilesTest, AMountInsideTheDestinationKeepsTheSource) {
@@ -414,12 +401,12 @@ TEST_F(FilesTest, AMountInsideTheDestinationKeepsTheSource) {
   EXPECT_EQ(
       files("backup --attempts 1 " + folder.path("home/doc") + " " + folder.path("chroot")).status,
       1);
-  EXPECT_EQ(run("cat " + folder.path("home/doc/letter")).output, "text");
+  EXPECT_EQ(ranInShell("cat " + folder.path("home/doc/letter")).output, "text");
   EXPECT_EQ(namesIn(folder.path("chroot")), (std::vector<std::string>{"etc", "file", "home"}));
   EXPECT_EQ(files("backup --attempts 1 " + folder.path("single") + " " + folder.path("chroot/home"))
                 .status,
             1);
-  EXPECT_EQ(run("cat " + folder.path("home/doc/letter")).output, "text");
+  EXPECT_EQ(ranInShell("cat " + folder.path("home/doc/letter")).output, "text");
   ::umount2(folder.path("chroot/home").c_str(), MNT_DETACH);
   ASSERT_EQ(bind("single", "chroot/file"), 0);
   EXPECT_EQ(
@@ -441,12 +428,12 @@ TEST_F(FilesTest, AFolderThatItsOwnerMayNotChangeIsRemovedAndALookAtItLeavesItLo
   const std::string backup =
       WEVORA_FILES " backup --attempts 1 " + folder.path("a") + " " + folder.path("b");
   ASSERT_EQ(::mount("tmpfs", folder.path("b/mount").c_str(), "tmpfs", 0, nullptr), 0);
-  EXPECT_EQ(run(bound(backup)).status, 1);
+  EXPECT_EQ(ranInShell(bound(backup)).status, 1);
   EXPECT_EQ(fs::status(folder.path("b/locked/deeper")).permissions(), fs::perms::none);
   EXPECT_EQ(fs::status(folder.path("b/locked")).permissions(), fs::perms(0500));
   EXPECT_TRUE(fs::exists(folder.path("b/locked/deeper/file")));
   ::umount2(folder.path("b/mount").c_str(), MNT_DETACH);
-  EXPECT_EQ(run(bound(backup)).status, 1);
+  EXPECT_EQ(ranInShell(bound(backup)).status, 1);
   EXPECT_FALSE(fs::exists(folder.path("b")));
 }
 
@@ -454,8 +441,10 @@ TEST_F(FilesTest, LargeFilesShowTheirProgressOnATerminalOnly) {
   write(folder.path("large"), "");
   fs::resize_file(folder.path("large"), 48 << 20);
   const std::string digest = WEVORA_FILES " md5 " + folder.path("large");
-  EXPECT_THAT(run("script -qec '" + digest + "' /dev/null").output, HasSubstr("MiB of 48 MiB"));
-  EXPECT_EQ(run(digest).output, "f6a7b2f72130b8e4033094cb3b4ab80c  " + folder.path("large") + "\n");
+  EXPECT_THAT(ranInShell("script -qec '" + digest + "' /dev/null").output,
+              HasSubstr("MiB of 48 MiB"));
+  EXPECT_EQ(ranInShell(digest).output,
+            "f6a7b2f72130b8e4033094cb3b4ab80c  " + folder.path("large") + "\n");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <pwd.h>
@@ -34,19 +35,15 @@ void installSettings() {
   fs::copy_file(WEVORA_TEMPLATE, "/etc/xdg/Wevora/wevora-settings.plist");
 }
 
-/// Puts what was built where it is looked for once it is installed.
-void installBelow(const std::string& prefix) {
-  fs::path there = fs::path(prefix) / "lib";
-  while (!fs::is_directory(there)) there = there.parent_path();
-  mountEmpty(there.string());
-  const std::string place = prefix + "/lib/wevora";
-  fs::create_directories(place);
-  must(::mount(WEVORA_BUILT_LIBRARIES, place.c_str(), nullptr, MS_BIND, nullptr) == 0, place);
+/// The host's own memory is not ours to count.
+std::string sanitizerOptions() {
+  const char* given = std::getenv("ASAN_OPTIONS");
+  return std::string(given == nullptr ? "" : given) + ":detect_leaks=0";
 }
 
 /// For a person to look at; answers the file.
 std::string keepPicture(const platform::BitmapRef& picture) {
-  const std::string file = testing::TempDir() + "wevora-host.ppm";
+  std::string file = testing::TempDir() + "wevora-host.ppm";
   if (!picture) return "nothing";
   std::ofstream out(file, std::ios::binary);
   out << "P6 " << picture->width() << " " << picture->height() << " 255\n";
@@ -56,6 +53,16 @@ std::string keepPicture(const platform::BitmapRef& picture) {
 }
 
 }  // namespace
+
+void installBuiltLibraries() {
+  const std::string prefix = WEVORA_INSTALL_PREFIX;
+  fs::path there = fs::path(prefix) / "lib";
+  while (!fs::is_directory(there)) there = there.parent_path();
+  mountEmpty(there.string());
+  const std::string place = prefix + "/lib/wevora";
+  fs::create_directories(place);
+  must(::mount(WEVORA_BUILT_LIBRARIES, place.c_str(), nullptr, MS_BIND, nullptr) == 0, place);
+}
 
 void mountEmpty(const std::string& folder) {
   must(::mount("tmpfs", folder.c_str(), "tmpfs", 0, nullptr) == 0, folder);
@@ -75,7 +82,7 @@ std::string uriOf(const std::string& path) {
 HostSession::HostSession(const std::string& screenSize)
     : home_(homeOfThisUser()), badges_(WEVORA_BUILT_LIBRARIES WEVORA_RESOURCES) {
   mountEmpty(home_);
-  installBelow(WEVORA_INSTALL_PREFIX);
+  installBuiltLibraries();
   installSettings();
   display_ = std::make_unique<ChildProcess>(std::vector<std::string>{
       "Xvfb", "-displayfd", "1", "-screen", "0", screenSize + "x24", "-nolisten", "tcp"});
@@ -94,10 +101,14 @@ Environment HostSession::environment(const Environment& more) const {
                      {"XDG_DATA_HOME", home_ + "/.local/share"},
                      {"GIO_USE_VOLUME_MONITOR", "unix"},
                      {"LC_ALL", "C.UTF-8"},
-                     {"LD_PRELOAD", WEVORA_PRELOAD},
-                     {"ASAN_OPTIONS", "detect_leaks=0"}};
+                     {"LD_PRELOAD", preloaded()},
+                     {"ASAN_OPTIONS", sanitizerOptions()}};
   for (const auto& [name, value] : more) all.insert_or_assign(name, value);
   return all;
+}
+
+std::string HostSession::preloaded() {
+  return WEVORA_PRELOAD;
 }
 
 void HostSession::writeAtHome(const std::string& file, const std::string& text) const {
@@ -152,7 +163,7 @@ std::string HostSession::word(const std::string& path, unsigned window) const {
   const auto look = screen_->look(window);
   const auto cell = std::ranges::find(look.cells, uriOf(path), &Place::name);
   if (cell == look.cells.end() || !look.picture) return "not shown";
-  return badges_.wordAt(*look.picture, *cell);
+  return badges_.wordAt(*look.picture, *cell, look.scale);
 }
 
 testing::AssertionResult HostSession::shows(const std::string& path, const std::string& word,
@@ -165,16 +176,17 @@ testing::AssertionResult HostSession::shows(const std::string& path, const std::
 }
 
 platform::BitmapRef HostSession::steadyPicture(unsigned window) const {
-  constexpr int kFrames = 20;
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds kStill{2};  // longer than anything fades
   platform::BitmapRef latest = screen_->picture(window);
-  int alike = 0;
+  auto since = Clock::now();
   const bool steady = until(
       [&] {
         const auto next = screen_->picture(window);
         if (!latest || !next) return false;
-        alike = std::ranges::equal(latest->pixels(), next->pixels()) ? alike + 1 : 0;
+        if (!std::ranges::equal(latest->pixels(), next->pixels())) since = Clock::now();
         latest = next;
-        return alike >= kFrames;
+        return Clock::now() - since >= kStill;
       },
       window);
   return steady ? latest : nullptr;

@@ -54,6 +54,8 @@ class HostSession {
 
   /// Adds to a file of the home.
   void writeAtHome(const std::string& file, const std::string& text) const;
+  /// What everything of a sanitized build is loaded with.
+  static std::string preloaded();
   void startFileManager(const std::vector<std::string>& command, const Environment& more);
   /// Of a file manager that hands what it is asked for to the one that runs, or of any program.
   void startAnother(const std::vector<std::string>& command, const Environment& more);
@@ -72,6 +74,9 @@ class HostSession {
   std::unique_ptr<Screen> screen_;
   BadgeReader badges_;
 };
+
+/// Puts what was built where it is looked for once it is installed, inside the namespace.
+void installBuiltLibraries();
 
 /// Mounts an empty folder over this one.
 void mountEmpty(const std::string& folder);

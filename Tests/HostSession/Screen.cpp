@@ -14,14 +14,17 @@ namespace {
 constexpr int kPatience = 60'000;  // milliseconds
 
 /// As the probe writes it.
-platform::BitmapRef readPicture(const std::string& file) {
+Look readPicture(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
-  std::array<std::uint32_t, 2> size{};
+  std::array<std::uint32_t, 3> size{};
   in.read(reinterpret_cast<char*>(size.data()), sizeof size);
   std::vector<std::uint32_t> pixels(std::size_t{size[0]} * size[1]);
   in.read(reinterpret_cast<char*>(pixels.data()),
           static_cast<std::streamsize>(pixels.size() * sizeof(std::uint32_t)));
-  return in ? platform::Bitmap::make(size[0], size[1], std::move(pixels)) : nullptr;
+  if (!in) return {};
+  return {.picture = platform::Bitmap::make(size[0], size[1], std::move(pixels)),
+          .scale = static_cast<double>(size[2]),
+          .cells = {}};
 }
 
 }  // namespace
@@ -81,7 +84,9 @@ Look Screen::look(unsigned window) const {
   const platform::TemporaryFolder folder;
   const std::string file = folder.path("picture");
   auto cells = placesOf(call("Look", g_variant_new("(us)", window, file.c_str())));
-  return {readPicture(file), std::move(cells)};
+  Look shown = readPicture(file);
+  shown.cells = std::move(cells);
+  return shown;
 }
 
 std::vector<Place> Screen::cells(unsigned window) const {
@@ -121,19 +126,6 @@ bool Screen::eject(const std::string& label, unsigned window) const {
   gboolean pressed = FALSE;
   if (answer) g_variant_get(answer.get(), "(b)", &pressed);
   return pressed != FALSE;
-}
-
-std::vector<double> Screen::scrollTimes(unsigned frames, unsigned window) const {
-  std::vector<double> times;
-  const auto answer = call("ScrollTime", g_variant_new("(uu)", window, frames));
-  if (!answer) return times;
-  const Variant list(g_variant_get_child_value(answer.get(), 0));
-  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
-    double time = 0;
-    g_variant_get_child(list.get(), i, "d", &time);
-    times.push_back(time);
-  }
-  return times;
 }
 
 }  // namespace wevora::testing_host

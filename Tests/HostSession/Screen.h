@@ -22,6 +22,7 @@ struct Place {
 /// What a window shows at one moment.
 struct Look {
   platform::BitmapRef picture;  ///< what its widgets drew last; null without a window
+  double scale = 1;             ///< the picture's pixels for each point
   std::vector<Place> cells;     ///< those that are wholly to be seen
 };
 
@@ -58,15 +59,15 @@ class Screen {
   void search(const std::string& text, unsigned window = 0) const;
   /// Presses the button that ejects a place of the sidebar; false where there is none.
   bool eject(const std::string& label, unsigned window = 0) const;
-  /// The milliseconds that each of so many frames took while the view was scrolled through once.
-  std::vector<double> scrollTimes(unsigned frames, unsigned window = 0) const;
 
- private:
   struct VariantUnref {
     void operator()(GVariant* variant) const noexcept { g_variant_unref(variant); }
   };
   using Variant = std::unique_ptr<GVariant, VariantUnref>;
+  /// Asks for what only some file managers are asked for; null where there is no answer.
   Variant call(const char* method, GVariant* arguments) const;
+
+ private:
   static std::vector<Place> placesOf(const Variant& answer);
 
   GDBusConnection* bus_;

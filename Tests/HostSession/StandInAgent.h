@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "Tests/ChildProcess/ChildProcess.h"
@@ -25,6 +26,7 @@ class Agent {
   /// Has it tell of what has happened at these paths.
   void tell(const std::string& event, const std::vector<std::string>& paths) const;
   void kill();
+  pid_t pid() const noexcept { return process_->pid(); }
 
  private:
   std::unique_ptr<ChildProcess> process_;

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <sys/mount.h>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -33,27 +34,38 @@ const std::string kPrefix = WEVORA_INSTALL_PREFIX;
 const std::string kPlugin = kPrefix + "/lib/wevora/FinderPlugin";
 const std::string kContents = kPlugin + "/Bundle/finder_bundle.bundle/Contents";
 const std::string kBundleLibrary = kContents + "/Linux/finder_bundle.so";
-const std::string kHostLibrary = kPlugin + "/Hosts/nautilus.so";
+const std::string kNautilusLibrary = kPlugin + "/Hosts/nautilus.so";
+const std::string kQtLibrary = kPlugin + "/Hosts/pcmanfm-qt.so";
+const std::string kQtPlugin = kPlugin + "/Hosts/qt5/generic/wevora-pcmanfm-qt.so";
 const std::string kModule = WEVORA_NAUTILUS_EXTENSIONS "/wevora-nautilus.so";
 const std::string kTemplate = "/etc/xdg/Wevora/wevora-settings.plist";
 
 /// All that is installed below the prefix, and nothing else is.
 const Paths kPrograms = {
-    kPrefix + "/bin/wevora-agent-sim",   kPrefix + "/bin/wevora-badges",
-    kPrefix + "/bin/wevora-files",       kPrefix + "/bin/wevora-status",
-    kPrefix + "/libexec/wevora/chflags",
+    kPrefix + "/bin/wevora-agent-sim", kPrefix + "/bin/wevora-badges",
+    kPrefix + "/bin/wevora-files",     kPrefix + "/bin/wevora-loader",
+    kPrefix + "/bin/wevora-status",    kPrefix + "/libexec/wevora/chflags",
 };
 const Paths kLibraries = {
     kPrefix + "/lib/wevora/libwevora_graphics.so",
     kPrefix + "/lib/wevora/libwevora_runtime.so",
     kBundleLibrary,
-    kHostLibrary,
+    kNautilusLibrary,
+    kQtLibrary,
+    kQtPlugin,
+};
+const Paths kDesktopEntries = {
+    kPrefix + "/share/applications/wevora-pcmanfm-qt.desktop",
+    kPrefix + "/share/applications/wevora-pcmanfm-qt-desktop.desktop",
+    kPrefix + "/share/wevora/autostart/wevora-lxqt-desktop.desktop",
 };
 const Paths kData = {
     kContents + "/Info.plist",        kContents + "/Resources/backup.icns",
     kContents + "/Resources/ok.icns", kContents + "/Resources/sidebar.tiff",
     kContents + "/Resources/w.icns",
 };
+/// What programs load that are no hosts of ours too.
+const Paths kInOtherPrograms = {kModule, kQtPlugin};
 /// And outside of it.
 const Paths kSystem = {kModule, kTemplate};
 
@@ -135,7 +147,7 @@ class InstallTest : public testing::Test {
 
 TEST_F(InstallTest, AllThatBelongsToTheSystemIsInstalledAndNothingElse) {
   installAll();
-  EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kSystem}));
+  EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kDesktopEntries, kSystem}));
 }
 
 TEST_F(InstallTest, EachPartFindsItsLibrariesWhereTheyAreInstalled) {
@@ -155,13 +167,14 @@ TEST_F(InstallTest, NoPartLooksForLibrariesElsewhere) {
   for (const auto& path : together({kPrograms, kLibraries, {kModule}}))
     for (const auto& folder : runPathOf(staged(path)))
       EXPECT_EQ(folder, staged(kPrefix + "/lib/wevora")) << path;
-  EXPECT_TRUE(runPathOf(staged(kModule)).empty());
+  for (const auto& path : kInOtherPrograms) EXPECT_TRUE(runPathOf(staged(path)).empty()) << path;
 }
 
-TEST_F(InstallTest, TheModuleBringsNoOtherPartWithIt) {
+TEST_F(InstallTest, WhatOtherProgramsLoadTooBringsNoOtherPartWithIt) {
   installAll();
-  for (const auto& line : linesOf({"ldd", staged(kModule)}))
-    EXPECT_EQ(line.find("libwevora_"), std::string::npos) << line;
+  for (const auto& path : kInOtherPrograms)
+    for (const auto& line : linesOf({"ldd", staged(path)}))
+      EXPECT_EQ(line.find("libwevora_"), std::string::npos) << path << line;
 }
 
 TEST_F(InstallTest, EachProgramTellsItsVersion) {
@@ -183,9 +196,15 @@ TEST_F(InstallTest, TheBundleCanBeMappedAndOffersWhatItsLoadersCall) {
 
 TEST_F(InstallTest, TheHostsPartsOfferWhatTheirCallersCall) {
   installAll();
-  void* const host = ::dlopen(staged(kHostLibrary).c_str(), RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(host, nullptr) << ::dlerror();
-  EXPECT_NE(::dlsym(host, "wevora_nautilus_start"), nullptr);
+  for (const auto& [library, entry] : {std::pair(kNautilusLibrary, "wevora_nautilus_start"),
+                                       std::pair(kQtLibrary, "wevora_pcmanfmqt_start")}) {
+    void* const host = ::dlopen(staged(library).c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(host, nullptr) << ::dlerror();
+    EXPECT_NE(::dlsym(host, entry), nullptr) << entry;
+  }
+  void* const plugin = ::dlopen(staged(kQtPlugin).c_str(), RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(plugin, nullptr) << ::dlerror();
+  EXPECT_NE(::dlsym(plugin, "qt_plugin_instance"), nullptr);
   void* const module = ::dlopen(staged(kModule).c_str(), RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(module, nullptr) << ::dlerror();
   for (const char* name :
@@ -193,9 +212,9 @@ TEST_F(InstallTest, TheHostsPartsOfferWhatTheirCallersCall) {
     EXPECT_NE(::dlsym(module, name), nullptr) << name;
 }
 
-TEST_F(InstallTest, HostAndBundleShareTheInstalledRuntime) {
+TEST_F(InstallTest, HostsAndBundleShareTheInstalledRuntime) {
   installAll();
-  for (const auto& path : {kBundleLibrary, kHostLibrary})
+  for (const auto& path : {kBundleLibrary, kNautilusLibrary, kQtLibrary})
     ASSERT_NE(::dlopen(staged(path).c_str(), RTLD_NOW | RTLD_LOCAL), nullptr) << ::dlerror();
   Paths mapped;
   std::ifstream maps("/proc/self/maps");
@@ -205,6 +224,17 @@ TEST_F(InstallTest, HostAndBundleShareTheInstalledRuntime) {
       mapped.insert(line.substr(at));
   EXPECT_EQ(mapped, (Paths{staged(kPrefix + "/lib/wevora/libwevora_graphics.so"),
                            staged(kPrefix + "/lib/wevora/libwevora_runtime.so")}));
+}
+
+TEST_F(InstallTest, TheDesktopEntriesStartTheInstalledLoader) {
+  installAll();
+  for (const auto& path : kDesktopEntries) {
+    std::ifstream entry(staged(path));
+    std::set<std::string> commands;
+    for (std::string line; std::getline(entry, line);)
+      if (line.starts_with("Exec=")) commands.insert(line.substr(0, line.find(' ')));
+    EXPECT_EQ(commands, (std::set<std::string>{"Exec=" + kPrefix + "/bin/wevora-loader"})) << path;
+  }
 }
 
 TEST_F(InstallTest, TheBundleTellsItsVersion) {
@@ -226,7 +256,7 @@ TEST_F(InstallTest, TheSettingsTemplateCanBeRead) {
 TEST_F(InstallTest, WhatLiesBelowThePrefixIsInstalledWithoutTheRest) {
   const auto ended = install({"--component", "prefix"});
   ASSERT_EQ(ended.status, 0) << ended.said;
-  EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData}));
+  EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kDesktopEntries}));
 }
 
 TEST_F(InstallTest, WhatHasItsPlaceInTheSystemIsInstalledWithoutTheRest) {
@@ -248,7 +278,7 @@ TEST_F(InstallTest, AnotherPrefixThanTheBuildsIsRefusedBeforeAnythingIsInstalled
 TEST_F(InstallTest, TheBuildsOwnPrefixMayBeNamed) {
   const auto ended = install({"--prefix", kPrefix + "/"});
   ASSERT_EQ(ended.status, 0) << ended.said;
-  EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kSystem}));
+  EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kDesktopEntries, kSystem}));
 }
 
 TEST_F(InstallTest, WhoMayNotWriteTheSystemsFoldersIsToldSoBeforeAnythingIsInstalled) {

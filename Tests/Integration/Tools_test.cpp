@@ -1,14 +1,13 @@
 // The command-line tools as a person runs them, on real volumes.
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sys/wait.h>
 
 #include <gtest/gtest.h>
 
+#include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 
@@ -17,29 +16,14 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing_host::MountedVolume;
-
-struct Outcome {
-  int status = -1;
-  std::string output;  ///< standard output and error
-};
-
-Outcome run(const std::string& command) {
-  Outcome outcome;
-  FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-  char buffer[4096];
-  std::size_t count = 0;
-  while ((count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    outcome.output.append(buffer, count);
-  const int status = ::pclose(pipe);
-  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return outcome;
-}
+using testing_host::Outcome;
+using testing_host::ranInShell;
 
 Outcome status(const std::string& arguments) {
-  return run(WEVORA_STATUS " " + arguments);
+  return ranInShell(WEVORA_STATUS " " + arguments);
 }
 Outcome agent(const std::string& arguments) {
-  return run(WEVORA_AGENT_SIM " " + arguments);
+  return ranInShell(WEVORA_AGENT_SIM " " + arguments);
 }
 
 class ToolsTest : public testing::Test {
@@ -115,12 +99,13 @@ TEST_F(ToolsTest, AVolumeThatIsMountedTwiceIsWalkedOnce) {
 TEST_F(ToolsTest, JsonIsReadByAnotherProgram) {
   initAndScan();
   write("odd \"\\\n\xFF name");
-  const auto read = run(WEVORA_STATUS " --account 7 --format json --recursive " + volume.path() +
-                        " | python3 -c 'import json,sys\n"
-                        "rows = [json.loads(line) for line in sys.stdin]\n"
-                        "odd = [r for r in rows if \"odd\" in r[\"path\"]]\n"
-                        "print(len(rows), odd[0][\"path\"].encode(\"utf-8\", \"surrogateescape\"),"
-                        " odd[0][\"status\"], set(r[\"database\"] for r in rows))'");
+  const auto read =
+      ranInShell(WEVORA_STATUS " --account 7 --format json --recursive " + volume.path() +
+                 " | python3 -c 'import json,sys\n"
+                 "rows = [json.loads(line) for line in sys.stdin]\n"
+                 "odd = [r for r in rows if \"odd\" in r[\"path\"]]\n"
+                 "print(len(rows), odd[0][\"path\"].encode(\"utf-8\", \"surrogateescape\"),"
+                 " odd[0][\"status\"], set(r[\"database\"] for r in rows))'");
   EXPECT_EQ(read.output,
             "8 b'/media/wevora-tools/odd \"\\\\\\n\\xff name' none "
             "{'/media/wevora-tools/Wevora-Account-7.db'}\n");

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/HostSession/VolumeTest.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 #include "Tests/NautilusHost/Session.h"
@@ -22,46 +23,20 @@ namespace fs = std::filesystem;
 using testing_host::Agent;
 using testing_host::agentTool;
 using testing_host::MountedVolume;
-using testing_host::Session;
-using View = testing_host::Session::View;
+using Session = testing_host::NautilusSession;
+using View = Session::View;
 
 constexpr const char* kAccount = "7";
 
-class NautilusTest : public testing::Test {
+class NautilusTest : public testing_host::VolumeTest {
  protected:
-  NautilusTest() {
-    mounted_ = volume.mount();
-    fs::create_directories(path("Folder/Inner"));
-    write("Folder/inside.txt");
-    write("kept.txt");
-    write("waiting.txt");
-  }
-  std::string path(const std::string& name) const { return volume.path(name); }
-  void write(const std::string& name) const { std::ofstream(path(name)) << "x"; }
+  NautilusTest() : VolumeTest(kAccount) {}
 
-  /// The database of the volume as it is now: "kept.txt" and what the list names are backed up.
-  void scan(std::vector<std::string> backedUp = {}) const {
-    ASSERT_TRUE(mounted_);
-    agentTool(
-        {"init", "--account", kAccount, "--volume", volume.path(), "--include", volume.path()});
-    agentTool({"scan", "--account", kAccount, "--volume", volume.path()});
-    backedUp.emplace_back("kept.txt");
-    for (const auto& name : backedUp) mark(name, "--synchronized");
-  }
-  void mark(const std::string& name, const std::string& as) const {
-    agentTool({"mark", "--account", kAccount, as, path(name)});
-  }
-  std::string database() const { return path("Wevora-Account-7.db"); }
   /// A word that is younger than four seconds is not read again.
   static void letTheWordsAge(const Session& session) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(4500);
     ASSERT_TRUE(session.until([end] { return std::chrono::steady_clock::now() > end; }));
   }
-
-  MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/Stick"};
-
- private:
-  bool mounted_ = false;
 };
 
 /// Pixels that differ: in the frame, and beside it in the square as high as the frame.
@@ -178,7 +153,7 @@ TEST_F(NautilusTest, AFileThatIsRemovedLeavesNoBadgeToTheOneThatTakesItsPlace) {
   session.open(volume.path(), 4);
   ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
   fs::remove(path("kept.txt"));
-  agentTool({"scan", "--account", kAccount, "--volume", volume.path()});
+  scanAgain();
   agent.tell("Removed", {path("kept.txt")});
   EXPECT_TRUE(session.shows(path("kept.txt"), "not shown"));
   EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
@@ -589,7 +564,7 @@ TEST_F(NautilusTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
   const auto hasPicture = [&](const std::string& label) {
     const auto picture = session.screen().picture();
     return std::ranges::any_of(session.screen().sidebar(), [&](const auto& row) {
-      return picture && row.name == label && session.badges().isDriveAt(*picture, row);
+      return picture && row.name == label && Session::isDriveAt(*picture, row);
     });
   };
   EXPECT_TRUE(session.until([&] { return kindOf("(w) Drive") == "GdkMemoryTexture"; }));

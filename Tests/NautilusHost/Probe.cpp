@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
-#include "Tests/NautilusHost/ProbeInterface.h"
+#include "Tests/HostSession/ProbeInterface.h"
 #include "Tests/NautilusHost/ProbeTimes.h"
 #include "Tests/NautilusHost/ProbeWidgets.h"
 
@@ -27,21 +27,6 @@ using nautilus::GObjectPtr;
 using nautilus::GText;
 using nautilus::objectProperty;
 using nautilus::textProperty;
-
-constexpr const char* kInterfaceXml = R"xml(
-<node><interface name="com.Wevora.Test.NautilusProbe">
-  <method name="Windows"><arg type="as" direction="out"/></method>
-  <method name="Look"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
-  <method name="Rows"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
-  <method name="NextFrame"><arg type="u" direction="in"/></method>
-  <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
-  <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
-  <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
-  <method name="FrameTimes"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="d" direction="in"/><arg type="a(dd)" direction="out"/></method>
-  <method name="DrawTimes"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="a(dd)" direction="out"/></method>
-  <method name="TimeUntilPainted"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="d" direction="out"/></method>
-  <method name="Search"><arg type="u" direction="in"/><arg type="s" direction="in"/></method>
-</interface></node>)xml";
 
 void addPlace(GVariantBuilder& places, const std::string& name, const std::string& kind,
               const graphene_rect_t& frame) {
@@ -238,7 +223,9 @@ void answerOf(GtkWidget* window, const std::string& method, GVariant* arguments,
     g_variant_get(arguments, "(u&s)", &number, &label);
     return done(g_variant_new("(b)", eject(window, label) ? TRUE : FALSE));
   }
-  timed(window, method, arguments, invocation);
+  if (method == "FrameTimes" || method == "DrawTimes" || method == "TimeUntilPainted")
+    return timed(window, method, arguments, invocation);
+  g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "not of this host");
 }
 
 void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
@@ -254,7 +241,7 @@ void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gc
 
 void serve(GDBusConnection* bus, const gchar*, gpointer) noexcept {
   static const GDBusInterfaceVTable table = {&called, nullptr, nullptr, {}};
-  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kInterfaceXml, nullptr);
+  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kProbeXml, nullptr);
   g_dbus_connection_register_object(bus, kProbePath, node->interfaces[0], &table, nullptr, nullptr,
                                     nullptr);
   g_dbus_node_info_unref(node);

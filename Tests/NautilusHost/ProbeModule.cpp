@@ -3,7 +3,7 @@
 
 #include <glib-object.h>
 
-#include "Tests/NautilusHost/ProbeInterface.h"
+#include "Tests/HostSession/ProbeInterface.h"
 
 extern "C" {
 

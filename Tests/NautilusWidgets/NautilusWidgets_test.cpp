@@ -11,9 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include "Hosts/Common/View.h"
+#include "Hosts/Nautilus/GObjectPtr.h"
 #include "Hosts/Nautilus/HostWidgets.h"
 #include "Hosts/Nautilus/Sidebars.h"
-#include "Hosts/Nautilus/View.h"
 #include "Platform/Graphics/Image.h"
 #include "Tests/ChildProcess/ChildProcess.h"
 
@@ -242,7 +243,7 @@ TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseTakesTheImageThatItsDelegateGivesI
        {std::pair("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow"),
         std::pair("NautilusSidebar", "NautilusSidebarRow")}) {
     platform::Runtime runtime;
-    const auto views = View::registerIn(runtime);
+    const auto views = hosts::View::registerIn(runtime);
     Sidebars sidebars(runtime, *views);
     const auto picture = std::make_shared<platform::Image>(platform::Size{16, 16});
     const std::vector<platform::ImageRep> reps = {
@@ -281,7 +282,7 @@ TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseTakesTheImageThatItsDelegateGivesI
 
 TEST_F(NautilusWidgetsTest, ARowThatLacksWhatIsLookedForStaysAsItIs) {
   platform::Runtime runtime;
-  const auto views = View::registerIn(runtime);
+  const auto views = hosts::View::registerIn(runtime);
   Sidebars sidebars(runtime, *views);
   GtkWidget* content = g_object_ref_sink(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
   GtkWidget* list = gtk_list_box_new();

@@ -11,6 +11,7 @@
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Graphics/ImageFiles.h"
+#include "Tests/HostSession/VolumeTest.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 #include "Tests/PCManFMQtHost/AgentVoice.h"
@@ -33,37 +34,9 @@ using View = QtSession::View;
 constexpr const char* kAccount = "7";
 constexpr const char* kElsewhere = "/elsewhere/file";  // of which nothing is shown
 
-class PCManFMQtTest : public testing::Test {
+class PCManFMQtTest : public testing_host::VolumeTest {
  protected:
-  PCManFMQtTest() {
-    mounted_ = volume.mount();
-    fs::create_directories(path("Folder/Inner"));
-    write("Folder/inside.txt");
-    write("kept.txt");
-    write("waiting.txt");
-  }
-  std::string path(const std::string& name) const { return volume.path(name); }
-  void write(const std::string& name) const { std::ofstream(path(name)) << "x"; }
-
-  /// The database of the volume as it is now: "kept.txt" and what the list names are backed up.
-  void scan(std::vector<std::string> backedUp = {}) const {
-    ASSERT_TRUE(mounted_);
-    agentTool(
-        {"init", "--account", kAccount, "--volume", volume.path(), "--include", volume.path()});
-    scanAgain();
-    backedUp.emplace_back("kept.txt");
-    for (const auto& name : backedUp) mark(name, "--synchronized");
-  }
-  void scanAgain() const { agentTool({"scan", "--account", kAccount, "--volume", volume.path()}); }
-  void mark(const std::string& name, const std::string& as) const {
-    agentTool({"mark", "--account", kAccount, as, path(name)});
-  }
-  std::string database() const { return path("Wevora-Account-7.db"); }
-
-  MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/Stick"};
-
- private:
-  bool mounted_ = false;
+  PCManFMQtTest() : VolumeTest(kAccount) {}
 };
 
 class PCManFMQtViewTest : public PCManFMQtTest, public testing::WithParamInterface<View> {

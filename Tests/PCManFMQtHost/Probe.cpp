@@ -33,19 +33,6 @@
 namespace wevora::testing_host {
 namespace {
 
-constexpr const char* kInterfaceXml = R"xml(
-<node><interface name="com.Wevora.Test.Probe">
-  <method name="Windows"><arg type="as" direction="out"/></method>
-  <method name="Look"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
-  <method name="Rows"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
-  <method name="NextFrame"><arg type="u" direction="in"/></method>
-  <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
-  <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
-  <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
-  <method name="Move"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="d" direction="in"/><arg type="d" direction="in"/></method>
-  <method name="Paints"><arg type="u" direction="in"/><arg type="u" direction="out"/></method>
-</interface></node>)xml";
-
 constexpr int kFrame = 20;  // milliseconds
 
 using Invocation = GDBusMethodInvocation;
@@ -200,8 +187,8 @@ GVariant* rowsOf(QWidget* window) {
   return g_variant_new("(a(ss(dddd)))", &rows);
 }
 
-/// What the display shows, not what the widgets would draw: its width, its height, and its pixels,
-/// 32 bits each.
+/// What the display shows, not what the widgets would draw: its width, its height, how many of its
+/// pixels are one of a place's points, and its pixels: 32 bits each.
 void savePicture(QWidget* window, const std::string& file) {
   const QImage picture = window->windowHandle()
                              ->screen()
@@ -209,7 +196,7 @@ void savePicture(QWidget* window, const std::string& file) {
                              .toImage()
                              .convertToFormat(QImage::Format_ARGB32_Premultiplied);
   const std::uint32_t size[] = {static_cast<std::uint32_t>(picture.width()),
-                                static_cast<std::uint32_t>(picture.height())};
+                                static_cast<std::uint32_t>(picture.height()), 1};
   std::ofstream out(file, std::ios::binary);
   out.write(reinterpret_cast<const char*>(size), sizeof size);
   out.write(reinterpret_cast<const char*>(picture.constBits()),
@@ -306,6 +293,8 @@ void answerOf(QWidget* window, const std::string& method, GVariant* arguments,
     double y = 0;
     g_variant_get(arguments, "(u&sdd)", &number, &text, &x, &y);
     move(window, text, QPointF(x, y).toPoint());
+  } else if (method != "NextFrame") {
+    return g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "not of this host");
   }
   answerAfterFrame(invocation);
 }
@@ -331,7 +320,7 @@ void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gc
 
 void serve(GDBusConnection* bus, const gchar*, gpointer) noexcept {
   static const GDBusInterfaceVTable table = {&called, nullptr, nullptr, {}};
-  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kInterfaceXml, nullptr);
+  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kProbeXml, nullptr);
   g_dbus_connection_register_object(bus, kProbePath, node->interfaces[0], &table, nullptr, nullptr,
                                     nullptr);
   g_dbus_node_info_unref(node);

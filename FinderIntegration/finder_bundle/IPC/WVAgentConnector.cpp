@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "Connector/DaemonConnectionPort.h"
 #include "Connector/DaemonConnectionProxy.h"
 #include "Platform/Strings/Strings.h"
 #include "Platform/Support/Guard.h"
@@ -28,7 +29,8 @@ WVAgentConnector::WVAgentConnector(WVAgentConnectorServices services)
 
 void WVAgentConnector::connect() {
   swallowing([&] {
-    if (const auto port = findPort()) openConnection(port);
+    if (const auto port = portOfDaemonConnection(services_.distributedObjects, services_.userName))
+      openConnection(port);
   });
   if (_daemonConnection) {
     swallowing([&] { setAccountId(clientID()); });
@@ -42,15 +44,6 @@ void WVAgentConnector::connect() {
     startToObserveConnectionBecomeAvailableNotification();
   }
   swallowing([&] { checkEnabled(); });
-}
-
-std::shared_ptr<platform::SendPort> WVAgentConnector::findPort() {
-  for (std::uint32_t seed = 0; seed < daemonConnectionNameMaximalSeed(); ++seed) {
-    const auto name = daemonConnectionNameAndSeed(services_.userName, seed);
-    if (!name) return nullptr;
-    if (auto port = services_.distributedObjects.portForName(*name)) return port;
-  }
-  return nullptr;
 }
 
 void WVAgentConnector::openConnection(const std::shared_ptr<platform::SendPort>& port) {

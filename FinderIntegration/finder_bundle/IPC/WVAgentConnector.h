@@ -99,7 +99,6 @@ class WVAgentConnector {
   using Observation = std::unique_ptr<platform::DistributedNotificationCenter::Observation>;
   using LocalObservation = std::unique_ptr<platform::LocalNotificationCenter::Observation>;
 
-  std::shared_ptr<platform::SendPort> findPort();
   void openConnection(const std::shared_ptr<platform::SendPort>& port);
   Text clientID() const;
   template <class Handler>

@@ -1,8 +1,8 @@
-#include "Hosts/Nautilus/Node.h"
+#include "Hosts/Common/Node.h"
 
 #include <gtest/gtest.h>
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 namespace {
 
 using platform::Id;
@@ -67,4 +67,4 @@ TEST_F(NodeTest, AnItemThatIsNotOnThisMachineHasNoURL) {
 }
 
 }  // namespace
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts

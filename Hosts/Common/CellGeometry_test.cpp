@@ -1,8 +1,8 @@
-#include "Hosts/Nautilus/CellGeometry.h"
+#include "Hosts/Common/CellGeometry.h"
 
 #include <gtest/gtest.h>
 
-namespace wevora::nautilus {
+namespace wevora::hosts {
 namespace {
 
 using platform::Rect;
@@ -54,4 +54,4 @@ TEST(CellGeometryTest, TheRowBeginsAtItsOwnOrigin) {
 }
 
 }  // namespace
-}  // namespace wevora::nautilus
+}  // namespace wevora::hosts

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <gtk/gtk.h>
+#include <memory>
+#include <utility>
+
+#include "Hosts/Common/View.h"
+#include "Hosts/Nautilus/GObjectPtr.h"
+
+namespace wevora::nautilus {
+
+/// How a view draws a widget of the host again; does nothing once that has gone.
+template <class Draw>
+hosts::View::Redraw redrawing(GtkWidget* widget, Draw draw) {
+  return [weak = std::make_shared<const GWeak<GtkWidget>>(widget), draw = std::move(draw)] {
+    if (const auto shown = weak->get()) draw(shown.get());
+  };
+}
+
+}  // namespace wevora::nautilus
