@@ -47,13 +47,13 @@ TEST_F(ProcessesTest, AProgramThatIsMissingIsNotBecome) {
 }
 
 TEST_F(ProcessesTest, AProcessThatRunsHasNotEndedInTime) {
-  const ChildProcess running({"cat"});
+  const ChildProcess running({"tail", "-f", "/dev/null"});
   EXPECT_FALSE(processes.ends(running.pid(), 0ms));
   EXPECT_FALSE(running.status());
 }
 
 TEST_F(ProcessesTest, TheEndOfAProcessIsWaitedFor) {
-  ChildProcess ending({"cat"});
+  ChildProcess ending({"tail", "-f", "/dev/null"});
   ending.signal(SIGTERM);
   EXPECT_TRUE(processes.ends(ending.pid(), 60s));
 }
