@@ -1,5 +1,6 @@
 #include <QAbstractEventDispatcher>
 #include <iostream>
+#include <utility>
 
 #include "Hosts/Common/Bundle.h"
 #include "Hosts/PCManFMQt/Host.h"
@@ -16,8 +17,10 @@ bool runsOnGLib() {
 }
 
 /// The bundle looks the host's classes up while it loads. Without a bundle the host's views are
-/// left alone.
+/// left alone. An environment may name the plug-in more than once.
 void start() {
+  static bool started = false;
+  if (std::exchange(started, true)) return;
   if (!runsOnGLib()) {
     std::cerr << "wevora: Qt does not run on GLib's main loop here; there will be no badges\n";
     return;

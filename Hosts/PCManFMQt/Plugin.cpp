@@ -34,6 +34,17 @@ void leaveEnvironment() {
 
 }  // namespace
 
+/// What the plug-in is in the host.
+/// Threads: the main thread. Owns: nothing. Errors: as the plug-in.
+class Starter : public QObject {
+  Q_OBJECT
+
+ public:
+  Q_INVOKABLE void start() {
+    platform::swallowing([] { hosts::loadAndCall(kHostLibrary, kHostEntry); });
+  }
+};
+
 /// What Qt loads, into any program that has it named in its environment. It brings no other library
 /// of the system, and does nothing but in the host; there, once the host's event loop runs.
 /// Threads: the main thread. Owns: nothing. Errors: a plug-in that does nothing.
@@ -42,16 +53,16 @@ class Plugin : public QGenericPlugin {
   Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "plugin.json")
 
  public:
+  // NOLINTBEGIN(cppcoreguidelines-owning-memory): Qt deletes what is made
   QObject* create(const QString& key, const QString&) override {
-    auto* made = new QObject();  // NOLINT(cppcoreguidelines-owning-memory): Qt deletes it
-    if (key.compare(QLatin1String(kKey), Qt::CaseInsensitive) == 0 && isInsideTheHost()) {
-      leaveEnvironment();
-      QMetaObject::invokeMethod(
-          made, [] { platform::swallowing([] { hosts::loadAndCall(kHostLibrary, kHostEntry); }); },
-          Qt::QueuedConnection);
-    }
-    return made;
+    if (key.compare(QLatin1String(kKey), Qt::CaseInsensitive) != 0 || !isInsideTheHost())
+      return new QObject();
+    leaveEnvironment();
+    auto* starter = new Starter();
+    QMetaObject::invokeMethod(starter, "start", Qt::QueuedConnection);
+    return starter;
   }
+  // NOLINTEND(cppcoreguidelines-owning-memory)
 };
 
 }  // namespace wevora::pcmanfmqt

@@ -14,6 +14,7 @@
 #include "Tests/HostSession/VolumeTest.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
+#include "Tests/PCManFMQtHost/AgentVoice.h"
 #include "Tests/PCManFMQtHost/Session.h"
 
 namespace wevora {
@@ -22,6 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing_host::Agent;
 using testing_host::agentTool;
+using testing_host::AgentVoice;
 using testing_host::MountedVolume;
 using testing_host::QtSession;
 using testing_host::switchBadges;
@@ -30,6 +32,7 @@ using Plugin = QtSession::Plugin;
 using View = QtSession::View;
 
 constexpr const char* kAccount = "7";
+constexpr const char* kElsewhere = "/elsewhere/file";  // of which nothing is shown
 
 class PCManFMQtTest : public testing_host::VolumeTest {
  protected:
@@ -385,8 +388,8 @@ TEST_F(PCManFMQtTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
   const Agent agent(kAccount);
   session.open(volume.path(), 4);
   EXPECT_TRUE(session.until([&] { return shareOfDrivePicture(session, "(w) Drive") > 0.8; }));
+  EXPECT_TRUE(session.until([&] { return shareOfDrivePicture(session, "(W) drive") >= 0; }));
   EXPECT_LT(shareOfDrivePicture(session, "(W) drive"), 0.5);
-  EXPECT_GE(shareOfDrivePicture(session, "(W) drive"), 0);
 }
 
 // The plug-in.
@@ -443,12 +446,14 @@ TEST_F(PCManFMQtTest, WhereQtDoesNotRunOnGLibThePluginSaysSoOnceAndDoesNothing) 
   const QtSession session({});
   const platform::TemporaryFolder folder;
   fs::copy_file(WEVORA_OTHER_PROGRAM, folder.path("pcmanfm-qt"));
-  const auto outcome = otherProgram(folder.path("pcmanfm-qt"),
-                                    {{"QT_QPA_GENERIC_PLUGINS", "wevora"}, {"QT_NO_GLIB", "1"}});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.errors,
-            "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
-  EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
+  for (const char* plugins : {"wevora", "wevora,wevora"}) {
+    const auto outcome = otherProgram(folder.path("pcmanfm-qt"),
+                                      {{"QT_QPA_GENERIC_PLUGINS", plugins}, {"QT_NO_GLIB", "1"}});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors,
+              "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
+    EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
+  }
 }
 
 TEST_F(PCManFMQtTest, TheFileManagerHoldsTheBundleThatIsInstalled) {
@@ -538,7 +543,8 @@ TEST_F(PCManFMQtTest, ADiskWhoseFolderIsOpenIsUnmountedFromWithinTheFileManager)
   const Agent agent(kAccount);
   session.open(disk.path(), 2);
   ASSERT_TRUE(session.shows(disk.path("waiting.txt"), "blue"));
-  ASSERT_TRUE(session.screen().eject("Disk"));
+  // The host may come to know a disk some time after the window is there.
+  ASSERT_TRUE(session.until([&] { return session.screen().eject("Disk"); }));
   EXPECT_TRUE(session.until([&] { return !fs::exists(disk.path("waiting.txt")); }));
   fs::remove(disk.path());  // other tests look into /media
   EXPECT_FALSE(session.fileManager().status());
@@ -560,6 +566,26 @@ class PCManFMQtDesktopTest : public PCManFMQtTest {
       return still >= kStill;
     });
     return latest;
+  }
+
+  struct Storm {
+    bool isShort = false;
+    unsigned paints = 0;  ///< when it is over
+  };
+  /// A hundred events, told with frames between them so that they take more than a second, and
+  /// short where they are over when no reload that was put off for two can have come yet.
+  static Storm raiseStorm(const QtSession& session, AgentVoice& voice) {
+    constexpr int kEvents = 100;
+    constexpr std::chrono::milliseconds kBetween{15};
+    const auto begin = std::chrono::steady_clock::now();
+    const auto took = [begin] { return std::chrono::steady_clock::now() - begin; };
+    for (int i = 0; i < kEvents; ++i) {
+      EXPECT_TRUE(voice.post("Changed", {kElsewhere}));
+      while (took() < i * kBetween) session.screen().nextFrame();
+    }
+    session.screen().nextFrame();
+    const unsigned paints = session.screen().paints();
+    return {.isShort = took() < std::chrono::seconds(2), .paints = paints};
   }
 };
 
@@ -611,37 +637,62 @@ TEST_F(PCManFMQtDesktopTest, BadgesGoWithTheAgentAndComeBackWithIt) {
 TEST_F(PCManFMQtDesktopTest, AStormOfEventsReloadsTheDesktopAtOnceAndOnceMore) {
   scan();
   QtSession session({});
+  AgentVoice voice;
   const Agent agent(kAccount);
   session.openDesktop(path("Folder"), 2);  // the host also paints when a database changes
   ASSERT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
-  const unsigned before = settledPaints(session);
-  const auto begin = std::chrono::steady_clock::now();
-  // Of what the agent itself has nothing more to tell.
-  for (int i = 0; i < 100; ++i) agent.tell("Changed", {"/elsewhere/file"});
-  const auto took = std::chrono::steady_clock::now() - begin;
-  const unsigned reloads = settledPaints(session) - before;
-  // The agent tells of everything once again five seconds later, which is one more; a storm that a
-  // busy machine draws out gives time for more.
-  EXPECT_GE(reloads, 2U);
-  EXPECT_LE(reloads, 3U + static_cast<unsigned>(took / std::chrono::milliseconds(1500)));
+  unsigned before = 0;
+  // What a busy machine draws out is another storm, which may reload the desktop more often.
+  ASSERT_TRUE(session.untilOutside([&] {
+    before = settledPaints(session);
+    const auto storm = raiseStorm(session, voice);
+    if (!storm.isShort) return false;
+    EXPECT_EQ(storm.paints - before, 1U);
+    return true;
+  }));
+  EXPECT_TRUE(session.until([&] { return session.screen().paints() - before >= 2; }));
+  EXPECT_EQ(settledPaints(session) - before, 2U);
   EXPECT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
 }
 
-TEST_F(PCManFMQtDesktopTest, SwitchingBadgesReloadsTheDesktopAtOnceWhileAReloadIsPending) {
+TEST_F(PCManFMQtDesktopTest, SwitchingBadgesOffReloadsTheDesktopAtOnceWhileAReloadIsPending) {
   scan();
   QtSession session({});
+  AgentVoice voice;
   const Agent agent(kAccount);
   session.openDesktop(path("Folder"), 2);  // the host also paints when a database changes
   ASSERT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
   const unsigned before = settledPaints(session);
-  agent.tell("Changed", {"/elsewhere/file"});  // at once
-  agent.tell("Changed", {"/elsewhere/file"});  // put off
+  const auto comesTo = [&](unsigned reloads) {
+    return session.until([&] { return session.screen().paints() - before >= reloads; });
+  };
+  ASSERT_TRUE(voice.post("Changed", {kElsewhere}));  // at once
+  ASSERT_TRUE(comesTo(1));
+  ASSERT_TRUE(voice.post("Changed", {kElsewhere}));  // put off
+  session.screen().nextFrame();
   switchBadges(false);
   EXPECT_TRUE(session.shows(path("Folder/inside.txt"), ""));
+  ASSERT_TRUE(comesTo(3));
   // Were it not forced, it would be one with the reload that is put off.
-  EXPECT_GE(settledPaints(session) - before, 3U);
+  EXPECT_EQ(settledPaints(session) - before, 3U);
+}
+
+TEST_F(PCManFMQtDesktopTest, SwitchingBadgesOnReloadsTheDesktopAtOnceAndWhenTheirWordsAreKnown) {
+  scan();
+  QtSession session({});
+  AgentVoice voice;
+  const Agent agent(kAccount);
+  session.openDesktop(path("Folder"), 2);
+  ASSERT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
+  switchBadges(false);
+  EXPECT_TRUE(session.shows(path("Folder/inside.txt"), ""));
+  const unsigned before = settledPaints(session);
+  ASSERT_TRUE(voice.post("Changed", {kElsewhere}));
+  ASSERT_TRUE(session.until([&] { return session.screen().paints() - before >= 1; }));
   switchBadges(true);
   EXPECT_TRUE(session.shows(path("Folder/inside.txt"), "blue"));
+  // Were it not forced, it would be one with the reload that the words ask for.
+  EXPECT_EQ(settledPaints(session) - before, 3U);
 }
 
 TEST_F(PCManFMQtDesktopTest, ABadgeFollowsAnIconThatIsMoved) {

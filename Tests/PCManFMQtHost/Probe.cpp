@@ -62,6 +62,7 @@ class Paints : public QObject {
 };
 
 Paints& paints() {
+  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): it lives as long as the host
   static auto* counting = new Paints();
   return *counting;
 }
@@ -204,9 +205,14 @@ void savePicture(QWidget* window, const std::string& file) {
 }
 
 void answerAfterFrame(Invocation* invocation, const std::function<GVariant*()>& answer = {}) {
-  QTimer::singleShot(kFrame, qApp, [invocation, answer] {
+  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): it goes when it is done
+  auto* frame = new QTimer(qApp);
+  frame->setSingleShot(true);
+  QObject::connect(frame, &QTimer::timeout, frame, [frame, invocation, answer] {
+    frame->deleteLater();
     g_dbus_method_invocation_return_value(invocation, answer ? answer() : nullptr);
   });
+  frame->start(kFrame);
 }
 
 void scroll(QWidget* window, double part) {
@@ -218,7 +224,7 @@ void scroll(QWidget* window, double part) {
 
 void activate(QWidget* window, const char* action) {
   if (auto* found = window->findChild<QAction*>(QLatin1String(action)))
-    QTimer::singleShot(0, found, [found] { found->trigger(); });
+    QMetaObject::invokeMethod(found, "trigger", Qt::QueuedConnection);
 }
 
 /// Opens a door that subclasses of a list have.
@@ -339,11 +345,12 @@ class ProbePlugin : public QGenericPlugin {
 
  public:
   QObject* create(const QString&, const QString&) override {
-    QTimer::singleShot(0, this, [] {
-      qApp->installEventFilter(&paints());
-      serveProbe();
-    });
-    return new QObject();
+    QMetaObject::invokeMethod(this, "serve", Qt::QueuedConnection);
+    return new QObject();  // NOLINT(cppcoreguidelines-owning-memory): Qt deletes it
+  }
+  Q_INVOKABLE void serve() {
+    qApp->installEventFilter(&paints());
+    serveProbe();
   }
 };
 

@@ -1,5 +1,6 @@
 #include "Tests/PCManFMQtHost/Session.h"
 
+#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -46,9 +47,10 @@ Environment QtSession::environment() const {
 }
 
 void QtSession::open(const std::string& location, std::size_t items) {
-  std::vector<std::string> command = {"pcmanfm-qt", location};
-  if (!options_.loader.empty()) command.insert(command.begin(), options_.loader);
-  startFileManager(command, environment());
+  if (options_.loader.empty())
+    startFileManager({"pcmanfm-qt", location}, environment());
+  else
+    startFileManager({options_.loader, "pcmanfm-qt", location}, environment());
   waitForItems(items, 0);
 }
 
@@ -65,7 +67,9 @@ void QtSession::installVersion(const std::string& version) const {
 }
 
 Outcome QtSession::runWithEnvironment(const std::vector<std::string>& command) const {
-  return ranToItsEnd(command, HostSession::environment(environment()));
+  ChildProcess process(command, HostSession::environment(environment()));
+  const auto status = process.waitForEnd(std::chrono::seconds(60));
+  return {.status = status.value_or(-1), .output = process.output(), .errors = process.errors()};
 }
 
 void QtSession::openAnother(const std::string& location, std::size_t items) {
@@ -76,7 +80,10 @@ void QtSession::openAnother(const std::string& location, std::size_t items) {
 
 void QtSession::openDesktop(const std::string& folder, std::size_t items) {
   writeAtHome(".config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"" + folder + "\"\n");
-  startFileManager({"pcmanfm-qt", "--desktop"}, environment());
+  if (options_.loader.empty())
+    startFileManager({"pcmanfm-qt", "--desktop"}, environment());
+  else
+    startFileManager({options_.loader, "pcmanfm-qt-desktop"}, environment());
   waitForItems(items, 0);
 }
 
