@@ -34,12 +34,17 @@ int Loader::complain(int status, const std::string& text) {
 // A second copy of a file manager hands what it is asked for to the one that runs.
 int Loader::start(const SupportedHost& host, std::span<const std::string> more) {
   if (!around_.installed) return complain(kNotStarted, "the bundle is not installed");
-  for (const auto& running : around_.running())
-    if (running.host->program == host.program && running.holding == Holding::Nothing)
+  for (const auto& running : around_.running()) {
+    if (running.host->program != host.program) continue;
+    if (running.holding == Holding::Nothing)
       complain(kDone, nameOf(running) +
                           " runs without the bundle; what it opens has no badges "
                           "until it is quit (" +
                           std::string(host.program) + " " + std::string(host.quit) + ")");
+    if (running.holding == Holding::Another)
+      complain(kDone, nameOf(running) + " " + stateOf(running) +
+                          "; wevora-loader --restart starts it with the installed one");
+  }
   const auto command = commandOf(host, more);
   around_.processes.become(command, variablesFor(host, around_.pluginFolder, around_.environment));
   return complain(kNotStarted, command.front() + " cannot be started; is it installed?");

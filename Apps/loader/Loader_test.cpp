@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using Words = std::vector<std::string>;
 
 constexpr BundleVersion kInstalled{2, 0, 1};
@@ -89,6 +90,19 @@ TEST_F(LoaderTest, TheQtHostFindsThePluginByItsEnvironment) {
 TEST_F(LoaderTest, TheDesktopIsAWayToStartTheQtHost) {
   loader().start(*hostNamed("pcmanfm-qt-desktop"), Words{"--profile=lxqt"});
   EXPECT_THAT(processes.became, ElementsAre("pcmanfm-qt", "--desktop", "--profile=lxqt"));
+}
+
+TEST_F(LoaderTest, WhoseFileManagerHoldsAnotherVersionIsToldHowToRestartIt) {
+  add("pcmanfm-qt", 12, Holding::Another);
+  add("nautilus", 13, Holding::Another);
+  add("pcmanfm-qt", 14, Holding::Installed);
+  loader().start(*hostNamed("pcmanfm-qt"), {});
+  EXPECT_THAT(errors.str(),
+              HasSubstr("wevora-loader: pcmanfm-qt (process 12) holds version 1.9.0; "
+                        "wevora-loader --restart starts it with the installed one\n"));
+  EXPECT_THAT(errors.str(), Not(HasSubstr("process 13")));
+  EXPECT_THAT(errors.str(), Not(HasSubstr("process 14")));
+  EXPECT_THAT(processes.became, ElementsAre("pcmanfm-qt"));
 }
 
 TEST_F(LoaderTest, PluginsThatTheEnvironmentNamesAlreadyStay) {
