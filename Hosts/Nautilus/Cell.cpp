@@ -5,6 +5,14 @@
 #include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
+namespace {
+
+bool isDrawnByCairo(GtkWidget* widget) {
+  GtkNative* const native = gtk_widget_get_native(widget);
+  return native != nullptr && GSK_IS_CAIRO_RENDERER(gtk_native_get_renderer(native));
+}
+
+}  // namespace
 
 using hosts::ImageWrapper;
 using hosts::ListRow;
@@ -104,7 +112,8 @@ SnapshotTarget Cell::targetAt(double x, double y) const {
   return {pass_->snapshot,
           pass_->textures,
           {.origin = {static_cast<float>(x), static_cast<float>(y)},
-           .deviceScale = static_cast<double>(gtk_widget_get_scale_factor(pass_->widget))}};
+           .deviceScale = static_cast<double>(gtk_widget_get_scale_factor(pass_->widget)),
+           .hasHardware = !isDrawnByCairo(pass_->widget)}};
 }
 
 }  // namespace wevora::nautilus

@@ -12,8 +12,19 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
        at(space_.origin.y, drawing.destination.y + piece.part.y)},
       {static_cast<float>(piece.part.width), static_cast<float>(piece.part.height)}};
   if (drawing.fraction < 1.0) gtk_snapshot_push_opacity(snapshot_, drawing.fraction);
-  gtk_snapshot_append_texture(snapshot_, piece.texture.get(), &rect);
+  append(piece, rect);
   if (drawing.fraction < 1.0) gtk_snapshot_pop(snapshot_);
+}
+
+void SnapshotTarget::append(const Piece& piece, const graphene_rect_t& rect) {
+  if (space_.hasHardware) {
+    gtk_snapshot_append_texture(snapshot_, piece.texture.get(), &rect);
+    return;
+  }
+  gtk_snapshot_save(snapshot_);
+  gtk_snapshot_translate(snapshot_, &rect.origin);
+  gtk_snapshot_append_node(snapshot_, piece.recorded.get());
+  gtk_snapshot_restore(snapshot_);
 }
 
 // Nearly always all lies within the edges, and nothing has to be clipped.

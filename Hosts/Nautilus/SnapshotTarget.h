@@ -17,6 +17,7 @@ class SnapshotTarget : public platform::DrawingTarget {
   struct Space {
     graphene_point_t origin{};
     double deviceScale = 1.0;
+    bool hasHardware = true;  ///< draws the frame
   };
   SnapshotTarget(GtkSnapshot* snapshot, Textures& textures, const Space& space)
       : snapshot_(snapshot), textures_(textures), space_(space) {}
@@ -32,6 +33,8 @@ class SnapshotTarget : public platform::DrawingTarget {
   void restore() override { gtk_snapshot_restore(snapshot_); }
 
  private:
+  void append(const Piece& piece, const graphene_rect_t& rect);
+
   GtkSnapshot* const snapshot_;
   Textures& textures_;
   const Space space_;

@@ -29,7 +29,8 @@ constexpr int kSide = 8;  // points of the frame
 /// A frame that the host puts together.
 class Frame {
  public:
-  explicit Frame(double scale = 1) : scale_(scale), snapshot_(gtk_snapshot_new()) {
+  explicit Frame(double scale = 1, bool hasHardware = true)
+      : scale_(scale), hasHardware_(hasHardware), snapshot_(gtk_snapshot_new()) {
     g_type_ensure(GSK_TYPE_COLOR_NODE);  // which GTK does once it has a display
   }
   ~Frame() { g_object_unref(snapshot_); }
@@ -37,7 +38,9 @@ class Frame {
   Frame& operator=(const Frame&) = delete;
 
   SnapshotTarget target(float x = 0, float y = 0) {
-    return {snapshot_, textures_, {.origin = {x, y}, .deviceScale = scale_}};
+    return {snapshot_,
+            textures_,
+            {.origin = {x, y}, .deviceScale = scale_, .hasHardware = hasHardware_}};
   }
   /// The host's own drawing.
   void fill(const GdkRGBA& colour) {
@@ -46,7 +49,8 @@ class Frame {
   }
   Textures& textures() { return textures_; }
 
-  bool hasClip() { return node() != nullptr && isOrHasClip(node()); }
+  bool hasTexture() { return node() != nullptr && isOrHas(GSK_TEXTURE_NODE, node()); }
+  bool hasClip() { return node() != nullptr && isOrHas(GSK_CLIP_NODE, node()); }
 
   /// The device pixels of the frame, the top row first.
   std::vector<std::uint32_t> pixels() {
@@ -73,15 +77,16 @@ class Frame {
     if (!std::exchange(ended_, true)) node_.reset(gtk_snapshot_to_node(snapshot_));
     return node_.get();
   }
-  static bool isOrHasClip(GskRenderNode* node) {
+  static bool isOrHas(GskRenderNodeType wanted, GskRenderNode* node) {
     const auto type = gsk_render_node_get_node_type(node);
-    if (type != GSK_CONTAINER_NODE) return type == GSK_CLIP_NODE;
+    if (type != GSK_CONTAINER_NODE) return type == wanted;
     for (guint i = 0; i < gsk_container_node_get_n_children(node); ++i)
-      if (isOrHasClip(gsk_container_node_get_child(node, i))) return true;
+      if (isOrHas(wanted, gsk_container_node_get_child(node, i))) return true;
     return false;
   }
 
   const double scale_;
+  const bool hasHardware_;
   GtkSnapshot* const snapshot_;
   Textures textures_;
   bool ended_ = false;
@@ -208,6 +213,24 @@ TEST(SnapshotTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDr
 }
 
 constexpr platform::BitmapDrawing kAsItIs{.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}};
+
+TEST(SnapshotTargetTest, WithoutHardwareTheSamePixelsAreDrawnWithoutATexture) {
+  for (const double scale : {1.0, 2.0}) {
+    std::vector<std::vector<std::uint32_t>> drawn;
+    for (const bool hasHardware : {true, false}) {
+      Frame frame(scale, hasHardware);
+      frame.fill({0, 1, 0, 1});
+      auto target = frame.target(1, 2);
+      target.drawBitmap(upright(), {.source = {0, 0, 2, 2}, .destination = {1, 1, 4, 4}});
+      target.drawBitmap(plain(0x80000080),
+                        {.source = {0, 0, 2, 2}, .destination = {2, 0, 2, 3}, .fraction = 0.5});
+      EXPECT_EQ(frame.hasTexture(), hasHardware);
+      drawn.push_back(frame.pixels());
+    }
+    EXPECT_EQ(drawn[0], drawn[1]) << scale;
+    EXPECT_NE(drawn[0], std::vector<std::uint32_t>(drawn[0].size(), kGreen));
+  }
+}
 
 TEST(SnapshotTargetTest, ABitmapThatIsDrawnAgainHasTheSameTexture) {
   Frame frame;

@@ -58,6 +58,24 @@ BitmapRef cutOut(const Bitmap& bitmap, const PixelRange& columns, const PixelRan
   return Bitmap::make(columns.to - columns.from, rows.to - rows.from, std::move(pixels));
 }
 
+RenderNodePtr recordedOf(GdkTexture* texture, double width, double height) {
+  const graphene_rect_t bounds{{0, 0}, {static_cast<float>(width), static_cast<float>(height)}};
+  RenderNodePtr node(gsk_cairo_node_new(&bounds));
+  const int columns = gdk_texture_get_width(texture);
+  const int rows = gdk_texture_get_height(texture);
+  cairo_surface_t* const pixels = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, columns, rows);
+  gdk_texture_download(texture, cairo_image_surface_get_data(pixels),
+                       static_cast<std::size_t>(cairo_image_surface_get_stride(pixels)));
+  cairo_surface_mark_dirty(pixels);
+  cairo_t* const recording = gsk_cairo_node_get_draw_context(node.get());
+  cairo_scale(recording, width / columns, height / rows);
+  cairo_set_source_surface(recording, pixels, 0, 0);
+  cairo_paint(recording);
+  cairo_destroy(recording);
+  cairo_surface_destroy(pixels);
+  return node;
+}
+
 Piece makePiece(const BitmapRef& bitmap, const BitmapDrawing& drawing, double deviceScale) {
   const BitmapRef whole = drawn(bitmap, drawing, deviceScale);
   if (!whole) return {};
@@ -78,37 +96,29 @@ Piece makePiece(const BitmapRef& bitmap, const BitmapDrawing& drawing, double de
   if (!part) return {};
   const double across = drawing.destination.width / static_cast<double>(whole->width());
   const double down = drawing.destination.height / static_cast<double>(whole->height());
-  return {
-      makeTexture(part),
-      {static_cast<double>(columns.from) * across, static_cast<double>(rows.from) * down,
-       static_cast<double>(part->width()) * across, static_cast<double>(part->height()) * down}};
-}
-
-/// The pixel's red, green, blue and alpha, the colours as they are before the alpha thins them.
-std::array<std::uint8_t, 4> straight(std::uint32_t pixel) {
-  const std::uint32_t alpha = pixel >> 24U;
-  const auto colour = [&](unsigned shift) {
-    const std::uint32_t thinned = (pixel >> shift) & 0xFFU;
-    return alpha == 0 ? std::uint8_t{0}
-                      : static_cast<std::uint8_t>((thinned * 0xFFU + alpha / 2) / alpha);
-  };
-  return {colour(16), colour(8), colour(0), static_cast<std::uint8_t>(alpha)};
+  const Rect place{
+      static_cast<double>(columns.from) * across, static_cast<double>(rows.from) * down,
+      static_cast<double>(part->width()) * across, static_cast<double>(part->height()) * down};
+  auto texture = makeTexture(part);
+  auto recorded = recordedOf(texture.get(), place.width, place.height);
+  return {std::move(texture), std::move(recorded), place};
 }
 
 }  // namespace
 
-// In the one form that GTK's cairo renderer reads fast: releases up to 4.8 turn pixels that have
-// the right form already into floating point and back, with each frame.
 GObjectPtr<GdkTexture> makeTexture(const platform::BitmapRef& bitmap) {
-  std::vector<std::uint8_t> bytes;
-  bytes.reserve(bitmap->height() * bitmap->bytesPerRow());
-  for (const std::uint32_t pixel : bitmap->pixels())
-    for (const std::uint8_t byte : straight(pixel)) bytes.push_back(byte);
-  GBytes* const held = g_bytes_new(bytes.data(), bytes.size());
+  const auto pixels = std::as_bytes(bitmap->pixels());
+  auto* const share = new platform::BitmapRef(bitmap);  // NOLINT(cppcoreguidelines-owning-memory)
+  GBytes* const bytes = g_bytes_new_with_free_func(
+      pixels.data(), pixels.size(),
+      +[](gpointer held) noexcept {
+        std::default_delete<platform::BitmapRef>()(static_cast<platform::BitmapRef*>(held));
+      },
+      share);
   GObjectPtr<GdkTexture> texture(
       gdk_memory_texture_new(static_cast<int>(bitmap->width()), static_cast<int>(bitmap->height()),
-                             GDK_MEMORY_R8G8B8A8, held, bitmap->bytesPerRow()));
-  g_bytes_unref(held);
+                             GDK_MEMORY_DEFAULT, bytes, bitmap->bytesPerRow()));
+  g_bytes_unref(bytes);
   return texture;
 }
 

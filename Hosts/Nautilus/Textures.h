@@ -3,8 +3,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <gdk/gdk.h>
+#include <gsk/gsk.h>
 #include <map>
+#include <memory>
 #include <tuple>
 
 #include "Hosts/Nautilus/GObjectPtr.h"
@@ -13,11 +14,19 @@
 
 namespace wevora::nautilus {
 
+struct RenderNodeUnref {
+  void operator()(GskRenderNode* node) const noexcept { gsk_render_node_unref(node); }
+};
+using RenderNodePtr = std::unique_ptr<GskRenderNode, RenderNodeUnref>;
+
 /// What a host draws of a bitmap: ready for the display's pixels, and without the clear part around
 /// it, so that a frame has the least to copy and nothing to scale.
-/// Threads: a value. Owns: its texture. Errors: without a texture where nothing is to be seen.
+/// Threads: a value. Owns: its texture and its node. Errors: without both where nothing is to be
+/// seen.
 struct Piece {
   GObjectPtr<GdkTexture> texture;
+  /// The same for a renderer without hardware, which copies a texture with each frame; at 0, 0.
+  RenderNodePtr recorded;
   platform::Rect part;  ///< where it lies in the drawing's destination, points
 };
 

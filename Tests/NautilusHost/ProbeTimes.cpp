@@ -114,6 +114,7 @@ guint texturesIn(const GskRenderNode* node) {
   if (node == nullptr) return 0;
   switch (gsk_render_node_get_node_type(node)) {
     case GSK_TEXTURE_NODE:
+    case GSK_CAIRO_NODE:  // what stands for a texture where GTK draws without hardware
       return 1;
     case GSK_CONTAINER_NODE: {
       guint sum = 0;
