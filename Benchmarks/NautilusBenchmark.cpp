@@ -138,7 +138,7 @@ void add(const std::string& name, int repetitions, double unit, Measured measure
 }
 
 void registerAll(Window& with, Window& without) {
-  constexpr int kRounds = 15;
+  constexpr int kRounds = 41;
   constexpr double kMilli = 1e-3;
   constexpr double kMicro = 1e-6;
   for (const auto& [side, window] : {std::pair("engine", &with), std::pair("bare", &without)}) {
