@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Tests/HostSession/VolumeTest.h"
+#include "Tests/HostSession/BadgesTest.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 #include "Tests/NautilusHost/Session.h"
@@ -22,11 +22,10 @@ namespace {
 namespace fs = std::filesystem;
 using testing_host::Agent;
 using testing_host::agentTool;
+using testing_host::kAccount;
 using testing_host::MountedVolume;
 using Session = testing_host::NautilusSession;
 using View = Session::View;
-
-constexpr const char* kAccount = "7";
 
 class NautilusTest : public testing_host::VolumeTest {
  protected:
@@ -72,23 +71,37 @@ std::vector<std::string> openOn(dev_t device, pid_t process) {
   return open;
 }
 
+template <View kView>
+struct ShownView {
+  using Session = testing_host::NautilusSession;
+  static constexpr int kScrollSteps = 12;
+  static Session start() { return Session(kView); }
+  static void open(Session& session, const std::string& folder, std::size_t items) {
+    session.open(folder, items);
+  }
+};
+// By these names the tests are listed.
+struct Icons : ShownView<View::Icons> {};
+struct List : ShownView<View::List> {};
+
+}  // namespace
+
+namespace testing_host {
+
+using NautilusViews = testing::Types<Icons, List>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, BadgesTest, NautilusViews);
+INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, ScrolledBadgesTest, NautilusViews);
+
+}  // namespace testing_host
+
+namespace {
+
 class NautilusViewTest : public NautilusTest, public testing::WithParamInterface<View> {};
 
 INSTANTIATE_TEST_SUITE_P(Views, NautilusViewTest, testing::Values(View::Icons, View::List),
                          [](const auto& view) {
                            return view.param == View::Icons ? "Icons" : "List";
                          });
-
-TEST_P(NautilusViewTest, EachWordHasItsBadgeAndAnItemWithoutOneHasNone) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-  EXPECT_EQ(session.word(database()), "");
-}
 
 // What the agent tells.
 
@@ -107,135 +120,7 @@ TEST_P(NautilusViewTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
   EXPECT_TRUE(session.shows(path("kept.txt"), "blue"));
 }
 
-TEST_P(NautilusViewTest, BadgesThatAreSwitchedOffAreGoneAndComeBackWhenTheyAreSwitchedOn) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  testing_host::switchBadges(false);
-  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), ""));
-  EXPECT_TRUE(session.shows(path("Folder"), ""));
-  testing_host::switchBadges(true);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-}
-
-TEST_P(NautilusViewTest, BadgesGoWithTheAgentAndComeBackWithIt) {
-  scan();
-  Session session(GetParam());
-  Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  agent.kill();
-  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
-  EXPECT_TRUE(session.shows(path("Folder"), ""));
-  const Agent another(kAccount);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-}
-
-TEST_F(NautilusTest, AnAgentThatStartsAfterTheFileManagerIsFound) {
-  scan();
-  Session session(View::Icons);
-  session.open(volume.path(), 4);
-  EXPECT_EQ(session.word(path("kept.txt")), "");
-  const Agent agent(kAccount);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-}
-
-TEST_F(NautilusTest, AFileThatIsRemovedLeavesNoBadgeToTheOneThatTakesItsPlace) {
-  scan();
-  Session session(View::Icons);
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  fs::remove(path("kept.txt"));
-  scanAgain();
-  agent.tell("Removed", {path("kept.txt")});
-  EXPECT_TRUE(session.shows(path("kept.txt"), "not shown"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-}
-
-// Cells that are used again.
-
-TEST_P(NautilusViewTest, NoCellShowsTheBadgeOfTheItemThatItShowedBefore) {
-  constexpr int kFiles = 5000;
-  fs::create_directories(path("Many"));
-  std::vector<std::string> kept = {"--account", kAccount, "--synchronized"};
-  for (int i = 0; i < kFiles; ++i) {
-    const std::string name = "Many/" + std::to_string(10'000 + i);
-    std::ofstream(path(name)).flush();  // without contents: the volume is small
-    if (i % 2 == 0) kept.push_back(path(name));
-  }
-  scan();
-  kept.insert(kept.begin(), "mark");
-  agentTool(kept);
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(path("Many"), 8);
-
-  const auto isRight = [&](const testing_host::Place& cell, const platform::Bitmap& picture) {
-    const bool even = (cell.name.back() - '0') % 2 == 0;
-    const std::string word = session.badges().wordAt(picture, cell);
-    EXPECT_TRUE(word.empty() || word == (even ? "green" : "blue")) << cell.name << " " << word;
-    return !word.empty();
-  };
-  const auto allAreBadged = [&] {
-    const auto look = session.screen().look();
-    return !look.cells.empty() && look.picture &&
-           std::ranges::all_of(look.cells,
-                               [&](const auto& cell) { return isRight(cell, *look.picture); });
-  };
-  ASSERT_TRUE(session.until(allAreBadged));
-  std::set<std::string> seen;
-  for (int step = 0; step <= 24; ++step) {
-    const double down = step / 12.0;
-    session.screen().scroll(down <= 1 ? down : 2 - down);
-    const auto look = session.screen().look();
-    ASSERT_TRUE(look.picture);
-    for (const auto& cell : look.cells) {
-      isRight(cell, *look.picture);
-      seen.insert(cell.name);
-    }
-  }
-  EXPECT_TRUE(session.until(allAreBadged));
-  EXPECT_GT(seen.size(), 100U);
-}
-
-TEST_P(NautilusViewTest, AnItemThatIsRenamedLosesTheBadgeOfItsOldName) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  fs::rename(path("kept.txt"), path("other.txt"));
-  EXPECT_TRUE(session.shows(path("other.txt"), ""));
-}
-
 // Names and places.
-
-TEST_P(NautilusViewTest, ItemsWithOddNamesHaveTheirBadges) {
-  const std::vector<std::string> names = {"two  spaces",  "Caf\xC3\xA9 Zo\xC3\xAB",
-                                          "Cafe\xCC\x81", "CAPITALS.TXT",
-                                          "a:colon",      "a\nnewline",
-                                          "per%20cent",   "question?",
-                                          "hash#mark",    "quote's \"both\"",
-                                          "back\\slash"};
-  fs::create_directories(path("Odd"));
-  std::vector<std::string> kept;
-  for (const auto& name : names) {
-    write("Odd/" + name);
-    kept.push_back("Odd/" + name);
-  }
-  scan(kept);
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(path("Odd"), names.size());
-  for (const auto& name : names) EXPECT_TRUE(session.shows(path("Odd/" + name), "green")) << name;
-}
 
 TEST_P(NautilusViewTest, ANameThatIsNotUtf8HasItsBadge) {
   fs::create_directories(path("Odd"));

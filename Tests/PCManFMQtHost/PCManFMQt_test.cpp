@@ -11,7 +11,7 @@
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Graphics/ImageFiles.h"
-#include "Tests/HostSession/VolumeTest.h"
+#include "Tests/HostSession/BadgesTest.h"
 #include "Tests/Integration/InMountNamespace.h"
 #include "Tests/Integration/MountedVolume.h"
 #include "Tests/PCManFMQtHost/AgentVoice.h"
@@ -24,6 +24,7 @@ namespace fs = std::filesystem;
 using testing_host::Agent;
 using testing_host::agentTool;
 using testing_host::AgentVoice;
+using testing_host::kAccount;
 using testing_host::MountedVolume;
 using testing_host::QtSession;
 using testing_host::switchBadges;
@@ -31,13 +32,47 @@ using testing_host::uriOf;
 using Plugin = QtSession::Plugin;
 using View = QtSession::View;
 
-constexpr const char* kAccount = "7";
 constexpr const char* kElsewhere = "/elsewhere/file";  // of which nothing is shown
 
 class PCManFMQtTest : public testing_host::VolumeTest {
  protected:
   PCManFMQtTest() : VolumeTest(kAccount) {}
 };
+
+template <View kView>
+struct ShownView {
+  using Session = QtSession;
+  static constexpr int kScrollSteps = 20;
+  static Session start() { return Session({.view = kView}); }
+  static void open(Session& session, const std::string& folder, std::size_t items) {
+    session.open(folder, items);
+  }
+};
+// By these names the tests are listed.
+struct Icon : ShownView<View::Icon> {};
+struct Compact : ShownView<View::Compact> {};
+struct Detailed : ShownView<View::Detailed> {};
+struct Thumbnail : ShownView<View::Thumbnail> {};
+struct Desktop {
+  using Session = QtSession;
+  static Session start() { return Session({}); }
+  static void open(Session& session, const std::string& folder, std::size_t items) {
+    session.openDesktop(folder, items);
+  }
+};
+
+}  // namespace
+
+namespace testing_host {
+
+using Windows = testing::Types<Icon, Compact, Detailed, Thumbnail>;
+using WindowsAndDesktop = testing::Types<Icon, Compact, Detailed, Thumbnail, Desktop>;
+INSTANTIATE_TYPED_TEST_SUITE_P(PCManFMQt, BadgesTest, WindowsAndDesktop);
+INSTANTIATE_TYPED_TEST_SUITE_P(PCManFMQt, ScrolledBadgesTest, Windows);
+
+}  // namespace testing_host
+
+namespace {
 
 class PCManFMQtViewTest : public PCManFMQtTest, public testing::WithParamInterface<View> {
  protected:
@@ -61,17 +96,6 @@ INSTANTIATE_TEST_SUITE_P(Views, PCManFMQtViewTest,
                            return "Icon";
                          });
 
-TEST_P(PCManFMQtViewTest, EachWordHasItsBadgeAndAnItemWithoutOneHasNone) {
-  scan();
-  QtSession session(options());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-  EXPECT_EQ(session.word(database()), "");
-}
-
 // What the agent tells.
 
 TEST_P(PCManFMQtViewTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
@@ -89,133 +113,7 @@ TEST_P(PCManFMQtViewTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
   }));
 }
 
-TEST_P(PCManFMQtViewTest, BadgesThatAreSwitchedOffAreGoneAndComeBackWhenTheyAreSwitchedOn) {
-  scan();
-  QtSession session(options());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  switchBadges(false);
-  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), ""));
-  EXPECT_TRUE(session.shows(path("Folder"), ""));
-  switchBadges(true);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-}
-
-TEST_P(PCManFMQtViewTest, BadgesGoWithTheAgentAndComeBackWithIt) {
-  scan();
-  QtSession session(options());
-  Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  agent.kill();
-  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
-  EXPECT_TRUE(session.shows(path("Folder"), ""));
-  const Agent another(kAccount);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-}
-
-TEST_F(PCManFMQtTest, AnAgentThatStartsAfterTheFileManagerIsFound) {
-  scan();
-  QtSession session({});
-  session.open(volume.path(), 4);
-  EXPECT_EQ(session.word(path("kept.txt")), "");
-  const Agent agent(kAccount);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-}
-
-TEST_F(PCManFMQtTest, AFileThatIsRemovedLeavesNoBadgeToTheOneThatTakesItsPlace) {
-  scan();
-  QtSession session({});
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  fs::remove(path("kept.txt"));
-  scanAgain();
-  agent.tell("Removed", {path("kept.txt")});
-  EXPECT_TRUE(session.shows(path("kept.txt"), "not shown"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-}
-
-// Rows that are used again.
-
-TEST_P(PCManFMQtViewTest, NoItemShowsTheBadgeOfTheItemThatWasInItsPlaceBefore) {
-  constexpr int kFiles = 5000;
-  fs::create_directories(path("Many"));
-  std::vector<std::string> kept = {"mark", "--account", kAccount, "--synchronized"};
-  for (int i = 0; i < kFiles; ++i) {
-    const std::string name = "Many/" + std::to_string(10'000 + i);
-    std::ofstream(path(name)).flush();  // without contents: the volume is small
-    if (i % 2 == 0) kept.push_back(path(name));
-  }
-  scan();
-  agentTool(kept);
-  QtSession session(options());
-  const Agent agent(kAccount);
-  session.open(path("Many"), 8);
-
-  const auto isRight = [&](const testing_host::Place& cell, const platform::Bitmap& picture) {
-    const bool even = (cell.name.back() - '0') % 2 == 0;
-    const std::string word = session.badges().wordAt(picture, cell);
-    EXPECT_TRUE(word.empty() || word == (even ? "green" : "blue")) << cell.name << " " << word;
-    return !word.empty();
-  };
-  const auto allAreBadged = [&] {
-    const auto look = session.screen().look();
-    return !look.cells.empty() && look.picture &&
-           std::ranges::all_of(look.cells,
-                               [&](const auto& cell) { return isRight(cell, *look.picture); });
-  };
-  ASSERT_TRUE(session.until(allAreBadged));
-  std::set<std::string> seen;
-  for (int step = 0; step <= 40; ++step) {
-    const double down = step / 20.0;
-    session.screen().scroll(down <= 1 ? down : 2 - down);
-    const auto look = session.screen().look();
-    for (const auto& cell : look.cells) {
-      isRight(cell, *look.picture);
-      seen.insert(cell.name);
-    }
-  }
-  EXPECT_TRUE(session.until(allAreBadged));
-  EXPECT_GT(seen.size(), 100U);
-}
-
-TEST_P(PCManFMQtViewTest, AnItemThatIsRenamedLosesTheBadgeOfItsOldName) {
-  scan();
-  QtSession session(options());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  fs::rename(path("kept.txt"), path("other.txt"));
-  EXPECT_TRUE(session.shows(path("other.txt"), ""));
-}
-
 // Names and places.
-
-TEST_P(PCManFMQtViewTest, ItemsWithOddNamesHaveTheirBadges) {
-  const std::vector<std::string> names = {"two  spaces",  "Caf\xC3\xA9 Zo\xC3\xAB",
-                                          "Cafe\xCC\x81", "CAPITALS.TXT",
-                                          "a:colon",      "a\nnewline",
-                                          "per%20cent",   "question?",
-                                          "hash#mark",    "quote's \"both\"",
-                                          "back\\slash"};
-  fs::create_directories(path("Odd"));
-  std::vector<std::string> kept;
-  for (const auto& name : names) {
-    write("Odd/" + name);
-    kept.push_back("Odd/" + name);
-  }
-  scan(kept);
-  QtSession session(options());
-  const Agent agent(kAccount);
-  session.open(path("Odd"), names.size());
-  for (const auto& name : names) EXPECT_TRUE(session.shows(path("Odd/" + name), "green")) << name;
-}
 
 TEST_P(PCManFMQtViewTest, ANameThatIsNotUtf8HarmsNothing) {
   fs::create_directories(path("Odd"));
@@ -589,17 +487,6 @@ class PCManFMQtDesktopTest : public PCManFMQtTest {
   }
 };
 
-TEST_F(PCManFMQtDesktopTest, EachWordHasItsBadgeAndAnItemWithoutOneHasNone) {
-  scan();
-  QtSession session({});
-  const Agent agent(kAccount);
-  session.openDesktop(volume.path(), 4);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
-  EXPECT_EQ(session.word(database()), "");
-}
-
 TEST_F(PCManFMQtDesktopTest, OnADisplayOfTwoPixelsAPointTheBadgesAreSharp) {
   scan();
   QtSession session({.scale = 2});
@@ -620,18 +507,6 @@ TEST_F(PCManFMQtDesktopTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
     agent.tell("Changed", {path("waiting.txt")});
     return session.word(path("waiting.txt")) == "green";
   }));
-}
-
-TEST_F(PCManFMQtDesktopTest, BadgesGoWithTheAgentAndComeBackWithIt) {
-  scan();
-  QtSession session({});
-  Agent agent(kAccount);
-  session.openDesktop(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  agent.kill();
-  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
-  const Agent another(kAccount);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
 }
 
 TEST_F(PCManFMQtDesktopTest, AStormOfEventsReloadsTheDesktopAtOnceAndOnceMore) {
