@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <vector>
 
 #include "Platform/Volumes/Volumes.h"
@@ -7,7 +8,7 @@
 namespace wevora::platform {
 
 /// The volumes that a test says are mounted.
-/// Threads: one. Owns: the list. Errors: none.
+/// Threads: any may ask; one changes the list, while nobody asks. Owns: the list. Errors: none.
 class ManualVolumes : public Volumes {
  public:
   std::vector<Volume> mountedVolumes() const override {
@@ -16,7 +17,7 @@ class ManualVolumes : public Volumes {
   }
 
   std::vector<Volume> volumes = {{"/", "ext4"}};
-  mutable int asked = 0;  ///< how often
+  mutable std::atomic<int> asked{0};  ///< how often
 };
 
 }  // namespace wevora::platform
