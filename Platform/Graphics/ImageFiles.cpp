@@ -12,7 +12,7 @@
 namespace wevora::platform {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::size_t kLargestFile = 16U << 20U;  // bytes
 
