@@ -8,8 +8,8 @@
 #include <random>
 
 #include "Apps/agent_sim/AgentDatabase.h"
-#include "Platform/Database/DatabaseWriter.h"
-#include "Platform/Time/Clock.h"
+#include "Apps/agent_sim/DatabaseWriter.h"
+#include "Platform/Base/Clock.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
 
 namespace wevora::benchmarks {
@@ -26,7 +26,7 @@ std::string smallFolderName(int number) {
 /// Writes rows, and for some of them the files that they tell of.
 class Filler {
  public:
-  Filler(platform::DatabaseWriter& writer, std::string volume)
+  Filler(agent_sim::DatabaseWriter& writer, std::string volume)
       : writer_(writer), volume_(std::move(volume)) {}
 
   int rows() const { return rows_; }
@@ -35,7 +35,7 @@ class Filler {
     ++rows_;
     auto id = identifier();
     writer_.run(insert_, {id, parent, std::int64_t{isFolder}, name, name, std::int64_t{rows_},
-                          kDate, kDate, rows_ % 2 == 0 ? platform::DatabaseValue(kDate) : nullptr});
+                          kDate, kDate, rows_ % 2 == 0 ? agent_sim::DatabaseValue(kDate) : nullptr});
     return id;
   }
 
@@ -65,7 +65,7 @@ class Filler {
     return text.data();
   }
 
-  platform::DatabaseWriter& writer_;
+  agent_sim::DatabaseWriter& writer_;
   const std::string volume_;
   const std::string insert_ = std::string("INSERT INTO ") + kFileTableName + "(" +
                               kFileTableColumnFileID + "," + kFileTableColumnParentID + "," +
@@ -111,9 +111,9 @@ void BenchmarkVolume::make(const std::string& path) const {
   const platform::SystemClock clock;
   agent_sim::AgentDatabase(databaseIn(path), path, clock,
                            agent_sim::AgentDatabase::Mode::createIfMissing);
-  platform::DatabaseWriter writer(databaseIn(path), platform::DatabaseWriter::Mode::mustExist);
+  agent_sim::DatabaseWriter writer(databaseIn(path), agent_sim::DatabaseWriter::Mode::mustExist);
   writer.runScript("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA cache_size=-500000;");
-  platform::DatabaseWriter::Transaction transaction(writer);
+  agent_sim::DatabaseWriter::Transaction transaction(writer);
   Filler filler(writer, path);
   filler.addFolderAtTop("Pictures", kItemsInLargeFolder, true);
   filler.addFolderAtTop("More pictures", kItemsInLargeFolder, false);

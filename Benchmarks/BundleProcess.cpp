@@ -12,9 +12,10 @@
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/DistributedObjects/SocketConnections.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Platform/IPC/BusNotificationCenter.h"
+#include "Platform/IPC/SocketConnections.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/MountInfoVolumes.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
 namespace wevora::benchmarks {

@@ -20,12 +20,13 @@
 #include "Benchmarks/BareSqlite.h"
 #include "Benchmarks/BenchmarkVolume.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/Dispatch/ManualDispatch.h"
 #include "Platform/Runtime/Runtime.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/MountInfoVolumes.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
 namespace wevora::benchmarks {
@@ -42,7 +43,7 @@ std::string itemOf(const std::string& folder, int number) {
 /// What surrounds an engine: the benchmark volume, and a host without windows. It outlives the
 /// dispatch, whose workers may use it until they end.
 /// Threads: as its members. Owns: all of it. Errors: none.
-struct Surroundings {
+struct Dependencies {
   const platform::SystemClock clock;
   const platform::MountInfoVolumes volumes{[] { return volume().mountInfo(); }};
   platform::SqliteDatabases databases{clock};
@@ -54,7 +55,7 @@ struct Surroundings {
 /// Threads: the main thread. Owns: the engine; not what it works with. Errors: none.
 class Engine {
  public:
-  Engine(Surroundings& around, platform::Dispatch& dispatch)
+  Engine(Dependencies& around, platform::Dispatch& dispatch)
       : around_(around),
         dispatch_(dispatch),
         pool_(WVDBPool::init({around.databases, dispatch, around.volumes, around.approvals})) {
@@ -77,7 +78,7 @@ class Engine {
   }
 
  private:
-  Surroundings& around_;
+  Dependencies& around_;
   platform::Dispatch& dispatch_;
   WVFinderTools tools_{around_.runtime, dispatch_.mainQueue(), around_.clock};
   std::shared_ptr<WVDBPool> pool_;
@@ -87,7 +88,7 @@ class Engine {
 /// An engine in which nothing runs but what the benchmark calls.
 /// Threads: the main thread. Owns: everything. Errors: none.
 struct ManualEngine {
-  Surroundings around;
+  Dependencies around;
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch{clock};
   Engine engine{around, dispatch};
@@ -236,7 +237,7 @@ void recordBare(benchmark::State& state) {
 /// An engine whose refreshes run in the background.
 /// Threads: the main thread. Owns: everything. Errors: none.
 struct BackgroundEngine {
-  Surroundings around;
+  Dependencies around;
   platform::GLibDispatch dispatch;
   Engine engine{around, dispatch};
 

@@ -16,7 +16,7 @@
 #include <glib.h>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Support/Descriptor.h"
+#include "Platform/Base/Descriptor.h"
 
 namespace wevora::benchmarks {
 namespace {

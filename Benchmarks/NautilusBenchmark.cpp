@@ -14,8 +14,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
 #include "Tests/NautilusHost/Session.h"
 #include "Tests/NautilusHost/Timings.h"
 

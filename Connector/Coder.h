@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Values/Value.h"
+#include "Platform/PropertyLists/Value.h"
 
 namespace wevora {
 

@@ -10,9 +10,9 @@
 
 #include "Connector/DaemonConnectionProxy.h"
 #include "Connector/DaemonConnectionService.h"
-#include "Platform/DistributedObjects/PublishedService.h"
-#include "Platform/DistributedObjects/SocketConnections.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Platform/IPC/PublishedService.h"
+#include "Platform/IPC/SocketConnections.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/TestAgent/TestAgent.h"
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/DistributedObjects/DistributedObjects.h"
+#include "Platform/IPC/DistributedObjects.h"
 
 namespace wevora {
 

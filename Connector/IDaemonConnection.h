@@ -9,8 +9,8 @@
 
 #include "Connector/DaemonConnectionNames.h"
 #include "Connector/WVRAccountInfo.h"
-#include "Platform/DistributedObjects/DistributedObjects.h"
-#include "Platform/Values/Value.h"
+#include "Platform/IPC/DistributedObjects.h"
+#include "Platform/PropertyLists/Value.h"
 
 namespace wevora {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Connector/Coder.h"
-#include "Platform/Time/Date.h"
+#include "Platform/Base/Date.h"
 
 namespace wevora {
 

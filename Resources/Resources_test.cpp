@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Platform/Base/Version.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 
 namespace wevora {
@@ -118,7 +119,7 @@ TEST(ResourcesTest, TheInformationListHasTheProjectsVersion) {
   ASSERT_TRUE(list && list->as<Dictionary>() != nullptr);
   const auto* version = platform::valueAs<std::string>(*list->as<Dictionary>(), "kFinderVersion");
   ASSERT_NE(version, nullptr);
-  EXPECT_EQ(*version, WEVORA_VERSION);
+  EXPECT_EQ(*version, platform::productVersion());
 }
 
 TEST(ResourcesTest, TheTemplateHoldsTheFourDefaults) {

@@ -1,16 +1,23 @@
 # One folder, one module, one target.
 #
 #   wevora_module(name [SHARED] [NO_TESTS]
-#     SHARED                  one copy in a process into which host and bundle both bring it: a
+#     SHARED                  one copy in a process into which both host and bundle load it: a
 #                             library of its own, installed in lib/wevora
-#     SOURCES a.cpp b.cpp     sources of this folder (none: a header-only module)
-#     DEPS    wevora::x       what its headers may include: the layer diagram
-#     PRIVATE PkgConfig::Y    what only its sources may include
-#     TEST_DEPS wevora::z     what only its tests may include
-#     NO_TESTS)               the folder's tests are another module's
+#     SOURCES a.cpp b.cpp     sources of this folder (empty: a header-only module)
+#     DEPS    wevora::x       what its headers include: the layer diagram
+#     PRIVATE PkgConfig::Y    what only its sources include
+#     TEST_DEPS wevora::z     what only its tests include
+#     NO_TESTS)               it has no tests of its own
 #
-# Every `*_test.cpp` of the folder is built into `<name>_test` and registered with CTest; none has
-# to be listed, so none can be forgotten.
+# Every `*_test.cpp` of the folder is built into `<name>_test` and registered with CTest; no list
+# names them, so none can be forgotten.
+#
+# Each target is recorded in the module map, which scripts/check-includes reads: a file may include
+# only what its target declares.
+
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported()
 
 add_library(wevora_options INTERFACE)
 target_compile_options(wevora_options INTERFACE
@@ -18,23 +25,42 @@ target_compile_options(wevora_options INTERFACE
   -Wold-style-cast -Woverloaded-virtual -Wcast-align
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
   $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>)
-# Where the checks are made; a newer compiler, other optimizations or a sanitizer's code may bring
-# warnings that keep nobody from building.
+# Only where the checks are made: a newer compiler may add warnings, which must not stop a user's
+# build.
 if(WEVORA_WARNINGS_ARE_ERRORS)
   target_compile_options(wevora_options INTERFACE -Werror)
 endif()
 target_include_directories(wevora_options INTERFACE ${PROJECT_SOURCE_DIR})
+# A static module may bring a dependency that a program does not use.
+target_link_options(wevora_options INTERFACE -Wl,--as-needed)
 if(WEVORA_SANITIZE)
   target_compile_options(wevora_options INTERFACE
     -fsanitize=${WEVORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g
-    # gcc sees uninitialized members where a sanitizer's checks stand between.
+    # A false positive of gcc in instrumented code.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(wevora_options INTERFACE -fsanitize=${WEVORA_SANITIZE})
+else()
+  include(cmake/Hardening.cmake)
 endif()
+
+# wevora_record(target FOLDER files DEPS PRIVATE TEST_DEPS): one line of the module map.
+function(wevora_record kind name sources deps private test_deps)
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  string(JOIN "|" line ${kind} ${name} ${folder} "${sources}" "${deps}" "${private}" "${test_deps}")
+  string(REPLACE ";" " " line "${line}")
+  set_property(GLOBAL APPEND PROPERTY WEVORA_MODULE_MAP "${line}")
+endfunction()
+
+# Called last: writes what was recorded to module-map.txt of the build folder.
+function(wevora_write_module_map)
+  get_property(lines GLOBAL PROPERTY WEVORA_MODULE_MAP)
+  string(REPLACE ";" "\n" text "${lines}")
+  file(WRITE ${PROJECT_BINARY_DIR}/module-map.txt "${text}\n")
+endfunction()
 
 # wevora_tests(target LABEL unit|integration|host SOURCES ... DEPS ... [TIMEOUT seconds])
 function(wevora_tests target)
-  cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;DEPS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;DEPS" ${ARGN})
   if(NOT WEVORA_BUILD_TESTS OR NOT ARG_SOURCES)
     return()
   endif()
@@ -44,8 +70,39 @@ function(wevora_tests target)
   add_executable(${target} ${ARG_SOURCES})
   target_link_libraries(${target} PRIVATE wevora_options ${ARG_DEPS} GTest::gmock GTest::gtest
                                           GTest::gtest_main)
+  if(NOT ARG_LABEL STREQUAL unit)
+    wevora_record(tests ${target} "${ARG_SOURCES}" "${ARG_DEPS}" "" "")
+  endif()
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
     PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
+endfunction()
+
+# wevora_program(name [NO_INSTALL] SOURCES ... DEPS ... [DESTINATION folder])
+function(wevora_program name)
+  cmake_parse_arguments(ARG "NO_INSTALL" "DESTINATION" "SOURCES;DEPS" ${ARGN})
+  if(NOT ARG_DESTINATION)
+    set(ARG_DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE wevora_options ${ARG_DEPS})
+  wevora_record(program ${name} "${ARG_SOURCES}" "${ARG_DEPS}" "" "")
+  if(NOT ARG_NO_INSTALL)
+    install(TARGETS ${name} RUNTIME DESTINATION ${ARG_DESTINATION})
+  endif()
+endfunction()
+
+# wevora_plugin(target OUTPUT name [FOLDER folder] SOURCES ... DEPS ...): a library that another
+# program loads, `<name>.so` in that folder of the build.
+function(wevora_plugin target)
+  cmake_parse_arguments(ARG "" "OUTPUT;FOLDER" "SOURCES;DEPS" ${ARGN})
+  add_library(${target} MODULE ${ARG_SOURCES})
+  set_target_properties(${target} PROPERTIES
+    PREFIX "" SUFFIX ".so" OUTPUT_NAME ${ARG_OUTPUT})
+  if(ARG_FOLDER)
+    set_target_properties(${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${ARG_FOLDER})
+  endif()
+  target_link_libraries(${target} PRIVATE wevora_options ${ARG_DEPS})
+  wevora_record(program ${target} "${ARG_SOURCES}" "${ARG_DEPS}" "" "")
 endfunction()
 
 function(wevora_module name)
@@ -67,10 +124,12 @@ function(wevora_module name)
     target_include_directories(wevora_${name} INTERFACE ${PROJECT_SOURCE_DIR})
   endif()
   add_library(wevora::${name} ALIAS wevora_${name})
+  wevora_record(module ${name} "" "${ARG_DEPS}" "${ARG_PRIVATE}" "${ARG_TEST_DEPS}")
 
   if(ARG_NO_TESTS)
     return()
   endif()
   file(GLOB tests CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp")
-  wevora_tests(${name}_test LABEL unit SOURCES ${tests} DEPS wevora::${name} ${ARG_TEST_DEPS})
+  wevora_tests(${name}_test LABEL unit SOURCES ${tests}
+               DEPS wevora::${name} ${ARG_DEPS} ${ARG_PRIVATE} ${ARG_TEST_DEPS})
 endfunction()

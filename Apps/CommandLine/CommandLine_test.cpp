@@ -8,7 +8,7 @@
 #include "Apps/CommandLine/Json.h"
 #include "Apps/CommandLine/PathArgument.h"
 #include "Apps/CommandLine/TransferProgress.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::command_line {
 namespace {

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora::command_line {
 namespace {

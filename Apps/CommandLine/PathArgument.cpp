@@ -5,9 +5,9 @@
 #include <cstdio>
 
 #include "Apps/CommandLine/Arguments.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Files/WorkingFolder.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora::command_line {
 std::string pathArgument(const std::string& path) {

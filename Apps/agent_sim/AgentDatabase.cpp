@@ -6,15 +6,15 @@
 #include "Apps/agent_sim/FileTable.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "FinderIntegration/finder_bundle/IconProvider/WVDBPool.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
-#include "Platform/Strings/Strings.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
 namespace {
 
-using platform::DatabaseValue;
-using platform::DatabaseWriter;
+using agent_sim::DatabaseValue;
+using agent_sim::DatabaseWriter;
 using std::string;
 using namespace file_table;
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "Apps/agent_sim/DatabaseWriter.h"
 #include "Apps/agent_sim/RowScan.h"
-#include "Platform/Database/DatabaseWriter.h"
-#include "Platform/Time/Clock.h"
+#include "Platform/Base/Clock.h"
 
 namespace wevora::agent_sim {
 
@@ -58,7 +58,7 @@ class AgentDatabase {
   /// are kept or dropped together.
   struct OpenMarks {
     std::int64_t items = 0;
-    std::unique_ptr<platform::DatabaseWriter::Transaction> transaction;
+    std::unique_ptr<agent_sim::DatabaseWriter::Transaction> transaction;
   };
   /// As `mark`, but left to the caller to commit. The database must outlive the answer.
   OpenMarks openMarks(const std::vector<std::string>& paths, bool synchronized);
@@ -86,7 +86,7 @@ class AgentDatabase {
     void step();
 
     AgentDatabase& database_;
-    std::unique_ptr<platform::DatabaseWriter::Transaction> transaction_;
+    std::unique_ptr<agent_sim::DatabaseWriter::Transaction> transaction_;
     RowScan rows_;
     int steps_ = 0;
   };
@@ -98,11 +98,11 @@ class AgentDatabase {
   /// None for what has no row.
   std::optional<std::string> knownIdentifierOf(const std::string& path);
   std::string identifierOf(const std::string& path);
-  std::int64_t markBelow(const std::string& identifier, const platform::DatabaseValue& date);
+  std::int64_t markBelow(const std::string& identifier, const agent_sim::DatabaseValue& date);
 
   std::string mountPoint_;
   const platform::Clock& clock_;
-  platform::DatabaseWriter writer_;
+  agent_sim::DatabaseWriter writer_;
 };
 
 }  // namespace wevora::agent_sim

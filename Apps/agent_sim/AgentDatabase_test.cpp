@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Time/VirtualClock.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/VirtualClock.h"
 
 namespace wevora::agent_sim {
 namespace {
@@ -27,19 +27,19 @@ class AgentDatabaseTest : public testing::Test {
   void write(const std::string& name, const std::string& text = "x") {
     std::ofstream(volume.path(name)) << text;
   }
-  platform::DatabaseValue value(const std::string& query,
-                                const std::vector<platform::DatabaseValue>& values = {}) {
-    platform::DatabaseWriter reader(path, platform::DatabaseWriter::Mode::mustExist);
+  agent_sim::DatabaseValue value(const std::string& query,
+                                 const std::vector<agent_sim::DatabaseValue>& values = {}) {
+    agent_sim::DatabaseWriter reader(path, agent_sim::DatabaseWriter::Mode::mustExist);
     const auto rows = reader.run(query, values);
-    return rows.empty() ? platform::DatabaseValue(std::string("no row")) : rows.front().front();
+    return rows.empty() ? agent_sim::DatabaseValue(std::string("no row")) : rows.front().front();
   }
-  platform::DatabaseValue count(const std::string& condition) {
+  agent_sim::DatabaseValue count(const std::string& condition) {
     return value("SELECT count(*) FROM file WHERE " + condition);
   }
-  platform::DatabaseValue of(const std::string& column, const std::string& name) {
+  agent_sim::DatabaseValue of(const std::string& column, const std::string& name) {
     return value("SELECT " + column + " FROM file WHERE name_long=?", {name});
   }
-  static platform::DatabaseValue number(std::int64_t n) { return n; }
+  static agent_sim::DatabaseValue number(std::int64_t n) { return n; }
 
   platform::TemporaryFolder volume;
   platform::TemporaryFolder elsewhere;
@@ -53,12 +53,12 @@ TEST_F(AgentDatabaseTest, ScanningGivesEveryItemARowUnderItsFolder) {
   write("a/b/file", "12345");
   EXPECT_EQ(scan().items, 3);
   EXPECT_EQ(of("parent_id", "a"),
-            platform::DatabaseValue(std::string("00000000-0000-0000-0000-000000000000")));
+            agent_sim::DatabaseValue(std::string("00000000-0000-0000-0000-000000000000")));
   EXPECT_EQ(of("parent_id", "file"), of("file_id", "b"));
   EXPECT_EQ(of("is_folder", "b"), number(1));
   EXPECT_EQ(of("size", "file"), number(5));
-  EXPECT_EQ(of("name_short", "file"), platform::DatabaseValue(std::string("file")));
-  EXPECT_EQ(of("synchronized", "file"), platform::DatabaseValue(nullptr));
+  EXPECT_EQ(of("name_short", "file"), agent_sim::DatabaseValue(std::string("file")));
+  EXPECT_EQ(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
   EXPECT_EQ(count("parent_id IS NULL AND is_folder AND "
                   "file_id='00000000-0000-0000-0000-000000000000'"),
             number(1));
@@ -79,7 +79,7 @@ TEST_F(AgentDatabaseTest, ScanningAgainKeepsIdentifiersAndWhatIsBackedUp) {
   const auto again = scan();
   EXPECT_EQ(again.added + again.changed + again.gone, 0);
   EXPECT_EQ(of("file_id", "file"), id);
-  EXPECT_NE(of("synchronized", "file"), platform::DatabaseValue(nullptr));
+  EXPECT_NE(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
 }
 
 TEST_F(AgentDatabaseTest, AChangedFileWaitsForItsBackupAgain) {
@@ -88,7 +88,7 @@ TEST_F(AgentDatabaseTest, AChangedFileWaitsForItsBackupAgain) {
   opened().mark({volume.path("file")}, true);
   write("file", "longer");
   EXPECT_EQ(scan().changed, 1);
-  EXPECT_EQ(of("synchronized", "file"), platform::DatabaseValue(nullptr));
+  EXPECT_EQ(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
 }
 
 TEST_F(AgentDatabaseTest, AFolderThatIsGoneLosesItsRowAndThoseBelow) {
@@ -136,7 +136,7 @@ TEST_F(AgentDatabaseTest, MarkingAFolderMarksAllBelow) {
   EXPECT_EQ(opened().mark({volume.path("a")}, true), 3);
   EXPECT_EQ(count("synchronized IS NOT NULL"), number(3));
   EXPECT_EQ(opened().mark({volume.path("a/b/file")}, false), 1);
-  EXPECT_EQ(of("synchronized", "file"), platform::DatabaseValue(nullptr));
+  EXPECT_EQ(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
 }
 
 TEST_F(AgentDatabaseTest, MarkingAnUnknownPathChangesNothing) {
@@ -175,7 +175,7 @@ TEST_F(AgentDatabaseTest, AnItemThatIsThereButCannotBeReachedIsReportedAndKeepsI
   EXPECT_EQ(warnings.size(), 1U);
   EXPECT_EQ(count("name_long='beside'"), number(1));
 
-  platform::DatabaseWriter(path, platform::DatabaseWriter::Mode::mustExist)
+  agent_sim::DatabaseWriter(path, agent_sim::DatabaseWriter::Mode::mustExist)
       .runScript(
           "INSERT INTO file(file_id, parent_id, is_folder, name_long) SELECT 'known', file_id, 1, "
           "name_long FROM file WHERE is_folder AND file_id NOT IN (SELECT parent_id FROM file "
@@ -191,7 +191,7 @@ TEST_F(AgentDatabaseTest, RulesAreAddedOnceAndRelativeToTheVolume) {
   EXPECT_EQ(opened().addRules({volume.path("Documents"), volume.path()}, {"Documents/Private"}), 3);
   EXPECT_EQ(opened().addRules({"Documents"}, {}), 0);
   EXPECT_EQ(value("SELECT group_concat(root_folder || exclude, ' ') FROM fscr"),
-            platform::DatabaseValue(std::string("Documents0 0 Documents/Private1")));
+            agent_sim::DatabaseValue(std::string("Documents0 0 Documents/Private1")));
 }
 
 TEST_F(AgentDatabaseTest, ARuleForWhatIsNoFolderOfTheVolumeAddsNothing) {
@@ -211,7 +211,7 @@ TEST_F(AgentDatabaseTest, MakingTheDatabaseAgainKeepsItsRows) {
 TEST_F(AgentDatabaseTest, ADatabaseThatMustExistIsNotMade) {
   EXPECT_THROW(AgentDatabase(elsewhere.path("none.db"), volume.path(), clock,
                              AgentDatabase::Mode::mustExist),
-               platform::DatabaseFailure);
+               agent_sim::DatabaseFailure);
   EXPECT_FALSE(fs::exists(elsewhere.path("none.db")));
 }
 

@@ -10,7 +10,7 @@
 #include "Apps/agent_sim/Console.h"
 #include "Apps/agent_sim/Control.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/Installation/LoginUser.h"
 
 namespace wevora::agent_sim {
 namespace {

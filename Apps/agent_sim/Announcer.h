@@ -9,7 +9,7 @@
 
 #include "Apps/agent_sim/EventCoalescer.h"
 #include "Platform/Dispatch/Dispatch.h"
-#include "Platform/DistributedNotifications/DistributedNotificationCenter.h"
+#include "Platform/IPC/DistributedNotificationCenter.h"
 
 namespace wevora::agent_sim {
 

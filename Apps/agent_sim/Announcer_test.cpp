@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Time/VirtualClock.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/VirtualClock.h"
 
 namespace wevora::agent_sim {
 namespace {
@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 using platform::DistributedNotification;
 
 /// Notes what is posted, while it can be.
-class NotingCenter : public platform::DistributedNotificationCenter {
+class RecordingCenter : public platform::DistributedNotificationCenter {
  public:
   std::unique_ptr<Observation> observe(const std::string& /*name*/,
                                        const std::optional<std::string>& /*object*/,
@@ -44,7 +44,7 @@ class AnnouncerTest : public testing::Test {
 
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch{clock};
-  NotingCenter center;
+  RecordingCenter center;
   std::vector<std::string> warnings;
   Announcer announcer{center, dispatch, clock, "object",
                       [this](const std::string& text) { warnings.push_back(text); }};

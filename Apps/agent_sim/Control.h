@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/DistributedObjects/DistributedObjects.h"
+#include "Platform/IPC/DistributedObjects.h"
 
 namespace wevora::agent_sim {
 

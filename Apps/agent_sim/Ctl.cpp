@@ -8,7 +8,7 @@
 #include "Apps/agent_sim/Console.h"
 #include "Apps/agent_sim/Control.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/DistributedObjects/SocketConnections.h"
+#include "Platform/IPC/SocketConnections.h"
 
 namespace wevora::agent_sim {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Time/VirtualClock.h"
+#include "Tests/Doubles/VirtualClock.h"
 
 namespace wevora::agent_sim {
 namespace {

@@ -7,7 +7,7 @@
 #include <sys/types.h>
 #include <system_error>
 
-#include "Platform/Time/Date.h"
+#include "Platform/Base/Date.h"
 
 namespace wevora::agent_sim {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <variant>
 
-#include "Platform/Database/DatabaseWriter.h"
-#include "Platform/Time/Date.h"
+#include "Apps/agent_sim/DatabaseWriter.h"
+#include "Platform/Base/Date.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
@@ -17,14 +17,14 @@ inline const std::string kParent = kFileTableColumnParentID;
 inline const std::string kName = kFileTableColumnNameLong;
 inline const std::string kSynchronized = kFileTableColumnSyncDate;
 
-inline std::string textOf(const platform::DatabaseValue& value) {
+inline std::string textOf(const agent_sim::DatabaseValue& value) {
   const auto* text = std::get_if<std::string>(&value);
   return text == nullptr ? std::string() : *text;
 }
 
-inline platform::DatabaseValue dateValue(const platform::Date& date) {
+inline agent_sim::DatabaseValue dateValue(const platform::Date& date) {
   auto text = dbFormat(date);
-  return text ? platform::DatabaseValue(std::move(*text)) : platform::DatabaseValue(nullptr);
+  return text ? agent_sim::DatabaseValue(std::move(*text)) : agent_sim::DatabaseValue(nullptr);
 }
 
 }  // namespace wevora::agent_sim::file_table

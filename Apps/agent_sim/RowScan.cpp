@@ -6,12 +6,12 @@
 #include "Apps/agent_sim/AgentDatabase.h"
 #include "Apps/agent_sim/FileTable.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora::agent_sim {
 
 using namespace file_table;
-using platform::DatabaseValue;
+using agent_sim::DatabaseValue;
 using std::string;
 
 /// What the database says of an item.
@@ -23,7 +23,7 @@ struct RowScan::Row {
   bool synchronized = false;
 };
 
-RowScan::RowScan(platform::DatabaseWriter& writer, const string& mountPoint, platform::Date now,
+RowScan::RowScan(agent_sim::DatabaseWriter& writer, const string& mountPoint, platform::Date now,
                  Touch touch, Warn warn, Step step)
     : writer_(writer),
       top_(mountPoint),
@@ -94,7 +94,7 @@ RowScan::Rows RowScan::rowsBelow(const string& parent, const Names* names) {
                        kFileTableColumnFileSize + "," + kFileTableColumnModifyDate + "," +
                        kSynchronized + " FROM " + kFile + " WHERE " + kParent + "=?";
   Rows rows;
-  const auto take = [&](std::vector<platform::DatabaseWriter::Row> found) {
+  const auto take = [&](std::vector<agent_sim::DatabaseWriter::Row> found) {
     for (auto& row : found) {
       const auto* isFolder = std::get_if<std::int64_t>(&row[2]);
       const auto* size = std::get_if<std::int64_t>(&row[3]);

@@ -9,9 +9,9 @@
 #include <system_error>
 #include <vector>
 
+#include "Apps/agent_sim/DatabaseWriter.h"
 #include "Apps/agent_sim/FileFacts.h"
-#include "Platform/Database/DatabaseWriter.h"
-#include "Platform/Time/Date.h"
+#include "Platform/Base/Date.h"
 
 namespace wevora::agent_sim {
 
@@ -41,7 +41,7 @@ class RowScan {
   using Step = std::function<void()>;
 
   RowScan(
-      platform::DatabaseWriter& writer, const std::string& mountPoint, platform::Date now,
+      agent_sim::DatabaseWriter& writer, const std::string& mountPoint, platform::Date now,
       Touch touch, Warn warn, Step step = [] {});
 
   /// The items right in a folder, all of them or those of some names. None where the folder is not
@@ -63,9 +63,9 @@ class RowScan {
   void remove(const std::string& name, const Row& row, std::vector<ScannedItem>& items);
   void warnOf(const std::string& path, const std::error_code& failed) const;
 
-  platform::DatabaseWriter& writer_;
+  agent_sim::DatabaseWriter& writer_;
   const std::string& top_;
-  platform::DatabaseValue now_;
+  agent_sim::DatabaseValue now_;
   Touch touch_;
   Warn warn_;
   Step step_;

@@ -7,14 +7,14 @@
 
 #include "Apps/agent_sim/Console.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::agent_sim {
 namespace {
 
 /// As long as file managers leave a volume alone that is to be unmounted.
 constexpr std::chrono::seconds kUnmountTime{5};
-constexpr std::chrono::milliseconds kSliceTime{500};
+constexpr std::chrono::milliseconds kBatchTime{500};
 /// An answer leaves before the process ends.
 constexpr std::chrono::milliseconds kAnswerTime{100};
 constexpr std::size_t kWarningsRemembered = 1000;
@@ -22,8 +22,8 @@ constexpr std::size_t kWarningsRemembered = 1000;
 }  // namespace
 
 RunningAgent::RunningAgent(const ServeOptions& options, std::string object,
-                           Surroundings surroundings)
-    : around_(std::move(surroundings)),
+                           Dependencies dependencies)
+    : around_(std::move(dependencies)),
       announcer_(around_.notifications, around_.dispatch, around_.clock, object,
                  [this](const std::string& text) { warn(text); }),
       root_(options.account, options.volumes, object,
@@ -32,12 +32,11 @@ RunningAgent::RunningAgent(const ServeOptions& options, std::string object,
              .log = [](const std::string& line) { say(line); }}),
       queue_(around_.clock, options.syncRate),
       worker_(around_.dispatch.serialQueue("volumes")),
-      watch_(std::make_shared<platform::FolderWatch>(
-          [this](const platform::FolderEvent& event) { noticed(event); })) {
+      watch_(std::make_shared<FolderWatch>([this](const FolderEvent& event) { noticed(event); })) {
   for (const auto& volume : options.volumes)
     keepers_.push_back(std::make_shared<VolumeKeeper>(
         volume,
-        VolumeKeeper::Surroundings{around_.dispatch, worker_, watch_, around_.clock, *this}));
+        VolumeKeeper::Dependencies{around_.dispatch, worker_, watch_, around_.clock, *this}));
 }
 
 RunningAgent::~RunningAgent() {
@@ -50,7 +49,7 @@ bool RunningAgent::start() {
   return told;
 }
 
-void RunningAgent::heedUnmounts(platform::UnmountApprovals& approvals) {
+void RunningAgent::watchUnmounts(platform::UnmountApprovals& approvals) {
   if (keepers_.empty()) return;
   unmounts_ = approvals.createSession();
   if (!unmounts_) return;
@@ -136,8 +135,8 @@ VolumeKeeper* RunningAgent::keeperOf(const std::string& path) {
   return innermost;
 }
 
-void RunningAgent::noticed(const platform::FolderEvent& event) {
-  if (event.kind == platform::FolderEvent::Kind::lost) {
+void RunningAgent::noticed(const FolderEvent& event) {
+  if (event.kind == FolderEvent::Kind::lost) {
     for (const auto& keeper : keepers_) keeper->scanAll();
   } else if (auto* keeper = keeperOf(event.folder)) {
     keeper->noticed(event);
@@ -179,13 +178,13 @@ void RunningAgent::letGo(const std::string& mountPoint) {
     // The slice that runs now has the volume's database open.
     const auto ended = std::make_shared<std::promise<void>>();
     worker_->async([ended] { ended->set_value(); });
-    ended->get_future().wait_for(kSliceTime);
+    ended->get_future().wait_for(kBatchTime);
   }
 }
 
 std::optional<platform::Dissenter> RunningAgent::unmountAsked(const platform::Disk& disk,
                                                               void* self) noexcept {
-  platform::swallowing([&] {
+  platform::catchAll([&] {
     const auto path = disk.description.find(platform::kDiskDescriptionVolumePathKey);
     if (path != disk.description.end()) static_cast<RunningAgent*>(self)->letGo(path->second);
   });

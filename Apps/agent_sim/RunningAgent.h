@@ -9,11 +9,11 @@
 #include "Apps/agent_sim/AgentOptions.h"
 #include "Apps/agent_sim/Announcer.h"
 #include "Apps/agent_sim/Control.h"
+#include "Apps/agent_sim/FolderWatch.h"
 #include "Apps/agent_sim/SimulatedAgent.h"
 #include "Apps/agent_sim/SyncQueue.h"
 #include "Apps/agent_sim/VolumeKeeper.h"
-#include "Platform/FolderWatch/FolderWatch.h"
-#include "Platform/Unmount/UnmountApproval.h"
+#include "Platform/Volumes/UnmountApproval.h"
 
 namespace wevora::agent_sim {
 
@@ -22,14 +22,14 @@ namespace wevora::agent_sim {
 /// Threads: the main thread. Owns: its parts. Errors: told on the console; it goes on.
 class RunningAgent : public VolumeListener, public Controlled {
  public:
-  struct Surroundings {
+  struct Dependencies {
     platform::Dispatch& dispatch;
     const platform::Clock& clock;
     platform::DistributedNotificationCenter& notifications;
     std::function<void()> quit;
   };
 
-  RunningAgent(const ServeOptions& options, std::string object, Surroundings surroundings);
+  RunningAgent(const ServeOptions& options, std::string object, Dependencies dependencies);
   ~RunningAgent() override;
   RunningAgent(const RunningAgent&) = delete;
   RunningAgent& operator=(const RunningAgent&) = delete;
@@ -38,7 +38,7 @@ class RunningAgent : public VolumeListener, public Controlled {
   /// Announces the agent, and begins to keep the volumes. False where there is nobody to tell.
   bool start();
   /// Leaves volumes alone that are about to be unmounted.
-  void heedUnmounts(platform::UnmountApprovals& approvals);
+  void watchUnmounts(platform::UnmountApprovals& approvals);
 
   void setStatus(std::int32_t status) override;
   void setAccount(const std::string& account) override;
@@ -55,7 +55,7 @@ class RunningAgent : public VolumeListener, public Controlled {
 
  private:
   VolumeKeeper* keeperOf(const std::string& path);
-  void noticed(const platform::FolderEvent& event);
+  void noticed(const FolderEvent& event);
   void useAccount(const std::string& account);
   void announceAccount();
   void holdOrGoOn();
@@ -65,12 +65,12 @@ class RunningAgent : public VolumeListener, public Controlled {
   static std::optional<platform::Dissenter> unmountAsked(const platform::Disk& disk,
                                                          void* self) noexcept;
 
-  Surroundings around_;
+  Dependencies around_;
   Announcer announcer_;
   SimulatedAgent root_;
   SyncQueue queue_;
   std::shared_ptr<platform::Queue> worker_;
-  std::shared_ptr<platform::FolderWatch> watch_;
+  std::shared_ptr<FolderWatch> watch_;
   std::vector<std::shared_ptr<VolumeKeeper>> keepers_;
   std::unique_ptr<platform::ApprovalSession> unmounts_;
   std::set<std::string> unprepared_;  ///< volumes whose database the new account has not yet

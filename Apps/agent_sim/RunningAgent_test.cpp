@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Time/VirtualClock.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/VirtualClock.h"
 
 namespace wevora::agent_sim {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 using std::chrono_literals::operator""s;
 
 /// Notes the names of what is posted.
-struct NotingCenter : platform::DistributedNotificationCenter {
+struct RecordingCenter : platform::DistributedNotificationCenter {
   std::vector<std::string> posted;
   std::unique_ptr<Observation> observe(const std::string& /*name*/,
                                        const std::optional<std::string>& /*object*/,
@@ -30,7 +30,7 @@ struct NotingCenter : platform::DistributedNotificationCenter {
 TEST(RunningAgentTest, AnEventThatIsAskedForIsToldOnceAndNotAgainAsSettled) {
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch(clock);
-  NotingCenter center;
+  RecordingCenter center;
   ServeOptions options;
   options.account = "7";
   RunningAgent agent(options, "object", {dispatch, clock, center, [] {}});

@@ -14,10 +14,10 @@
 #include "Apps/agent_sim/RunningAgent.h"
 #include "Connector/DaemonConnectionService.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/DistributedObjects/PublishedService.h"
-#include "Platform/DistributedObjects/SocketConnections.h"
-#include "Platform/Unmount/GioUnmountApprovals.h"
+#include "Platform/IPC/BusNotificationCenter.h"
+#include "Platform/IPC/PublishedService.h"
+#include "Platform/IPC/SocketConnections.h"
+#include "Platform/Volumes/GioUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
@@ -103,7 +103,7 @@ int runServe(std::span<const char* const> arguments) {
   say("serving " + name);
   // Without a bus there is only GIO's own monitor; others would complain, each in its own words.
   if (!agent.start()) ::setenv("GIO_USE_VOLUME_MONITOR", "unix", 0);
-  agent.heedUnmounts(unmounts);
+  agent.watchUnmounts(unmounts);
   loop.run();
   say("ended");
   return 0;

@@ -3,7 +3,8 @@
 #include <utility>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
+#include "Platform/Base/Version.h"
 
 namespace wevora::agent_sim {
 
@@ -107,7 +108,7 @@ std::uint64_t SimulatedAgent::deviceConfiguringStatusAndIDOfCurrentDevice(
 }
 
 Dictionary SimulatedAgent::commonInfo() {
-  return {{"clientVersion", WEVORA_VERSION},
+  return {{"clientVersion", std::string(platform::productVersion())},
           {"connectionStatus", daemonConnectionStatusLabel(status_)},
           {"devices", static_cast<std::int64_t>(devices_.size())}};
 }
@@ -153,7 +154,7 @@ Text SimulatedAgent::lastLoginEmail() {
 }
 
 Text SimulatedAgent::clientVersion() {
-  return WEVORA_VERSION;
+  return std::string(platform::productVersion());
 }
 
 void SimulatedAgent::logout() {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Time/Clock.h"
+#include "Platform/Base/Clock.h"
 
 namespace wevora::agent_sim {
 

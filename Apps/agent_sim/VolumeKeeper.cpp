@@ -4,12 +4,12 @@
 
 #include "Apps/agent_sim/EventCoalescer.h"
 #include "Apps/agent_sim/FileFacts.h"
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora::agent_sim {
 namespace {
 
-constexpr std::size_t kFoldersInSlice = 64;
+constexpr std::size_t kFoldersInBatch = 64;
 /// What is written in many steps is looked at once.
 constexpr std::chrono::milliseconds kMoment{100};
 constexpr std::chrono::seconds kRetry{2};
@@ -53,8 +53,8 @@ void VolumeKeeper::scanAll() {
   work();
 }
 
-void VolumeKeeper::noticed(const platform::FolderEvent& event) {
-  using Kind = platform::FolderEvent::Kind;
+void VolumeKeeper::noticed(const FolderEvent& event) {
+  using Kind = FolderEvent::Kind;
   if (event.kind == Kind::unmounted) return wentAway();
   if (event.name.empty() || (event.folder == mountPoint_ && isOwnFile(event.name))) return;
   dirty_.addItem(event.folder, event.name);
@@ -87,20 +87,20 @@ void VolumeKeeper::work() {
   soon_ = false;
   if (busy_ || pauses_ > 0 || waiting_ || (dirty_.empty() && toSynchronize_.empty())) return;
   busy_ = true;
-  auto slice = std::make_shared<Slice>(Slice{mountPoint_, account_, !prepared_,
-                                             std::exchange(toSynchronize_, {}),
-                                             dirty_.take(kFoldersInSlice)});
+  auto slice = std::make_shared<WorkBatch>(WorkBatch{mountPoint_, account_, !prepared_,
+                                                     std::exchange(toSynchronize_, {}),
+                                                     dirty_.take(kFoldersInBatch)});
   around_.worker->async([slice, watch = around_.watch, &clock = around_.clock,
                          &main = around_.dispatch.mainQueue(), account = accounts_,
                          weak = weak_from_this()] {
-    auto result = std::make_shared<SliceResult>(runSlice(*slice, *watch, clock));
+    auto result = std::make_shared<WorkBatchResult>(runBatch(*slice, *watch, clock));
     main.async([weak, account, result] {
       if (const auto self = weak.lock()) self->finished(account, std::move(*result));
     });
   });
 }
 
-void VolumeKeeper::finished(std::uint64_t account, SliceResult result) {
+void VolumeKeeper::finished(std::uint64_t account, WorkBatchResult result) {
   busy_ = false;
   if (account != accounts_ || waiting_) return work();  // of what was before
   for (const auto& warning : result.warnings) around_.listener.warn(warning);
@@ -116,7 +116,7 @@ void VolumeKeeper::finished(std::uint64_t account, SliceResult result) {
   work();
 }
 
-void VolumeKeeper::pass(const SliceResult& result) {
+void VolumeKeeper::pass(const WorkBatchResult& result) {
   items_ += result.items;
   for (const auto& event : result.events) {
     if (event.word == kEventRemoved) around_.listener.itemIsGone(event.path, event.isFolder);
@@ -143,7 +143,7 @@ void VolumeKeeper::wentAway() {
   });
 }
 
-void VolumeKeeper::noteUnwatched(const std::vector<SliceResult::Unwatched>& folders) {
+void VolumeKeeper::noteUnwatched(const std::vector<WorkBatchResult::Unwatched>& folders) {
   if (folders.empty()) return;
   if (!std::exchange(saidUnwatched_, true))
     around_.listener.warn(

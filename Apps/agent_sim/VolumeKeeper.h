@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "Apps/agent_sim/DirtyFolders.h"
-#include "Apps/agent_sim/Slice.h"
+#include "Apps/agent_sim/FolderWatch.h"
+#include "Apps/agent_sim/WorkBatch.h"
+#include "Platform/Base/Clock.h"
 #include "Platform/Dispatch/Dispatch.h"
-#include "Platform/FolderWatch/FolderWatch.h"
-#include "Platform/Time/Clock.h"
 
 namespace wevora::agent_sim {
 
@@ -39,16 +39,16 @@ class VolumeListener {
 class VolumeKeeper : public std::enable_shared_from_this<VolumeKeeper> {
  public:
   /// What it shares with the other volumes' keepers.
-  struct Surroundings {
+  struct Dependencies {
     platform::Dispatch& dispatch;
     std::shared_ptr<platform::Queue> worker;
-    std::shared_ptr<platform::FolderWatch> watch;
+    std::shared_ptr<FolderWatch> watch;
     const platform::Clock& clock;
     VolumeListener& listener;
   };
 
-  VolumeKeeper(std::string mountPoint, Surroundings surroundings)
-      : mountPoint_(std::move(mountPoint)), around_(std::move(surroundings)) {}
+  VolumeKeeper(std::string mountPoint, Dependencies dependencies)
+      : mountPoint_(std::move(mountPoint)), around_(std::move(dependencies)) {}
 
   const std::string& mountPoint() const noexcept { return mountPoint_; }
   bool isScanned() const noexcept { return scanned_; }
@@ -56,7 +56,7 @@ class VolumeKeeper : public std::enable_shared_from_this<VolumeKeeper> {
   /// From now on the database is that of this account; the whole volume is scanned.
   void useAccount(const std::string& account);
   void scanAll();
-  void noticed(const platform::FolderEvent& event);
+  void noticed(const FolderEvent& event);
   void synchronize(const std::vector<std::string>& paths);
   /// The volume is left alone for a while, so that it can be unmounted.
   void pause(std::chrono::nanoseconds time);
@@ -65,17 +65,17 @@ class VolumeKeeper : public std::enable_shared_from_this<VolumeKeeper> {
   void work();
   void workSoon();
   void later(std::chrono::nanoseconds time, void (VolumeKeeper::*step)());
-  void finished(std::uint64_t account, SliceResult result);
-  void pass(const SliceResult& result);
+  void finished(std::uint64_t account, WorkBatchResult result);
+  void pass(const WorkBatchResult& result);
   void failed(const std::string& why);
   void beginAnew();
   void resume();
   void wentAway();
-  void noteUnwatched(const std::vector<SliceResult::Unwatched>& folders);
+  void noteUnwatched(const std::vector<WorkBatchResult::Unwatched>& folders);
   void scanUnwatched();
 
   const std::string mountPoint_;
-  const Surroundings around_;
+  const Dependencies around_;
   std::string account_;
   std::uint64_t accounts_ = 0;  ///< how many there were: results for an earlier one are dropped
   DirtyFolders dirty_;

@@ -10,8 +10,9 @@
 #include "Apps/agent_sim/Ctl.h"
 #include "Apps/agent_sim/Serve.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "Platform/Base/Strings.h"
+#include "Platform/Base/Version.h"
 #include "Platform/Files/Files.h"
-#include "Platform/Strings/Strings.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
@@ -183,20 +184,21 @@ int runMark(const Call& call, const platform::Clock& clock) {
   return 0;
 }
 
-/// What a call that only asks about the tool is answered; null for any other call.
-const char* answered(std::span<const char* const> arguments) {
+/// The output of --help and --version; `nullopt` for any other call.
+std::optional<std::string> informationFor(std::span<const char* const> arguments) {
   if (!arguments.empty() && std::string_view(arguments.front()) == "help") return kUsage;
   for (const std::string_view argument : arguments) {
-    if (argument == "--") return nullptr;
+    if (argument == "--") return std::nullopt;
     if (argument == "--help") return kUsage;
-    if (argument == "--version") return "wevora-agent-sim " WEVORA_VERSION "\n";
+    if (argument == "--version")
+      return "wevora-agent-sim " + std::string(platform::productVersion()) + "\n";
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 int run(std::span<const char* const> arguments) {
-  if (const auto answer = answered(arguments)) {
-    std::cout << answer;
+  if (const auto information = informationFor(arguments)) {
+    std::cout << *information;
     return 0;
   }
   if (!arguments.empty() && std::string_view(arguments.front()) == "serve")

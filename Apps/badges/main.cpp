@@ -8,7 +8,8 @@
 
 #include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/Base/Version.h"
+#include "Platform/IPC/BusNotificationCenter.h"
 
 namespace wevora::badges {
 namespace {
@@ -80,7 +81,7 @@ int run(std::span<const char* const> arguments) {
     return kDone;
   }
   if (given("--version")) {
-    std::cout << "wevora-badges " WEVORA_VERSION "\n";
+    std::cout << "wevora-badges " << platform::productVersion() << "\n";
     return kDone;
   }
   if (arguments.size() == 1 && (given("on") || given("off") || given("status")))

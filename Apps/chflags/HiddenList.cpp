@@ -10,12 +10,12 @@
 #include <thread>
 #include <utility>
 
+#include "Platform/Base/Descriptor.h"
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/Strings.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Hidden.h"
-#include "Platform/Files/ItemFacts.h"
 #include "Platform/Files/Links.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/Descriptor.h"
-#include "Platform/Support/Guard.h"
 
 namespace wevora::chflags {
 namespace {
@@ -64,7 +64,7 @@ std::string listOf(const std::string& folder) {
   for (int links = 0; links < kMostLinks; ++links) {
     const auto target = platform::linkTarget(path);
     if (!target) return path;
-    path = target->starts_with('/') ? *target : platform::folderOf(path) + "/" + *target;
+    path = target->starts_with('/') ? *target : platform::parentFolderOf(path) + "/" + *target;
   }
   throw std::runtime_error("the list of hidden items is a loop of links");
 }

@@ -12,9 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Platform/Base/Descriptor.h"
 #include "Platform/Files/Hidden.h"
-#include "Platform/Support/Descriptor.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::chflags {
 namespace {

@@ -6,6 +6,7 @@
 #include "Apps/CommandLine/Arguments.h"
 #include "Apps/CommandLine/PathArgument.h"
 #include "Apps/chflags/HiddenList.h"
+#include "Platform/Base/Version.h"
 
 namespace wevora::chflags {
 namespace {
@@ -55,7 +56,7 @@ int run(std::span<const char* const> arguments) {
     return kDone;
   }
   if (first == "--version") {
-    std::cout << "chflags (wevora) " WEVORA_VERSION "\n";
+    std::cout << "chflags (wevora) " << platform::productVersion() << "\n";
     return kDone;
   }
   return setFlags(arguments);

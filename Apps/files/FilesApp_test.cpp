@@ -10,8 +10,8 @@
 #include "Apps/files/FilesOptions.h"
 #include "Apps/files/Interruption.h"
 #include "Apps/files/ReportingFileOperations.h"
-#include "Platform/FileCopy/FaultyFileCalls.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/FaultInjectingFileSystem.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::files {
 namespace {
@@ -279,7 +279,7 @@ TEST_F(FilesCommandsTest, APathWithASingleQuoteIsNeverGivenToTheShell) {
 
 TEST(ReportingFileOperationsTest, RemembersTheFirstFailure) {
   const platform::TemporaryFolder folder;
-  platform::FaultyFileCalls calls;
+  platform::FaultInjectingFileSystem calls;
   platform::SystemFileOperations system(calls);
   ReportingFileOperations operations(system);
   EXPECT_EQ(operations.reason(), "");

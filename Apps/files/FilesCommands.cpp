@@ -5,10 +5,10 @@
 #include "Apps/CommandLine/TransferProgress.h"
 #include "Apps/files/Interruption.h"
 #include "Apps/files/ReportingFileOperations.h"
+#include "Apps/files/TreeSize.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/FileCopy/TreeSize.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Listing.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora::files {
 namespace {
@@ -19,7 +19,7 @@ using command_line::pathArgument;
 using command_line::TransferProgress;
 
 bool isReadableFolder(const std::string& path) {
-  return platform::eachItemOfFolder(path, [](std::string_view, platform::ItemKind) {});
+  return platform::forEachEntry(path, [](std::string_view, platform::ItemKind) {});
 }
 
 }  // namespace
@@ -143,7 +143,7 @@ bool FilesCommands::isBackedUp(const std::string& from, const std::string& to,
                                std::string& reason) {
   const Interruption interruption;
   // Every byte twice: copied, and compared.
-  const std::uint64_t total = console_.progress ? 2 * platform::bytesOfFiles(from) : 0;
+  const std::uint64_t total = console_.progress ? 2 * bytesOfFiles(from) : 0;
   TransferProgress progress(console_.errors, console_.progress, "copied and compared", total);
   StoppableFileCalls calls;
   platform::SystemFileOperations system(calls, [&](std::uint64_t bytes) { progress.add(bytes); });

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Apps/files/FilesOptions.h"
-#include "Platform/Shell/Shell.h"
-#include "Platform/Trash/Trash.h"
+#include "Platform/Files/Shell.h"
+#include "Platform/Files/Trash.h"
 
 namespace wevora::files {
 

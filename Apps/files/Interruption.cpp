@@ -43,44 +43,44 @@ void Interruption::check() {
 }
 
 int StoppableFileCalls::openToRead(int folder, const std::string& name) {
-  return isStopped() ? -1 : FileCalls::openToRead(folder, name);
+  return isStopped() ? -1 : FileSystemCalls::openToRead(folder, name);
 }
 
 int StoppableFileCalls::openNew(int folder, const std::string& name) {
-  return isStopped() ? -1 : FileCalls::openNew(folder, name);
+  return isStopped() ? -1 : FileSystemCalls::openNew(folder, name);
 }
 
 int StoppableFileCalls::clone(int to, int from) {
-  return isStopped() ? -1 : FileCalls::clone(to, from);
+  return isStopped() ? -1 : FileSystemCalls::clone(to, from);
 }
 
 ssize_t StoppableFileCalls::copyRange(int from, int to, off_t offset, std::size_t bytes) {
-  return isStopped() ? -1 : FileCalls::copyRange(from, to, offset, bytes);
+  return isStopped() ? -1 : FileSystemCalls::copyRange(from, to, offset, bytes);
 }
 
 ssize_t StoppableFileCalls::read(int file, std::byte* bytes, std::size_t count, off_t offset) {
-  return isStopped() ? -1 : FileCalls::read(file, bytes, count, offset);
+  return isStopped() ? -1 : FileSystemCalls::read(file, bytes, count, offset);
 }
 
 ssize_t StoppableFileCalls::write(int file, const std::byte* bytes, std::size_t count,
                                   off_t offset) {
-  return isStopped() ? -1 : FileCalls::write(file, bytes, count, offset);
+  return isStopped() ? -1 : FileSystemCalls::write(file, bytes, count, offset);
 }
 
 int StoppableFileCalls::resize(int file, off_t size) {
-  return isStopped() ? -1 : FileCalls::resize(file, size);
+  return isStopped() ? -1 : FileSystemCalls::resize(file, size);
 }
 
 int StoppableFileCalls::flush(int file) {
-  return isStopped() ? -1 : FileCalls::flush(file);
+  return isStopped() ? -1 : FileSystemCalls::flush(file);
 }
 
 int StoppableFileCalls::flushVolume(int file) {
-  return isStopped() ? -1 : FileCalls::flushVolume(file);
+  return isStopped() ? -1 : FileSystemCalls::flushVolume(file);
 }
 
 int StoppableFileCalls::renameToNew(int folder, const std::string& from, const std::string& to) {
-  return isStopped() ? -1 : FileCalls::renameToNew(folder, from, to);
+  return isStopped() ? -1 : FileSystemCalls::renameToNew(folder, from, to);
 }
 
 }  // namespace wevora::files

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <stdexcept>
 
-#include "Platform/FileCopy/FileCalls.h"
+#include "Platform/Files/Copy/FileSystemCalls.h"
 
 namespace wevora::files {
 
@@ -42,7 +42,7 @@ class Interruption {
 /// File calls that all fail (ECANCELED) after an interruption, so that a copy ends as if its volume
 /// had failed.
 /// Threads: one. Owns: nothing. Errors: errno.
-class StoppableFileCalls : public platform::FileCalls {
+class StoppableFileCalls : public platform::FileSystemCalls {
  public:
   int openToRead(int folder, const std::string& name) override;
   int openNew(int folder, const std::string& name) override;

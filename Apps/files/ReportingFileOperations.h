@@ -3,7 +3,7 @@
 #include <string>
 #include <system_error>
 
-#include "Platform/FileCopy/FileOperations.h"
+#include "Platform/Files/Copy/FileOperations.h"
 
 namespace wevora::files {
 

@@ -5,6 +5,7 @@
 #include "Apps/files/FilesCommands.h"
 #include "Apps/files/Interruption.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "Platform/Base/Version.h"
 
 namespace wevora::files {
 namespace {
@@ -17,7 +18,7 @@ int run(const FilesOptions& options) {
     return FilesCommands::kYes;
   }
   if (options.version) {
-    std::cout << "wevora-files " WEVORA_VERSION "\n";
+    std::cout << "wevora-files " << platform::productVersion() << "\n";
     return FilesCommands::kYes;
   }
   WVRFileTools::load();

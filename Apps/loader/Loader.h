@@ -42,7 +42,7 @@ class Loader {
   static constexpr int kAnotherVersion = 3;
   static constexpr int kNotQuit = 4;
 
-  struct Surroundings {
+  struct Dependencies {
     Processes& processes;
     std::function<std::vector<RunningHost>()> running;
     std::optional<BundleVersion> installed;
@@ -51,7 +51,7 @@ class Loader {
     std::ostream& out;
     std::ostream& errors;
   };
-  explicit Loader(Surroundings surroundings) : around_(std::move(surroundings)) {}
+  explicit Loader(Dependencies dependencies) : around_(std::move(dependencies)) {}
 
   int start(const SupportedHost& host, std::span<const std::string> more);
   int status();
@@ -61,7 +61,7 @@ class Loader {
   int complain(int status, const std::string& text);
   bool restart(const RunningHost& running);
 
-  const Surroundings around_;
+  const Dependencies around_;
 };
 
 }  // namespace wevora::loader

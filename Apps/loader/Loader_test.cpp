@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/wevoraLoader/sharedcheck.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::loader {
 namespace {
@@ -25,7 +25,7 @@ using Words = std::vector<std::string>;
 constexpr BundleVersion kInstalled{2, 0, 1};
 
 /// Notes what is asked of it.
-class NotedProcesses : public Processes {
+class RecordedProcesses : public Processes {
  public:
   void become(const Words& command, const Variables& more) override {
     became = command;
@@ -66,7 +66,7 @@ class LoaderTest : public testing::Test {
     running.push_back(one);
   }
 
-  NotedProcesses processes;
+  RecordedProcesses processes;
   std::vector<RunningHost> running;
   std::optional<BundleVersion> installed = kInstalled;
   Variables environment;

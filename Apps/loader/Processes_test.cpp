@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Support/TemporaryFolder.h"
 #include "Tests/ChildProcess/ChildProcess.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::loader {
 namespace {

@@ -5,7 +5,8 @@
 #include <vector>
 
 #include "Apps/loader/Loader.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Base/Version.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora::loader {
 namespace {
@@ -37,7 +38,7 @@ int run(const std::vector<std::string>& words) {
     return Loader::kDone;
   }
   if (first == "--version") {
-    std::cout << "wevora-loader " WEVORA_VERSION "\n";
+    std::cout << "wevora-loader " << platform::productVersion() << "\n";
     return Loader::kDone;
   }
   const auto paths = platform::InstalledPaths::shared();

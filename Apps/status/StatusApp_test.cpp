@@ -7,7 +7,7 @@
 #include "Apps/status/FolderWalk.h"
 #include "Apps/status/StatusOptions.h"
 #include "Apps/status/StatusPrinter.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::status {
 namespace {

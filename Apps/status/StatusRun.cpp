@@ -13,8 +13,8 @@
 #include <glib.h>
 
 #include "Apps/status/StatusWatch.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/WorkingFolder.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora::status {
 namespace {

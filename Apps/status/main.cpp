@@ -8,7 +8,8 @@
 #include "Apps/status/StatusRun.h"
 #include "Connector/DaemonConnectionPort.h"
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
-#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/Base/Version.h"
+#include "Platform/Installation/LoginUser.h"
 #include "Platform/System/SystemServices.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
@@ -44,7 +45,7 @@ int run(const StatusOptions& options) {
     return kAnswered;
   }
   if (options.version) {
-    std::cout << "wevora-status " WEVORA_VERSION "\n";
+    std::cout << "wevora-status " << platform::productVersion() << "\n";
     return kAnswered;
   }
   loadNSDateDBFormat();

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "FinderIntegration/wevoraLoader/InstalledBundle.h"
-#include "Platform/Bundles/Bundle.h"
+#include "Platform/Installation/Bundle.h"
 
 namespace wevora {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Graphics/Image.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora {
 
@@ -24,7 +24,7 @@ BundleLoad::BundleLoad(Services services)
 void BundleLoad::run() const {
   for (const auto& hook : hooks_) {
     if (!hook.load) continue;
-    platform::swallowing(hook.load);
+    platform::catchAll(hook.load);
   }
 }
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Time/VirtualClock.h"
+#include "Tests/Doubles/VirtualClock.h"
 
 namespace wevora {
 namespace {

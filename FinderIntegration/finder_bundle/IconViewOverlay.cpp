@@ -4,7 +4,7 @@
 
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora {
 namespace {
@@ -46,7 +46,7 @@ IconViewOverlay::IconViewOverlay(Runtime& runtime, ProviderAccess provider) : ru
   own->addMethod("wv_drawImage:",
                  Implementation::of<void(Id)>(
                      [&runtime, provider = std::move(provider)](const Id& self, const Id& image) {
-                       const Id shown = platform::swallowingOr(
+                       const Id shown = platform::catchAllOr(
                            image, [&] { return badged(self, image, runtime, provider); });
                        send<void>(self, "wv_drawImage:", shown);
                      }),

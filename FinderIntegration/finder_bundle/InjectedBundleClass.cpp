@@ -6,7 +6,7 @@
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVOutlineViewDelegate.h"
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora {
 namespace {
@@ -22,8 +22,8 @@ InjectedBundleClass::InjectedBundleClass(Services services) : services_(std::mov
 }
 
 void InjectedBundleClass::load() {
-  platform::swallowing([this] { reportVersion(); });
-  platform::swallowing([this] {
+  platform::catchAll([this] { reportVersion(); });
+  platform::catchAll([this] {
     hookSidebars();
     walkWindows("sidebarViewContainer");
   });
@@ -55,7 +55,7 @@ void InjectedBundleClass::walkWindows(const char* container) const {
 
 void InjectedBundleClass::investigateSideBarViewHierarchy(
     const Id& view, const std::optional<std::string>& level) const {
-  platform::swallowing([&] {
+  platform::catchAll([&] {
     const std::string mark = level.value_or("#");
     if (!view) return;
     if (view->isKindOf(services_.runtime.classNamed("TSidebarView").get())) {

@@ -7,7 +7,7 @@
 
 #include "FinderIntegration/finder_bundle/HostInterface.h"
 #include "Platform/Dispatch/Dispatch.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora {
 

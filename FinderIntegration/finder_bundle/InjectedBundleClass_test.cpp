@@ -18,9 +18,9 @@ using Versions = std::vector<std::vector<std::int32_t>>;
 using Visits = std::vector<std::pair<Id, std::string>>;
 
 /// Notes each view that is walked, and the level that it was reached with.
-class NotingPrincipal : public InjectedBundleClass {
+class RecordingPrincipal : public InjectedBundleClass {
  public:
-  NotingPrincipal(Services services, Visits& visited)
+  RecordingPrincipal(Services services, Visits& visited)
       : InjectedBundleClass(std::move(services)), visited_(visited) {}
   void investigateSideBarViewHierarchy(const Id& view,
                                        const std::optional<std::string>& level) const override {
@@ -42,15 +42,16 @@ class InjectedBundleClassTest : public testing::Test {
     badged.dispatch.runAll();
     return badged.versions;
   }
-  NotingPrincipal principal() {
-    return NotingPrincipal({.runtime = host.runtime(),
-                            .mainQueue = badged.dispatch.mainQueue(),
-                            .paths = badged.installed.paths,
-                            .setVersion =
-                                [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
-                                  badged.versions.push_back({major, minor, patch});
-                                }},
-                           visited);
+  RecordingPrincipal principal() {
+    return RecordingPrincipal(
+        {.runtime = host.runtime(),
+         .mainQueue = badged.dispatch.mainQueue(),
+         .paths = badged.installed.paths,
+         .setVersion =
+             [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
+               badged.versions.push_back({major, minor, patch});
+             }},
+        visited);
   }
   std::shared_ptr<testing_host::Sidebar> sidebar() {
     auto made = host.makeSidebar({});

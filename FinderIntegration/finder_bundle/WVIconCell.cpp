@@ -2,7 +2,7 @@
 
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora {
 namespace {
@@ -59,7 +59,7 @@ WVIconCell::WVIconCell(Runtime& runtime, ProviderAccess provider) : runtime_(run
                  Implementation::of<void(Rect)>(
                      [&runtime, provider = std::move(provider)](const Id& self, Rect frame) {
                        send<void>(self, "wv_drawIconWithFrame:", frame);
-                       platform::swallowing([&] { drawOver(self, frame, runtime, provider); });
+                       platform::catchAll([&] { drawOver(self, frame, runtime, provider); });
                      }),
                  kDrawIconTypes);
   own->addMethod("scaleFactor", Implementation::of<double()>([](const Id&) { return 1.0; }),

@@ -1,8 +1,8 @@
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 
 #include "FinderIntegration/finder_bundle/OperationQueue/WVPerformSelectorOperation.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/Files/Files.h"
-#include "Platform/Support/Guard.h"
 #include "Platform/System/SystemServices.h"
 #include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+Path.h"
 
@@ -326,9 +326,9 @@ void WVIconProvider::touch(const std::string& folder) {
 
 void WVIconProvider::trim(std::vector<Statuses>& evicted) {
   // The counter meets the shrinking list half-way: one pass removes about half of an excess.
-  for (std::size_t i = kFoldersKept; i < usageList_.size(); ++i) {
+  for (std::size_t i = kMaxFolders; i < usageList_.size(); ++i) {
     const auto last =
-        std::prev(usageList_.end(), static_cast<std::ptrdiff_t>(usageList_.size() - kFoldersKept));
+        std::prev(usageList_.end(), static_cast<std::ptrdiff_t>(usageList_.size() - kMaxFolders));
     if (const auto found = dictionaryForFolder_.find(*last); found != dictionaryForFolder_.end()) {
       evicted.push_back(std::move(found->second));
       dictionaryForFolder_.erase(found);

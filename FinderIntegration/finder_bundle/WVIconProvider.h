@@ -17,9 +17,9 @@
 #include "FinderIntegration/finder_bundle/Tools/ItemURL.h"
 #include "FinderIntegration/finder_bundle/Tools/TFENode.h"
 #include "FinderIntegration/finder_bundle/Tools/WVFinderTools.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Base/Strings.h"
+#include "Platform/Installation/InstalledPaths.h"
 #include "Platform/Runtime/Runtime.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora {
 
@@ -140,7 +140,7 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   using Usage = std::list<std::string>;
 
   /// Folders at the front of the usage list that stay in the cache.
-  static constexpr std::size_t kFoldersKept = 800;
+  static constexpr std::size_t kMaxFolders = 800;
 
   struct Found {
     std::string word;

@@ -13,10 +13,10 @@
 #include "FinderIntegration/finder_bundle/OperationQueue/WVPerformSelectorOperation.h"
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
-#include "Platform/Volumes/ManualVolumes.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/ManualVolumes.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
@@ -455,7 +455,7 @@ TEST_F(ProviderTest, ReportingACellThatWentAwayDoesNothing) {
 TEST_F(ProviderTest, TheFolderAfterTheEightHundredthEvictsTheLeastRecentlyRefreshed) {
   const auto name = [](int i) { return "folder " + std::to_string(i); };
   const auto item = [&](int i) { return volume + "/" + name(i) + "/item"; };
-  platform::DatabaseWriter::Transaction transaction(database.writer);
+  agent_sim::DatabaseWriter::Transaction transaction(database.writer);
   for (int i = 0; i <= 800; ++i) {
     fs::create_directory(volume + "/" + name(i));
     std::ofstream(item(i)) << "x";

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "FinderIntegration/wevoraLoader/InstalledBundle.h"
-#include "Platform/Bundles/Bundle.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/Graphics/ImageFiles.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Installation/Bundle.h"
 
 namespace wevora {
 namespace {
@@ -72,8 +72,8 @@ bool isDrive(const Id& item) {
 
 /// Opened anew for each drawing of the drive's row.
 std::optional<Bundle> openBundle(const InstalledPaths& paths) {
-  return platform::swallowingOr(std::optional<Bundle>(),
-                                [&] { return Bundle::bundleWithPath(kBundlePath, paths); });
+  return platform::catchAllOr(std::optional<Bundle>(),
+                              [&] { return Bundle::bundleWithPath(kBundlePath, paths); });
 }
 
 /// Read from its file each time: nothing is kept between two draws.
@@ -114,11 +114,10 @@ void addDelegateMethods(Class& own, const Runtime& runtime, const InstalledPaths
                     [&runtime, paths](const Id& self, const Id& outlineView, const Id& cell,
                                       const Id& column, const Id& item) {
                       static const auto forward = forwarding<void, Id, Id, Id, Id>(kWillDisplay);
-                      const bool drive =
-                          platform::swallowingOr(false, [&] { return isDrive(item); });
+                      const bool drive = platform::catchAllOr(false, [&] { return isDrive(item); });
                       const auto bundle = drive ? openBundle(paths) : std::nullopt;
                       forward.invoke<void>(self, outlineView, cell, column, item);
-                      if (drive) platform::swallowing([&] { setPicture(cell, runtime, bundle); });
+                      if (drive) platform::catchAll([&] { setPicture(cell, runtime, bundle); });
                     }),
                 "v@:@@@@");
   const auto add = [&](const char* selector, Implementation body, const char* types) {
@@ -155,7 +154,7 @@ std::shared_ptr<WVOutlineViewDelegate> WVOutlineViewDelegate::make(const Runtime
 
 WVOutlineViewDelegate::~WVOutlineViewDelegate() {
   realDelegate_.reset();
-  platform::swallowing([this] {
+  platform::catchAll([this] {
     if (const Id view = this->view()) callOwnSetter(view, nullptr, runtime_);
   });
 }

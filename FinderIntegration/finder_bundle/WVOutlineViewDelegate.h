@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "FinderIntegration/finder_bundle/HostInterface.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora {
 

@@ -5,9 +5,9 @@
 
 #include "FinderIntegration/finder_bundle/Tools/WVMethodOverload.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
-#include "Platform/Support/Guard.h"
 
 namespace wevora {
 namespace {
@@ -71,7 +71,7 @@ WVRDesktopIcon::WVRDesktopIcon(Runtime& runtime, platform::Queue& mainQueue,
                                                       DrawingTarget* inContext) {
                        send<void>(self, "wv_drawLayer:inContext:", layer, inContext);
                        if (inContext == nullptr) return;
-                       platform::swallowing([&] { drawOver(self, layer, *inContext, provider); });
+                       platform::catchAll([&] { drawOver(self, layer, *inContext, provider); });
                      }),
                  kDrawLayerTypes);
   own->addMethod("node", Implementation::of<Id()>([](const Id&) { return Id(); }), "@@:");
@@ -81,7 +81,7 @@ void WVRDesktopIcon::load() {
   WVMethodOverload::overloadSelector(
       "drawLayer:inContext:", runtime_.classNamed("TDesktopIcon").get(),
       "wv_drawLayer:inContext:", runtime_.classNamed("WVRDesktopIcon").get(), kDrawLayerTypes);
-  platform::swallowing([this] {
+  platform::catchAll([this] {
     const Id desktop =
         send<Id>(runtime_.classNamed("TDesktopViewController"), "sharedDesktopViewController");
     send<void>(send<Id>(desktop, "view"), "setNeedsDisplay:", true);

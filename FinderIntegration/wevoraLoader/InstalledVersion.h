@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "FinderIntegration/wevoraLoader/InstalledBundle.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora {
 

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 #include "Platform/PropertyLists/PropertyLists.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora {
 namespace {

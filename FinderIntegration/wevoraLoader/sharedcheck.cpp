@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora {
 namespace {
@@ -65,7 +65,7 @@ void setVersion(std::int32_t major, std::int32_t minor, std::int32_t patch) noex
 
 std::int32_t shouldKillFinder() noexcept {
   static SharedRecord* conf = nullptr;
-  const auto installed = platform::swallowingOr(std::optional<BundleVersion>(), [] {
+  const auto installed = platform::catchAllOr(std::optional<BundleVersion>(), [] {
     return installedVersion(platform::InstalledPaths::shared());
   });
   const SharedObject object = openSharedObject();

@@ -9,7 +9,7 @@
 
 #include "FinderIntegration/finder_bundle/Tools/WVFinderTools.h"
 #include "Hosts/Common/View.h"
-#include "Platform/Dispatch/ManualDispatch.h"
+#include "Tests/Doubles/ManualDispatch.h"
 
 namespace wevora::hosts {
 namespace {

@@ -1,13 +1,10 @@
 #include "Hosts/Common/Bundle.h"
 
-#include "Platform/Bundles/Bundle.h"
+#include "FinderIntegration/wevoraLoader/InstalledBundle.h"
+#include "Platform/Installation/Bundle.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora::hosts {
-namespace {
-
-constexpr const char* kBundlePath = "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle";
-
-}  // namespace
 
 bool loadBundle() {
   const auto bundle =

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora::hosts {
 

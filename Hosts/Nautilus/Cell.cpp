@@ -1,8 +1,8 @@
 #include "Hosts/Nautilus/Cell.h"
 
 #include "Hosts/Common/CellGeometry.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/Graphics/GraphicsContext.h"
-#include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -18,7 +18,7 @@ using hosts::ImageWrapper;
 using hosts::ListRow;
 using hosts::listRowAround;
 using hosts::Node;
-using hosts::NotingTarget;
+using hosts::RecordingTarget;
 using hosts::View;
 using platform::CurrentTarget;
 using platform::Id;
@@ -27,9 +27,9 @@ using platform::ImageRef;
 using platform::Rect;
 using platform::send;
 
-std::shared_ptr<NotingTarget> Cell::Painting::target() {
+std::shared_ptr<RecordingTarget> Cell::Painting::target() {
   if (!open) return nullptr;
-  if (!painted) painted = std::make_shared<NotingTarget>(deviceScale);
+  if (!painted) painted = std::make_shared<RecordingTarget>(deviceScale);
   return painted;
 }
 
@@ -46,7 +46,7 @@ void Cell::draw(const Pass& pass) {
   pass_ = &pass;
   iconRect_ = iconRect();
   hostDrawn_ = false;
-  platform::swallowing([&] { kind_ == CellKind::Grid ? sendGridDrawing() : sendListDrawing(); });
+  platform::catchAll([&] { kind_ == CellKind::Grid ? sendGridDrawing() : sendListDrawing(); });
   drawHost();
   painting_->open = false;
   painting_->painted.reset();
@@ -84,7 +84,7 @@ void Cell::drawImage(const Id& wrapper) {
   const auto wrapped = std::dynamic_pointer_cast<ImageWrapper>(wrapper);
   if (!wrapped || wrapped->image != icon_) return;
   targetAt(iconRect_->x, iconRect_->y)
-      .drawNoted(*painting_->painted, {iconRect_->width, iconRect_->height});
+      .drawRecorded(*painting_->painted, {iconRect_->width, iconRect_->height});
 }
 
 void Cell::sendListDrawing() {

@@ -6,7 +6,7 @@
 
 #include "Hosts/Common/ImageWrapper.h"
 #include "Hosts/Common/Node.h"
-#include "Hosts/Common/NotingTarget.h"
+#include "Hosts/Common/RecordingTarget.h"
 #include "Hosts/Common/View.h"
 #include "Hosts/Nautilus/HostWidgets.h"
 #include "Hosts/Nautilus/SnapshotTarget.h"
@@ -33,7 +33,7 @@ class Cell : public platform::Object, public std::enable_shared_from_this<Cell> 
     GtkWidget* widget;
     GtkWidget* icon;  ///< the part of the widget that shows the icon; null where none does
     GtkSnapshot* snapshot;
-    Textures& textures;
+    TextureCache& textures;
     platform::Class& imageWrappers;
   };
   /// Draws the widget by the messages that the bundle stands in for. The host's own drawing has
@@ -66,8 +66,8 @@ class Cell : public platform::Object, public std::enable_shared_from_this<Cell> 
   struct Painting {
     bool open = false;  ///< for as long as the icon is being drawn
     double deviceScale = 1.0;
-    std::shared_ptr<hosts::NotingTarget> painted;
-    std::shared_ptr<hosts::NotingTarget> target();
+    std::shared_ptr<hosts::RecordingTarget> painted;
+    std::shared_ptr<hosts::RecordingTarget> target();
   };
   const std::shared_ptr<Painting> painting_ = std::make_shared<Painting>();
   const platform::ImageRef icon_;  // clear: GTK shows the icon

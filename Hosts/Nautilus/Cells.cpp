@@ -3,17 +3,17 @@
 #include "Hosts/Common/ImageWrapper.h"
 #include "Hosts/Common/NewClass.h"
 #include "Hosts/Nautilus/Redraw.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
 
+using platform::catchAll;
 using platform::Class;
 using platform::Id;
 using platform::ImageRef;
 using platform::Implementation;
 using platform::Rect;
-using platform::swallowing;
 
 Cell& asCell(const Id& self) {
   return static_cast<Cell&>(*self);
@@ -95,7 +95,7 @@ GtkWidget* Cells::Slot::iconOf(GtkWidget* widget) {
 void Cells::draw(CellKind kind, GtkWidget* widget, GtkSnapshot* snapshot) {
   std::shared_ptr<Cell> cell;
   GtkWidget* icon = nullptr;
-  swallowing([&] {
+  catchAll([&] {
     auto& slot = slotOf(widget);
     icon = slot.iconOf(widget);
     cell = cellOf(kind, widget, slot);
@@ -127,11 +127,11 @@ void Cells::watch(GtkWidget* widget) {
   g_object_weak_ref(
       G_OBJECT(widget),
       +[](gpointer self, GObject* gone) noexcept {
-        swallowing([&] { static_cast<Cells*>(self)->gone(reinterpret_cast<GtkWidget*>(gone)); });
+        catchAll([&] { static_cast<Cells*>(self)->gone(reinterpret_cast<GtkWidget*>(gone)); });
       },
       this);
   const auto replaced = +[](GtkWidget* changed, GParamSpec*, gpointer self) noexcept {
-    swallowing([&] { static_cast<Cells*>(self)->itemReplaced(changed); });
+    catchAll([&] { static_cast<Cells*>(self)->itemReplaced(changed); });
   };
   g_signal_connect(widget, "notify::item", G_CALLBACK(replaced), this);
   // What changed while a tab was hidden.

@@ -55,7 +55,7 @@ class Cells {
   std::shared_ptr<platform::Class> iconCells_;
   std::shared_ptr<platform::Class> listCells_;
   std::shared_ptr<platform::Class> imageWrappers_;
-  Textures textures_;
+  TextureCache textures_;
   std::unordered_map<GtkWidget*, Slot> slots_;
   std::unordered_map<const void*, GtkWidget*> widgets_;  // by the node that each shows
 };

@@ -35,7 +35,7 @@ class Host : public WidgetObserver {
                                        "TBrowserWindowController",
                                        "TBrowserViewController"};
   /// False where another host in the process has one of the names.
-  static bool mayBePresentedTo(const platform::Runtime& runtime) {
+  static bool canRegisterIn(const platform::Runtime& runtime) {
     return std::ranges::none_of(
         kClasses, [&](const char* name) { return runtime.classNamed(name) != nullptr; });
   }

@@ -1,6 +1,6 @@
 #include "Hosts/Common/Bundle.h"
 #include "Hosts/Nautilus/Host.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -9,7 +9,7 @@ namespace {
 /// left alone.
 void start() {
   auto& runtime = platform::Runtime::shared();
-  if (!Host::mayBePresentedTo(runtime)) return;
+  if (!Host::canRegisterIn(runtime)) return;
   static platform::NeverDestroyed<Host> host(runtime);
   if (hosts::loadBundle()) observeWidgets(*host);
 }
@@ -18,5 +18,5 @@ void start() {
 }  // namespace wevora::nautilus
 
 extern "C" [[gnu::visibility("default")]] void wevora_nautilus_start() noexcept {
-  wevora::platform::swallowing(&wevora::nautilus::start);
+  wevora::platform::catchAll(&wevora::nautilus::start);
 }

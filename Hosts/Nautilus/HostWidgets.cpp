@@ -4,12 +4,12 @@
 #include <cstring>
 
 #include "Hosts/Nautilus/HostClasses.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
 
-using platform::swallowing;
+using platform::catchAll;
 using Snapshot = void (*)(GtkWidget*, GtkSnapshot*);
 
 WidgetObserver* theObserver = nullptr;
@@ -21,7 +21,7 @@ Snapshot& hostSnapshot(CellKind kind) {
 
 template <CellKind kind>
 void snapshotCell(GtkWidget* cell, GtkSnapshot* snapshot) noexcept {
-  swallowing([&] { theObserver->drawCell(kind, cell, snapshot); });
+  catchAll([&] { theObserver->drawCell(kind, cell, snapshot); });
 }
 
 template <CellKind kind>
@@ -52,7 +52,7 @@ gboolean widgetRealized(GSignalInvocationHint*, guint, const GValue* parameters,
                         gpointer) noexcept {
   auto* object = static_cast<GObject*>(g_value_get_object(parameters));
   if (const auto role = roleOf(G_OBJECT_TYPE_NAME(object)))
-    swallowing([&] { realized(*role, GTK_WIDGET(object)); });
+    catchAll([&] { realized(*role, GTK_WIDGET(object)); });
   return TRUE;
 }
 

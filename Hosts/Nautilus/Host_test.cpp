@@ -7,7 +7,7 @@ namespace {
 
 TEST(HostTest, AHostThatIsAloneHasAllItsClasses) {
   platform::Runtime runtime;
-  ASSERT_TRUE(Host::mayBePresentedTo(runtime));
+  ASSERT_TRUE(Host::canRegisterIn(runtime));
   const Host host(runtime);
   for (const char* name : Host::kClasses) EXPECT_TRUE(runtime.classNamed(name)) << name;
 }
@@ -16,7 +16,7 @@ TEST(HostTest, AHostIsNotPresentedWhereAnotherHasOneOfItsNames) {
   for (const char* taken : Host::kClasses) {
     platform::Runtime runtime;
     runtime.registerClass(taken);
-    EXPECT_FALSE(Host::mayBePresentedTo(runtime)) << taken;
+    EXPECT_FALSE(Host::canRegisterIn(runtime)) << taken;
     EXPECT_THROW(Host{runtime}, platform::HostException) << taken;
   }
 }

@@ -6,7 +6,7 @@
 #include <glib-object.h>
 
 #include "Hosts/Common/Libraries.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -35,7 +35,7 @@ G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
   using namespace wevora;
   if (!nautilus::isInsideTheHost()) return;
   g_type_module_use(module);
-  platform::swallowing([] { hosts::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
+  platform::catchAll([] { hosts::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
 }
 
 G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {

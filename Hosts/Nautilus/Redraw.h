@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "Hosts/Common/View.h"
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 
 namespace wevora::nautilus {
 

@@ -2,7 +2,7 @@
 
 #include <nautilus-extension.h>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -28,7 +28,7 @@ const std::optional<std::string>& ShownItem::uri() {
 void ShownItem::watch(GObject* file) {
   if (g_signal_lookup("changed", G_OBJECT_TYPE(file)) == 0) return;
   const auto changed = +[](GObject*, gpointer self) noexcept {
-    platform::swallowing([&] { static_cast<ShownItem*>(self)->fileChanged(); });
+    platform::catchAll([&] { static_cast<ShownItem*>(self)->fileChanged(); });
   };
   handler_ = g_signal_connect(file, "changed", G_CALLBACK(changed), this);
   file_.set(file);

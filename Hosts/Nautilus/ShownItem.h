@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 
 namespace wevora::nautilus {
 

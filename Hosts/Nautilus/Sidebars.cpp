@@ -4,11 +4,11 @@
 #include <string>
 #include <utility>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 #include "Hosts/Nautilus/Redraw.h"
-#include "Hosts/Nautilus/Textures.h"
+#include "Hosts/Nautilus/TextureCache.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/Graphics/Image.h"
-#include "Platform/Support/Guard.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -55,7 +55,7 @@ void Sidebars::sidebarRealized(GtkWidget* sidebar) {
   g_object_weak_ref(
       G_OBJECT(sidebar),
       +[](gpointer self, GObject* gone) noexcept {
-        platform::swallowing([&] {
+        platform::catchAll([&] {
           static_cast<Sidebars*>(self)->views_.erase(reinterpret_cast<GtkWidget*>(gone));
         });
       },
@@ -69,7 +69,7 @@ void Sidebars::rowRealized(GtkWidget* row) {
   if (g_object_get_data(G_OBJECT(row), kKey) == nullptr) {
     g_object_set_data(G_OBJECT(row), kKey, this);
     const auto changed = +[](GtkWidget* it, GParamSpec*, gpointer self) noexcept {
-      platform::swallowing([&] { static_cast<Sidebars*>(self)->presentRow(it); });
+      platform::catchAll([&] { static_cast<Sidebars*>(self)->presentRow(it); });
     };
     g_signal_connect(row, "notify::label", G_CALLBACK(changed), this);
     g_signal_connect(row, "notify::start-icon", G_CALLBACK(changed), this);

@@ -4,7 +4,7 @@ namespace wevora::nautilus {
 
 void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
                                 const platform::BitmapDrawing& drawing) {
-  const Piece& piece = textures_.of(bitmap, drawing, space_.deviceScale);
+  const CachedTexture& piece = textures_.of(bitmap, drawing, space_.deviceScale);
   if (!piece.texture) return;
   const auto at = [](float origin, double offset) { return origin + static_cast<float>(offset); };
   const graphene_rect_t rect{
@@ -16,7 +16,7 @@ void SnapshotTarget::drawBitmap(const platform::BitmapRef& bitmap,
   if (drawing.fraction < 1.0) gtk_snapshot_pop(snapshot_);
 }
 
-void SnapshotTarget::append(const Piece& piece, const graphene_rect_t& rect) {
+void SnapshotTarget::append(const CachedTexture& piece, const graphene_rect_t& rect) {
   if (space_.hasHardware) {
     gtk_snapshot_append_texture(snapshot_, piece.texture.get(), &rect);
     return;
@@ -28,7 +28,7 @@ void SnapshotTarget::append(const Piece& piece, const graphene_rect_t& rect) {
 }
 
 // Nearly always all lies within the edges, and nothing has to be clipped.
-void SnapshotTarget::drawNoted(const hosts::NotingTarget& noted, const platform::Size& size) {
+void SnapshotTarget::drawRecorded(const hosts::RecordingTarget& noted, const platform::Size& size) {
   if (noted.isWithin(size)) return noted.replay(*this, size.height);
   const graphene_rect_t edges{space_.origin,
                               {static_cast<float>(size.width), static_cast<float>(size.height)}};

@@ -2,8 +2,8 @@
 
 #include <gtk/gtk.h>
 
-#include "Hosts/Common/NotingTarget.h"
-#include "Hosts/Nautilus/Textures.h"
+#include "Hosts/Common/RecordingTarget.h"
+#include "Hosts/Nautilus/TextureCache.h"
 #include "Platform/Graphics/DrawingTarget.h"
 
 namespace wevora::nautilus {
@@ -19,7 +19,7 @@ class SnapshotTarget : public platform::DrawingTarget {
     double deviceScale = 1.0;
     bool hasHardware = true;  ///< draws the frame
   };
-  SnapshotTarget(GtkSnapshot* snapshot, Textures& textures, const Space& space)
+  SnapshotTarget(GtkSnapshot* snapshot, TextureCache& textures, const Space& space)
       : snapshot_(snapshot), textures_(textures), space_(space) {}
 
   double deviceScale() const override { return space_.deviceScale; }
@@ -28,15 +28,15 @@ class SnapshotTarget : public platform::DrawingTarget {
                   const platform::BitmapDrawing& drawing) override;
   /// What was drawn into an image of that size, which lies at the target's origin and ends at its
   /// edges, as any image does.
-  void drawNoted(const hosts::NotingTarget& noted, const platform::Size& size);
+  void drawRecorded(const hosts::RecordingTarget& noted, const platform::Size& size);
   void save() override { gtk_snapshot_save(snapshot_); }
   void restore() override { gtk_snapshot_restore(snapshot_); }
 
  private:
-  void append(const Piece& piece, const graphene_rect_t& rect);
+  void append(const CachedTexture& piece, const graphene_rect_t& rect);
 
   GtkSnapshot* const snapshot_;
-  Textures& textures_;
+  TextureCache& textures_;
   const Space space_;
 };
 

@@ -15,7 +15,7 @@
 namespace wevora::nautilus {
 namespace {
 
-using hosts::NotingTarget;
+using hosts::RecordingTarget;
 using platform::Bitmap;
 using platform::BitmapRef;
 using platform::Rect;
@@ -47,7 +47,7 @@ class Frame {
     const graphene_rect_t all{{0, 0}, {kSide, kSide}};
     gtk_snapshot_append_color(snapshot_, &colour, &all);
   }
-  Textures& textures() { return textures_; }
+  TextureCache& textures() { return textures_; }
 
   bool hasTexture() { return node() != nullptr && isOrHas(GSK_TEXTURE_NODE, node()); }
   bool hasClip() { return node() != nullptr && isOrHas(GSK_CLIP_NODE, node()); }
@@ -88,7 +88,7 @@ class Frame {
   const double scale_;
   const bool hasHardware_;
   GtkSnapshot* const snapshot_;
-  Textures textures_;
+  TextureCache textures_;
   bool ended_ = false;
   std::unique_ptr<GskRenderNode, NodeUnref> node_;
 };
@@ -294,22 +294,22 @@ TEST(SnapshotTargetTest, NothingIsDrawnOfAClearBitmap) {
 
 TEST(SnapshotTargetTest, MoreBitmapsThanAreKeptAreAllDrawn) {
   Frame frame;
-  for (std::size_t i = 0; i <= Textures::kKept; ++i)
+  for (std::size_t i = 0; i <= TextureCache::kKept; ++i)
     frame.target().drawBitmap(plain(kBlue), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   EXPECT_EQ(letters(frame.pixels())[0], "rr......");
 }
 
 /// A square of 4 points, noted from a point on.
-NotingTarget notedFrom(double x, double y) {
-  NotingTarget noting(1);
+RecordingTarget notedFrom(double x, double y) {
+  RecordingTarget noting(1);
   noting.drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {x, y, 4, 4}});
   return noting;
 }
 
 TEST(SnapshotTargetTest, WhatWasNotedWithinTheEdgesIsDrawnWithoutAClip) {
   Frame frame;
-  frame.target(1, 1).drawNoted(notedFrom(2, 0), {6, 6});
+  frame.target(1, 1).drawRecorded(notedFrom(2, 0), {6, 6});
   EXPECT_FALSE(frame.hasClip());
   EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "...rrrr.",
                                            "...rrrr.", "...rrrr.", "...rrrr.", "........"}));
@@ -317,14 +317,14 @@ TEST(SnapshotTargetTest, WhatWasNotedWithinTheEdgesIsDrawnWithoutAClip) {
 
 TEST(SnapshotTargetTest, WhatWasNotedBeyondTheEdgesEndsAtThem) {
   Frame frame;
-  frame.target(1, 1).drawNoted(notedFrom(3, 4), {6, 6});
+  frame.target(1, 1).drawRecorded(notedFrom(3, 4), {6, 6});
   EXPECT_TRUE(frame.hasClip());
   EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "....rrr.", "....rrr.", "........",
                                            "........", "........", "........", "........"}));
 }
 
-TEST(NotingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {
-  NotingTarget noting(1);
+TEST(RecordingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {
+  RecordingTarget noting(1);
   noting.drawBitmap(upright(), {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
   Frame frame;
   auto target = frame.target();
@@ -336,8 +336,8 @@ TEST(NotingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {
   EXPECT_EQ(rows[6], "........");
 }
 
-TEST(NotingTargetTest, NothingIsReplayedWhereNothingWasDrawn) {
-  const NotingTarget noting(2);
+TEST(RecordingTargetTest, NothingIsReplayedWhereNothingWasDrawn) {
+  const RecordingTarget noting(2);
   EXPECT_EQ(noting.deviceScale(), 2);
   Frame frame;
   auto target = frame.target();

@@ -2,8 +2,8 @@
 
 #include <gtk/gtk.h>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
 #include "Hosts/Nautilus/HostClasses.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 
 namespace wevora::nautilus {
 namespace {

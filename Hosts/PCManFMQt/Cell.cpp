@@ -5,15 +5,15 @@
 #include "Hosts/Common/CellGeometry.h"
 #include "Hosts/Common/ImageWrapper.h"
 #include "Hosts/Common/NewClass.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/Graphics/GraphicsContext.h"
-#include "Platform/Support/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
 
 using hosts::ImageWrapper;
 using hosts::Node;
-using hosts::NotingTarget;
+using hosts::RecordingTarget;
 using hosts::View;
 using platform::Class;
 using platform::DrawingTarget;
@@ -28,7 +28,7 @@ using platform::send;
 class IconCell : public Cell {
  public:
   IconCell(Class& isa, std::shared_ptr<Node> node, std::shared_ptr<View> view, Class& wrappers,
-           Pictures& pictures)
+           ImageCache& pictures)
       : Cell(isa, std::move(node), std::move(view)),
         wrappers_(wrappers),
         pictures_(pictures),
@@ -52,7 +52,7 @@ class IconCell : public Cell {
   void drawInteriorWithFrame(const Rect&, const Id&) {
     if (pass_ == nullptr) return;
     icon_->setSize({pass_->icon.width(), pass_->icon.height()});
-    painted_ = std::make_shared<NotingTarget>(target().deviceScale());
+    painted_ = std::make_shared<RecordingTarget>(target().deviceScale());
     const auto wrapper = std::make_shared<ImageWrapper>(wrappers_);
     wrapper->image = icon_;
     send<void>(Id(shared_from_this()), "drawImage:", Id(wrapper));
@@ -70,8 +70,8 @@ class IconCell : public Cell {
   QtTarget target() const { return {pass_->painter, pictures_, pass_->icon.topLeft()}; }
 
   Class& wrappers_;
-  Pictures& pictures_;
-  std::shared_ptr<NotingTarget> painted_;
+  ImageCache& pictures_;
+  std::shared_ptr<RecordingTarget> painted_;
   const ImageRef icon_;
   const Pass* pass_ = nullptr;
 };
@@ -79,7 +79,7 @@ class IconCell : public Cell {
 /// Threads, Owns, Errors: as Cell.
 class ListCell : public Cell {
  public:
-  ListCell(Class& isa, std::shared_ptr<Node> node, std::shared_ptr<View> view, Pictures& pictures)
+  ListCell(Class& isa, std::shared_ptr<Node> node, std::shared_ptr<View> view, ImageCache& pictures)
       : Cell(isa, std::move(node), std::move(view)), pictures_(pictures) {}
 
   void draw(const Pass& pass) override {
@@ -95,7 +95,7 @@ class ListCell : public Cell {
   const ImageRef& thumbnail() const noexcept { return thumbnail_; }
 
  private:
-  Pictures& pictures_;
+  ImageCache& pictures_;
   const ImageRef thumbnail_ = std::make_shared<Image>();
 };
 
@@ -111,7 +111,7 @@ class Layer : public platform::Object {
 class DesktopIcon : public Cell {
  public:
   DesktopIcon(Class& isa, std::shared_ptr<Node> node, std::shared_ptr<View> view, Class& layers,
-              Pictures& pictures)
+              ImageCache& pictures)
       : Cell(isa, std::move(node), std::move(view)),
         pictures_(pictures),
         layer_(std::make_shared<Layer>(layers)) {
@@ -127,7 +127,7 @@ class DesktopIcon : public Cell {
   }
 
  private:
-  Pictures& pictures_;
+  ImageCache& pictures_;
   const std::shared_ptr<Layer> layer_;
 };
 

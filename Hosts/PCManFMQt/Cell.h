@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "Hosts/Common/Node.h"
-#include "Hosts/Common/NotingTarget.h"
+#include "Hosts/Common/RecordingTarget.h"
 #include "Hosts/Common/View.h"
 #include "Hosts/PCManFMQt/QtTarget.h"
 #include "Platform/Graphics/Geometry.h"
@@ -65,7 +65,7 @@ class Cells {
   std::shared_ptr<platform::Class> desktopIcons_;
   std::shared_ptr<platform::Class> layers_;
   std::shared_ptr<platform::Class> imageWrappers_;
-  Pictures pictures_;
+  ImageCache pictures_;
 };
 
 }  // namespace wevora::pcmanfmqt

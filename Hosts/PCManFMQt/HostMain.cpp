@@ -5,7 +5,7 @@
 #include "Hosts/Common/Bundle.h"
 #include "Hosts/PCManFMQt/Host.h"
 #include "Hosts/PCManFMQt/HostViews.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
@@ -34,5 +34,5 @@ void start() {
 }  // namespace wevora::pcmanfmqt
 
 extern "C" [[gnu::visibility("default")]] void wevora_pcmanfmqt_start() noexcept {
-  wevora::platform::swallowing(&wevora::pcmanfmqt::start);
+  wevora::platform::catchAll(&wevora::pcmanfmqt::start);
 }

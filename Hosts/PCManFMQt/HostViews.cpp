@@ -5,7 +5,7 @@
 #include <QWidget>
 #include <utility>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
@@ -25,7 +25,7 @@ void HostViews::watch() {
 
 bool HostViews::eventFilter(QObject* object, QEvent* event) {
   if (event->type() == QEvent::Polish && object->isWidgetType())
-    platform::swallowing([&] { appeared(static_cast<QWidget&>(*object)); });
+    platform::catchAll([&] { appeared(static_cast<QWidget&>(*object)); });
   return false;
 }
 
@@ -46,7 +46,7 @@ bool PaintFilter::eventFilter(QObject* viewport, QEvent* event) {
   const QObject* const before = std::exchange(painting_, viewport);
   QCoreApplication::sendEvent(viewport, event);
   painting_ = before;
-  platform::swallowing([&] {
+  platform::catchAll([&] {
     if (auto* view = qobject_cast<QAbstractItemView*>(viewport->parent()))
       observer_.itemsPainted(*view, static_cast<const QPaintEvent&>(*event).rect());
   });

@@ -11,9 +11,9 @@ namespace {
 
 /// Paints nothing, and notes where the first picture would be.
 /// Threads: the main thread. Owns: nothing. Errors: none.
-class NotingEngine : public QPaintEngine {
+class RecordingEngine : public QPaintEngine {
  public:
-  NotingEngine() : QPaintEngine(QPaintEngine::AllFeatures) {}
+  RecordingEngine() : QPaintEngine(QPaintEngine::AllFeatures) {}
 
   bool begin(QPaintDevice*) override { return true; }
   bool end() override { return true; }
@@ -43,9 +43,9 @@ class NotingEngine : public QPaintEngine {
 
 /// As large as the view it stands in for.
 /// Threads: the main thread. Owns: its engine. Errors: none.
-class NotingDevice : public QPaintDevice {
+class RecordingDevice : public QPaintDevice {
  public:
-  explicit NotingDevice(const QWidget& like) : like_(like) {}
+  explicit RecordingDevice(const QWidget& like) : like_(like) {}
   QPaintEngine* paintEngine() const override { return &engine_; }
   /// In device pixels.
   const std::optional<QRectF>& picture() const { return engine_.picture; }
@@ -74,7 +74,7 @@ class NotingDevice : public QPaintDevice {
 
  private:
   const QWidget& like_;
-  mutable NotingEngine engine_;
+  mutable RecordingEngine engine_;
 };
 
 /// Opens a door that subclasses of a view have.
@@ -92,9 +92,9 @@ std::optional<QRectF> learn(QAbstractItemView& view, const QModelIndex& index, c
   QStyleOptionViewItem option = Options::of(view);
   option.rect = item;
   option.state = QStyle::State_Enabled;
-  const NotingDevice device(*view.viewport());
+  const RecordingDevice device(*view.viewport());
   {
-    QPainter painter(const_cast<NotingDevice*>(&device));
+    QPainter painter(const_cast<RecordingDevice*>(&device));
     delegate->paint(&painter, option, index);
   }
   if (!device.picture()) return std::nullopt;

@@ -8,14 +8,14 @@
 #include <string>
 #include <utility>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
 
-using platform::swallowing;
+using platform::catchAll;
 
-constexpr std::size_t kCellsKept = 1024;
+constexpr std::size_t kMaxCells = 1024;
 
 /// The item's URI, by what the host's model gives to whom an item is dragged to. None for a row
 /// that is no file.
@@ -68,7 +68,7 @@ void ItemView::paintOver(const QRect& area) {
   followModel();
   QPainter painter(view_->viewport());
   visitRowsIn(area, [&](const QModelIndex& index) { draw(index, painter); });
-  if (cells_.size() > kCellsKept) forgetUnseen();
+  if (cells_.size() > kMaxCells) forgetUnseen();
 }
 
 void ItemView::draw(const QModelIndex& index, QPainter& painter) {
@@ -77,7 +77,7 @@ void ItemView::draw(const QModelIndex& index, QPainter& painter) {
   if (!box) return;
   painter.save();
   const platform::ScopeExit restored([&] { painter.restore(); });
-  swallowing([&] {
+  catchAll([&] {
     cell->draw({.painter = painter,
                 .item = view_->visualRect(index),
                 .box = *box,
@@ -160,7 +160,7 @@ void ItemView::followModel() {
   forgetCells();
   if (model_) model_->disconnect(this);
   model_ = model;
-  const auto all = [this] { swallowing([this] { forgetCells(); }); };
+  const auto all = [this] { catchAll([this] { forgetCells(); }); };
   connect(model, &QAbstractItemModel::rowsInserted, this, all);
   connect(model, &QAbstractItemModel::rowsRemoved, this, all);
   connect(model, &QAbstractItemModel::rowsMoved, this, all);
@@ -168,7 +168,7 @@ void ItemView::followModel() {
   connect(model, &QAbstractItemModel::modelReset, this, all);
   connect(model, &QAbstractItemModel::dataChanged, this,
           [this](const QModelIndex& first, const QModelIndex& last) {
-            swallowing([&] { forgetRows(first.row(), last.row()); });
+            catchAll([&] { forgetRows(first.row(), last.row()); });
           });
 }
 

@@ -5,7 +5,7 @@
 #include <QMetaObject>
 
 #include "Hosts/Common/Libraries.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
@@ -41,7 +41,7 @@ class Starter : public QObject {
 
  public:
   Q_INVOKABLE void start() {
-    platform::swallowing([] { hosts::loadAndCall(kHostLibrary, kHostEntry); });
+    platform::catchAll([] { hosts::loadAndCall(kHostLibrary, kHostEntry); });
   }
 };
 

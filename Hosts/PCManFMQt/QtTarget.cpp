@@ -29,7 +29,7 @@ QImage pictureOf(const platform::Bitmap& bitmap) {
   return sharing(bitmap).copy();
 }
 
-const QImage& Pictures::of(const platform::Bitmap& bitmap, const Wanted& wanted) {
+const QImage& ImageCache::of(const platform::Bitmap& bitmap, const Wanted& wanted) {
   if (const auto found = pictures_.find(wanted); found != pictures_.end()) return found->second;
   if (pictures_.size() >= kKept) pictures_.clear();
   const QImage all = pictureOf(bitmap);

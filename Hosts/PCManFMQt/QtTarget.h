@@ -13,7 +13,7 @@ namespace wevora::pcmanfmqt {
 
 /// Bitmaps as they were drawn, at the size in device pixels that they were drawn in.
 /// Threads: the main thread. Owns: the pictures. Errors: none.
-class Pictures {
+class ImageCache {
  public:
   /// More than the badges have in the sizes of one session; when they are full, all are made anew.
   static constexpr std::size_t kKept = 128;
@@ -39,7 +39,7 @@ QImage pictureOf(const platform::Bitmap& bitmap);
 class QtTarget : public platform::DrawingTarget {
  public:
   /// The target's origin in the painter's coordinates.
-  QtTarget(QPainter& painter, Pictures& pictures, QPointF origin)
+  QtTarget(QPainter& painter, ImageCache& pictures, QPointF origin)
       : painter_(painter), pictures_(pictures), origin_(origin) {}
 
   double deviceScale() const override;
@@ -54,7 +54,7 @@ class QtTarget : public platform::DrawingTarget {
                 const QRectF& place);
 
   QPainter& painter_;
-  Pictures& pictures_;
+  ImageCache& pictures_;
   const QPointF origin_;
 };
 

@@ -38,7 +38,7 @@ class Window {
 
   QtTarget target(double x = 0, double y = 0) { return {painter_, pictures_, {x, y}}; }
   QPainter& painter() { return painter_; }
-  Pictures& pictures() { return pictures_; }
+  ImageCache& pictures() { return pictures_; }
 
   std::uint32_t pixel(int x, int y) const { return picture_.pixel(x, y); }
   /// As a person types them: one letter a device pixel, the top row first.
@@ -61,7 +61,7 @@ class Window {
 
  private:
   QImage picture_;
-  Pictures pictures_;
+  ImageCache pictures_;
   QPainter painter_;
 };
 
@@ -203,19 +203,19 @@ TEST(QtTargetTest, ABitmapBetweenTwoPixelsIsPutOnOne) {
   EXPECT_EQ(window.letters()[2], "bb......");
 }
 
-Pictures::Wanted as(const BitmapRef& bitmap, int side, bool upsideDown = false) {
+ImageCache::Wanted as(const BitmapRef& bitmap, int side, bool upsideDown = false) {
   return {.bitmap = bitmap->identity(), .width = side, .height = side, .upsideDown = upsideDown};
 }
 
 TEST(PicturesTest, ABitmapThatIsDrawnAgainHasTheSamePicture) {
-  Pictures pictures;
+  ImageCache pictures;
   const auto bitmap = upright();
   const QImage* const first = &pictures.of(*bitmap, as(bitmap, 2));
   EXPECT_EQ(&pictures.of(*bitmap, as(bitmap, 2)), first);
 }
 
 TEST(PicturesTest, ABitmapHasAPictureForEachSizeAndEachWayItStands) {
-  Pictures pictures;
+  ImageCache pictures;
   const auto bitmap = upright();
   EXPECT_EQ(pictures.of(*bitmap, as(bitmap, 2)).pixel(0, 0), kRed);
   EXPECT_EQ(pictures.of(*bitmap, as(bitmap, 2, true)).pixel(0, 0), kBlue);
@@ -231,7 +231,7 @@ TEST(PicturesTest, APictureOutlivesItsBitmap) {
 
 TEST(PicturesTest, MoreBitmapsThanAreKeptAreAllDrawn) {
   Window window;
-  for (std::size_t i = 0; i <= Pictures::kKept; ++i)
+  for (std::size_t i = 0; i <= ImageCache::kKept; ++i)
     window.target().drawBitmap(plain(kBlue), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   window.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   EXPECT_EQ(window.letters()[0], "rr......");

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "Hosts/PCManFMQt/QtTarget.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
@@ -49,7 +49,7 @@ void Sidebars::appeared(QAbstractItemView& places) {
   if (sidebars_.contains(&places)) return;
   connect(&places, &QObject::destroyed, this, [this, gone = &places] { sidebars_.erase(gone); });
   const auto again = [this, view = QPointer<QAbstractItemView>(&places)] {
-    platform::swallowing([&] {
+    platform::catchAll([&] {
       if (view) present(*view);
     });
   };

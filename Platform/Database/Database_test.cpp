@@ -4,13 +4,15 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Database/DatabaseWriter.h"
+#include "Apps/agent_sim/DatabaseWriter.h"
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Time/VirtualClock.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Doubles/VirtualClock.h"
 
 namespace wevora::platform {
 namespace {
+
+using agent_sim::DatabaseWriter;
 
 /// A clock on which time passes each time it is asked for.
 class ImpatientClock : public VirtualClock {
@@ -177,25 +179,6 @@ TEST_F(DatabaseTest, AStatementMayOutliveItsDatabase) {
   database->close();
   database.reset();
   EXPECT_EQ(texts(*statement->executeQuery({}, nullptr), "a"), std::vector<std::string>{"x"});
-}
-
-TEST(DatabaseWriterTest, ATransactionThatIsNotCommittedIsUndone) {
-  const TemporaryFolder folder;
-  DatabaseWriter writer(folder.path("w.db"), DatabaseWriter::Mode::createIfMissing);
-  writer.runScript("CREATE TABLE t(a)");
-  {
-    const DatabaseWriter::Transaction undone(writer);
-    writer.run("INSERT INTO t VALUES(1)");
-  }
-  {
-    DatabaseWriter::Transaction done(writer);
-    writer.run("INSERT INTO t VALUES(2)");
-    done.commit();
-  }
-  EXPECT_EQ(writer.run("SELECT a FROM t"), std::vector<DatabaseWriter::Row>{{std::int64_t{2}}});
-  EXPECT_THROW(writer.run("SELECT * FROM absent"), DatabaseFailure);
-  EXPECT_THROW(DatabaseWriter(folder.path("no.db"), DatabaseWriter::Mode::mustExist),
-               DatabaseFailure);
 }
 
 }  // namespace

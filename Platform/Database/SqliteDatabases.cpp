@@ -6,7 +6,7 @@
 
 #include <sqlite3.h>
 
-#include "Platform/Support/Mutex.h"
+#include "Platform/Base/Mutex.h"
 
 namespace wevora::platform {
 namespace {
@@ -59,7 +59,7 @@ class Connection {
     sqlite3_mutex* mutex_;
   };
 
-  static constexpr std::size_t kIdleKept = 4;
+  static constexpr std::size_t kMaxIdle = 4;
   static constexpr int kOperationsBetweenChecks = 2000;
 
   static int overTime(void* self) noexcept {
@@ -149,7 +149,7 @@ void Connection::takeBack(std::string sql, Prepared prepared) {
   sqlite3_reset(prepared.get());
   sqlite3_clear_bindings(prepared.get());
   const MutexLock lock(mutex_);
-  if (idle_.size() < kIdleKept) idle_.emplace_back(std::move(sql), std::move(prepared));
+  if (idle_.size() < kMaxIdle) idle_.emplace_back(std::move(sql), std::move(prepared));
 }
 
 int Connection::step(sqlite3_stmt* statement, std::chrono::nanoseconds deadline,

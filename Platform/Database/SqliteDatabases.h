@@ -2,8 +2,8 @@
 
 #include <chrono>
 
+#include "Platform/Base/Clock.h"
 #include "Platform/Database/Database.h"
-#include "Platform/Time/Clock.h"
 
 namespace wevora::platform {
 

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/Dispatch/ManualDispatch.h"
+#include "Tests/Doubles/ManualDispatch.h"
 
 namespace wevora::platform {
 namespace {

@@ -4,11 +4,11 @@
 #include <string>
 #include <utility>
 
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/Mutex.h"
+#include "Platform/Dispatch/MainLoopThrottle.h"
 #include "Platform/Dispatch/PriorityOperationQueue.h"
 #include "Platform/Dispatch/WorkerPool.h"
-#include "Platform/GLib/MainLoopShare.h"
-#include "Platform/Support/Guard.h"
-#include "Platform/Support/Mutex.h"
 
 namespace wevora::platform {
 namespace {
@@ -82,7 +82,7 @@ class SerialQueue : public Queue, public std::enable_shared_from_this<SerialQueu
         block = std::move(blocks_.front());
         blocks_.pop_front();
       }
-      swallowing(block);
+      catchAll(block);
     }
   }
 
@@ -99,14 +99,14 @@ class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_thi
  public:
   explicit MainQueue(std::shared_ptr<WorkerPool> pool)
       : pool_(std::move(pool)),
-        lane_(nullptr, MainLoopShare::Order::blocks, [this] { return runNext(); }) {}
+        taskSource_(nullptr, MainLoopThrottle::Order::blocks, [this] { return runNext(); }) {}
 
   void async(Block block) override {
     {
       const MutexLock lock(mutex_);
       blocks_.push_back(std::move(block));
     }
-    lane_.ready();
+    taskSource_.ready();
   }
 
   std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block block) override {
@@ -123,7 +123,7 @@ class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_thi
       block = std::move(blocks_.front());
       blocks_.pop_front();
     }
-    if (block) swallowing(block);
+    if (block) catchAll(block);
     const MutexLock lock(mutex_);
     return !blocks_.empty();
   }
@@ -131,7 +131,7 @@ class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_thi
   const std::shared_ptr<WorkerPool> pool_;
   Mutex mutex_;
   std::deque<Block> blocks_ GUARDED_BY(mutex_);
-  MainLoopShare::Lane lane_;
+  MainLoopThrottle::TaskSource taskSource_;
 };
 
 GLibDispatch::GLibDispatch()

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <sys/resource.h>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::platform {
 namespace {
@@ -74,7 +74,7 @@ WorkerPool::Afterwards PriorityOperationQueue::runOne() {
     }
   }
   const Niceness niceness(nicenessFor(operation->threadPriority()));
-  swallowing([&] { operation->main(); });
+  catchAll([&] { operation->main(); });
   operation.reset();
   const bool restored = niceness.restore();
   bool more = false;

@@ -6,9 +6,9 @@
 #include <map>
 #include <memory>
 
+#include "Platform/Base/Mutex.h"
 #include "Platform/Dispatch/Dispatch.h"
 #include "Platform/Dispatch/WorkerPool.h"
-#include "Platform/Support/Mutex.h"
 
 namespace wevora::platform {
 

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <pthread.h>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::platform {
 namespace {
@@ -80,7 +80,7 @@ void WorkerPool::expedite(const std::shared_ptr<Delayed>& delayed) {
     if (from == to) return;
     timers_.erase(from);
   }
-  swallowing(delayed->due);
+  catchAll(delayed->due);
 }
 
 void WorkerPool::startTimekeeper() {
@@ -101,7 +101,7 @@ void WorkerPool::keepTime() {
     }
     if (!due.empty() || !ended.empty()) {
       lock.unlock();
-      for (const auto& delayed : due) swallowing(delayed->due);
+      for (const auto& delayed : due) catchAll(delayed->due);
       due.clear();
       for (auto& thread : ended) thread.join();
       lock.lock();
@@ -143,10 +143,10 @@ void WorkerPool::work(Threads::iterator self) {
     Job job = std::move(jobs_.front());
     jobs_.pop_front();
     lock.unlock();
-    const Afterwards afterwards = swallowingOr(Afterwards::stay, job);
+    const Afterwards afterwards = catchAllOr(Afterwards::stay, job);
     job = nullptr;
     lock.lock();
-    if (stopping_ || afterwards == Afterwards::retire || idle_ >= kIdleWorkersKept) break;
+    if (stopping_ || afterwards == Afterwards::retire || idle_ >= kMaxIdleWorkers) break;
     ++idle_;
   }
   // `stop` joins what it finds in workers_; while the pool lives, the timekeeper does.

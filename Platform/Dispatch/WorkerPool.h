@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "Platform/Base/Mutex.h"
 #include "Platform/Dispatch/Dispatch.h"
-#include "Platform/Support/Mutex.h"
 
 namespace wevora::platform {
 
@@ -49,7 +49,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
   void work(Threads::iterator self);
   void expedite(const std::shared_ptr<Delayed>& delayed);
 
-  static constexpr std::size_t kIdleWorkersKept = 8;
+  static constexpr std::size_t kMaxIdleWorkers = 8;
   static constexpr std::chrono::milliseconds kThreadRetry{100};
 
   Mutex mutex_;

@@ -2,8 +2,8 @@
 
 #include <sys/stat.h>
 
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/RegularFile.h"
+#include "Platform/Base/RegularFile.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora::platform {
 namespace {

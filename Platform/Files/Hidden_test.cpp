@@ -8,18 +8,15 @@
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
-#include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Base/GObjectPtr.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::platform {
 namespace {
 
-struct ObjectUnref {
-  void operator()(void* object) const noexcept { g_object_unref(object); }
-};
-
 bool gioSaysHidden(const std::string& path) {
-  const std::unique_ptr<GFile, ObjectUnref> file(g_file_new_for_path(path.c_str()));
-  const std::unique_ptr<GFileInfo, ObjectUnref> info(g_file_query_info(
+  const GObjectPtr<GFile> file(g_file_new_for_path(path.c_str()));
+  const GObjectPtr<GFileInfo> info(g_file_query_info(
       file.get(), G_FILE_ATTRIBUTE_STANDARD_IS_HIDDEN, G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
   return info && g_file_info_get_is_hidden(info.get()) != FALSE;
 }

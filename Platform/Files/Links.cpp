@@ -4,7 +4,7 @@
 #include <optional>
 #include <sys/stat.h>
 
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora::platform {
 namespace {

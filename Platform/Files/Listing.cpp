@@ -5,8 +5,8 @@
 #include <fcntl.h>
 #include <memory>
 
-#include "Platform/Files/ItemFacts.h"
-#include "Platform/Support/Descriptor.h"
+#include "Platform/Base/Descriptor.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora::platform {
 namespace {
@@ -59,11 +59,11 @@ ItemKind kindOfItem(const std::string& path) {
   return facts ? kindOfMode(facts->st_mode) : ItemKind::unknown;
 }
 
-bool eachItemOfFolder(const std::string& folder, const Use& use) {
+bool forEachEntry(const std::string& folder, const Use& use) {
   return eachItem(OpenFolder(::opendir(folder.c_str())), use);
 }
 
-bool eachItemOfFolder(int folder, const Use& use) {
+bool forEachEntry(int folder, const Use& use) {
   Descriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
   if (!own) return false;
   const OpenFolder open(::fdopendir(own.get()));

@@ -14,10 +14,9 @@ ItemKind kindOfMode(mode_t mode);
 
 /// Calls `use` with the name and the kind of each direct child of a folder, in the order in which
 /// the system gives them. False when the folder cannot be read to its end. Threads: any.
-bool eachItemOfFolder(const std::string& folder,
-                      const std::function<void(std::string_view name, ItemKind kind)>& use);
+bool forEachEntry(const std::string& folder,
+                  const std::function<void(std::string_view name, ItemKind kind)>& use);
 /// The same for a folder that is open to be read. False with errno set.
-bool eachItemOfFolder(int folder,
-                      const std::function<void(std::string_view name, ItemKind kind)>& use);
+bool forEachEntry(int folder, const std::function<void(std::string_view name, ItemKind kind)>& use);
 
 }  // namespace wevora::platform

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::platform {
 namespace {
@@ -19,7 +19,7 @@ TEST(EachItemOfFolder, TellsEveryChildOnceWithItsOwnKind) {
   std::filesystem::create_directory_symlink("folder", folder.path("link"));
   ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
   std::map<std::string, ItemKind> seen;
-  EXPECT_TRUE(eachItemOfFolder(folder.path(), [&](std::string_view name, ItemKind kind) {
+  EXPECT_TRUE(forEachEntry(folder.path(), [&](std::string_view name, ItemKind kind) {
     EXPECT_TRUE(seen.emplace(name, kind).second);
   }));
   EXPECT_EQ(seen, (std::map<std::string, ItemKind>{{".file", ItemKind::file},
@@ -34,9 +34,9 @@ TEST(EachItemOfFolder, IsFalseForWhatIsNoReadableFolder) {
   const TemporaryFolder folder;
   std::ofstream(folder.path("file")) << "x";
   const auto none = [](std::string_view, ItemKind) { FAIL(); };
-  EXPECT_FALSE(eachItemOfFolder(folder.path("file"), none));
-  EXPECT_FALSE(eachItemOfFolder(folder.path("missing"), none));
-  EXPECT_FALSE(eachItemOfFolder("", none));
+  EXPECT_FALSE(forEachEntry(folder.path("file"), none));
+  EXPECT_FALSE(forEachEntry(folder.path("missing"), none));
+  EXPECT_FALSE(forEachEntry("", none));
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora::platform {
 namespace {

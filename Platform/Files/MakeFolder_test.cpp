@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Files/Files.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::platform {
 namespace {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <unistd.h>
 
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora::platform {
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Graphics/GraphicsContext.h"
-#include "Platform/Graphics/Layer.h"
+#include "Tests/Doubles/Layer.h"
 #include "Tests/PictureFiles/PictureFiles.h"
 
 namespace wevora::platform {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 extern "C" {  // which the header does not say itself
 #include <icns.h>

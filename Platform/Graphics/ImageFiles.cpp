@@ -4,10 +4,10 @@
 #include <span>
 #include <string_view>
 
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/RegularFile.h"
 #include "Platform/Graphics/IcnsReader.h"
 #include "Platform/Graphics/TiffReader.h"
-#include "Platform/Support/Guard.h"
-#include "Platform/Support/RegularFile.h"
 
 namespace wevora::platform {
 namespace {
@@ -19,7 +19,7 @@ constexpr std::size_t kLargestFile = 16U << 20U;  // bytes
 }  // namespace
 
 std::vector<ImageRep> imageRepsWithContentsOfFile(const std::string& path) noexcept {
-  return swallowingOr(std::vector<ImageRep>(), [&] {
+  return catchAllOr(std::vector<ImageRep>(), [&] {
     const auto file = contentsOfRegularFile(path, kLargestFile).value_or("");
     const auto bytes = std::as_bytes(std::span(file));
     if (file.starts_with("icns")) return icnsRepresentations(bytes);

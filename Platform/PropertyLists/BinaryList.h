@@ -4,7 +4,7 @@
 #include <optional>
 #include <span>
 
-#include "Platform/Values/Value.h"
+#include "Platform/PropertyLists/Value.h"
 
 namespace wevora::platform {
 

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/Base/RegularFile.h"
 #include "Platform/PropertyLists/BinaryList.h"
 #include "Platform/PropertyLists/ListText.h"
-#include "Platform/Support/RegularFile.h"
 
 namespace wevora::platform {
 namespace {

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "Platform/Values/Value.h"
+#include "Platform/PropertyLists/Value.h"
 
 namespace wevora::platform {
 

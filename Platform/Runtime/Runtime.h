@@ -14,7 +14,7 @@
 #include <utility>
 #include <variant>
 
-#include "Platform/Support/Mutex.h"
+#include "Platform/Base/Mutex.h"
 
 namespace wevora::platform {
 

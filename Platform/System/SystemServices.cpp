@@ -1,6 +1,6 @@
 #include "Platform/System/SystemServices.h"
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora::platform {
 

@@ -2,10 +2,10 @@
 
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/DistributedObjects/SocketConnections.h"
+#include "Platform/IPC/BusNotificationCenter.h"
+#include "Platform/IPC/SocketConnections.h"
 #include "Platform/Runtime/Runtime.h"
-#include "Platform/Unmount/GioUnmountApprovals.h"
+#include "Platform/Volumes/GioUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::platform {

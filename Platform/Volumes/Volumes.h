@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,19 +31,6 @@ class Volumes {
 class SystemVolumes : public Volumes {
  public:
   std::vector<Volume> mountedVolumes() const override;
-};
-
-/// The volumes of a text in the format of /proc/self/mountinfo; lines of another form are skipped.
-std::vector<Volume> volumesFromMountInfo(std::string_view text);
-
-/// A mount table that is a text, asked for anew each time.
-class MountInfoVolumes : public Volumes {
- public:
-  explicit MountInfoVolumes(std::function<std::string()> text) : text_(std::move(text)) {}
-  std::vector<Volume> mountedVolumes() const override { return volumesFromMountInfo(text_()); }
-
- private:
-  std::function<std::string()> text_;
 };
 
 }  // namespace wevora::platform

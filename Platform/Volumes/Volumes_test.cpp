@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/Doubles/MountInfoVolumes.h"
+
 namespace wevora::platform {
 namespace {
 

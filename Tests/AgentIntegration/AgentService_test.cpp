@@ -5,7 +5,7 @@
 
 #include "Connector/IDaemonConnection.h"
 #include "Tests/AgentIntegration/AgentTest.h"
-#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Mounts/InMountNamespace.h"
 
 namespace wevora {
 namespace {

@@ -9,11 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include "Apps/agent_sim/DatabaseWriter.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/Database/DatabaseWriter.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/IPC/BusNotificationCenter.h"
 #include "Tests/ChildProcess/ChildProcess.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Mounts/MountedVolume.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
 
@@ -106,21 +106,21 @@ class AgentTest : public testing::Test {
   }
 
   /// What the database of an account says: the first value of a query.
-  platform::DatabaseValue value(const std::string& query,
-                                const std::vector<platform::DatabaseValue>& values = {},
+  agent_sim::DatabaseValue value(const std::string& query,
+                                const std::vector<agent_sim::DatabaseValue>& values = {},
                                 const std::string& account = "7") {
-    platform::DatabaseWriter reader(volume.path("Wevora-Account-" + account + ".db"),
-                                    platform::DatabaseWriter::Mode::mustExist);
+    agent_sim::DatabaseWriter reader(volume.path("Wevora-Account-" + account + ".db"),
+                                     agent_sim::DatabaseWriter::Mode::mustExist);
     const auto rows = reader.run(query, values);
-    return rows.empty() ? platform::DatabaseValue(std::string("no row")) : rows.front().front();
+    return rows.empty() ? agent_sim::DatabaseValue(std::string("no row")) : rows.front().front();
   }
   bool isKnown(const std::string& name, const std::string& account = "7") {
     return value("SELECT count(*) FROM file WHERE name_long=?", {name}, account) ==
-           platform::DatabaseValue(std::int64_t{1});
+           agent_sim::DatabaseValue(std::int64_t{1});
   }
   bool isSynchronized(const std::string& name) {
     return value("SELECT synchronized IS NOT NULL FROM file WHERE name_long=?", {name}) ==
-           platform::DatabaseValue(std::int64_t{1});
+           agent_sim::DatabaseValue(std::int64_t{1});
   }
 
   SessionBus bus;

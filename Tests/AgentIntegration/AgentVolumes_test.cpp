@@ -4,8 +4,8 @@
 #include <filesystem>
 
 #include "Connector/IDaemonConnection.h"
-#include "Platform/DistributedObjects/SocketConnections.h"
-#include "Platform/Time/Clock.h"
+#include "Platform/Base/Clock.h"
+#include "Platform/IPC/SocketConnections.h"
 #include "Tests/AgentIntegration/AgentTest.h"
 
 namespace wevora {
@@ -93,7 +93,7 @@ TEST_F(AgentVolumesTest, TheAgentsOwnDatabaseIsNoItem) {
   ASSERT_TRUE(hearsOf("last", "Synchronized"));
   for (const auto& one : heard)
     for (const auto& path : one.paths) EXPECT_EQ(path, volume.path("last"));
-  EXPECT_EQ(value("SELECT count(*) FROM file"), platform::DatabaseValue(std::int64_t{2}));
+  EXPECT_EQ(value("SELECT count(*) FROM file"), agent_sim::DatabaseValue(std::int64_t{2}));
 }
 
 TEST_F(AgentVolumesTest, AStormIsToldAtMostFiveTimesASecond) {
@@ -125,7 +125,7 @@ TEST_F(AgentVolumesTest, ItAnswersWhileItScansALargeVolume) {
   const auto root = connection->rootProxy();
   while (agent.output().find("scanned ") == std::string::npos && !HasFailure())
     ASSERT_TRUE(root->call(daemonConnectionProtocol(), "connectionStatus", {}));
-  EXPECT_EQ(value("SELECT count(*) FROM file"), platform::DatabaseValue(std::int64_t{10201}));
+  EXPECT_EQ(value("SELECT count(*) FROM file"), agent_sim::DatabaseValue(std::int64_t{10201}));
 }
 
 TEST_F(AgentVolumesTest, AVolumeCanBeUnmountedWhileItIsKeptAndIsKeptAgainWhenItReturns) {

@@ -8,21 +8,21 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Time/VirtualClock.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/VirtualClock.h"
+#include "Tests/Mounts/MountedVolume.h"
 
 namespace wevora::agent_sim {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using platform::FolderEvent;
+using agent_sim::FolderEvent;
 using testing_host::MountedVolume;
 using Texts = std::vector<std::string>;
 
 /// Notes what a keeper tells.
-struct NotingListener : VolumeListener {
+struct RecordingListener : VolumeListener {
   void itemHas(const std::string& path, const char* word) override {
     told.push_back(path + " " + word);
   }
@@ -71,12 +71,12 @@ class VolumeKeeperTest : public testing::Test {
   bool mounted = false;
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch{clock};
-  NotingListener listener;
+  RecordingListener listener;
   std::shared_ptr<VolumeKeeper> keeper = std::make_shared<VolumeKeeper>(
       volume.path(),
-      VolumeKeeper::Surroundings{dispatch, dispatch.serialQueue("volumes"),
-                                 std::make_shared<platform::FolderWatch>([](const FolderEvent&) {}),
-                                 clock, listener});
+      VolumeKeeper::Dependencies{dispatch, dispatch.serialQueue("volumes"),
+                                 std::make_shared<FolderWatch>([](const FolderEvent&) {}), clock,
+                                 listener});
 };
 
 TEST_F(VolumeKeeperTest, AFileThatWasThereHasWaitedSinceItsDateAndANewOneSinceNow) {

@@ -12,9 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "Tests/ChildProcess/ChildProcess.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
-#include "Tests/Integration/OwnSettings.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
+#include "Tests/SettingsFiles/OwnSettings.h"
 #include "Tests/SessionBus/SessionBus.h"
 
 namespace wevora::testing_host {

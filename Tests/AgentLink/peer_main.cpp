@@ -19,9 +19,9 @@
 #include <gio/gio.h>
 
 #include "Connector/DaemonConnectionService.h"
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/DistributedObjects/PublishedService.h"
-#include "Platform/Support/UnixAddress.h"
+#include "Platform/Base/UnixAddress.h"
+#include "Platform/IPC/BusNotificationCenter.h"
+#include "Platform/IPC/PublishedService.h"
 #include "Tests/TestAgent/TestAgent.h"
 
 namespace wevora::testing_host {

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "Platform/PropertyLists/PropertyLists.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/OwnSettings.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/SettingsFiles/OwnSettings.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
 #include "Tests/SettingsFiles/SettingsFiles.h"

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
-#include "Platform/Bundles/Bundle.h"
 #include "Platform/Graphics/ImageFiles.h"
-#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/Installation/Bundle.h"
+#include "Platform/Installation/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Platform/Runtime/Runtime.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Mounts/InMountNamespace.h"
 
 namespace wevora {
 namespace {

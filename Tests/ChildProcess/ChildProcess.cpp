@@ -16,8 +16,8 @@
 
 #include <glib.h>
 
-#include "Platform/Support/Descriptor.h"
-#include "Platform/Support/Mutex.h"
+#include "Platform/Base/Descriptor.h"
+#include "Platform/Base/Mutex.h"
 
 namespace wevora::testing_host {
 namespace {

@@ -10,11 +10,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Platform/Shell/Shell.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Files/Shell.h"
 #include "Tests/ChildProcess/ChildProcess.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
 
 namespace wevora {
 namespace {

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/HostSession/ProbeInterface.h"
 
 namespace wevora::testing_host {

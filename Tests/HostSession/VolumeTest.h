@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "Tests/HostSession/StandInAgent.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Mounts/MountedVolume.h"
 
 namespace wevora::testing_host {
 

@@ -15,10 +15,11 @@
 
 #include <gtest/gtest.h>
 
+#include "Platform/Base/Version.h"
 #include "Platform/PropertyLists/PropertyLists.h"
-#include "Platform/Support/TemporaryFolder.h"
 #include "Tests/ChildProcess/ChildProcess.h"
-#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Mounts/InMountNamespace.h"
 
 namespace wevora {
 namespace {
@@ -182,7 +183,8 @@ TEST_F(InstallTest, EachProgramTellsItsVersion) {
   for (const auto& path : kPrograms) {
     const auto outcome = ranToItsEnd({staged(path), "--version"});
     EXPECT_EQ(outcome.status, 0) << path << outcome.errors;
-    EXPECT_NE(outcome.output.find(WEVORA_VERSION), std::string::npos) << path << outcome.output;
+    EXPECT_NE(outcome.output.find(platform::productVersion()), std::string::npos)
+        << path << outcome.output;
   }
 }
 
@@ -243,7 +245,7 @@ TEST_F(InstallTest, TheBundleTellsItsVersion) {
   ASSERT_TRUE(list && list->as<Dictionary>() != nullptr);
   const auto* version = platform::valueAs<std::string>(*list->as<Dictionary>(), "kFinderVersion");
   ASSERT_NE(version, nullptr);
-  EXPECT_EQ(*version, WEVORA_VERSION);
+  EXPECT_EQ(*version, platform::productVersion());
 }
 
 TEST_F(InstallTest, TheSettingsTemplateCanBeRead) {

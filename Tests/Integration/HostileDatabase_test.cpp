@@ -13,20 +13,21 @@
 
 #include <gtest/gtest.h>
 
+#include "Apps/agent_sim/DatabaseWriter.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Database/DatabaseWriter.h"
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/MountInfoVolumes.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/Leaks/Leaks.h"
 
 namespace wevora {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::DatabaseWriter;
+using agent_sim::DatabaseWriter;
 using testing_host::openDescriptors;
 
 constexpr const char* kAccount = "hostile";

@@ -14,8 +14,9 @@
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/MountInfoVolumes.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
@@ -36,7 +37,7 @@ std::string nameOf(const char* what, int number) {
 /// A volume with some folders of files; every second file is backed up.
 void fillVolume(const std::string& volume, const std::string& account) {
   SyncDatabase database(volume + "/Wevora-Account-" + account + ".db");
-  platform::DatabaseWriter::Transaction transaction(database.writer);
+  agent_sim::DatabaseWriter::Transaction transaction(database.writer);
   database.addTop();
   database.addRule("");
   for (int f = 0; f < kFolders; ++f) {

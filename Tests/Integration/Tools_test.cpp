@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "Tests/ChildProcess/ChildProcess.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
 
 namespace wevora {
 namespace {

@@ -10,25 +10,22 @@
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
+#include "Apps/agent_sim/DatabaseWriter.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Database/DatabaseWriter.h"
+#include "Platform/Base/GObjectPtr.h"
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Unmount/GioUnmountApprovals.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Platform/Volumes/GioUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
 
 namespace wevora {
 namespace {
 
 using std::chrono_literals::operator""ms;
 using testing_host::MountedVolume;
-
-struct ObjectUnref {
-  void operator()(void* object) const noexcept { g_object_unref(object); }
-};
 
 constexpr const char* kAccount = "volume-test";
 
@@ -70,7 +67,7 @@ void fillVolume(const MountedVolume& volume) {
   std::ofstream(volume.path("done")) << "x";
   std::ofstream(volume.path("waiting")) << "x";
   const std::string path = volume.path(std::string("Wevora-Account-") + kAccount + ".db");
-  platform::DatabaseWriter writer(path, platform::DatabaseWriter::Mode::createIfMissing);
+  agent_sim::DatabaseWriter writer(path, agent_sim::DatabaseWriter::Mode::createIfMissing);
   writer.runScript(
       "CREATE TABLE file(file_id TEXT, parent_id TEXT, is_folder INT, name_short TEXT,"
       " name_long TEXT, synchronized TEXT);"
@@ -84,13 +81,12 @@ void fillVolume(const MountedVolume& volume) {
       "INSERT INTO fscr VALUES('1', '', '', '', 0, 0, '')");
 }
 
-std::unique_ptr<GMount, ObjectUnref> mountListedAt(GVolumeMonitor* monitor,
-                                                   const std::string& path) {
+platform::GObjectPtr<GMount> mountListedAt(GVolumeMonitor* monitor, const std::string& path) {
   GList* mounts = g_volume_monitor_get_mounts(monitor);
-  std::unique_ptr<GMount, ObjectUnref> found;
+  platform::GObjectPtr<GMount> found;
   for (const GList* item = mounts; item != nullptr; item = item->next) {
-    const std::unique_ptr<GMount, ObjectUnref> mount(static_cast<GMount*>(item->data));
-    const std::unique_ptr<GFile, ObjectUnref> root(g_mount_get_root(mount.get()));
+    const platform::GObjectPtr<GMount> mount(static_cast<GMount*>(item->data));
+    const platform::GObjectPtr<GFile> root(g_mount_get_root(mount.get()));
     const std::unique_ptr<char, decltype(&g_free)> at(g_file_get_path(root.get()), &g_free);
     if (at && path == at.get()) found.reset(G_MOUNT(g_object_ref(mount.get())));
   }
@@ -179,7 +175,7 @@ TEST_F(VolumeTest, AnEjectedDiskIsLetGoUnmountedAndFoundAgain) {
                        "/media/wevora-disk");
   ASSERT_TRUE(volume.mount());
   fillVolume(volume);
-  const std::unique_ptr<GVolumeMonitor, ObjectUnref> monitor(g_volume_monitor_get());
+  const platform::GObjectPtr<GVolumeMonitor> monitor(g_volume_monitor_get());
   Engine engine;
   expectTheRightWords(engine, volume);
   if (root) {

@@ -6,19 +6,19 @@
 
 #include <gio/gio.h>
 
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/GLib/GPtr.h"
-#include "Platform/Variants/Variants.h"
+#include "Platform/Base/GObjectPtr.h"
+#include "Platform/IPC/BusNotificationCenter.h"
+#include "Platform/IPC/Variants.h"
 
 namespace wevora::testing_host {
 namespace {
 
-using platform::GPtr;
+using platform::GObjectPtr;
 using platform::VariantPtr;
 
 /// Null where the bus does not tell.
 VariantPtr rulesByConnection(const std::string& address) {
-  const GPtr<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(
+  const GObjectPtr<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(
       address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),

@@ -20,10 +20,10 @@
 
 #include "FinderIntegration/wevoraLoader/InstalledVersion.h"
 #include "FinderIntegration/wevoraLoader/sharedcheck.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
+#include "Platform/Installation/InstalledPaths.h"
 #include "Platform/PropertyLists/PropertyLists.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Mounts/InMountNamespace.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "Tests/HostSession/BadgesTest.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
 #include "Tests/NautilusHost/Session.h"
 
 namespace wevora {
@@ -465,7 +465,7 @@ TEST_F(NautilusTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
 TEST_P(NautilusViewTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromBadges) {
   for (int i = 0; i < 60; ++i) write("file " + std::to_string(100 + i));
   scan();
-  using Pictures = std::vector<std::pair<std::string, platform::BitmapRef>>;
+  using ImageCache = std::vector<std::pair<std::string, platform::BitmapRef>>;
   const auto picturesOf = [&](Session::Module module) {
     Session session(GetParam(), module);
     const Agent agent(kAccount);
@@ -477,7 +477,7 @@ TEST_P(NautilusViewTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromB
     }
     EXPECT_TRUE(session.shows(path("Folder"), ""));
     const auto& screen = session.screen();
-    Pictures pictures;
+    ImageCache pictures;
     const auto keep = [&](const char* action) {
       pictures.emplace_back(action, session.steadyPicture());
     };

@@ -8,9 +8,9 @@
 #include <glib-object.h>
 #include <gtest/gtest.h>
 
-#include "Platform/Support/TemporaryFolder.h"
 #include "Tests/ChildProcess/ChildProcess.h"
-#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Mounts/InMountNamespace.h"
 #include "Tests/NautilusHost/Session.h"
 
 namespace wevora {

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 #include "Tests/HostSession/ProbeInterface.h"
 #include "Tests/NautilusHost/ProbeTimes.h"
 #include "Tests/NautilusHost/ProbeWidgets.h"

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 #include "Tests/NautilusHost/ProbeWidgets.h"
 
 namespace wevora::testing_host {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <nautilus-extension.h>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 
 namespace wevora::testing_host {
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "Hosts/Nautilus/GObjectPtr.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Graphics/ImageFiles.h"

@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "Hosts/Common/View.h"
-#include "Hosts/Nautilus/GObjectPtr.h"
 #include "Hosts/Nautilus/HostWidgets.h"
+#include "Hosts/Nautilus/ObjectProperties.h"
 #include "Hosts/Nautilus/Sidebars.h"
 #include "Platform/Graphics/Image.h"
 #include "Tests/ChildProcess/ChildProcess.h"
@@ -103,7 +103,7 @@ GtkWidget* makeRow(const char* className, const char* label) {
 }
 
 /// Notes what it is told of.
-class NotingObserver : public WidgetObserver {
+class RecordingObserver : public WidgetObserver {
  public:
   void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
     drawn.push_back(kind);
@@ -144,8 +144,8 @@ class Shown {
 };
 
 /// The observer is told of the widgets of the whole process, for good.
-NotingObserver& observer() {
-  static NotingObserver noting;
+RecordingObserver& observer() {
+  static RecordingObserver noting;
   static const bool observed = [] {
     observeWidgets(noting);
     return true;

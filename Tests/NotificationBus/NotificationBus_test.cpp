@@ -12,11 +12,11 @@
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
-#include "Platform/DistributedObjects/ServiceNames.h"
-#include "Platform/GLib/GPtr.h"
-#include "Platform/Support/UnixAddress.h"
-#include "Platform/Variants/Variants.h"
+#include "Platform/Base/GObjectPtr.h"
+#include "Platform/Base/UnixAddress.h"
+#include "Platform/IPC/BusNotificationCenter.h"
+#include "Platform/IPC/ServiceNames.h"
+#include "Platform/IPC/Variants.h"
 #include "Tests/Leaks/Leaks.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
@@ -28,7 +28,7 @@ using platform::Array;
 using platform::BusNotificationCenter;
 using platform::Dictionary;
 using platform::DistributedNotification;
-using platform::GPtr;
+using platform::GObjectPtr;
 using platform::Value;
 using platform::VariantPtr;
 
@@ -57,7 +57,7 @@ class ForeignSender {
   }
 
  private:
-  GPtr<GDBusConnection> connection_;
+  GObjectPtr<GDBusConnection> connection_;
 };
 
 class NotificationBusTest : public ::testing::Test {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/IPC/BusNotificationCenter.h"
 
 namespace wevora::testing_host {
 

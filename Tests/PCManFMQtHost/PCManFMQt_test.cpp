@@ -8,12 +8,13 @@
 
 #include <gtest/gtest.h>
 
+#include "Platform/Base/Version.h"
 #include "Platform/Graphics/BitmapContext.h"
 #include "Platform/Graphics/GraphicsContext.h"
 #include "Platform/Graphics/ImageFiles.h"
 #include "Tests/HostSession/BadgesTest.h"
-#include "Tests/Integration/InMountNamespace.h"
-#include "Tests/Integration/MountedVolume.h"
+#include "Tests/Mounts/InMountNamespace.h"
+#include "Tests/Mounts/MountedVolume.h"
 #include "Tests/PCManFMQtHost/AgentVoice.h"
 #include "Tests/PCManFMQtHost/Session.h"
 
@@ -391,8 +392,10 @@ TEST_F(PCManFMQtTest, TheLoaderStartsTheFileManagerWithItsBadges) {
   session.open(volume.path(), 4);
   EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
   const auto status = loader({"--status"});
-  EXPECT_NE(status.output.find(lineOf(session, "holds version " WEVORA_VERSION ", as installed")),
-            std::string::npos)
+  EXPECT_NE(
+      status.output.find(lineOf(
+          session, "holds version " + std::string(platform::productVersion()) + ", as installed")),
+      std::string::npos)
       << status.output;
 }
 
@@ -413,7 +416,8 @@ TEST_F(PCManFMQtTest, AfterAnUpdateTheLoaderHasTheFileManagerQuitAndStartsItAgai
   session.installVersion("77.1.2");
   const auto status = loader({"--status"});
   EXPECT_EQ(status.status, 3);
-  EXPECT_NE(status.output.find(lineOf(session, "holds version " WEVORA_VERSION "\n")),
+  EXPECT_NE(status.output.find(
+                lineOf(session, "holds version " + std::string(platform::productVersion()) + "\n")),
             std::string::npos)
       << status.output;
   const auto restarted = session.runWithEnvironment({WEVORA_LOADER, "--restart"});

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "Platform/Base/Version.h"
+
 namespace wevora::testing_host {
 namespace {
 
@@ -59,9 +61,9 @@ void QtSession::installVersion(const std::string& version) const {
                                "/lib/wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents";
   std::ifstream before(contents + "/Info.plist");
   std::string list((std::istreambuf_iterator<char>(before)), {});
-  const auto at = list.find(WEVORA_VERSION);
+  const auto at = list.find(platform::productVersion());
   if (at == std::string::npos) throw std::runtime_error("the bundle has no version");
-  list.replace(at, std::string(WEVORA_VERSION).size(), version);
+  list.replace(at, platform::productVersion().size(), version);
   writeAtHome("Info.plist", list);
   bindFile(home() + "/Info.plist", contents + "/Info.plist");
 }

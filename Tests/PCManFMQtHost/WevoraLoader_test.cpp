@@ -7,7 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Base/Version.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/PCManFMQtHost/Session.h"
 
 namespace wevora {
@@ -20,7 +21,8 @@ using testing_host::Outcome;
 using testing_host::QtSession;
 using Plugin = QtSession::Plugin;
 
-constexpr const char* kInstalled = "holds version " WEVORA_VERSION ", as installed";
+const std::string kInstalled =
+    "holds version " + std::string(platform::productVersion()) + ", as installed";
 
 Outcome loader(const std::vector<std::string>& words,
                const testing_host::Environment& changes = {}) {
@@ -59,7 +61,8 @@ TEST_F(WevoraLoaderTest, ItTellsHowItIsCalledAndItsVersion) {
     EXPECT_EQ(loader({help}).status, 0);
     EXPECT_THAT(loader({help}).output, StartsWith("usage: wevora-loader "));
   }
-  EXPECT_EQ(loader({"--version"}).output, "wevora-loader " WEVORA_VERSION "\n");
+  EXPECT_EQ(loader({"--version"}).output,
+            "wevora-loader " + std::string(platform::productVersion()) + "\n");
 }
 
 TEST_F(WevoraLoaderTest, AFileManagerThatIsNotInstalledIsToldOf) {
@@ -143,7 +146,8 @@ TEST_F(WevoraLoaderTest, AFileManagerThatDoesNotQuitIsLeftAloneAndToldOf) {
   ASSERT_EQ(::kill(session.fileManager().pid(), SIGCONT), 0);
   EXPECT_THAT(
       loader({"--status"}).output,
-      testing::AnyOf(HasSubstr(lineOf(session, "pcmanfm-qt", "holds version " WEVORA_VERSION)),
+      testing::AnyOf(HasSubstr(lineOf(session, "pcmanfm-qt",
+                                      "holds version " + std::string(platform::productVersion()))),
                      HasSubstr("no supported file manager is running")));
 }
 

@@ -8,7 +8,7 @@
 
 #include "FinderIntegration/finder_bundle/HostInterface.h"
 #include "Platform/Graphics/BitmapContext.h"
-#include "Platform/Graphics/Layer.h"
+#include "Tests/Doubles/Layer.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 
 namespace wevora::testing_host {

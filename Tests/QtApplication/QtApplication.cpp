@@ -1,6 +1,6 @@
 #include "Tests/QtApplication/QtApplication.h"
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 // What the fonts' library keeps until the process ends is no leak of ours.
 extern "C" [[gnu::visibility("default")]] const char*

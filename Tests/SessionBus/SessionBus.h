@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Support/TemporaryFolder.h"
 #include "Tests/ChildProcess/ChildProcess.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::testing_host {
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/DistributedNotifications/BusNotificationCenter.h"
+#include "Platform/IPC/BusNotificationCenter.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 
 namespace wevora::testing_host {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
-#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/Installation/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 
 namespace wevora::testing_host {

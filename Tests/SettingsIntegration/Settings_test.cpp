@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Tests/Integration/InMountNamespace.h"
+#include "Tests/Mounts/InMountNamespace.h"
 #include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {

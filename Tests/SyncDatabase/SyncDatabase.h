@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Database/DatabaseWriter.h"
+#include "Apps/agent_sim/DatabaseWriter.h"
 
 namespace wevora::testing_host {
 
@@ -16,7 +16,7 @@ class SyncDatabase {
   using Text = std::optional<std::string>;
 
   explicit SyncDatabase(const std::string& path)
-      : writer(path, platform::DatabaseWriter::Mode::createIfMissing) {
+      : writer(path, agent_sim::DatabaseWriter::Mode::createIfMissing) {
     writer.runScript(
         "PRAGMA synchronous=OFF;"
         "CREATE TABLE IF NOT EXISTS file(file_id TEXT, parent_id TEXT, is_folder INT, name_short "
@@ -52,11 +52,11 @@ class SyncDatabase {
   }
   void removeRow(const std::string& id) { writer.run("DELETE FROM file WHERE file_id=?", {id}); }
 
-  platform::DatabaseWriter writer;
+  agent_sim::DatabaseWriter writer;
 
  private:
-  static platform::DatabaseValue value(const Text& text) {
-    return text ? platform::DatabaseValue(*text) : platform::DatabaseValue(nullptr);
+  static agent_sim::DatabaseValue value(const Text& text) {
+    return text ? agent_sim::DatabaseValue(*text) : agent_sim::DatabaseValue(nullptr);
   }
 };
 

@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Base/Strings.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora {
 namespace {

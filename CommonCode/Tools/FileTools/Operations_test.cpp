@@ -7,17 +7,17 @@
 #include <gtest/gtest.h>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/FileCopy/FaultyFileCalls.h"
-#include "Platform/FileCopy/FileOperations.h"
-#include "Platform/Shell/Shell.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Platform/Files/Copy/FileOperations.h"
+#include "Platform/Files/Shell.h"
+#include "Tests/Doubles/FaultInjectingFileSystem.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::FaultyFileCalls;
-using Call = FaultyFileCalls::Call;
+using platform::FaultInjectingFileSystem;
+using Call = FaultInjectingFileSystem::Call;
 
 class OperationsTest : public testing::Test {
  protected:
@@ -90,9 +90,9 @@ TEST_F(ChangeModeTest, LinksAreFollowed) {
 }
 
 /// A folder with a "chflags" that writes its arguments down, one a line.
-class NotedChflags {
+class RecordedChflags {
  public:
-  NotedChflags() {
+  RecordedChflags() {
     std::ofstream(folder_.path("chflags"))
         << "#!/bin/sh\nprintf '%s\\n' \"$@\" >'" << folder_.path("arguments") << "'\nexit 1\n";
     fs::permissions(folder_.path("chflags"), fs::perms::owner_all);
@@ -109,13 +109,13 @@ class NotedChflags {
 };
 
 TEST_F(HideFileTest, APathWithASpaceStaysOneArgumentAndTheExitStatusIsIgnored) {
-  const NotedChflags chflags;
+  const RecordedChflags chflags;
   WVRFileTools::hideFileAtPath("/two words/$HOME `x` \"y\" \xC3\xA9", chflags.shell());
   EXPECT_EQ(chflags.arguments(), "hidden\n/two words/$HOME `x` \"y\" \xC3\xA9\n");
 }
 
 TEST_F(HideFileTest, ASingleQuoteBreaksTheQuotesAndTheLineIsRunAsItIs) {
-  const NotedChflags chflags;
+  const RecordedChflags chflags;
   WVRFileTools::hideFileAtPath("/a' 'b", chflags.shell());
   EXPECT_EQ(chflags.arguments(), "hidden\n/a\nb\n");
 }
@@ -257,7 +257,7 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
        {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0}, Failure{Call::read, EIO, 1},
         Failure{Call::openToRead, EACCES, 0}, Failure{Call::flush, EIO, 0},
         Failure{Call::close, EIO, 0}, Failure{Call::renameToNew, ENOSPC, 0}}) {
-    FaultyFileCalls calls;
+    FaultInjectingFileSystem calls;
     calls.copyWithoutTheKernel();
     calls.fail(failure.call, failure.error, failure.nth);
     platform::SystemFileOperations operations(calls);
@@ -269,7 +269,7 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
 }
 
 TEST_F(BackupTest, AFileThatComesToRestIsCopiedByALaterAttempt) {
-  FaultyFileCalls calls;
+  FaultInjectingFileSystem calls;
   calls.copyWithoutTheKernel();
   file("a", "first");
   int changes = 0;

@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Trash/Trash.h"
+#include "Platform/Base/Strings.h"
+#include "Platform/Files/Trash.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora {
 namespace {

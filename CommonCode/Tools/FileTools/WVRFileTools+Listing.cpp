@@ -1,10 +1,10 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
 #include "Platform/Files/Hidden.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Files/Listing.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora {
 namespace {
@@ -79,7 +79,7 @@ std::vector<std::string> WVRFileTools::getContentsOfDirectory(
   std::vector<std::string> paths;
   if (directory.empty()) return paths;
   const std::string folder = platform::resolvedPath(directory);
-  platform::eachItemOfFolder(folder, [&](std::string_view name, ItemKind ownKind) {
+  platform::forEachEntry(folder, [&](std::string_view name, ItemKind ownKind) {
     std::string own = platform::pathByAppendingComponent(folder, name);
     std::optional<Followed> followed;
     if (resolveSymlinks && ownKind == ItemKind::link) followed = followLinks(own, ownKind);
@@ -119,7 +119,7 @@ std::vector<std::string> WVRFileTools::scanURLIgnoringExtras(std::optional<std::
   const auto folder = url ? fileURLToString(*url) : std::nullopt;
   if (!folder || folder->empty()) return paths;
   const platform::HiddenNames hidden(*folder);
-  platform::eachItemOfFolder(*folder, [&](std::string_view name, ItemKind kind) {
+  platform::forEachEntry(*folder, [&](std::string_view name, ItemKind kind) {
     if (hidden.hides(name)) return;
     if ((kind == ItemKind::folder) != saveFolders) return;
     std::string path = platform::pathByAppendingComponent(*folder, name);

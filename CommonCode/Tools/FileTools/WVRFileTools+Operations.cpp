@@ -1,8 +1,8 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/FileCopy/FileOperations.h"
-#include "Platform/FileCopy/KeptItem.h"
+#include "Platform/Files/Copy/FileOperations.h"
+#include "Platform/Files/Copy/ProtectedItem.h"
 #include "Platform/Files/MakeFolder.h"
-#include "Platform/Shell/Shell.h"
+#include "Platform/Files/Shell.h"
 
 namespace wevora {
 
@@ -48,7 +48,7 @@ bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string
 bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string& toPath,
                                       std::uint64_t attempts,
                                       platform::FileOperations& operations) {
-  const platform::KeptItem source(path);
+  const platform::ProtectedItem source(path);
   for (std::uint64_t attempt = 0; attempt < attempts; ++attempt)
     if (backupFileWithPath(path, toPath, operations)) return true;
   // A destination that is the source, or holds it, must stay: a backup loses nothing.

@@ -2,10 +2,10 @@
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
 #include "Platform/Files/Hidden.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Trash/Trash.h"
+#include "Platform/Files/Trash.h"
 
 namespace wevora {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <cstdlib>
 
-#include "Platform/Digest/MD5.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
 #include "Platform/Files/Links.h"
-#include "Platform/Strings/Strings.h"
+#include "Platform/Files/MD5.h"
 
 namespace wevora {
 namespace {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Platform/Base/Date.h"
 #include "Platform/Files/ByteProgress.h"
-#include "Platform/Time/Date.h"
 
 namespace wevora {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora {
 namespace {

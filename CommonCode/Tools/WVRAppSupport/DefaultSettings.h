@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Values/Value.h"
+#include "Platform/PropertyLists/Value.h"
 
 namespace wevora {
 

@@ -7,8 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/Descriptor.h"
+#include "Platform/Base/Descriptor.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora {
 namespace {

@@ -6,10 +6,10 @@
 
 #include "CommonCode/Tools/WVRAppSupport/DefaultSettings.h"
 #include "CommonCode/Tools/WVRAppSupport/SettingsFile.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
-#include "Platform/InstalledPaths/LoginUser.h"
+#include "Platform/Installation/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
-#include "Platform/InstalledPaths/InstalledPaths.h"
-#include "Platform/Support/Mutex.h"
-#include "Platform/Values/Value.h"
+#include "Platform/Base/Mutex.h"
+#include "Platform/Installation/InstalledPaths.h"
+#include "Platform/PropertyLists/Value.h"
 
 namespace wevora {
 

@@ -13,7 +13,7 @@
 
 #include "CommonCode/Tools/WVRAppSupport/DefaultSettings.h"
 #include "Platform/PropertyLists/PropertyLists.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {

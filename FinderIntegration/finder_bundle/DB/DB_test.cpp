@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/finder_bundle/DB/WVDBAccessor.h"
+#include "Platform/Base/AssertionFailure.h"
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Support/AssertionFailure.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
 namespace wevora {
@@ -20,7 +20,7 @@ using testing_host::SyncDatabase;
 using Texts = std::vector<std::string>;
 
 /// Notes what is asked of a real database, and fails or throws where it is told to.
-class NotingDatabases : public platform::Databases {
+class RecordingDatabases : public platform::Databases {
  public:
   std::shared_ptr<platform::Database> databaseWithPath(const std::string& path) override {
     return std::make_shared<Noting>(*this, real_.databaseWithPath(path));
@@ -35,7 +35,7 @@ class NotingDatabases : public platform::Databases {
  private:
   class Noting : public platform::Database {
    public:
-    Noting(NotingDatabases& notes, std::shared_ptr<platform::Database> real)
+    Noting(RecordingDatabases& notes, std::shared_ptr<platform::Database> real)
         : notes_(notes), real_(std::move(real)) {}
     bool open(platform::DatabaseErrorOut error) override { return real_->open(error); }
     void close() override {
@@ -53,7 +53,7 @@ class NotingDatabases : public platform::Databases {
     }
 
    private:
-    NotingDatabases& notes_;
+    RecordingDatabases& notes_;
     std::shared_ptr<platform::Database> real_;
   };
 
@@ -109,7 +109,7 @@ class AccessorTest : public testing::Test {
   std::string mountPoint = folder.path() + "/";
   std::string path = folder.path("test.db");
   SyncDatabase database{path};
-  NotingDatabases databases;
+  RecordingDatabases databases;
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch{clock};
   std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();

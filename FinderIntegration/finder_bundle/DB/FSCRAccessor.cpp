@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "FinderIntegration/finder_bundle/DB/ColumnPosition.h"
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
 
 namespace wevora {

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Platform/Base/Mutex.h"
 #include "Platform/Database/Database.h"
-#include "Platform/Support/Mutex.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/WVRFSCRNode.h"
 
 namespace wevora {

@@ -4,9 +4,9 @@
 #include <chrono>
 
 #include "FinderIntegration/finder_bundle/DB/ColumnPosition.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/AssertionFailure.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/AssertionFailure.h"
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/Strings.h"
 #include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+MountPoints.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
@@ -118,7 +118,7 @@ WVDBAccessor::WVDBAccessor(Private, const std::string& path, const WVDBAccessorS
 }
 
 WVDBAccessor::~WVDBAccessor() {
-  platform::swallowing([this] { databaseHandler_->close(); });
+  platform::catchAll([this] { databaseHandler_->close(); });
 }
 
 std::shared_ptr<IWVDBAccessorDelegate> WVDBAccessor::delegate() const {

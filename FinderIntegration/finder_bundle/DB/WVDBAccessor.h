@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "FinderIntegration/finder_bundle/DB/FSCRAccessor.h"
+#include "Platform/Base/Mutex.h"
 #include "Platform/Database/Database.h"
 #include "Platform/Dispatch/Dispatch.h"
-#include "Platform/Support/Mutex.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/WVRDrivenFile.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/WVRFSCRNode.h"
 

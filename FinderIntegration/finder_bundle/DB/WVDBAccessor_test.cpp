@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Support/TemporaryFolder.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
 namespace wevora {

@@ -2,9 +2,9 @@
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
 #include "FinderIntegration/finder_bundle/Tools/WVFinderTools.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/InstalledPaths/InstalledPaths.h"
-#include "Platform/InstalledPaths/LoginUser.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
+#include "Platform/Installation/InstalledPaths.h"
+#include "Platform/Installation/LoginUser.h"
 #include "Platform/System/SystemServices.h"
 
 namespace wevora {

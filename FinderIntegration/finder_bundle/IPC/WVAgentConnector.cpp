@@ -5,14 +5,14 @@
 
 #include "Connector/DaemonConnectionPort.h"
 #include "Connector/DaemonConnectionProxy.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora {
 namespace {
 
+using platform::catchAll;
 using platform::DistributedNotification;
-using platform::swallowing;
 using platform::textsIn;
 
 constexpr const char* kRemovedEvent = "Removed";
@@ -28,22 +28,22 @@ WVAgentConnector::WVAgentConnector(WVAgentConnectorServices services)
 // nothing never hears of the agent again.
 
 void WVAgentConnector::connect() {
-  swallowing([&] {
+  catchAll([&] {
     if (const auto port = portOfDaemonConnection(services_.distributedObjects, services_.userName))
       openConnection(port);
   });
   if (_daemonConnection) {
-    swallowing([&] { setAccountId(clientID()); });
-    swallowing([&] { startObservingEventNotification(); });
-    swallowing([&] { checkConnectionStatus(); });
+    catchAll([&] { setAccountId(clientID()); });
+    catchAll([&] { startObservingEventNotification(); });
+    catchAll([&] { checkConnectionStatus(); });
     startObservingConnectionBecomeUnvailableNotification();
-    swallowing([&] { startReceivingAccountInfo(); });
-    swallowing([&] { startReceivingConnectionStatusNotifications(); });
-    swallowing([&] { services_.engine.updateDesktopForce(false); });
+    catchAll([&] { startReceivingAccountInfo(); });
+    catchAll([&] { startReceivingConnectionStatusNotifications(); });
+    catchAll([&] { services_.engine.updateDesktopForce(false); });
   } else {
     startToObserveConnectionBecomeAvailableNotification();
   }
-  swallowing([&] { checkEnabled(); });
+  catchAll([&] { checkEnabled(); });
 }
 
 void WVAgentConnector::openConnection(const std::shared_ptr<platform::SendPort>& port) {
@@ -124,7 +124,7 @@ void WVAgentConnector::finderOverlayChangedNotificationReceived() {
 
 void WVAgentConnector::connectionDidDie() {
   _daemonConnection.reset();
-  swallowing([&] { checkEnabled(); });
+  catchAll([&] { checkEnabled(); });
   stopReceivingAccountInfo();
   stopObservingEventNotification();
   stopReceivingConnectionStatusNotifications();
@@ -133,7 +133,7 @@ void WVAgentConnector::connectionDidDie() {
 }
 
 void WVAgentConnector::connectionAlive() {
-  swallowing([&] { services_.engine.setAccountIdOfPool(clientID()); });
+  catchAll([&] { services_.engine.setAccountIdOfPool(clientID()); });
   stopToObserveConnectionBecomeAvailableNotification();
   connect();
 }

@@ -7,9 +7,9 @@
 
 #include "Connector/IDaemonConnection.h"
 #include "FinderIntegration/finder_bundle/IPC/StatusEngine.h"
-#include "Platform/DistributedNotifications/DistributedNotificationCenter.h"
-#include "Platform/DistributedObjects/DistributedObjects.h"
-#include "Platform/Notifications/LocalNotificationCenter.h"
+#include "Platform/Base/LocalNotificationCenter.h"
+#include "Platform/IPC/DistributedNotificationCenter.h"
+#include "Platform/IPC/DistributedObjects.h"
 
 namespace wevora {
 

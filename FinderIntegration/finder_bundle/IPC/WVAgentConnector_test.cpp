@@ -42,7 +42,7 @@ struct Service {
   bool conforms = true;
 };
 
-class NotingConnection : public platform::Connection {
+class RecordingConnection : public platform::Connection {
  public:
   class Root : public platform::RootProxy {
    public:
@@ -64,7 +64,7 @@ class NotingConnection : public platform::Connection {
     Service& service_;
   };
 
-  NotingConnection(Log& log, Service& service) : log_(log), service_(service) {}
+  RecordingConnection(Log& log, Service& service) : log_(log), service_(service) {}
   void enableMultipleThreads() override { log_.emplace_back("enable multiple threads"); }
   std::shared_ptr<platform::RootProxy> rootProxy() override {
     log_.emplace_back("root proxy");
@@ -76,9 +76,9 @@ class NotingConnection : public platform::Connection {
   Service& service_;
 };
 
-class NotingObjects : public platform::DistributedObjects {
+class RecordingObjects : public platform::DistributedObjects {
  public:
-  explicit NotingObjects(Log& log) : log_(log) {}
+  explicit RecordingObjects(Log& log) : log_(log) {}
 
   Service& publish(std::uint32_t seed) { return services_[nameOf(seed)]; }
   void remove(std::uint32_t seed) { services_.erase(nameOf(seed)); }
@@ -96,7 +96,7 @@ class NotingObjects : public platform::DistributedObjects {
     log_.emplace_back("connection");
     Service& service = dynamic_cast<Port&>(*sendPort).service;
     if (!service.takesConnections) return nullptr;
-    auto connection = std::make_shared<NotingConnection>(log_, service);
+    auto connection = std::make_shared<RecordingConnection>(log_, service);
     connection_ = connection;
     return connection;
   }
@@ -115,9 +115,9 @@ class NotingObjects : public platform::DistributedObjects {
   std::weak_ptr<platform::Connection> connection_;
 };
 
-class NotingCenter : public platform::DistributedNotificationCenter {
+class RecordingCenter : public platform::DistributedNotificationCenter {
  public:
-  explicit NotingCenter(Log& log) : log_(log) {}
+  explicit RecordingCenter(Log& log) : log_(log) {}
 
   std::function<void(const std::string& name)> whenObserved;
   std::function<void(const std::string& name)> whenStopped;
@@ -142,7 +142,7 @@ class NotingCenter : public platform::DistributedNotificationCenter {
 
  private:
   struct Observer : Observation {
-    Observer(NotingCenter& in, std::string of, Text by, Handler then)
+    Observer(RecordingCenter& in, std::string of, Text by, Handler then)
         : center(in), name(std::move(of)), object(std::move(by)), handler(std::move(then)) {
       center.observers_.push_back(this);
     }
@@ -156,7 +156,7 @@ class NotingCenter : public platform::DistributedNotificationCenter {
     bool hears(const DistributedNotification& notification) const {
       return notification.name == name && (!object || object == notification.object);
     }
-    NotingCenter& center;
+    RecordingCenter& center;
     const std::string name;
     const Text object;
     const Handler handler;
@@ -165,9 +165,9 @@ class NotingCenter : public platform::DistributedNotificationCenter {
   std::vector<Observer*> observers_;
 };
 
-class NotingEngine : public StatusEngine {
+class RecordingEngine : public StatusEngine {
  public:
-  explicit NotingEngine(Log& log) : log_(log) {}
+  explicit RecordingEngine(Log& log) : log_(log) {}
   bool turnedOn = false;
   void setTurnedOn(bool on) override {
     turnedOn = on;
@@ -192,15 +192,15 @@ class NotingEngine : public StatusEngine {
   Log& log_;
 };
 
-class NotingSettings : public SettingsReader {
+class RecordingSettings : public SettingsReader {
  public:
-  NotingSettings(Log& log, const std::optional<Value>& value, const Text& accountId)
+  RecordingSettings(Log& log, const std::optional<Value>& value, const Text& accountId)
       : log_(log), value_(value) {
     log_.push_back("settings of " + named(accountId));
   }
-  ~NotingSettings() override { log_.emplace_back("release settings"); }
-  NotingSettings(const NotingSettings&) = delete;
-  NotingSettings& operator=(const NotingSettings&) = delete;
+  ~RecordingSettings() override { log_.emplace_back("release settings"); }
+  RecordingSettings(const RecordingSettings&) = delete;
+  RecordingSettings& operator=(const RecordingSettings&) = delete;
   std::optional<Value> readKey(const std::string& key, const Text& forUser) override {
     log_.push_back("read " + key + " for " + named(forUser));
     return value_;
@@ -234,7 +234,7 @@ class WVAgentConnectorTest : public ::testing::Test {
     connector_.emplace(WVAgentConnectorServices{
         "alice", objects_, center_, local_, engine_, [this](const Text& accountId) {
           if (settingsFail_) throw std::bad_alloc();
-          return std::make_unique<NotingSettings>(log_, setting_, accountId);
+          return std::make_unique<RecordingSettings>(log_, setting_, accountId);
         }});
     connector_->connect();
   }
@@ -275,10 +275,10 @@ class WVAgentConnectorTest : public ::testing::Test {
   }
 
   Log log_;
-  NotingObjects objects_{log_};
-  NotingCenter center_{log_};
+  RecordingObjects objects_{log_};
+  RecordingCenter center_{log_};
   platform::LocalNotificationCenter local_;
-  NotingEngine engine_{log_};
+  RecordingEngine engine_{log_};
   std::optional<Value> setting_;
   bool settingsFail_ = false;
   std::optional<WVAgentConnector> connector_;
@@ -293,8 +293,8 @@ TEST_F(WVAgentConnectorTest, ConnectingTakesItsStepsInOrder) {
   EXPECT_EQ(
       log_,
       joined(
-          {{"observe kFinderOverlayChanged of none", "port " + NotingObjects::nameOf(0),
-            "port " + NotingObjects::nameOf(1), "connection", "enable multiple threads",
+          {{"observe kFinderOverlayChanged of none", "port " + RecordingObjects::nameOf(0),
+            "port " + RecordingObjects::nameOf(1), "connection", "enable multiple threads",
             "root proxy", "conforms to com.Wevora.IDaemonConnection",
             "agent distributedNotificationObject"},
            askedAccount(first),
@@ -317,7 +317,7 @@ TEST_F(WVAgentConnectorTest, WithoutAnAgentItWaitsAndTurnsTheBadgesOff) {
                      "turn off"};
   Log expected = {"observe kFinderOverlayChanged of none"};
   for (std::uint32_t seed = 0; seed < 30; ++seed)
-    expected.push_back("port " + NotingObjects::nameOf(seed));
+    expected.push_back("port " + RecordingObjects::nameOf(seed));
   expected.emplace_back("observe kIDaemonConnectionBecomeAvailableNotification of none");
   EXPECT_EQ(log_, joined({expected, first}));
 }
@@ -370,7 +370,7 @@ TEST_F(WVAgentConnectorTest, AnAgentThatDoesNotConformHidesTheOneUnderALaterSeed
 TEST_F(WVAgentConnectorTest, WithoutAUserNameNothingIsLookedUp) {
   WVAgentConnector connector(
       {std::nullopt, objects_, center_, local_, engine_, [this](const Text& accountId) {
-         return std::make_unique<NotingSettings>(log_, setting_, accountId);
+         return std::make_unique<RecordingSettings>(log_, setting_, accountId);
        }});
   connector.connect();
   EXPECT_TRUE(seedsTried().empty());
@@ -657,7 +657,7 @@ TEST_F(WVAgentConnectorTest, AnAgentThatReturnsClearsThePoolsAccountBeforeItIsCo
   ASSERT_GE(log_.size(), 3U);
   EXPECT_EQ(Log(log_.begin(), log_.begin() + 3),
             (Log{"pool account none", "stop kIDaemonConnectionBecomeAvailableNotification",
-                 "port " + NotingObjects::nameOf(0)}));
+                 "port " + RecordingObjects::nameOf(0)}));
   EXPECT_EQ(center_.observed(), observedWhileConnected("the next agent"));
   EXPECT_TRUE(engine_.turnedOn);
 }

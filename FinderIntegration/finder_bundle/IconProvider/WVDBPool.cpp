@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "Platform/Base/Strings.h"
 #include "Platform/Files/Files.h"
-#include "Platform/Strings/Strings.h"
 
 namespace wevora {
 namespace {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "FinderIntegration/finder_bundle/DB/WVDBAccessor.h"
-#include "Platform/Support/EvictingCache.h"
-#include "Platform/Support/Mutex.h"
-#include "Platform/Unmount/UnmountApproval.h"
+#include "Platform/Base/EvictingCache.h"
+#include "Platform/Base/Mutex.h"
+#include "Platform/Volumes/UnmountApproval.h"
 #include "Platform/Volumes/Volumes.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/DiskEjector/WVRDiskEjector.h"
 

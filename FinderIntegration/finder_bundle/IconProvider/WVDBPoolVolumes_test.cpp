@@ -7,9 +7,10 @@
 
 #include "FinderIntegration/finder_bundle/IconProvider/WVDBPool.h"
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/MountInfoVolumes.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
 namespace wevora {

@@ -8,10 +8,10 @@
 
 #include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
-#include "Platform/Dispatch/ManualDispatch.h"
-#include "Platform/Support/TemporaryFolder.h"
-#include "Platform/Unmount/ManualUnmountApprovals.h"
-#include "Platform/Volumes/ManualVolumes.h"
+#include "Tests/Doubles/ManualDispatch.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Doubles/ManualVolumes.h"
+#include "Tests/Doubles/TemporaryFolder.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
 namespace wevora {

@@ -3,7 +3,7 @@
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "FinderIntegration/wevoraLoader/sharedcheck.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 #include "Platform/System/SystemServices.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
@@ -39,5 +39,5 @@ void loadOnce() {
 /// Where the bundle begins: called by what maps it into a host, on the main thread, when the host
 /// has told the runtime of its classes. Once; a later call does nothing.
 extern "C" [[gnu::visibility("default")]] void wevora_bundle_load() noexcept {
-  wevora::platform::swallowing(&wevora::loadOnce);
+  wevora::platform::catchAll(&wevora::loadOnce);
 }

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora {
 

@@ -5,8 +5,8 @@
 
 #include "FinderIntegration/finder_bundle/Tools/ItemURL.h"
 #include "FinderIntegration/finder_bundle/Tools/WVTFENodeHelper.h"
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/Strings.h"
 #include "Platform/System/SystemServices.h"
 
 namespace wevora {
@@ -51,7 +51,7 @@ void WVFinderTools::visitBrowserWindows(Visit visit) const {
 
 void WVFinderTools::updateWindows() {
   mainQueue_.async(
-      [this] { platform::swallowing([this] { visitBrowserWindows([](const Id&) {}); }); });
+      [this] { platform::catchAll([this] { visitBrowserWindows([](const Id&) {}); }); });
 }
 
 void WVFinderTools::updateNodesWithPath(std::vector<std::string> paths) {
@@ -67,7 +67,7 @@ void WVFinderTools::updateVisibleNodesWithPath(const std::vector<std::string>& p
 }
 
 void WVFinderTools::redrawVisibleNodes(const PathSet& paths, const Id& controller) const {
-  platform::swallowing([&] {
+  platform::catchAll([&] {
     if (send<std::uint64_t>(controller, "itemCount") == 0) return;
     TFENodeVector nodes;
     send<void>(controller, "getVisibleNodes:", &nodes);
@@ -85,7 +85,7 @@ void WVFinderTools::redrawNode(const TFENode& node, const PathSet& paths,
 
 void WVFinderTools::updateDesktopForce(bool force) {
   // A date that cannot be read drops the request.
-  platform::swallowing([&] {
+  platform::catchAll([&] {
     const platform::Date now = clock_.now();
     const bool throttled = date_ && now - *date_ < kDesktopInterval && !force;
     if (!throttled) {

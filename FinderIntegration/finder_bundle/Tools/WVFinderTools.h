@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "FinderIntegration/finder_bundle/Tools/TFENode.h"
+#include "Platform/Base/Clock.h"
 #include "Platform/Dispatch/Dispatch.h"
 #include "Platform/Runtime/Runtime.h"
-#include "Platform/Time/Clock.h"
 
 namespace wevora {
 

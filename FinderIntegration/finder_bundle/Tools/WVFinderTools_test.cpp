@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/finder_bundle/Tools/WVTFENodeHelper.h"
-#include "Platform/Dispatch/ManualDispatch.h"
+#include "Tests/Doubles/ManualDispatch.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 
 namespace wevora {

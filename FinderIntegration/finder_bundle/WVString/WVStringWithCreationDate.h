@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Time/Clock.h"
+#include "Platform/Base/Clock.h"
 
 namespace wevora {
 

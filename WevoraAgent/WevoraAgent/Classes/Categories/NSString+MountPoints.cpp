@@ -1,7 +1,7 @@
 #include <optional>
 
-#include "Platform/Strings/Strings.h"
-#include "Platform/Support/AssertionFailure.h"
+#include "Platform/Base/AssertionFailure.h"
+#include "Platform/Base/Strings.h"
 #include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+MountPoints.h"
 
 namespace wevora {

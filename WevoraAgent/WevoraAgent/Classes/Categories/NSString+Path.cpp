@@ -1,4 +1,4 @@
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 #include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+Path.h"
 
 namespace wevora {

@@ -1,6 +1,6 @@
 #include "WevoraAgent/WevoraAgent/Classes/Device/DiskEjector/WVRDiskEjector.h"
 
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 
 namespace wevora {
 
@@ -37,7 +37,7 @@ std::optional<platform::Dissenter> unmountApproval(const platform::Disk& disk,
                                                    void* context) noexcept {
   auto& ejector = *static_cast<WVRDiskEjector*>(context);
   const bool approved =
-      platform::swallowingOr(false, [&] { return ejector.processUnmountApprovalForDisk(disk); });
+      platform::catchAllOr(false, [&] { return ejector.processUnmountApprovalForDisk(disk); });
   if (approved) return std::nullopt;
   return platform::Dissenter{kDAReturnBusy, ""};
 }

@@ -5,7 +5,7 @@
 #include <memory>
 #include <optional>
 
-#include "Platform/Unmount/UnmountApproval.h"
+#include "Platform/Volumes/UnmountApproval.h"
 
 namespace wevora {
 

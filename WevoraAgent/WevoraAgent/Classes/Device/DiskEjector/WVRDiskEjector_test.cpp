@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Unmount/ManualUnmountApprovals.h"
+#include "Tests/Doubles/ManualUnmountApprovals.h"
 
 namespace wevora {
 namespace {

@@ -1,4 +1,4 @@
-#include "Platform/Support/Guard.h"
+#include "Platform/Base/Guard.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/WVRDatabaseDateFormatter.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Time/Date.h"
+#include "Platform/Base/Date.h"
 
 namespace wevora {
 

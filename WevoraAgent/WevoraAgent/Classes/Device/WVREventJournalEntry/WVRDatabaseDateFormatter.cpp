@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 
 namespace wevora {
 namespace {

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Notifications/LocalNotificationCenter.h"
-#include "Platform/Support/Mutex.h"
-#include "Platform/Time/Date.h"
-#include "Platform/Time/TimeZones.h"
+#include "Platform/Base/Date.h"
+#include "Platform/Base/LocalNotificationCenter.h"
+#include "Platform/Base/Mutex.h"
+#include "Platform/Base/TimeZones.h"
 
 namespace wevora {
 

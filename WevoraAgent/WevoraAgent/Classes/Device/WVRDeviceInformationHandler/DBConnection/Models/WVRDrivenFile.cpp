@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Strings/Strings.h"
+#include "Platform/Base/Strings.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
 namespace wevora {

@@ -1,0 +1,47 @@
+#include "Platform/Installation/Bundle.h"
+
+#include <dlfcn.h>
+
+#include "Platform/Base/Guard.h"
+#include "Platform/Base/Strings.h"
+#include "Platform/Files/Files.h"
+#include "Platform/Graphics/ImageFiles.h"
+
+namespace wevora::platform {
+
+std::optional<Bundle> Bundle::bundleWithPath(std::string_view systemPath,
+                                             const InstalledPaths& paths) {
+  std::string path = paths.translate(systemPath);
+  if (!fileExistsAtPath(path).isDirectory) return std::nullopt;
+  return Bundle(std::move(path));
+}
+
+std::optional<std::string> Bundle::pathForImageResource(std::string_view name) const {
+  if (name.empty() || name.find('/') != std::string_view::npos) return std::nullopt;
+  std::string path = path_ + "/Contents/Resources/" + std::string(name);
+  const auto file = fileExistsAtPath(path);
+  if (!file.exists || file.isDirectory) return std::nullopt;
+  return path;
+}
+
+ImageRef Bundle::imageForResource(std::string_view name) const {
+  const auto path = pathForImageResource(name);
+  return path ? imageWithContentsOfFile(*path) : nullptr;
+}
+
+bool Bundle::load() const noexcept {
+  return catchAllOr(false, [this] {
+    std::string name(lastPathComponent(path_));
+    name.erase(name.rfind('.'));
+    const std::string file = path_ + "/Contents/Linux/" + name + ".so";
+    void* code = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (code == nullptr) return false;
+    const ScopeExit closed([code] { ::dlclose(code); });
+    const auto begin = reinterpret_cast<void (*)()>(::dlsym(code, kEntry));
+    if (begin == nullptr) return false;
+    begin();
+    return true;
+  });
+}
+
+}  // namespace wevora::platform

@@ -1,0 +1,56 @@
+# Which file managers are built for. WEVORA_HOST_* is ON (an error without the development files),
+# OFF, or AUTO (built when they are found); the result is WEVORA_WITH_*.
+
+include(cmake/Summary.cmake)
+
+# wevora_host(name option found missing version)
+macro(wevora_host name key found missing version)
+  if(NOT WEVORA_HOST_${key} MATCHES "^(ON|OFF|AUTO|TRUE|FALSE|YES|NO|1|0)$")
+    message(FATAL_ERROR "WEVORA_HOST_${key} is '${WEVORA_HOST_${key}}'; expected ON, OFF or AUTO")
+  endif()
+  set(WEVORA_WITH_${key} OFF)
+  if(WEVORA_HOST_${key} STREQUAL "AUTO" OR WEVORA_HOST_${key})
+    if(${found})
+      set(WEVORA_WITH_${key} ON)
+      wevora_summary(${name} YES "${version}")
+    elseif(WEVORA_HOST_${key} STREQUAL "AUTO")
+      wevora_summary(${name} "${missing}")
+    else()
+      message(FATAL_ERROR "WEVORA_HOST_${key} is ON, but ${missing}")
+    endif()
+  else()
+    wevora_summary(${name} "WEVORA_HOST_${key} is OFF")
+  endif()
+endmacro()
+
+set(WEVORA_NAUTILUS_FOUND OFF)
+if(NOT WEVORA_HOST_NAUTILUS STREQUAL "OFF")
+  pkg_check_modules(GTK4 QUIET IMPORTED_TARGET gtk4)
+  pkg_check_modules(NAUTILUS QUIET IMPORTED_TARGET libnautilus-extension-4)
+  pkg_check_modules(GMODULE QUIET IMPORTED_TARGET gmodule-2.0 gobject-2.0)
+  if(GTK4_FOUND AND NAUTILUS_FOUND AND GMODULE_FOUND)
+    set(WEVORA_NAUTILUS_FOUND ON)
+  endif()
+endif()
+wevora_host(Nautilus NAUTILUS WEVORA_NAUTILUS_FOUND
+            "its development files were not found (libgtk-4-dev, libnautilus-extension-dev)"
+            "libnautilus-extension ${NAUTILUS_VERSION}, GTK ${GTK4_VERSION}")
+
+set(WEVORA_PCMANFM_QT_FOUND OFF)
+if(NOT WEVORA_HOST_PCMANFM_QT STREQUAL "OFF")
+  find_package(Qt5 5.15 QUIET COMPONENTS Core Gui Widgets)
+  if(Qt5_FOUND)
+    set(WEVORA_PCMANFM_QT_FOUND ON)
+  endif()
+endif()
+wevora_host(PCManFM-Qt PCMANFM_QT WEVORA_PCMANFM_QT_FOUND
+            "Qt's development files were not found (qtbase5-dev)" "Qt ${Qt5_VERSION}")
+
+if(WEVORA_BUILD_TESTS AND NOT WEVORA_TOOLS)
+  message(FATAL_ERROR "The tests need the tools: set WEVORA_TOOLS=ON or WEVORA_BUILD_TESTS=OFF")
+endif()
+if(WEVORA_TOOLS)
+  wevora_summary("Tools" YES)
+else()
+  wevora_summary("Tools" "WEVORA_TOOLS is OFF")
+endif()

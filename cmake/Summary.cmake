@@ -1,0 +1,23 @@
+# What is built and what is not, printed when the configuration ends.
+
+# wevora_summary(part YES|NO-reason)
+function(wevora_summary part answer)
+  string(LENGTH "${part}" length)
+  math(EXPR missing "14 - ${length}")
+  string(REPEAT " " ${missing} padding)
+  if(answer STREQUAL "YES")
+    set(line "  ${part}${padding}yes")
+  else()
+    set(line "  ${part}${padding}no: ${answer}")
+  endif()
+  if(ARGN)
+    string(APPEND line " (${ARGN})")
+  endif()
+  set_property(GLOBAL APPEND PROPERTY WEVORA_SUMMARY "${line}")
+endfunction()
+
+function(wevora_print_summary)
+  get_property(lines GLOBAL PROPERTY WEVORA_SUMMARY)
+  list(JOIN lines "\n" text)
+  message(STATUS "Wevora ${PROJECT_VERSION} for ${CMAKE_INSTALL_PREFIX}\n${text}")
+endfunction()
