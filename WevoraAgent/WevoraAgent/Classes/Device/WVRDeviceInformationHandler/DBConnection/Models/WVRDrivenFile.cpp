@@ -44,7 +44,7 @@ bool WVRDrivenFile::updateFileWithAttributes(const FileAttributeSet& attributes)
 bool WVRDrivenFile::isEqual(const WVRDrivenFile& other) const {
   // An unset identifier is equal to nothing, not even to another unset one.
   if (!other.file_id_ || !file_id_ || *other.file_id_ != *file_id_) return false;
-  // The original compares the other's name with itself: true if it is set.
+  // Of the names, only the presence of the other's counts.
   return other.name_long_.has_value();
 }
 
