@@ -366,8 +366,9 @@ void WVIconProvider::performWhenIdle(platform::Block block) {
 
 void WVIconProvider::setView(const Id& view, const std::optional<std::string>& forKey) {
   if (!view || !forKey) return;
+  Id replaced = view;  // destroyed after the unlock: its destructor is the host's code
   const MutexLock lock(views_);
-  viewForPath_.insert_or_assign(*forKey, view);
+  viewForPath_[*forKey].swap(replaced);
 }
 
 void WVIconProvider::removeCell(const Id&) {}

@@ -49,7 +49,8 @@ struct WVIconProviderServices {
 /// items whose word changed are redrawn.
 ///
 /// A cached folder is fresh for four seconds. A folder is pending at most once, and at most eight
-/// refreshes run at a time. The cache holds the 800 most recently refreshed folders.
+/// refreshes run at a time. Beyond 800 cached folders the least recently refreshed ones are
+/// evicted.
 ///
 /// Thread-safety: colorFor, the image functions, setView, setTurnedOn and the path types belong to
 ///   the main thread; any thread may call the others. `args_` is confined to "support_queue".

@@ -428,6 +428,29 @@ TEST_F(ProviderTest, ANullViewOrPathIsNotStored) {
   EXPECT_EQ(view.use_count(), 1);
 }
 
+/// A view whose destructor calls the provider.
+class CallingView : public platform::Object {
+ public:
+  CallingView(platform::Class& isa, WVIconProvider& provider, platform::Id stored)
+      : Object(isa), provider_(provider), stored_(std::move(stored)) {}
+  ~CallingView() override { provider_.setView(stored_, "/stored by a destructor"); }
+  CallingView(const CallingView&) = delete;
+  CallingView& operator=(const CallingView&) = delete;
+
+ private:
+  WVIconProvider& provider_;
+  platform::Id stored_;
+};
+
+TEST_F(ProviderTest, AReplacedViewIsReleasedOutsideTheLock) {
+  const auto viewClass = host.runtime.registerClass("CallingView");
+  const auto stored = host.makeView();
+  engine.provider->setView(std::make_shared<CallingView>(*viewClass, *engine.provider, stored),
+                           volume + "/file");
+  engine.provider->setView(host.makeView(), volume + "/file");
+  EXPECT_EQ(stored.use_count(), 2) << "this test and the provider";
+}
+
 TEST_F(ProviderTest, RemovingACellDoesNotForgetItsView) {
   const auto path = addFile("file", std::nullopt);
   const auto view = host.makeView();

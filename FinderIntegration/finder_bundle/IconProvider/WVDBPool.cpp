@@ -85,12 +85,10 @@ bool WVDBPool::isBlocked(const std::string& dbPath) const {
   return std::ranges::find(blockList_, dbPath) != blockList_.end();
 }
 
-template <class Matches>
-std::vector<WVDBPool::Accessor> WVDBPool::liveAccessors(Matches matches) const {
+std::vector<WVDBPool::Accessor> WVDBPool::liveAccessors() const {
   std::vector<Accessor> live;
   for (const auto& weak : opened_)
-    if (auto accessor = weak.lock(); accessor && matches(*accessor))
-      live.push_back(std::move(accessor));
+    if (auto accessor = weak.lock()) live.push_back(std::move(accessor));
   return live;
 }
 
@@ -99,7 +97,7 @@ WVDBPool::Accessor WVDBPool::openedAccessor(const std::string& dbPath,
   const auto opened = WVDBAccessor::initWithPath(dbPath, {services_.databases, services_.dispatch},
                                                  weak_from_this(), mountPoint);
   Accessor result = opened;
-  std::vector<Accessor> superseded;
+  std::vector<Accessor> older;
   {
     const MutexLock lock(lock_);
     if (isBlocked(dbPath)) {
@@ -108,14 +106,14 @@ WVDBPool::Accessor WVDBPool::openedAccessor(const std::string& dbPath,
     } else if (const auto [place, first] = accessorForPath_.try_emplace(dbPath, opened); !first) {
       result = place->second;  // another thread was faster
     } else {
-      superseded =
-          liveAccessors([&](const WVDBAccessor& other) { return other.dbPath() == dbPath; });
+      older = liveAccessors();
       std::erase_if(opened_, [](const auto& weak) { return weak.expired(); });
       opened_.push_back(opened);
     }
   }
   if (result != opened) opened->stop();
-  for (const auto& other : superseded) other->stop();
+  for (const auto& other : older)
+    if (other->dbPath() == dbPath) other->stop();
   return result;
 }
 
@@ -137,7 +135,7 @@ bool WVDBPool::diskShouldBeUnmounted(const platform::Disk& disk) {
   const Text volume = described == disk.description.end() ? std::nullopt : Text(described->second);
   const auto dbPath = dbPathForMountPoint(volume);
   Accessors dropped;
-  std::vector<Accessor> onVolume;
+  std::vector<Accessor> live;
   bool blocked = false;
   {
     const MutexLock lock(lock_);
@@ -146,17 +144,17 @@ bool WVDBPool::diskShouldBeUnmounted(const platform::Disk& disk) {
       blockList_.push_back(*dbPath);
       blocked = true;
     }
-    if (volume) {
-      const auto mountPoint = withTrailingSeparator(*volume);
-      onVolume = liveAccessors(
-          [&](const WVDBAccessor& accessor) { return accessor.mountPoint() == mountPoint; });
-    }
+    if (volume) live = liveAccessors();
   }
   if (blocked) {
     dropped[*dbPath]->stop();
     unblockLater(*dbPath);
   }
-  for (const auto& accessor : onVolume) accessor->stop();
+  if (volume) {
+    const auto mountPoint = withTrailingSeparator(*volume);
+    for (const auto& accessor : live)
+      if (accessor->mountPoint() == mountPoint) accessor->stop();
+  }
   return true;
 }
 

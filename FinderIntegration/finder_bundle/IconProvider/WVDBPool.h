@@ -31,8 +31,8 @@ struct WVDBPoolServices {
 ///   unmounted or their database is reopened, so that they neither accumulate nor keep a disk busy.
 ///
 /// Thread-safety: any thread. Created, destroyed and asked for unmount approval on the main thread.
-///   `lock_` is not held while a database is read. Leaf locks are taken under it: those of the two
-///   caches, and the accessor's mount point.
+///   `lock_` is not held while an accessor is called or destroyed. Only the leaf locks of the two
+///   caches are taken under it.
 /// Errors: anything missing is null or nullopt.
 class WVDBPool : public IWVDBAccessorDelegate,
                  public WVRDiskEjectorEventReceiver,
@@ -92,8 +92,8 @@ class WVDBPool : public IWVDBAccessorDelegate,
   bool isBlocked(const std::string& dbPath) const REQUIRES(lock_);
   Accessor openedAccessor(const std::string& dbPath, const std::string& mountPoint);
   void dropAccessorOf(const std::string& dbPath);
-  template <class Matches>
-  std::vector<Accessor> liveAccessors(Matches matches) const REQUIRES(lock_);
+  /// To be filtered and released after the unlock: the last reference closes a database.
+  std::vector<Accessor> liveAccessors() const REQUIRES(lock_);
   void unblockLater(const std::string& dbPath);
 
   const WVDBPoolServices services_;
