@@ -10,12 +10,11 @@
 #include "Benchmarks/BenchmarkVolume.h"
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Dispatch/GLibDispatch.h"
 #include "Platform/IPC/BusNotificationCenter.h"
 #include "Platform/IPC/SocketConnections.h"
-#include "Tests/Doubles/ManualUnmountApprovals.h"
 #include "Tests/Doubles/MountInfoVolumes.h"
+#include "Tests/Engine/EngineUnderTest.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
 namespace wevora::benchmarks {
@@ -23,22 +22,30 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-/// Until the last drawing of a change is over; one that came later would read the item anew before
-/// its next event.
+/// How long a change is given to be drawn. A later drawing would refresh the item before its next
+/// event.
 constexpr std::chrono::milliseconds kSettled{5};
 
-/// The system's clock, moved on by hand.
-class MovedClock : public platform::Clock {
+/// The system's clock plus an offset.
+class AdjustableClock : public platform::Clock {
  public:
-  platform::Date now() const override { return system_.now() + static_cast<double>(moved_.load()); }
-  std::chrono::nanoseconds uptime() const override {
-    return system_.uptime() + std::chrono::seconds(moved_.load());
+  platform::Date now() const override {
+    return system_.now() + static_cast<double>(offset_.load());
   }
-  void moveOn() { moved_ += 5; }
+  std::chrono::nanoseconds uptime() const override {
+    return system_.uptime() + std::chrono::seconds(offset_.load());
+  }
+  /// By five seconds, after which every cached status is stale.
+  void advance() { offset_ += 5; }
 
  private:
   const platform::SystemClock system_;
-  std::atomic<std::int64_t> moved_{0};
+  std::atomic<std::int64_t> offset_{0};
+};
+
+struct AdjustableTime {
+  AdjustableClock clock;
+  platform::GLibDispatch dispatch;
 };
 
 class NoSettings : public SettingsReader {
@@ -52,57 +59,47 @@ struct Bundle {
   explicit Bundle(const std::string& volume, const std::string& shown)
       : item(shown),
         volumes([volume] { return mountInfoOf(volume); }),
-        pool(WVDBPool::init({databases, dispatch, volumes, approvals})),
-        tools(runtime, dispatch.mainQueue(), clock),
-        provider(WVIconProvider::init({clock, dispatch, tools, pool})),
-        window(runtime, {shown}, [this](std::size_t) { needsDisplay(); }),
-        engine(statusEngineOf(*provider, tools)),
-        connector({std::string(g_get_user_name()), objects, center, local, *engine,
+        window(engine.runtime, {shown}, [this](std::size_t) { needsDisplay(); }),
+        statusEngine(statusEngineOf(*engine.provider, engine.tools)),
+        connector({std::string(g_get_user_name()), objects, center, local, *statusEngine,
                    [](const Text&) { return std::make_unique<NoSettings>(); }}) {
     connector.connect();
     needsDisplay();
   }
 
-  /// As a host: it draws at the next turn of the main loop, however often it was asked before.
+  /// As in a host: several requests lead to one drawing, in the next iteration of the main loop.
   void needsDisplay() {
     if (waiting) return;
     waiting = true;
-    dispatch.mainQueue().async([this] {
+    engine.dispatch.mainQueue().async([this] {
       waiting = false;
       draw();
     });
   }
 
   void draw() {
-    provider->setView(window.viewOf(0), item);
-    const auto drawn = provider->colorFor(ItemURL(item));
+    engine.provider->setView(window.viewOf(0), item);
+    const auto drawn = engine.provider->colorFor(ItemURL(item));
     if (!drawn || *drawn == word) return;
     const auto when = sharedTime();
     word = *drawn;
     std::cout << word << ' ' << when << std::endl;
-    provider->performWhenIdle([this] {
-      dispatch.mainQueue().after(kSettled, [this] {
-        clock.moveOn();
+    engine.provider->performWhenIdle([this] {
+      engine.dispatch.mainQueue().after(kSettled, [this] {
+        engine.clock.advance();
         std::cout << kReady << std::endl;
       });
     });
   }
 
-  MovedClock clock;
   const std::string item;
-  platform::GLibDispatch dispatch;
   platform::MountInfoVolumes volumes;
-  platform::SqliteDatabases databases{clock};
-  platform::ManualUnmountApprovals approvals;
+  testing_host::BasicEngineUnderTest<AdjustableTime> engine{{.volumes = &volumes}};
   platform::LocalNotificationCenter local;
   platform::SocketConnections objects{local};
   platform::BusNotificationCenter center;
-  platform::Runtime runtime;
-  std::shared_ptr<WVDBPool> pool;
-  WVFinderTools tools;
-  std::shared_ptr<WVIconProvider> provider;
   status::WatchedWindow window;
-  std::unique_ptr<StatusEngine> engine;
+  std::unique_ptr<StatusEngine> statusEngine;
   WVAgentConnector connector;
   bool waiting = false;
   std::string word;

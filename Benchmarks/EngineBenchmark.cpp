@@ -21,12 +21,10 @@
 #include "Benchmarks/BenchmarkVolume.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/GLibDispatch.h"
 #include "Platform/Runtime/Runtime.h"
 #include "Tests/Doubles/ManualDispatch.h"
-#include "Tests/Doubles/ManualUnmountApprovals.h"
 #include "Tests/Doubles/MountInfoVolumes.h"
+#include "Tests/Engine/EngineUnderTest.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
 namespace wevora::benchmarks {
@@ -40,60 +38,44 @@ std::string itemOf(const std::string& folder, int number) {
   return folder + "/" + BenchmarkVolume::itemName(number);
 }
 
-/// What surrounds an engine: the benchmark volume, and a host without windows. It outlives the
-/// dispatch, whose workers may use it until they end.
-/// Threads: as its members. Owns: all of it. Errors: none.
-struct Dependencies {
-  const platform::SystemClock clock;
-  const platform::MountInfoVolumes volumes{[] { return volume().mountInfo(); }};
-  platform::SqliteDatabases databases{clock};
-  platform::ManualUnmountApprovals approvals;
-  const platform::Runtime runtime;
+/// The machine's clock, and queues that run when the benchmark runs them.
+struct ManualTime {
+  platform::SystemClock clock;
+  platform::VirtualClock delays;
+  platform::ManualDispatch dispatch{delays};
 };
 
 /// An engine for the benchmark volume.
-/// Threads: the main thread. Owns: the engine; not what it works with. Errors: none.
+template <class Time>
 class Engine {
  public:
-  Engine(Dependencies& around, platform::Dispatch& dispatch)
-      : around_(around),
-        dispatch_(dispatch),
-        pool_(WVDBPool::init({around.databases, dispatch, around.volumes, around.approvals})) {
-    pool_->setAccountId(BenchmarkVolume::kAccount);
-    forgetFolders();
-  }
+  Engine() = default;
   ~Engine() {
-    // The pool goes on this thread, after the workers that were about to let go of the provider.
-    provider_.reset();
-    while (pool_.use_count() > 1) std::this_thread::yield();
+    // Workers may still hold the provider. The pool must be destroyed here, on the main thread.
+    engine_.provider.reset();
+    while (engine_.pool.use_count() > 1) std::this_thread::yield();
   }
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  WVIconProvider& provider() { return *provider_; }
-  WVDBAccessor& accessor() { return *pool_->accessorWithPath(volume().path()); }
-  /// A provider that has seen no folder; the open database stays.
-  void forgetFolders() {
-    provider_ = WVIconProvider::init({around_.clock, dispatch_, tools_, pool_});
-  }
+  auto& dispatch() { return engine_.dispatch; }
+  WVIconProvider& provider() { return *engine_.provider; }
+  WVDBAccessor& accessor() { return *engine_.pool->accessorWithPath(volume().path()); }
+  /// Continues with an empty folder cache; the open database stays.
+  void clearCache() { engine_.provider = engine_.makeProvider(); }
 
  private:
-  Dependencies& around_;
-  platform::Dispatch& dispatch_;
-  WVFinderTools tools_{around_.runtime, dispatch_.mainQueue(), around_.clock};
-  std::shared_ptr<WVDBPool> pool_;
-  std::shared_ptr<WVIconProvider> provider_;
+  const platform::MountInfoVolumes volumes_{[] { return volume().mountInfo(); }};
+  testing_host::BasicEngineUnderTest<Time> engine_{
+      {.volumes = &volumes_, .accountId = BenchmarkVolume::kAccount}};
 };
 
-/// An engine in which nothing runs but what the benchmark calls.
-/// Threads: the main thread. Owns: everything. Errors: none.
+/// An engine without background work: only what the benchmark calls is run.
 struct ManualEngine {
-  Dependencies around;
-  platform::VirtualClock clock;
-  platform::ManualDispatch dispatch{clock};
-  Engine engine{around, dispatch};
+  Engine<ManualTime> engine;
+  platform::ManualDispatch& dispatch = engine.dispatch();
 
-  void forgetHostsWork() { dispatch.manualMainQueue().clear(); }
+  void dropHostWork() { dispatch.manualMainQueue().clear(); }
 };
 
 // --- A hit ---------------------------------------------------------------------------------------
@@ -165,8 +147,8 @@ void firstRefreshByEngine(benchmark::State& state) {
   for (auto _ : state) {
     manual.engine.provider().updateCacheForPath(item);
     state.PauseTiming();
-    manual.forgetHostsWork();
-    manual.engine.forgetFolders();
+    manual.dropHostWork();
+    manual.engine.clearCache();
     state.ResumeTiming();
   }
 }
@@ -175,7 +157,7 @@ void repeatedRefreshByEngine(benchmark::State& state) {
   ManualEngine manual;
   const auto item = itemOf(volume().largeFolder(), 0);
   manual.engine.provider().updateCacheForPath(item);
-  manual.forgetHostsWork();
+  manual.dropHostWork();
   for (auto _ : state) manual.engine.provider().updateCacheForPath(item);
   if (manual.dispatch.manualMainQueue().pending() != 0) state.SkipWithError("a change");
 }
@@ -235,11 +217,8 @@ void recordBare(benchmark::State& state) {
 // --- A miss --------------------------------------------------------------------------------------
 
 /// An engine whose refreshes run in the background.
-/// Threads: the main thread. Owns: everything. Errors: none.
 struct BackgroundEngine {
-  Dependencies around;
-  platform::GLibDispatch dispatch;
-  Engine engine{around, dispatch};
+  Engine<testing_host::RealTime> engine;
 
   void waitUntilIdle() {
     bool idle = false;
@@ -260,7 +239,7 @@ void firstAnswers(benchmark::State& state, const std::string& folder, int items,
   for (int i = 0; i < items; ++i) urls.emplace_back(itemOf(folder, i));
   std::vector<double> questions;
   for (auto _ : state) {
-    background.engine.forgetFolders();
+    background.engine.clearCache();
     auto& provider = background.engine.provider();
     if (wanted == Answer::hit) {
       provider.colorFor(urls.front());
@@ -340,13 +319,13 @@ void heapPerItem(benchmark::State& state) {
   ManualEngine manual;
   // Another folder first, so that SQLite's page cache is as full as it gets.
   manual.engine.provider().updateCacheForPath(itemOf(volume().otherLargeFolder(), 0));
-  manual.forgetHostsWork();
+  manual.dropHostWork();
   double perItem = 0;
   for (auto _ : state) {
-    manual.engine.forgetFolders();
+    manual.engine.clearCache();
     const auto before = heapInUse();
     manual.engine.provider().updateCacheForPath(itemOf(volume().largeFolder(), 0));
-    manual.forgetHostsWork();
+    manual.dropHostWork();
     manual.dispatch.runAll();
     perItem = static_cast<double>(heapInUse() - before) / BenchmarkVolume::kItemsInLargeFolder;
   }

@@ -9,8 +9,8 @@
 
 namespace wevora {
 
-/// An archive of objects without keys: they are read in the order in which they were written.
-/// Threads: one. Owns: the objects. Errors: reading past the end is none.
+/// An archive of objects without keys, read in the order in which they were written.
+/// Errors: reading past the end returns nullopt.
 class Coder {
  public:
   Coder() = default;
@@ -30,8 +30,7 @@ class Coder {
   std::size_t next_ = 0;
 };
 
-/// What carries an object to another process: as a copy of its value, or as a proxy.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// How an object is sent to another process: as a copy of its value, or as a proxy.
 struct PortCoder {
   // -isBycopy
   bool isBycopy = false;

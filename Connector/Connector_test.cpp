@@ -25,7 +25,7 @@ using platform::Value;
 using testing_host::TestAgent;
 using Text = IDaemonConnection::Text;
 
-TEST(DaemonConnectionNameTest, HoldsTheUserNameAndTheSeed) {
+TEST(DaemonConnectionNameTest, ContainsTheUserNameAndTheSeed) {
   EXPECT_EQ(daemonConnectionNameAndSeed("alice", 7), "com.Wevora.client.connection.alice.7");
   EXPECT_EQ(daemonConnectionNameAndSeed("alice", 0), "com.Wevora.client.connection.alice.0");
 }
@@ -38,7 +38,7 @@ TEST(DaemonConnectionNameTest, WithoutAUserNameThereIsNoName) {
   EXPECT_FALSE(daemonConnectionNameAndSeed(std::nullopt, 1));
 }
 
-TEST(DaemonConnectionNameTest, ASeedIsAnUnsignedDecimalAndAUserNameIsNoTemplate) {
+TEST(DaemonConnectionNameTest, ASeedIsAnUnsignedDecimalAndAUserNameIsNotATemplate) {
   EXPECT_EQ(daemonConnectionNameAndSeed("%u%@", 4294967295U),
             "com.Wevora.client.connection.%u%@.4294967295");
 }
@@ -51,7 +51,7 @@ TEST(DaemonConnectionStatusTest, EveryStatusHasItsLabelAndAnyOtherNumberTheDefau
   EXPECT_STREQ(daemonConnectionStatusLabel(-1), "DEFAULT");
 }
 
-TEST(VocabularyTest, EveryNameIsWrittenOnTheWireAsItIsWrittenInTheCode) {
+TEST(VocabularyTest, EveryConstantHasItsOwnNameAsItsText) {
   const std::pair<const char*, const char*> kNames[] = {
       {kIDaemonConnectionBecomeAvailableNotification,
        "kIDaemonConnectionBecomeAvailableNotification"},
@@ -91,7 +91,7 @@ TEST(VocabularyTest, TheTemplateOfTheServicesNameHasAUserNameAndANumber) {
   EXPECT_STREQ(kIDaemonConnectionNameTemplate, "com.Wevora.client.connection.%@.%u");
 }
 
-// The record.
+// --- The account record --------------------------------------------------------------------------
 
 std::vector<std::string> keysOf(const WVRAccountInfo& record) {
   Coder coder;
@@ -127,17 +127,17 @@ TEST(WVRAccountInfoTest, WithoutAFirstNameAndAClientIdTheArchiveHasSixEntries) {
                                       "kCourierDriveProhibitedKey", "kPlanSizeGBKey"}));
 }
 
-TEST(WVRAccountInfoTest, WithNoTextsTheThreeNumbersAreArchivedAllTheSame) {
+TEST(WVRAccountInfoTest, WithoutStringsTheThreeNumbersAreStillArchived) {
   EXPECT_EQ(keysOf(emptyRecord()),
             (std::vector<std::string>{"kCourierDriveBillingInfoRequired",
                                       "kCourierDriveProhibitedKey", "kPlanSizeGBKey"}));
 }
 
-TEST(WVRAccountInfoTest, MissingKeysDecodeToNoneNoAndZero) {
+TEST(WVRAccountInfoTest, MissingKeysDecodeToNulloptNoAndZero) {
   EXPECT_EQ(decoded(Dictionary()), emptyRecord());
 }
 
-TEST(WVRAccountInfoTest, AnArchiveThatIsNoDictionaryDecodesToAnEmptyRecord) {
+TEST(WVRAccountInfoTest, AnArchiveThatIsNotADictionaryDecodesToAnEmptyRecord) {
   EXPECT_EQ(decoded(Array{"a"}), emptyRecord());
   Coder nothing;
   EXPECT_EQ(WVRAccountInfo::initWithCoder(nothing), emptyRecord());
@@ -188,13 +188,13 @@ TEST(WVRAccountInfoTest, TheInitialiserHasTheEncodingOfItsEightArguments) {
   EXPECT_STREQ(WVRAccountInfo::kInitEncoding, "@72@0:8@16@24@32@40c48c52q56@64");
 }
 
-TEST(WVRAccountInfoTest, ARecordTravelsByCopyOnlyWhereTheCoderSaysSo) {
+TEST(WVRAccountInfoTest, ARecordIsSentByCopyOnlyIfTheCoderRequestsIt) {
   const auto record = emptyRecord();
   EXPECT_EQ(record.replacementObjectForPortCoder({.isBycopy = true}), &record);
   EXPECT_EQ(record.replacementObjectForPortCoder({.isBycopy = false}), nullptr);
 }
 
-// The protocol.
+// --- The protocol --------------------------------------------------------------------------------
 
 TEST(IDaemonConnectionTest, HasTwentyEightMethodsInTheirOrderOfWhichTheBundleUsesThree) {
   const ProtocolMethod kDeclared[] = {
@@ -241,7 +241,7 @@ TEST(IDaemonConnectionTest, HasTwentyEightMethodsInTheirOrderOfWhichTheBundleUse
   }
 }
 
-/// The types of an encoding, the result's first: "c24@0:8O@16" gives "c", "@", ":", "O@".
+/// The types of an encoding, beginning with the result: "c24@0:8O@16" gives "c", "@", ":", "O@".
 std::vector<std::string> typesOf(std::string_view encoding) {
   std::vector<std::string> types;
   for (bool inNumber = true; const char c : encoding) {
@@ -253,7 +253,7 @@ std::vector<std::string> typesOf(std::string_view encoding) {
   return types;
 }
 
-/// Of distributed objects, as the letters before a type have them.
+/// The qualifiers that the letters before a type encode.
 std::string qualifiersOf(std::string_view type) {
   if (type.starts_with("oO")) return "out bycopy";
   if (type.starts_with("nO")) return "in bycopy";
@@ -272,7 +272,7 @@ TEST(IDaemonConnectionTest, QualifiersAndResultsAgreeWithTheEncodings) {
   }
 }
 
-/// The agent behind a real socket.
+/// An agent behind a real socket.
 class DaemonConnectionTest : public testing::Test {
  protected:
   DaemonConnectionTest() {
@@ -292,7 +292,7 @@ class DaemonConnectionTest : public testing::Test {
     thread.perform([&] { service.reset(); });
   }
   void SetUp() override { ASSERT_TRUE(remote); }
-  /// The agent is its service's; it is touched on that thread only.
+  /// Changes the agent on the service's thread, to which it is confined.
   void change(const std::function<void(TestAgent&)>& how) {
     thread.perform([&] { how(agent); });
   }
@@ -307,7 +307,7 @@ class DaemonConnectionTest : public testing::Test {
   std::shared_ptr<IDaemonConnection> remote;
 };
 
-TEST_F(DaemonConnectionTest, ThePeersIntrospectionHasTheInterfaceWithAllMethodsAndTheProperty) {
+TEST_F(DaemonConnectionTest, TheIntrospectionOfThePeerHasTheInterfaceWithAllMethodsAndTheProperty) {
   const auto text = connection->rootProxy()->call(
       {"org.freedesktop.DBus.Introspectable",
        R"(<node><interface name="org.freedesktop.DBus.Introspectable"><method name="Introspect">
@@ -336,7 +336,7 @@ TEST_F(DaemonConnectionTest, ThePeersIntrospectionHasTheInterfaceWithAllMethodsA
   EXPECT_TRUE(connection->rootProxy()->conformsToProtocol(daemonConnectionProtocol()));
 }
 
-TEST_F(DaemonConnectionTest, TheAccountRecordTravelsByValue) {
+TEST_F(DaemonConnectionTest, TheAccountRecordIsSentByValue) {
   EXPECT_EQ(remote->accountInfo(), TestAgent::accountOf("42"));
   change([](TestAgent& to) { to.account.reset(); });
   EXPECT_FALSE(remote->accountInfo());
@@ -356,7 +356,7 @@ TEST_F(DaemonConnectionTest, TheStatusIsAMethodAndAProperty) {
   EXPECT_EQ(property, Array{std::int64_t{-2}});
 }
 
-TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndComesBack) {
+TEST_F(DaemonConnectionTest, EveryMethodReachesTheAgentAndReturnsItsResult) {
   EXPECT_TRUE(remote->isServerReachable());
   remote->setPreviousConfiguringStatusToConfigured();
   EXPECT_EQ(remote->previousConfiguringStatus(), -4);
@@ -414,7 +414,7 @@ TEST_F(DaemonConnectionTest, AnUnsignedResultKeepsAllItsBits) {
   }
 }
 
-TEST_F(DaemonConnectionTest, WithoutAnAgentEveryAnswerIsNoneNoOrZero) {
+TEST_F(DaemonConnectionTest, WithoutAnAgentEveryResultIsNulloptNoOrZero) {
   thread.perform([&] { service.reset(); });
   EXPECT_EQ(remote->connectionStatus(), 0);
   EXPECT_FALSE(remote->isServerReachable());
@@ -424,7 +424,7 @@ TEST_F(DaemonConnectionTest, WithoutAnAgentEveryAnswerIsNoneNoOrZero) {
   EXPECT_TRUE(remote->commonInfo().empty());
 }
 
-TEST(DaemonConnectionServiceTest, CallsThatAreNotTheProtocolsHaveNoAnswer) {
+TEST(DaemonConnectionServiceTest, CallsOutsideTheProtocolHaveNoResult) {
   TestAgent agent;
   EXPECT_FALSE(answerOfDaemonConnection(agent, "unknown", {}));
   EXPECT_FALSE(answerOfDaemonConnection(agent, "accountInfo", {"one too many"}));

@@ -17,7 +17,7 @@ std::optional<std::string> daemonConnectionNameAndSeed(const std::optional<std::
                                                        std::uint32_t seed) {
   if (!userName) return std::nullopt;
   std::string name = kIDaemonConnectionNameTemplate;
-  replace(name, "%u", std::to_string(seed));  // first: the user name may hold a placeholder's text
+  replace(name, "%u", std::to_string(seed));  // first: the user name may contain a placeholder
   replace(name, "%@", *userName);
   return name;
 }

@@ -7,19 +7,19 @@
 
 namespace wevora {
 
-/// The name of the agent's service, with a login name and a seed for its placeholders.
+/// The name of the agent's service. The placeholders are the login name and a seed.
 inline constexpr const char* kIDaemonConnectionNameTemplate = "com.Wevora.client.connection.%@.%u";
 
-/// None where there is no user name.
+/// nullopt without a user name.
 std::optional<std::string> daemonConnectionNameAndSeed(const std::optional<std::string>& userName,
                                                        std::uint32_t seed);
-/// How many seeds there are: valid ones are 0 to one below it.
+/// The number of seeds. Valid seeds are below it.
 std::uint32_t daemonConnectionNameMaximalSeed();
 
-/// All of them, in the order in which they are tried; empty without a user name.
+/// All service names in the order in which they are tried; empty without a user name.
 std::vector<std::string> daemonConnectionNames(const std::optional<std::string>& userName);
 
-/// What the agent's connection to its server is doing.
+/// The state of the agent's connection to its server.
 enum DaemonConnectionStatus : std::int32_t {
   CONNECTION_STATUS_DID_NOT_LOGGEDIN = 0,
   CONNECTION_STATUS_LOGIN_IN_PROGRESS = 1,
@@ -28,7 +28,7 @@ enum DaemonConnectionStatus : std::int32_t {
 /// The name of a status; "DEFAULT" for any other number.
 const char* daemonConnectionStatusLabel(std::int32_t status);
 
-// Notifications between the agent and its clients. Those of the agent carry its
+// Notifications between the agent and its clients. The object of the agent's notifications is its
 // distributedNotificationObject.
 inline constexpr const char* kIDaemonConnectionBecomeAvailableNotification =
     "kIDaemonConnectionBecomeAvailableNotification";
@@ -54,23 +54,23 @@ inline constexpr const char* kIDaemonConnectionDeviceListChangedNotification =
     "kIDaemonConnectionDeviceListChangedNotification";
 inline constexpr const char* kIDaemonConnectionDeviceErrorNotification =
     "kIDaemonConnectionDeviceErrorNotification";
-/// The one whose name does not end in "Notification".
+/// The only name that does not end in "Notification".
 inline constexpr const char* kIDaemonConnectionServerReachabilityChanged =
     "kIDaemonConnectionServerReachabilityChanged";
 
-/// An object for notifications that the bundle does not use.
+/// A notification object that the bundle does not use.
 inline constexpr const char* kIDaemonConnectionCommonDistributedNotificationObject =
     "kIDaemonConnectionCommonDistributedNotificationObject";
 
-// What the userInfo of kIDaemonConnectionWVREventNotification holds: arrays of texts.
+// The userInfo of kIDaemonConnectionWVREventNotification: arrays of strings.
 inline constexpr const char* kIDaemonConnectionWVREventNotificationPathsKey =
     "kIDaemonConnectionWVREventNotificationPathsKey";
 inline constexpr const char* kIDaemonConnectionWVREventNotificationEventsKey =
     "kIDaemonConnectionWVREventNotificationEventsKey";
 
-/// The settings key that switches the badges; absent means on.
+/// The setting that turns badges on and off; absent means on.
 inline constexpr const char* kFinderOverlayEnabledKey = "kFinderOverlayEnabledKey";
-/// Posted by whoever changed that setting.
+/// Posted after a change of that setting.
 inline constexpr const char* kFinderOverlayChanged = "kFinderOverlayChanged";
 
 }  // namespace wevora

@@ -10,13 +10,13 @@
 namespace wevora {
 namespace {
 
-/// Services that exist, and the names that were asked for.
+/// A fake with a set of existing services. Records the names that were looked up.
 struct NamedServices : platform::DistributedObjects {
   std::set<std::string> existing;
-  std::vector<std::string> asked;
+  std::vector<std::string> lookups;
 
   std::shared_ptr<platform::SendPort> portForName(const std::string& name) override {
-    asked.push_back(name);
+    lookups.push_back(name);
     return existing.contains(name) ? std::make_shared<platform::SendPort>() : nullptr;
   }
   std::shared_ptr<platform::Connection> connectionWithSendPort(
@@ -25,7 +25,7 @@ struct NamedServices : platform::DistributedObjects {
   }
 };
 
-TEST(DaemonConnectionNamesTest, ThereAreThirtyInRisingOrderAndNoneWithoutAUser) {
+TEST(DaemonConnectionNamesTest, ThereAreThirtyInAscendingOrderAndNoNameWithoutAUser) {
   const auto names = daemonConnectionNames("alice");
   ASSERT_EQ(names.size(), 30U);
   EXPECT_EQ(names.front(), "com.Wevora.client.connection.alice.0");
@@ -34,26 +34,26 @@ TEST(DaemonConnectionNamesTest, ThereAreThirtyInRisingOrderAndNoneWithoutAUser) 
   EXPECT_TRUE(daemonConnectionNames(std::nullopt).empty());
 }
 
-TEST(DaemonConnectionPortTest, TheFirstSeedThatYieldsAPortWinsAndNoneIsTriedAfterIt) {
+TEST(DaemonConnectionPortTest, TheFirstSeedWithAPortWinsAndNoLaterSeedIsTried) {
   NamedServices services;
   services.existing = {"com.Wevora.client.connection.alice.3",
                        "com.Wevora.client.connection.alice.5"};
   EXPECT_TRUE(portOfDaemonConnection(services, "alice"));
-  EXPECT_EQ(services.asked.size(), 4U);
-  EXPECT_EQ(services.asked.back(), "com.Wevora.client.connection.alice.3");
+  EXPECT_EQ(services.lookups.size(), 4U);
+  EXPECT_EQ(services.lookups.back(), "com.Wevora.client.connection.alice.3");
 }
 
-TEST(DaemonConnectionPortTest, OneUnderSeedThirtyIsNeverFound) {
+TEST(DaemonConnectionPortTest, AServiceUnderSeedThirtyIsNeverFound) {
   NamedServices services;
   services.existing = {"com.Wevora.client.connection.alice.30"};
   EXPECT_FALSE(portOfDaemonConnection(services, "alice"));
-  EXPECT_EQ(services.asked, daemonConnectionNames("alice"));
+  EXPECT_EQ(services.lookups, daemonConnectionNames("alice"));
 }
 
 TEST(DaemonConnectionPortTest, WithoutAUserNothingIsLookedUp) {
   NamedServices services;
   EXPECT_FALSE(portOfDaemonConnection(services, std::nullopt));
-  EXPECT_TRUE(services.asked.empty());
+  EXPECT_TRUE(services.lookups.empty());
 }
 
 }  // namespace

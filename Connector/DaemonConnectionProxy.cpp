@@ -20,7 +20,7 @@ Text textIn(const Value& value) {
 }
 
 template <class T>
-T held(const Value& value) {
+T valueOrEmpty(const Value& value) {
   const auto* typed = value.as<T>();
   return typed == nullptr ? T() : *typed;
 }
@@ -40,7 +40,7 @@ class DaemonConnectionProxy : public IDaemonConnection {
     return result("isConfigurationUnavailableForDeviceWithID_", {sent(deviceID)}).boolValue();
   }
   Dictionary getFolderTreeForDeviceWithUID(const Text& deviceUID) override {
-    return held<Dictionary>(result("getFolderTreeForDeviceWithUID_", {sent(deviceUID)}));
+    return valueOrEmpty<Dictionary>(result("getFolderTreeForDeviceWithUID_", {sent(deviceUID)}));
   }
   void cancelUserAction() override { result("cancelUserAction"); }
   void retryUserAction() override { result("retryUserAction"); }
@@ -54,27 +54,31 @@ class DaemonConnectionProxy : public IDaemonConnection {
   std::uint64_t deviceConfiguringStatusAndIDOfCurrentDevice(Text& currentDevice,
                                                             Array& arrayOfRemainDeviceIDs,
                                                             Text& currentError) override {
-    const auto answer = call(
+    const auto results = call(
         "deviceConfiguringStatusAndIDOfCurrentDevice_arrayOfRemainDeviceIDs_currentError_", {});
-    if (answer.size() != 4) return 0;
-    currentDevice = textIn(answer[1]);
-    arrayOfRemainDeviceIDs = held<Array>(answer[2]);
-    currentError = textIn(answer[3]);
-    return answer[0].unsignedLongLongValue();
+    if (results.size() != 4) return 0;
+    currentDevice = textIn(results[1]);
+    arrayOfRemainDeviceIDs = valueOrEmpty<Array>(results[2]);
+    currentError = textIn(results[3]);
+    return results[0].unsignedLongLongValue();
   }
-  Dictionary commonInfo() override { return held<Dictionary>(result("commonInfo")); }
+  Dictionary commonInfo() override { return valueOrEmpty<Dictionary>(result("commonInfo")); }
   void updateBandwidthOptions(const Dictionary& options) override {
     result("updateBandwidthOptions_", {options});
   }
-  Dictionary currentBandwidth() override { return held<Dictionary>(result("currentBandwidth")); }
-  Dictionary bandwidthOptions() override { return held<Dictionary>(result("bandwidthOptions")); }
+  Dictionary currentBandwidth() override {
+    return valueOrEmpty<Dictionary>(result("currentBandwidth"));
+  }
+  Dictionary bandwidthOptions() override {
+    return valueOrEmpty<Dictionary>(result("bandwidthOptions"));
+  }
   std::optional<WVRAccountInfo> accountInfo() override {
-    auto entries = held<Dictionary>(result("accountInfo"));
-    if (entries.empty()) return std::nullopt;  // how an absent record travels
+    auto entries = valueOrEmpty<Dictionary>(result("accountInfo"));
+    if (entries.empty()) return std::nullopt;  // an absent record is sent as an empty dictionary
     Coder coder{Value(std::move(entries))};
     return WVRAccountInfo::initWithCoder(coder);
   }
-  Array deviceList() override { return held<Array>(result("deviceList")); }
+  Array deviceList() override { return valueOrEmpty<Array>(result("deviceList")); }
   void sendLog(const Text& log, std::int32_t logLevel, bool withBacktrace) override {
     result("sendLog_logLevel_withBacktrace_", {sent(log), std::int64_t{logLevel}, withBacktrace});
   }
@@ -108,8 +112,8 @@ class DaemonConnectionProxy : public IDaemonConnection {
     return root_->call(daemonConnectionProtocol(), method, arguments).value_or(Array());
   }
   Value result(const char* method, const Array& arguments = {}) {
-    const auto answer = call(method, arguments);
-    return answer.empty() ? Value(false) : answer.front();
+    const auto results = call(method, arguments);
+    return results.empty() ? Value(false) : results.front();
   }
   std::int32_t integer(const char* method) {
     return static_cast<std::int32_t>(result(method).longLongValue());

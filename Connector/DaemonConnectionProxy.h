@@ -6,9 +6,10 @@
 
 namespace wevora {
 
-/// The agent in another process, as a root proxy reaches it.
-/// Threads: as the root proxy. Owns: a share of it.
-/// Errors: a call that fails yields none, NO, 0, or an empty list; it is not told apart.
+/// The agent in another process, called through a root proxy.
+/// Thread-safety: that of the root proxy.
+/// Errors: a failed call returns nullopt, NO, 0, or an empty list, like a call that has such a
+///   result.
 std::shared_ptr<IDaemonConnection> daemonConnectionOver(
     std::shared_ptr<platform::RootProxy> rootProxy);
 

@@ -13,17 +13,17 @@ using platform::Value;
 using Text = IDaemonConnection::Text;
 
 /// The arguments of a call, by position.
-/// Threads: one. Owns: nothing. Errors: an argument of another type is empty.
+/// Errors: an argument of another type reads as an empty value.
 class Arguments {
  public:
   explicit Arguments(const Array& all) : all_(all) {}
   std::size_t count() const { return all_.size(); }
   Text text(std::size_t i) const {
-    auto text = held<std::string>(i);
+    auto text = valueOrEmpty<std::string>(i);
     return text.empty() ? std::nullopt : Text(std::move(text));
   }
-  Array array(std::size_t i) const { return held<Array>(i); }
-  Dictionary entries(std::size_t i) const { return held<Dictionary>(i); }
+  Array array(std::size_t i) const { return valueOrEmpty<Array>(i); }
+  Dictionary entries(std::size_t i) const { return valueOrEmpty<Dictionary>(i); }
   std::int32_t integer(std::size_t i) const {
     return static_cast<std::int32_t>(all_[i].longLongValue());
   }
@@ -31,7 +31,7 @@ class Arguments {
 
  private:
   template <class T>
-  T held(std::size_t i) const {
+  T valueOrEmpty(std::size_t i) const {
     const auto* typed = all_[i].as<T>();
     return typed == nullptr ? T() : *typed;
   }
@@ -42,7 +42,7 @@ Value sent(const Text& text) {
   return text.value_or("");
 }
 
-/// The record by value, which its method asks for.
+/// The record by value, as its method declares it.
 Dictionary sent(const std::optional<WVRAccountInfo>& record) {
   const auto* copied =
       record ? record->replacementObjectForPortCoder(PortCoder{.isBycopy = true}) : nullptr;
@@ -54,7 +54,7 @@ Dictionary sent(const std::optional<WVRAccountInfo>& record) {
 
 struct Method {
   std::size_t arguments;
-  std::function<Array(IDaemonConnection&, const Arguments&)> answer;
+  std::function<Array(IDaemonConnection&, const Arguments&)> invoke;
 };
 
 using Agent = IDaemonConnection&;
@@ -178,7 +178,7 @@ std::optional<Array> answerOfDaemonConnection(IDaemonConnection& agent, const st
   const auto place = methodsByName().find(method);
   if (place == methodsByName().end() || place->second.arguments != arguments.size())
     return std::nullopt;
-  return place->second.answer(agent, Arguments(arguments));
+  return place->second.invoke(agent, Arguments(arguments));
 }
 
 }  // namespace wevora

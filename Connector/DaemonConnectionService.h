@@ -7,9 +7,9 @@
 
 namespace wevora {
 
-/// Answers a method of the wire, or a property, with what the agent's object answers: the result,
-/// where the method has one, and then its out arguments. None for a method that is not the
-/// protocol's, and for arguments that are not the method's.
+/// Calls the agent's method, or reads its property, for a message from the wire. Returns the
+/// result, if the method has one, followed by the out arguments. nullopt if the method is unknown
+/// or the number of arguments is wrong.
 std::optional<platform::Array> answerOfDaemonConnection(IDaemonConnection& agent,
                                                         const std::string& method,
                                                         const platform::Array& arguments);

@@ -38,7 +38,7 @@ constexpr ProtocolMethod kMethods[] = {
     {"distributedNotificationObject", "@16@0:8", "", "", true},
 };
 
-/// An absent text travels as an empty one.
+/// A nullopt string is sent as an empty string.
 constexpr const char* kIntrospectionXml = R"xml(<node>
   <interface name="com.Wevora.IDaemonConnection">
     <method name="connectionStatus">

@@ -14,10 +14,9 @@
 
 namespace wevora {
 
-/// What the agent's root object answers. The bundle calls three of these: connectionStatus,
-/// accountInfo and distributedNotificationObject.
-/// Threads: as its kind. Owns: as its kind.
-/// Errors: an agent that does not answer yields none, NO, 0, or nothing.
+/// The interface of the agent's root object. The bundle calls three of its methods:
+/// connectionStatus, accountInfo and distributedNotificationObject.
+/// Errors: if the agent does not reply, the result is nullopt, NO, 0, or empty.
 class IDaemonConnection {
  public:
   using Text = std::optional<std::string>;
@@ -93,20 +92,20 @@ class IDaemonConnection {
 struct ProtocolMethod {
   const char* selector;
   const char* encoding;
-  const char* resultQualifiers;    ///< of distributed objects: "bycopy", or ""
-  const char* argumentQualifiers;  ///< the same of every argument: "bycopy", "out bycopy", ...
+  const char* resultQualifiers;    ///< "bycopy" or ""
+  const char* argumentQualifiers;  ///< of every argument: "bycopy", "out bycopy", ...
   bool used;                       ///< by the bundle
 };
 
 /// All methods, in their declared order.
 std::span<const ProtocolMethod> daemonConnectionMethods();
-/// The encoding of the property that the protocol declares beside its methods.
+/// The encoding of the protocol's only property.
 inline constexpr const char* kConnectionStatusPropertyAttributes = "Ti,R,N";
 
-/// A selector as the wire names it: colons become underscores.
+/// The D-Bus name of a selector: colons become underscores.
 std::string wireName(std::string_view selector);
 
-/// The protocol as it stands on the wire.
+/// The protocol's D-Bus interface.
 const platform::WireProtocol& daemonConnectionProtocol();
 
 }  // namespace wevora

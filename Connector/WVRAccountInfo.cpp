@@ -15,7 +15,7 @@ WVRAccountInfo::Text textIn(const Dictionary& entries, const char* key) {
 
 std::optional<platform::Date> dateIn(const Dictionary& entries, const char* key) {
   if (const auto* date = valueAs<platform::Date>(entries, key)) return *date;
-  // As it travels between processes: seconds since 1970.
+  // Between processes a date is sent as seconds since 1970.
   if (const auto* seconds = valueAs<double>(entries, key)) return platform::Date{*seconds};
   return std::nullopt;
 }
@@ -37,32 +37,32 @@ WVRAccountInfo WVRAccountInfo::initWithLastName(Text lastName, Text firstName, T
                                                 bool courierDriveProhibited,
                                                 bool courierDriveBillingInfoRequired,
                                                 std::int64_t planSizeGB, Text clientID) {
-  WVRAccountInfo made;
-  made.lastName_ = std::move(lastName);
-  made.firstName_ = std::move(firstName);
-  made.email_ = std::move(email);
-  made.signupDate_ = signupDate;
-  made.courierDriveProhibited_ = courierDriveProhibited;
-  made.courierDriveBillingInfoRequired_ = courierDriveBillingInfoRequired;
-  made.planSizeGB_ = planSizeGB;
-  made.clientID_ = std::move(clientID);
-  return made;
+  WVRAccountInfo info;
+  info.lastName_ = std::move(lastName);
+  info.firstName_ = std::move(firstName);
+  info.email_ = std::move(email);
+  info.signupDate_ = signupDate;
+  info.courierDriveProhibited_ = courierDriveProhibited;
+  info.courierDriveBillingInfoRequired_ = courierDriveBillingInfoRequired;
+  info.planSizeGB_ = planSizeGB;
+  info.clientID_ = std::move(clientID);
+  return info;
 }
 
 WVRAccountInfo WVRAccountInfo::initWithCoder(Coder& coder) {
-  WVRAccountInfo made;
+  WVRAccountInfo info;
   const auto object = coder.decodeObject();
   const auto* entries = object ? object->as<Dictionary>() : nullptr;
-  if (entries == nullptr) return made;
-  made.firstName_ = textIn(*entries, kFirstNameKey);
-  made.lastName_ = textIn(*entries, kLastNameKey);
-  made.email_ = textIn(*entries, kEmailKey);
-  made.signupDate_ = dateIn(*entries, kSignupDateKey);
-  made.courierDriveBillingInfoRequired_ = flagIn(*entries, kCourierDriveBillingInfoRequiredKey);
-  made.courierDriveProhibited_ = flagIn(*entries, kCourierDriveProhibitedKey);
-  if (const auto* size = entries->find(kPlanSizeGBKey)) made.planSizeGB_ = size->longLongValue();
-  made.clientID_ = textIn(*entries, kClientIDKey);
-  return made;
+  if (entries == nullptr) return info;
+  info.firstName_ = textIn(*entries, kFirstNameKey);
+  info.lastName_ = textIn(*entries, kLastNameKey);
+  info.email_ = textIn(*entries, kEmailKey);
+  info.signupDate_ = dateIn(*entries, kSignupDateKey);
+  info.courierDriveBillingInfoRequired_ = flagIn(*entries, kCourierDriveBillingInfoRequiredKey);
+  info.courierDriveProhibited_ = flagIn(*entries, kCourierDriveProhibitedKey);
+  if (const auto* size = entries->find(kPlanSizeGBKey)) info.planSizeGB_ = size->longLongValue();
+  info.clientID_ = textIn(*entries, kClientIDKey);
+  return info;
 }
 
 void WVRAccountInfo::encodeWithCoder(Coder& coder) const {

@@ -14,15 +14,14 @@ inline constexpr const char* kFirstNameKey = "kFirstNameKey";
 inline constexpr const char* kEmailKey = "kEmailKey";
 inline constexpr const char* kSignupDateKey = "kSignupDateKey";
 inline constexpr const char* kCourierDriveProhibitedKey = "kCourierDriveProhibitedKey";
-/// Without "Key" at its end: the agent writes it so.
+/// The agent writes this key without the suffix "Key".
 inline constexpr const char* kCourierDriveBillingInfoRequiredKey =
     "kCourierDriveBillingInfoRequired";
 inline constexpr const char* kPlanSizeGBKey = "kPlanSizeGBKey";
 inline constexpr const char* kClientIDKey = "kClientIDKey";
 
-/// The account whose backup the agent keeps.
-/// Threads: a value. Owns: copies of what it was given.
-/// Errors: what an archive lacks is none, NO or 0, and so is an entry of another type.
+/// The account that the agent backs up.
+/// Errors: a missing archive entry, or one of another type, decodes to nullopt, NO or 0.
 class WVRAccountInfo {
  public:
   using Text = std::optional<std::string>;
@@ -38,10 +37,10 @@ class WVRAccountInfo {
 
   // -initWithCoder:
   static WVRAccountInfo initWithCoder(Coder& coder);
-  /// Writes one object: a dictionary.
+  /// Encodes one object, a dictionary.
   // -encodeWithCoder:
   void encodeWithCoder(Coder& coder) const;
-  /// The record itself where it travels by value; null where the default, a proxy, is sent.
+  /// This record if it is sent by value; null if the default, a proxy, is sent.
   // -replacementObjectForPortCoder:
   const WVRAccountInfo* replacementObjectForPortCoder(const PortCoder& coder) const;
   // -copyWithZone:

@@ -21,7 +21,7 @@ platform::ImageRef flippedCopy(const platform::ImageRef& image) {
 
 BadgeImages BadgeImages::load(const platform::InstalledPaths& paths) {
   BadgeImages badges;
-  // Of the installed bundle, not of the one that runs.
+  // From the installed bundle, not from the running one.
   const auto bundle = platform::Bundle::bundleWithPath(kBundlePath, paths);
   if (!bundle) return badges;
   const auto fill = [&](std::string_view name, platform::ImageRef& image,

@@ -5,11 +5,11 @@
 
 namespace wevora {
 
-/// The badges: for each word an image, a copy of it that is flipped, and a small rendering.
-/// Threads: the main thread; nothing but the flipped flags changes once they are loaded.
-/// Owns: its images. Errors: what belongs to a file that is missing or no picture is null.
+/// The badges: for each word an image, a flipped copy, and a small rendering. Only the flipped
+/// flags change after loading. The main thread only.
+/// Errors: the images of a missing or invalid file are null.
 struct BadgeImages {
-  /// From the installed bundle. The renderings are for 8 by 8 points in the current context.
+  /// Loads the installed bundle's files. Renders at 8 by 8 points for the current context.
   static BadgeImages load(const platform::InstalledPaths& paths);
 
   platform::ImageRef redImage;

@@ -11,9 +11,9 @@
 
 namespace wevora {
 
-/// What the bundle does when it is loaded into a host: the load hooks of its classes, in one order.
-/// Threads: the main thread. Owns: the hooking classes; what it is given outlives the host's
-///   classes. Errors: what a hook throws ends that hook, silently.
+/// Runs the load hooks of the bundle's classes in a fixed order, on the main thread.
+/// Ownership: owns the hooking classes. The services must outlive the host's classes.
+/// Errors: an exception ends its hook only and is dropped.
 class BundleLoad {
  public:
   struct Hook {
@@ -28,17 +28,17 @@ class BundleLoad {
     FinderToolsAccess finderTools;
     std::function<void()> loadFileTools;       ///< WVRFileTools
     std::function<void()> loadAgentConnector;  ///< WVAgentConnector
-    std::function<void()> loadDateFormat;      ///< the dates' shared formatter
+    std::function<void()> loadDateFormat;      ///< the shared date formatter
   };
-  /// All hooking classes are known to the runtime from here on, before the first hook runs. Neither
-  /// the provider nor the tools are asked for: a hook that needs them does.
+  /// Registers all hooking classes in the runtime. Does not create the provider or the tools: the
+  /// hooks that need them do.
   explicit BundleLoad(Services services);
   BundleLoad(const BundleLoad&) = delete;
   BundleLoad& operator=(const BundleLoad&) = delete;
 
   /// In the order in which they run.
   const std::array<Hook, kHooks>& hooks() const noexcept { return hooks_; }
-  /// Runs each hook to its end before the next. To be called once.
+  /// Runs the hooks one after another. Call once.
   void run() const;
 
  private:

@@ -22,7 +22,7 @@ TEST(BundleLoadTest, TheClassesAreLoadedInOneFixedOrder) {
                        "WVIconCell", "WVFinderTools", "WVRDesktopIcon", "NSDate(DBFormat)"}));
 }
 
-/// What each hook has done so far, told by what it leaves in the host.
+/// The hooks that have run, detected by their effects on the host.
 std::vector<std::string> tracesIn(BadgedHost& badged) {
   const auto has = [&](const char* className, const char* selector) {
     return badged.host.classNamed(className)->instanceMethod(selector) != nullptr;
@@ -35,7 +35,7 @@ std::vector<std::string> tracesIn(BadgedHost& badged) {
   return traces;
 }
 
-TEST(BundleLoadTest, EachHookDoesItsOwnWorkAndNoOthers) {
+TEST(BundleLoadTest, EachHookInstallsOnlyItsOwnReplacements) {
   BadgedHost badged;
   std::vector<std::string> done;
   for (const auto& hook : badged.bundle.hooks()) {
@@ -43,12 +43,13 @@ TEST(BundleLoadTest, EachHookDoesItsOwnWorkAndNoOthers) {
     const auto traces = tracesIn(badged);
     done.emplace_back(hook.name);
     for (const auto& trace : traces)
-      EXPECT_NE(std::find(done.begin(), done.end(), trace), done.end()) << trace << " too early";
+      EXPECT_NE(std::find(done.begin(), done.end(), trace), done.end())
+          << trace << " is installed too early";
   }
   EXPECT_EQ(tracesIn(badged).size(), 7U) << "all but WVFinderTools, which only schedules";
 }
 
-TEST(BundleLoadTest, NothingIsReplacedBeforeItIsRun) {
+TEST(BundleLoadTest, NothingIsReplacedBeforeRun) {
   BadgedHost badged;
   EXPECT_TRUE(tracesIn(badged).empty());
 }
@@ -56,16 +57,16 @@ TEST(BundleLoadTest, NothingIsReplacedBeforeItIsRun) {
 TEST(BundleLoadTest, WindowsAreRedrawnTwoSecondsAfterTheLoad) {
   BadgedHost badged;
   const auto browser = badged.host.recording.addBrowserWindow({});
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   const int before = browser->view->redraws;
   badged.load();
-  badged.dispatch.advance(std::chrono::milliseconds(1999));
+  badged.engine.dispatch.advance(std::chrono::milliseconds(1999));
   EXPECT_EQ(browser->view->redraws, before);
-  badged.dispatch.advance(std::chrono::milliseconds(1));
+  badged.engine.dispatch.advance(std::chrono::milliseconds(1));
   EXPECT_EQ(browser->view->redraws, before + 1);
 }
 
-/// What a bundle is loaded with in a host that has icon cells alone.
+/// A bundle in a host that has only icon cells.
 class AloneTest : public testing::Test {
  protected:
   AloneTest() {
@@ -74,7 +75,7 @@ class AloneTest : public testing::Test {
   }
   BundleLoad::Services services() {
     return {.principal = {.runtime = runtime,
-                          .mainQueue = badged.dispatch.mainQueue(),
+                          .mainQueue = badged.engine.dispatch.mainQueue(),
                           .paths = badged.installed.paths,
                           .setVersion = nullptr},
             .provider = badged.providerAccess(),
@@ -84,13 +85,14 @@ class AloneTest : public testing::Test {
             .loadDateFormat = [this] { last = true; }};
   }
   BadgedHost badged;
-  WVFinderTools tools{badged.host.runtime(), badged.dispatch.mainQueue(), badged.clock};
+  WVFinderTools tools{badged.host.runtime(), badged.engine.dispatch.mainQueue(),
+                      badged.engine.clock};
   platform::Runtime runtime;
   std::shared_ptr<platform::Class> cells = runtime.registerClass("IKIconCell");
   bool last = false;  ///< whether the last hook has run
 };
 
-TEST_F(AloneTest, AHookThatRaisesEndsAloneAndTheNextOnesRun) {
+TEST_F(AloneTest, AHookThatThrowsDoesNotPreventTheNextOnes) {
   auto raising = services();
   raising.loadFileTools = [] { throw platform::HostException("no file tools"); };
   const BundleLoad bundle(std::move(raising));
@@ -99,33 +101,33 @@ TEST_F(AloneTest, AHookThatRaisesEndsAloneAndTheNextOnesRun) {
   EXPECT_TRUE(last);
 }
 
-TEST_F(AloneTest, TheSharedInstancesAreAskedForByTheHooksThatUseThem) {
-  std::vector<std::string> asked;
-  auto noting = services();
-  noting.provider = [&]() -> WVIconProvider& {
-    asked.emplace_back("provider");
-    return *badged.provider;
+TEST_F(AloneTest, TheSharedInstancesAreRequestedOnlyByTheHooksThatUseThem) {
+  std::vector<std::string> requests;
+  auto recording = services();
+  recording.provider = [&]() -> WVIconProvider& {
+    requests.emplace_back("provider");
+    return *badged.engine.provider;
   };
-  noting.finderTools = [&]() -> WVFinderTools& {
-    asked.emplace_back("tools");
+  recording.finderTools = [&]() -> WVFinderTools& {
+    requests.emplace_back("tools");
     return tools;
   };
-  noting.loadFileTools = [&] { asked.emplace_back("WVRFileTools"); };
-  noting.loadDateFormat = [&] { asked.emplace_back("NSDate(DBFormat)"); };
-  const BundleLoad bundle(std::move(noting));
-  EXPECT_TRUE(asked.empty());
+  recording.loadFileTools = [&] { requests.emplace_back("WVRFileTools"); };
+  recording.loadDateFormat = [&] { requests.emplace_back("NSDate(DBFormat)"); };
+  const BundleLoad bundle(std::move(recording));
+  EXPECT_TRUE(requests.empty());
   bundle.run();
-  EXPECT_EQ(asked, (std::vector<std::string>{"WVRFileTools", "tools", "NSDate(DBFormat)"}));
+  EXPECT_EQ(requests, (std::vector<std::string>{"WVRFileTools", "tools", "NSDate(DBFormat)"}));
 }
 
-TEST_F(AloneTest, ASharedInstanceThatCannotBeMadeStopsNoOtherHookAndNoDrawing) {
+TEST_F(AloneTest, ASharedInstanceThatCannotBeCreatedStopsNoOtherHookAndNoDrawing) {
   auto raising = services();
   raising.provider = []() -> WVIconProvider& { throw std::runtime_error("no provider"); };
   raising.finderTools = []() -> WVFinderTools& { throw std::runtime_error("no tools"); };
   const BundleLoad bundle(std::move(raising));
   bundle.run();
   EXPECT_TRUE(last);
-  EXPECT_NO_THROW(badged.dispatch.advance(std::chrono::seconds(4)));
+  EXPECT_NO_THROW(badged.engine.dispatch.advance(std::chrono::seconds(4)));
   EXPECT_NO_THROW(
       platform::send<void>(std::make_shared<platform::Object>(*cells), "drawImage:", Id()));
 }
@@ -133,7 +135,7 @@ TEST_F(AloneTest, ASharedInstanceThatCannotBeMadeStopsNoOtherHookAndNoDrawing) {
 TEST(BundleLoadTest, InAHostWithNoneOfTheClassesNothingHappens) {
   BadgedHost badged(PictureHost::Classes::none());
   badged.load();
-  badged.dispatch.advance(std::chrono::seconds(10));
+  badged.engine.dispatch.advance(std::chrono::seconds(10));
   EXPECT_EQ(badged.order,
             (std::vector<std::string>{"WVRFileTools", "WVAgentConnector", "NSDate(DBFormat)"}));
 }

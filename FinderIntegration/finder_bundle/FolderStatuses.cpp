@@ -8,8 +8,8 @@ namespace wevora {
 namespace {
 
 std::size_t slotsFor(std::size_t items) {
-  constexpr std::size_t kFewest = 8;
-  return std::max(kFewest, std::bit_ceil(items + items / 3 + 1));
+  constexpr std::size_t kMinimum = 8;
+  return std::max(kMinimum, std::bit_ceil(items + items / 3 + 1));
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ void FolderStatuses::set(std::string_view name, WVStringWithCreationDate status)
 
 void FolderStatuses::remove(std::string_view name) {
   if (find(name) == nullptr) return;
-  // Rare, and only in folders that hold volumes: made anew without the name.
+  // Rebuilt without the name: removal is rare, and only in folders that contain mount points.
   FolderStatuses kept;
   kept.reserve(entries_.size());
   for (auto& entry : entries_)

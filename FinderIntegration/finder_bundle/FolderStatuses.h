@@ -10,18 +10,17 @@
 
 namespace wevora {
 
-/// The status words of one folder's items, by item name. Thousands of items are held at a time, so
-/// the names stand one behind the other in one text, and the index is a table of small numbers.
-/// Threads: one while it is filled; any once nobody changes it.
-/// Owns: names and words. Errors: none.
+/// The status words of one folder's items, by item name. To keep thousands of items small, the
+/// names are stored in one string and indexed by a hash table of 32-bit positions.
+/// Thread-safety: concurrent reads are safe once the object is no longer modified.
 class FolderStatuses {
  public:
-  /// Null for a name without a word. Valid until the next change.
+  /// Null for an unknown name. Valid until the next modification.
   const WVStringWithCreationDate* find(std::string_view name) const;
   void set(std::string_view name, WVStringWithCreationDate status);
   void remove(std::string_view name);
   void reserve(std::size_t items);
-  /// Gives back what was set aside for names that did not come.
+  /// Releases reserved memory that is not used.
   void shrinkToFit();
   std::size_t size() const noexcept { return entries_.size(); }
 
@@ -41,7 +40,7 @@ class FolderStatuses {
 
   std::string names_;
   std::deque<Entry> entries_;
-  std::vector<std::uint32_t> slots_;  // a power of two, at most three quarters full
+  std::vector<std::uint32_t> slots_;  // size is a power of two, load at most 3/4
 };
 
 }  // namespace wevora

@@ -10,7 +10,7 @@
 namespace wevora {
 namespace {
 
-TEST(FolderStatusesTest, FindsWhatWasSetAndNothingElse) {
+TEST(FolderStatusesTest, FindsOnlyNamesThatWereSet) {
   const platform::VirtualClock clock;
   FolderStatuses statuses;
   EXPECT_EQ(statuses.find("a"), nullptr);

@@ -11,11 +11,11 @@
 #include "Platform/Graphics/Image.h"
 #include "Platform/Runtime/Runtime.h"
 
-// What a host's classes answer when the drawing hooks and the sidebar's proxy send to them: the
-// types a host gives to Implementation::of, exactly. A class or a method that a host does not have
-// makes the step that wants it do nothing. "+" is a method of the class itself.
+// The messages that the drawing hooks and the sidebar's proxy send to the host's classes. A host
+// must pass exactly these types to Implementation::of. If a class or method is missing, the step
+// that needs it does nothing. "+" marks class methods.
 //
-//   IKIconCell, IKFinderReflectiveIconCell (each with a drawImage: of its own)
+//   IKIconCell, IKFinderReflectiveIconCell (each with its own drawImage:)
 //     drawImage:                          void(Id wrapper), null without an IKImageWrapper
 //     drawInteriorWithFrame:inView:       void(Rect frame, Id view)
 //     representedItem                     Id, a FINode
@@ -47,7 +47,7 @@
 //   TSidebarView
 //     delegate                            Id
 //     setDelegate:                        void(Id)
-//   the delegate of a TSidebarView, whatever of it there is
+//   the delegate of a TSidebarView; every method is optional
 //     outlineView:willDisplayCell:forTableColumn:item:    void(Id, Id, Id, Id)
 //     outlineView:dataCellForTableColumn:item:            Id(Id, Id, Id)
 //     outlineView:viewForTableColumn:item:                Id(Id, Id, Id)
@@ -64,10 +64,10 @@
 //     +nodeFromNodeRef:                   Id(TFENode)
 //     previewItemURL                      std::optional<ItemURL>
 //
-// While a cell is drawn (drawImage:, drawIconWithFrame:) the host has made the target that it draws
-// into current with CurrentTarget; drawLayer:inContext: is given its own. Cells of lists and
-// desktop layers are drawn in flipped targets (y grows downwards): their badges are upright there.
-// A host whose icons have no pixels to draw into gives the wrapper's image a FocusMaker.
+// While a cell is drawn (drawImage:, drawIconWithFrame:), the host sets the current drawing target
+// with CurrentTarget; drawLayer:inContext: receives its own. List cells and desktop layers are
+// drawn in flipped targets (y grows downwards), where their badges are upright. A host whose icons
+// have no pixels to draw into gives the wrapper's image a FocusMaker.
 
 namespace wevora {
 

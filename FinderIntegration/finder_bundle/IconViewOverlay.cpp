@@ -17,19 +17,19 @@ using platform::send;
 constexpr const char* kDrawImageTypes = "v@:@";
 constexpr const char* kDrawWithFrameTypes = "v@:{CGRect={CGPoint=dd}{CGSize=dd}}@";
 
-/// Without a badge the image is opened for drawing all the same: it comes out with one
-/// representation either way.
+/// Locks the focus even without a badge, so that the image always ends with one representation.
 void drawInto(platform::Image& image, const ImageRef& badge) {
-  // A square as tall as the image, however wide that is.
+  // A square as tall as the image; the width is not considered.
   const double height = image.size().height;
   image.lockFocus();
   const platform::ScopeExit unlocked([&] { image.unlockFocus(); });
   if (badge) badge->drawInRect({0, 0, height, height}, {}, CompositingOperation::SourceOver, 1.0);
 }
 
-/// A new wrapper of the image, which has the cell's badge now; null in a host without wrappers.
-Id badged(const Id& cell, const Id& wrapper, const Runtime& runtime,
-          const ProviderAccess& provider) {
+/// Paints the badge into the wrapped image and returns a new wrapper; null if the host has no
+/// wrappers.
+Id badgedWrapper(const Id& cell, const Id& wrapper, const Runtime& runtime,
+                 const ProviderAccess& provider) {
   const ImageRef badge = provider().imageForBrowserCell(cell);
   if (badge) badge->setFlipped(false);
   const auto image = send<ImageRef>(wrapper, "_nsImage");
@@ -47,7 +47,7 @@ IconViewOverlay::IconViewOverlay(Runtime& runtime, ProviderAccess provider) : ru
                  Implementation::of<void(Id)>(
                      [&runtime, provider = std::move(provider)](const Id& self, const Id& image) {
                        const Id shown = platform::catchAllOr(
-                           image, [&] { return badged(self, image, runtime, provider); });
+                           image, [&] { return badgedWrapper(self, image, runtime, provider); });
                        send<void>(self, "wv_drawImage:", shown);
                      }),
                  kDrawImageTypes);

@@ -5,12 +5,13 @@
 
 namespace wevora {
 
-/// Paints badges in icon views: into the icon's own image, before the host draws it.
-/// Threads: the main thread. Owns: nothing; runtime and provider outlive the hooked classes.
-/// Errors: what fails leaves the host's drawing as it is.
+/// Paints badges in icon views: into the icon's own image, before the host draws it. The main
+/// thread only.
+/// Ownership: runtime and provider must outlive the hooked classes.
+/// Errors: an exception leaves the host's drawing unchanged.
 class IconViewOverlay {
  public:
-  /// Makes the class known to the runtime; nothing is replaced yet.
+  /// Registers the class in the runtime. Replaces nothing yet.
   IconViewOverlay(platform::Runtime& runtime, ProviderAccess provider);
 
   // +load

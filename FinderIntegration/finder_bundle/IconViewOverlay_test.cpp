@@ -9,14 +9,14 @@ namespace wevora {
 namespace {
 
 using platform::send;
-using testing_host::anythingSeen;
 using testing_host::BadgedHost;
+using testing_host::BadgePlacement;
+using testing_host::findBadge;
+using testing_host::hasBadgePixels;
 using testing_host::kBlue;
 using testing_host::kGreen;
 using testing_host::kRed;
 using testing_host::PictureHost;
-using testing_host::seen;
-using testing_host::Sight;
 
 class IconViewOverlayTest : public testing::Test {
  protected:
@@ -33,22 +33,22 @@ class IconViewOverlayTest : public testing::Test {
 };
 
 TEST_F(IconViewOverlayTest, TheBadgeCoversTheWholeOfASquareIcon) {
-  EXPECT_EQ(seen(*drawn("green", {64, 64}), kGreen), (Sight{{0, 0, 64, 64}, true}));
-  EXPECT_EQ(seen(*drawn("blue", {32, 32}), kBlue), (Sight{{0, 0, 32, 32}, true}));
-  EXPECT_EQ(seen(*drawn("red", {128, 128}), kRed), (Sight{{0, 0, 128, 128}, true}));
+  EXPECT_EQ(findBadge(*drawn("green", {64, 64}), kGreen), (BadgePlacement{{0, 0, 64, 64}, true}));
+  EXPECT_EQ(findBadge(*drawn("blue", {32, 32}), kBlue), (BadgePlacement{{0, 0, 32, 32}, true}));
+  EXPECT_EQ(findBadge(*drawn("red", {128, 128}), kRed), (BadgePlacement{{0, 0, 128, 128}, true}));
 }
 
-TEST_F(IconViewOverlayTest, AnImageOf128By64GetsTheBadgeInASquareAsTallAsItself) {
-  EXPECT_EQ(seen(*drawn("green", {128, 64}), kGreen), (Sight{{0, 0, 64, 64}, true}));
+TEST_F(IconViewOverlayTest, AnImageOf128By64GetsItsBadgeInASquareOfItsHeight) {
+  EXPECT_EQ(findBadge(*drawn("green", {128, 64}), kGreen), (BadgePlacement{{0, 0, 64, 64}, true}));
 }
 
-TEST_F(IconViewOverlayTest, AnImageThatIsTallerThanWideGetsTheLeftOfASquareAsTallAsItself) {
-  EXPECT_EQ(seen(*drawn("green", {32, 64}), kGreen), (Sight{{0, 0, 32, 64}, true}));
+TEST_F(IconViewOverlayTest, AnImageTallerThanWideGetsTheLeftPartOfASquareOfItsHeight) {
+  EXPECT_EQ(findBadge(*drawn("green", {32, 64}), kGreen), (BadgePlacement{{0, 0, 32, 64}, true}));
 }
 
 TEST_F(IconViewOverlayTest, ReflectiveCellsGetBadgesToo) {
   const auto cell = host.makeIconCell(badged.item("green"), {64, 64}, "IKFinderReflectiveIconCell");
-  EXPECT_EQ(seen(*host.draw(cell), kGreen), (Sight{{0, 0, 64, 64}, true}));
+  EXPECT_EQ(findBadge(*host.draw(cell), kGreen), (BadgePlacement{{0, 0, 64, 64}, true}));
   EXPECT_EQ(cell->reflections, 1) << "by the reflective cell's own drawing";
 }
 
@@ -57,7 +57,7 @@ TEST_F(IconViewOverlayTest, TheIconIsChangedInPlaceBeforeTheHostDrawsItOnce) {
   host.draw(cell);
   EXPECT_EQ(cell->drawn.size(), 1U);
   ASSERT_EQ(cell->icon->representations().size(), 1U);
-  EXPECT_TRUE(anythingSeen(*cell->icon->representations()[0].bitmap, kGreen));
+  EXPECT_TRUE(hasBadgePixels(*cell->icon->representations()[0].bitmap, kGreen));
 }
 
 TEST_F(IconViewOverlayTest, OneWrapperIsMadeForEachDrawing) {
@@ -70,15 +70,15 @@ TEST_F(IconViewOverlayTest, OneWrapperIsMadeForEachDrawing) {
 
 TEST_F(IconViewOverlayTest, TheBadgeIsLeftUnflipped) {
   drawn("green", {64, 64});
-  EXPECT_FALSE(badged.provider->images().greenImageFlipped->isFlipped());
+  EXPECT_FALSE(badged.engine.provider->images().greenImageFlipped->isFlipped());
 }
 
-TEST_F(IconViewOverlayTest, AnItemWithoutABadgeIsDrawnAsItIs) {
+TEST_F(IconViewOverlayTest, AnItemWithoutABadgeIsDrawnUnchanged) {
   const auto bitmap = drawn("plain", {64, 64});
   for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
 }
 
-TEST_F(IconViewOverlayTest, AnItemWithoutABadgeGetsItsNewWrapperAndItsOneDrawingAllTheSame) {
+TEST_F(IconViewOverlayTest, AnItemWithoutABadgeStillGetsANewWrapperAndOneDrawing) {
   const auto cell = host.makeIconCell(badged.item("plain"), {64, 64});
   host.draw(cell);
   EXPECT_EQ(host.wrappersMade, 1);
@@ -91,17 +91,17 @@ TEST_F(IconViewOverlayTest, AnIconWithoutABadgeIsLockedForDrawingToo) {
       testing_host::twoHalves(128, 128, PictureHost::kGray, PictureHost::kGray), {64, 64}};
   cell->icon->addRepresentations({&finer, 1});
   host.draw(cell);
-  ASSERT_EQ(cell->icon->representations().size(), 1U) << "the one that was drawn into";
+  ASSERT_EQ(cell->icon->representations().size(), 1U) << "the representation that was drawn into";
   EXPECT_EQ(cell->icon->representations()[0].bitmap->width(), 128U);
 }
 
-TEST_F(IconViewOverlayTest, WithBadgesOffTheIconIsDrawnAsItIs) {
-  badged.provider->setTurnedOn(false);
+TEST_F(IconViewOverlayTest, WithBadgesOffTheIconIsDrawnUnchanged) {
+  badged.engine.provider->setTurnedOn(false);
   const auto bitmap = drawn("green", {64, 64});
   for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
 }
 
-TEST_F(IconViewOverlayTest, TheDrawingOfTheFramePassesStraightThrough) {
+TEST_F(IconViewOverlayTest, TheDrawingOfTheFrameIsPassedThrough) {
   const auto cell = host.makeIconCell(badged.item("green"), {64, 64});
   const Id view = host.recording.makeView();
   send<void>(cell, "drawInteriorWithFrame:inView:", Rect{1, 2, 3, 4}, view);
@@ -122,7 +122,7 @@ TEST_F(IconViewOverlayTest, TheFrameOfTheImageIsEmpty) {
   EXPECT_EQ(IconViewOverlay::imageFrame(), Rect());
 }
 
-/// Which of the three replacements are in their places.
+/// Which of the three replacements are installed.
 std::vector<bool> installedIn(PictureHost& host) {
   const auto has = [&](const char* className, const char* selector) {
     return host.classNamed(className)->instanceMethod(selector) != nullptr;
@@ -146,30 +146,30 @@ TEST(IconViewOverlayLoadTest, EachLoadInstallsItsReplacementAndThenThoseAfterIt)
   EXPECT_EQ(installedIn(frames.host), (std::vector<bool>{false, false, true}));
 }
 
-TEST(IconViewOverlayMissingTest, WithoutReflectiveCellsTheOthersAreHookedAllTheSame) {
+TEST(IconViewOverlayMissingTest, WithoutReflectiveCellsTheOthersAreStillHooked) {
   auto classes = PictureHost::Classes();
   classes.reflectiveCells = false;
   BadgedHost badged(classes);
   badged.load();
   badged.settle();
   const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
-  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell), kGreen));
+  EXPECT_TRUE(hasBadgePixels(*badged.host.draw(cell), kGreen));
 }
 
-TEST(IconViewOverlayMissingTest, WithoutIconCellsTheReflectiveOnesAreHookedAllTheSame) {
+TEST(IconViewOverlayMissingTest, WithoutIconCellsTheReflectiveOnesAreStillHooked) {
   auto classes = PictureHost::Classes();
   classes.iconCells = false;
   BadgedHost badged(classes);
   badged.load();
   badged.settle();
   const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
-  EXPECT_FALSE(anythingSeen(*badged.host.draw(cell), kGreen)) << "nobody knows of it";
+  EXPECT_FALSE(hasBadgePixels(*badged.host.draw(cell), kGreen)) << "the host has no such class";
   const auto reflective =
       badged.host.makeIconCell(badged.item("green"), {64, 64}, "IKFinderReflectiveIconCell");
-  EXPECT_TRUE(anythingSeen(*badged.host.draw(reflective), kGreen));
+  EXPECT_TRUE(hasBadgePixels(*badged.host.draw(reflective), kGreen));
 }
 
-TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheHostIsGivenNoneToDraw) {
+TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperClassTheHostDrawsANullWrapper) {
   auto classes = PictureHost::Classes();
   classes.wrappers = false;
   BadgedHost badged(classes);
@@ -178,10 +178,10 @@ TEST(IconViewOverlayMissingTest, WithoutTheHostsWrapperTheHostIsGivenNoneToDraw)
   const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
   EXPECT_EQ(badged.host.draw(cell), nullptr);
   EXPECT_EQ(cell->drawn.size(), 1U) << "its own drawing runs";
-  EXPECT_TRUE(anythingSeen(*cell->icon->representations()[0].bitmap, kGreen));
+  EXPECT_TRUE(hasBadgePixels(*cell->icon->representations()[0].bitmap, kGreen));
 }
 
-TEST(IconViewOverlayMissingTest, WithoutAPictureFileTheIconIsDrawnAsItIs) {
+TEST(IconViewOverlayMissingTest, WithoutAnImageFileTheIconIsDrawnUnchanged) {
   BadgedHost badged({}, false);
   badged.load();
   badged.settle();
@@ -189,7 +189,7 @@ TEST(IconViewOverlayMissingTest, WithoutAPictureFileTheIconIsDrawnAsItIs) {
   for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
 }
 
-TEST(IconViewOverlayMissingTest, AClassThatHasTheNewMethodHasItsMethodsExchangedAndNoBadge) {
+TEST(IconViewOverlayMissingTest, AClassThatAlreadyHasTheNewMethodHasItsMethodsExchangedAndNoBadge) {
   BadgedHost badged;
   int calls = 0;
   badged.host.classNamed("IKIconCell")
@@ -202,11 +202,11 @@ TEST(IconViewOverlayMissingTest, AClassThatHasTheNewMethodHasItsMethodsExchanged
   EXPECT_EQ(calls, 1);
 }
 
-TEST(IconViewOverlayMissingTest, WhatTheHostRaisesLeavesItsOwnDrawing) {
+TEST(IconViewOverlayMissingTest, AnExceptionOfTheHostLeavesItsOwnDrawing) {
   BadgedHost badged;
   badged.load();
   const auto cell = badged.host.makeIconCell(badged.item("green"), {64, 64});
-  // Not a node at all: it does not know what it is asked.
+  // Not a node: it does not respond to the expected messages.
   cell->representedItem = badged.host.recording.makeView();
   EXPECT_TRUE(badged.host.draw(cell));
 }

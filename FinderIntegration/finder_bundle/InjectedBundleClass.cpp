@@ -13,7 +13,7 @@ namespace {
 
 using platform::send;
 
-constexpr const char* kSetDelegateTypes = "v:@";  // not the usual form; kept
+constexpr const char* kSetDelegateTypes = "v:@";  // not the usual form, but as declared
 
 }  // namespace
 

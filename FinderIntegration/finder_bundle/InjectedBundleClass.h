@@ -11,10 +11,10 @@
 
 namespace wevora {
 
-/// The bundle's principal class: reports the installed version to the loader and puts the sidebar's
-/// proxies in their places.
-/// Threads: the main thread. Owns: nothing. Errors: a version that cannot be read is not reported;
-/// what the host raises ends the step, silently.
+/// The bundle's principal class: reports the installed version to the loader and installs the
+/// sidebar proxies. The main thread only.
+/// Errors: an unreadable version is not reported. An exception of the host ends its step and is
+///   dropped.
 class InjectedBundleClass {
  public:
   struct Services {
@@ -24,7 +24,7 @@ class InjectedBundleClass {
     /// The loader's handshake: major, minor, patch.
     std::function<void(std::int32_t, std::int32_t, std::int32_t)> setVersion;
   };
-  /// Makes the sidebar's delegate class known to the runtime; nothing is replaced yet.
+  /// Registers the sidebar's delegate class in the runtime. Replaces nothing yet.
   explicit InjectedBundleClass(Services services);
   virtual ~InjectedBundleClass() = default;
   InjectedBundleClass(const InjectedBundleClass&) = delete;
@@ -32,12 +32,12 @@ class InjectedBundleClass {
 
   // +load
   void load();
-  /// Walks a view and all below it, and sets the delegate of every sidebar view again; the level is
-  /// a "#" for each depth. Every step of the walk is a call of this.
+  /// Walks a view hierarchy and sets the delegate of every sidebar view again. The level has one
+  /// "#" per depth. Recursive.
   // +investigateSideBarViewHierarchy:level:
   virtual void investigateSideBarViewHierarchy(const Id& view,
                                                const std::optional<std::string>& level) const;
-  /// Walks the browser views instead of the sidebars. To be called by hand.
+  /// Walks the browser views instead of the sidebars. Not called by the bundle.
   // +observe
   void observe() const;
 

@@ -17,7 +17,7 @@ using testing_host::PictureHost;
 using Versions = std::vector<std::vector<std::int32_t>>;
 using Visits = std::vector<std::pair<Id, std::string>>;
 
-/// Notes each view that is walked, and the level that it was reached with.
+/// Records each visited view and its level.
 class RecordingPrincipal : public InjectedBundleClass {
  public:
   RecordingPrincipal(Services services, Visits& visited)
@@ -38,14 +38,14 @@ class InjectedBundleClassTest : public testing::Test {
     badged.installed.setVersion(version);
     badged.versions.clear();
     principal().load();
-    EXPECT_TRUE(badged.versions.empty()) << "not before the load hooks have returned";
-    badged.dispatch.runAll();
+    EXPECT_TRUE(badged.versions.empty()) << "only after the load hooks have returned";
+    badged.engine.dispatch.runAll();
     return badged.versions;
   }
   RecordingPrincipal principal() {
     return RecordingPrincipal(
         {.runtime = host.runtime(),
-         .mainQueue = badged.dispatch.mainQueue(),
+         .mainQueue = badged.engine.dispatch.mainQueue(),
          .paths = badged.installed.paths,
          .setVersion =
              [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
@@ -81,29 +81,29 @@ TEST_F(InjectedBundleClassTest, AVersionOfTwoOrFourPartsIsNotReported) {
   EXPECT_EQ(reported(""), Versions());
 }
 
-TEST_F(InjectedBundleClassTest, APartThatIsNoNumberIsReportedAsZero) {
+TEST_F(InjectedBundleClassTest, APartThatIsNotANumberIsReportedAsZero) {
   EXPECT_EQ(reported("a.b.c"), (Versions{{0, 0, 0}}));
   EXPECT_EQ(reported("..9"), (Versions{{0, 0, 9}}));
 }
 
-TEST_F(InjectedBundleClassTest, WithoutTheFileOrTheKeyNothingIsReportedAndStartUpGoesOn) {
+TEST_F(InjectedBundleClassTest, WithoutTheFileOrTheKeyNothingIsReportedAndLoadingContinues) {
   const auto open = sidebar();
   host.addWindow(1, open, nullptr);
   principal().load();
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(badged.versions, Versions());
   EXPECT_TRUE(isWrapped(open));
   testing_host::writeFile(badged.installed.contents + "Info.plist",
                           "<plist version=\"1.0\"><dict><key>a</key><string>1.2.3</string></dict>"
                           "</plist>");
   principal().load();
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(badged.versions, Versions());
 }
 
 // --- The sidebars --------------------------------------------------------------------------------
 
-TEST_F(InjectedBundleClassTest, TheSettersTypeEncodingIsKeptAsItIsWritten) {
+TEST_F(InjectedBundleClassTest, TheSetterHasItsDeclaredTypeEncoding) {
   principal().load();
   EXPECT_EQ(host.classNamed("TSidebarView")->instanceMethod("wvr_setDelegate:")->typeEncoding,
             "v:@");
@@ -117,14 +117,14 @@ TEST_F(InjectedBundleClassTest, SidebarsThatAreOpenAtLoadAreWrappedAndRedrawn) {
   EXPECT_EQ(open->redraws, 1);
 }
 
-TEST_F(InjectedBundleClassTest, ASidebarThatIsMadeLaterIsWrappedWhenItsDelegateIsSet) {
+TEST_F(InjectedBundleClassTest, ASidebarCreatedLaterIsWrappedWhenItsDelegateIsSet) {
   principal().load();
   const auto later = host.makeSidebar({});
   send<void>(later, "setDelegate:", Id(delegate));
   EXPECT_TRUE(isWrapped(later));
 }
 
-TEST_F(InjectedBundleClassTest, ASidebarWithoutADelegateGetsNone) {
+TEST_F(InjectedBundleClassTest, ASidebarWithoutADelegateStaysWithoutOne) {
   const auto open = host.makeSidebar({});
   host.addWindow(1, open, nullptr);
   principal().load();
@@ -143,19 +143,19 @@ TEST_F(InjectedBundleClassTest, TheWalkStopsAtTheFirstMissingWindow) {
   EXPECT_FALSE(isWrapped(open[2]));
 }
 
-TEST_F(InjectedBundleClassTest, ASidebarThreeLevelsBelowIsReachedWithFourMarks) {
+TEST_F(InjectedBundleClassTest, ASidebarThreeLevelsDownIsReachedAtLevelFour) {
   const auto open = sidebar();
   const auto top = host.makeView({host.makeView({host.makeView({open})})});
   host.addWindow(1, top, nullptr);
   principal().load();
   ASSERT_EQ(visited.size(), 4U);
   EXPECT_EQ(visited.front(), (std::pair<Id, std::string>(top, "none")));
-  EXPECT_EQ(visited[1].second, "##") << "no level is the first";
+  EXPECT_EQ(visited[1].second, "##") << "a missing level is the first";
   EXPECT_EQ(visited.back(), (std::pair<Id, std::string>(open, "####")));
   EXPECT_TRUE(isWrapped(open));
 }
 
-TEST_F(InjectedBundleClassTest, TheWalkGoesOnBelowASidebar) {
+TEST_F(InjectedBundleClassTest, TheWalkContinuesBelowASidebar) {
   const auto inner = sidebar();
   const auto outer = sidebar();
   outer->setInstanceVariable("subviews", std::vector<Id>{inner});
@@ -172,7 +172,7 @@ TEST_F(InjectedBundleClassTest, AWalkCanBeginAtAnyLevel) {
   EXPECT_EQ(visited[1].second, "###");
 }
 
-TEST_F(InjectedBundleClassTest, WhatAViewRaisesEndsTheWalkOfWhatIsBelowItAlone) {
+TEST_F(InjectedBundleClassTest, AnExceptionOfAViewEndsOnlyTheWalkBelowIt) {
   const auto raising =
       host.runtime().registerClass("TRaisingView", host.classNamed("NSView").get());
   raising->addMethod("subviews",
@@ -186,7 +186,7 @@ TEST_F(InjectedBundleClassTest, WhatAViewRaisesEndsTheWalkOfWhatIsBelowItAlone) 
   EXPECT_TRUE(isWrapped(after));
 }
 
-TEST_F(InjectedBundleClassTest, WhatAWindowRaisesEndsTheWalkOfTheWindowsAndNothingElse) {
+TEST_F(InjectedBundleClassTest, AnExceptionOfAWindowEndsOnlyTheWalkOfTheWindows) {
   const auto controllers = host.classNamed("TBrowserWindowController");
   controllers->addMethod("raise", Implementation::of<Id()>([](const Id&) -> Id {
                            throw HostException("no sidebar in this window");
@@ -196,19 +196,19 @@ TEST_F(InjectedBundleClassTest, WhatAWindowRaisesEndsTheWalkOfTheWindowsAndNothi
   host.addWindow(1, sidebar(), nullptr);
   badged.installed.setVersion("1.2.3");
   EXPECT_NO_THROW(principal().load());
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(badged.versions, (Versions{{1, 2, 3}}));
   const auto later = host.makeSidebar({});
   send<void>(later, "setDelegate:", Id(delegate));
-  EXPECT_TRUE(isWrapped(later)) << "the hook is in its place";
+  EXPECT_TRUE(isWrapped(later)) << "the hook is installed";
 }
 
 TEST_F(InjectedBundleClassTest, ObserveWalksTheBrowserViewsOfTheWindowsTheSameWay) {
   const auto one = sidebar();
   const auto two = sidebar();
-  const auto beside = sidebar();
+  const auto other = sidebar();
   host.addWindow(1, nullptr, host.makeView({one}));
-  host.addWindow(2, beside, two);
+  host.addWindow(2, other, two);
   const auto injected = principal();
   host.addWindow(4, nullptr, sidebar());
   injected.observe();
@@ -216,19 +216,19 @@ TEST_F(InjectedBundleClassTest, ObserveWalksTheBrowserViewsOfTheWindowsTheSameWa
   EXPECT_EQ(visited[1], (std::pair<Id, std::string>(one, "##")));
   EXPECT_EQ(visited[2], (std::pair<Id, std::string>(two, "none")));
   EXPECT_EQ(one->redraws, 1);
-  EXPECT_EQ(beside->redraws, 0);
+  EXPECT_EQ(other->redraws, 0);
 }
 
-TEST(InjectedBundleClassMissingTest, WithoutSidebarsTheWindowsAreWalkedAllTheSame) {
+TEST(InjectedBundleClassMissingTest, WithoutSidebarsTheWindowsAreStillWalked) {
   auto classes = PictureHost::Classes();
   classes.sidebars = false;
   BadgedHost badged(classes);
-  std::vector<Id> asked;
+  std::vector<Id> visits;
   const auto spies =
       badged.host.runtime().registerClass("TSpyView", badged.host.classNamed("NSView").get());
   spies->addMethod(
       "subviews", Implementation::of<std::vector<Id>()>([&](const Id& self) {
-        asked.push_back(self);
+        visits.push_back(self);
         return self->instanceVariable<std::vector<Id>>("below").value_or(std::vector<Id>());
       }),
       "@@:");
@@ -238,14 +238,14 @@ TEST(InjectedBundleClassMissingTest, WithoutSidebarsTheWindowsAreWalkedAllTheSam
   badged.host.addWindow(1, outer, nullptr);
   badged.host.addWindow(2, inner, nullptr);
   badged.load();
-  EXPECT_EQ(asked, (std::vector<Id>{outer, inner, inner}));
+  EXPECT_EQ(visits, (std::vector<Id>{outer, inner, inner}));
 }
 
 TEST(InjectedBundleClassMissingTest, InAHostWithoutSidebarsAndWindowsTheVersionIsReported) {
   BadgedHost badged(PictureHost::Classes::none());
   badged.installed.setVersion("1.2.3");
   badged.load();
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(badged.versions, (Versions{{1, 2, 3}}));
 }
 

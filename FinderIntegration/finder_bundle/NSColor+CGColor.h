@@ -6,11 +6,11 @@
 
 namespace wevora {
 
-/// The colour for drawing, in the colour's own space and with its own numbers.
+/// Converts to a drawing colour with the same colour space and components.
 // -CGColor
 platform::GraphicsColorRef CGColor(const platform::Color& color);
 
-/// None for a null reference.
+/// nullopt for a null reference.
 // +colorWithCGColor:
 std::optional<platform::Color> colorWithCGColor(const platform::GraphicsColorRef& color);
 

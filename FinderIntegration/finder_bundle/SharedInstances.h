@@ -7,8 +7,8 @@ namespace wevora {
 class WVFinderTools;
 class WVIconProvider;
 
-/// The shared instances, which are made by the first one who asks for them: a hook that is
-/// installed asks when it draws.
+/// Accessors of the shared instances, which are created on first call. An installed hook calls them
+/// when it draws.
 using ProviderAccess = std::function<WVIconProvider&()>;
 using FinderToolsAccess = std::function<WVFinderTools&()>;
 

@@ -13,13 +13,13 @@ using platform::Runtime;
 using platform::send;
 
 constexpr const char* kDrawIconTypes = "v@:{CGRect={CGPoint=dd}{CGSize=dd}}";
-constexpr const char* kScaleFactorTypes = "d@:v";  // the trailing v is kept
+constexpr const char* kScaleFactorTypes = "d@:v";  // with the trailing v, as declared
 
 constexpr double kListInset = 10;
 constexpr double kColumnInset = 6;
-constexpr double kLeastHeight = 8;  // of a row; only higher ones have a badge
+constexpr double kMinimumHeight = 8;  // rows must be higher than this to have a badge
 
-/// Draws by the host's own code, whatever a subclass has in its place.
+/// Calls the host's own drawing method, bypassing overrides in subclasses.
 void drawAgain(const Id& cell, const Rect& frame, const Runtime& runtime) {
   const auto cells = runtime.classNamed("TListViewIconAndTextCell");
   if (!cells) return;
@@ -31,8 +31,8 @@ void drawBadge(const Id& cell, const Rect& frame, platform::Image& badge, const 
   const bool column = cell->isKindOf(runtime.classNamed("TColumnCell").get());
   const float side = frame.height > 32 ? 32.0F : 16.0F;
   badge.setFlipped(true);
-  if (!(frame.height > kLeastHeight)) return;
-  // The inset counts from the view's edge, not from the frame's.
+  if (!(frame.height > kMinimumHeight)) return;
+  // The inset is relative to the view's edge, not to the frame's.
   const Rect square{column ? kColumnInset : kListInset, frame.y + frame.height / 2 - side / 2, side,
                     side};
   badge.drawInRect(square, {}, CompositingOperation::SourceOver, 1.0);

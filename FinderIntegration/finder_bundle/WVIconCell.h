@@ -7,22 +7,22 @@
 
 namespace wevora {
 
-/// Paints badges in list and column views: over what the host has drawn.
-/// Threads: the main thread. Owns: nothing; runtime and provider outlive the hooked classes.
-/// Errors: what fails leaves the host's drawing as it is.
+/// Paints badges in list and column views, over the host's drawing. The main thread only.
+/// Ownership: runtime and provider must outlive the hooked classes.
+/// Errors: an exception leaves the host's drawing unchanged.
 class WVIconCell {
  public:
-  /// Makes the class known to the runtime; nothing is replaced yet.
+  /// Registers the class in the runtime. Replaces nothing yet.
   WVIconCell(platform::Runtime& runtime, ProviderAccess provider);
 
   // +load
   void load();
-  /// Gives the host's snapshots of images the scale that they are asked for.
+  /// Adds the missing `scaleFactor` method to the host's image snapshots.
   // +loadHack
   void loadHack();
 
-  /// None for a null pointer, and for a node without a URL. The class "FINode" is looked up once in
-  /// the process, at the first use.
+  /// nullopt for a null pointer or a node without a URL. The class "FINode" is looked up once per
+  /// process, on first use.
   // +pathForNode:
   static std::optional<ItemURL> pathForNode(const TFENode* node);
 

@@ -9,15 +9,15 @@ namespace {
 
 using platform::Implementation;
 using platform::send;
-using testing_host::anythingSeen;
 using testing_host::BadgedHost;
+using testing_host::BadgePlacement;
+using testing_host::hasBadgePixels;
 using testing_host::kBlue;
 using testing_host::kGreen;
 using testing_host::kRed;
 using testing_host::PictureHost;
-using testing_host::Sight;
 
-constexpr double kX = 50;  // of a frame: the badge does not follow it
+constexpr double kX = 50;  // of a frame; the badge does not depend on it
 constexpr double kY = 20;
 
 class IconCellTest : public testing::Test {
@@ -30,9 +30,9 @@ class IconCellTest : public testing::Test {
                             const char* className = "TListViewIconAndTextCell") {
     return host.draw(host.makeListCell(badged.item(name), className), {kX, kY, 60, height});
   }
-  static std::optional<Sight> sight(const platform::BitmapRef& bitmap,
-                                    const testing_host::Halves& picture = kGreen) {
-    return testing_host::seen(*bitmap, picture, PictureHost::kPixelsPerPoint);
+  static std::optional<BadgePlacement> placement(const platform::BitmapRef& bitmap,
+                                                 const testing_host::Halves& picture = kGreen) {
+    return testing_host::findBadge(*bitmap, picture, PictureHost::kPixelsPerPoint);
   }
   BadgedHost badged;
   PictureHost& host = badged.host;
@@ -46,21 +46,21 @@ struct Row {
 
 class RowTest : public IconCellTest, public testing::WithParamInterface<Row> {
  protected:
-  static std::optional<Sight> expected(double x) {
+  static std::optional<BadgePlacement> expected(double x) {
     const Row row = GetParam();
     if (row.side == 0) return std::nullopt;
-    return Sight{{x, row.y, row.side, row.side}, true};
+    return BadgePlacement{{x, row.y, row.side, row.side}, true};
   }
 };
 
-TEST_P(RowTest, AListRowGetsTheBadgeInItsMiddleTenPointsFromTheLeftEdge) {
+TEST_P(RowTest, AListRowHasItsBadgeVerticallyCentredTenPointsFromTheLeftEdge) {
   const auto bitmap = drawn("green", GetParam().height);
-  EXPECT_EQ(sight(bitmap), expected(10));
-  EXPECT_EQ(anythingSeen(*bitmap, kGreen), GetParam().side > 0);
+  EXPECT_EQ(placement(bitmap), expected(10));
+  EXPECT_EQ(hasBadgePixels(*bitmap, kGreen), GetParam().side > 0);
 }
 
-TEST_P(RowTest, AColumnRowGetsTheBadgeInItsMiddleSixPointsFromTheLeftEdge) {
-  EXPECT_EQ(sight(drawn("green", GetParam().height, "TColumnCell")), expected(6));
+TEST_P(RowTest, AColumnRowHasItsBadgeVerticallyCentredSixPointsFromTheLeftEdge) {
+  EXPECT_EQ(placement(drawn("green", GetParam().height, "TColumnCell")), expected(6));
 }
 
 std::string nameOf(const testing::TestParamInfo<Row>& row) {
@@ -73,9 +73,9 @@ INSTANTIATE_TEST_SUITE_P(Heights, RowTest,
                          nameOf);
 
 TEST_F(IconCellTest, EveryWordHasItsBadge) {
-  EXPECT_TRUE(sight(drawn("green", 20), kGreen));
-  EXPECT_TRUE(sight(drawn("blue", 20), kBlue));
-  EXPECT_TRUE(sight(drawn("red", 20), kRed));
+  EXPECT_TRUE(placement(drawn("green", 20), kGreen));
+  EXPECT_TRUE(placement(drawn("blue", 20), kBlue));
+  EXPECT_TRUE(placement(drawn("red", 20), kRed));
 }
 
 TEST_F(IconCellTest, TheHostDrawsItsIconFirstAndOnce) {
@@ -86,19 +86,19 @@ TEST_F(IconCellTest, TheHostDrawsItsIconFirstAndOnce) {
 
 TEST_F(IconCellTest, TheBadgeCoversTheHostsIcon) {
   const auto cell = host.makeListCell(badged.item("green"));
-  EXPECT_EQ(sight(host.draw(cell, {0, kY, 60, 40})), (Sight{{10, 24, 32, 32}, true}));
+  EXPECT_EQ(placement(host.draw(cell, {0, kY, 60, 40})), (BadgePlacement{{10, 24, 32, 32}, true}));
 }
 
 TEST_F(IconCellTest, TheBadgeIsLeftFlipped) {
-  badged.provider->images().greenImageFlipped->setFlipped(false);
+  badged.engine.provider->images().greenImageFlipped->setFlipped(false);
   drawn("green", 20);
-  EXPECT_TRUE(badged.provider->images().greenImageFlipped->isFlipped());
+  EXPECT_TRUE(badged.engine.provider->images().greenImageFlipped->isFlipped());
 }
 
 TEST_F(IconCellTest, TheBadgeIsLeftFlippedByARowThatIsTooLowForIt) {
-  badged.provider->images().greenImageFlipped->setFlipped(false);
-  EXPECT_FALSE(anythingSeen(*drawn("green", 8), kGreen));
-  EXPECT_TRUE(badged.provider->images().greenImageFlipped->isFlipped());
+  badged.engine.provider->images().greenImageFlipped->setFlipped(false);
+  EXPECT_FALSE(hasBadgePixels(*drawn("green", 8), kGreen));
+  EXPECT_TRUE(badged.engine.provider->images().greenImageFlipped->isFlipped());
 }
 
 TEST_F(IconCellTest, ACellWithoutAThumbnailGetsTheUnflippedBadgeAsItsThumbnailAndIsDrawnAgain) {
@@ -107,13 +107,13 @@ TEST_F(IconCellTest, ACellWithoutAThumbnailGetsTheUnflippedBadgeAsItsThumbnailAn
   const auto bitmap = host.draw(cell, {kX, kY, 60, 32});
   EXPECT_EQ(cell->calls, (std::vector<std::string>{
                              "drawIconWithFrame:", "setThumbnail:", "drawIconWithFrame:"}));
-  EXPECT_EQ(cell->thumbnail, badged.provider->images().greenImageFlipped);
+  EXPECT_EQ(cell->thumbnail, badged.engine.provider->images().greenImageFlipped);
   EXPECT_FALSE(cell->thumbnail->isFlipped());
-  ASSERT_TRUE(sight(bitmap));
-  EXPECT_EQ(sight(bitmap)->frame, (Rect{kX, kY, 32, 32})) << "where the host draws thumbnails";
+  ASSERT_TRUE(placement(bitmap));
+  EXPECT_EQ(placement(bitmap)->frame, (Rect{kX, kY, 32, 32})) << "where the host draws thumbnails";
 }
 
-TEST_F(IconCellTest, ACellWithoutAThumbnailAndWithoutABadgeIsGivenNoneAndDrawnAgain) {
+TEST_F(IconCellTest, ACellWithoutAThumbnailAndBadgeGetsANullThumbnailAndIsDrawnAgain) {
   const auto cell = host.makeListCell(badged.item("plain"));
   cell->thumbnail = nullptr;
   host.draw(cell, {kX, kY, 60, 32});
@@ -122,7 +122,7 @@ TEST_F(IconCellTest, ACellWithoutAThumbnailAndWithoutABadgeIsGivenNoneAndDrawnAg
   EXPECT_EQ(cell->thumbnail, nullptr);
 }
 
-TEST_F(IconCellTest, DrawingAgainPassesBySubclassesThatDrawInTheirOwnWay) {
+TEST_F(IconCellTest, TheSecondDrawingBypassesOverridesInSubclasses) {
   int own = 0;
   const auto special = host.runtime().registerClass(
       "TSpecialCell", host.classNamed("TListViewIconAndTextCell").get());
@@ -133,18 +133,18 @@ TEST_F(IconCellTest, DrawingAgainPassesBySubclassesThatDrawInTheirOwnWay) {
   const auto cell = std::make_shared<testing_host::ListCell>(*special);
   cell->node = like->node;
   host.draw(cell, {kX, kY, 60, 32});
-  EXPECT_EQ(own, 1) << "the host's first drawing";
+  EXPECT_EQ(own, 1) << "only in the host's first drawing";
   EXPECT_EQ(cell->calls, (std::vector<std::string>{"setThumbnail:", "drawIconWithFrame:"}));
 }
 
-TEST_F(IconCellTest, AnItemWithoutABadgeIsDrawnAsItIs) {
+TEST_F(IconCellTest, AnItemWithoutABadgeIsDrawnUnchanged) {
   const auto bitmap = drawn("plain", 32);
-  for (const auto& picture : {kGreen, kBlue, kRed}) EXPECT_FALSE(anythingSeen(*bitmap, picture));
+  for (const auto& picture : {kGreen, kBlue, kRed}) EXPECT_FALSE(hasBadgePixels(*bitmap, picture));
 }
 
 TEST_F(IconCellTest, WithBadgesOffNothingIsPainted) {
-  badged.provider->setTurnedOn(false);
-  EXPECT_FALSE(anythingSeen(*drawn("green", 32), kGreen));
+  badged.engine.provider->setTurnedOn(false);
+  EXPECT_FALSE(hasBadgePixels(*drawn("green", 32), kGreen));
 }
 
 TEST_F(IconCellTest, TheMethodsAreAddedWithTheirTypeEncodings) {
@@ -156,12 +156,12 @@ TEST_F(IconCellTest, TheMethodsAreAddedWithTheirTypeEncodings) {
             "d@:v");
 }
 
-TEST_F(IconCellTest, SnapshotsOfImagesAnswerTheScaleOfOne) {
+TEST_F(IconCellTest, ImageSnapshotsHaveAScaleFactorOfOne) {
   const Id snapshot = std::make_shared<platform::Object>(*host.classNamed("NSCGImageSnapshotRep"));
   EXPECT_DOUBLE_EQ(send<double>(snapshot, "scaleFactor"), 1.0);
 }
 
-/// Whether the drawing and the scale are in their places.
+/// Whether the drawing and the scale are installed.
 std::pair<bool, bool> installedIn(PictureHost& host) {
   const auto has = [&](const char* className, const char* selector) {
     const auto owner = host.classNamed(className);
@@ -177,7 +177,7 @@ TEST(IconCellLoadTest, LoadHackAloneAddsTheScaleAndReplacesNothing) {
   EXPECT_EQ(installedIn(badged.host), (std::pair{false, true}));
 }
 
-TEST(IconCellLoadTest, LoadReplacesTheDrawingAndThenAddsTheScaleWhichAnotherTimeDoesNotChange) {
+TEST(IconCellLoadTest, LoadReplacesTheDrawingAndAddsTheScaleOnce) {
   BadgedHost badged;
   WVIconCell cells(badged.host.runtime(), badged.providerAccess());
   cells.load();
@@ -192,7 +192,7 @@ TEST(IconCellLoadTest, LoadReplacesTheDrawingAndThenAddsTheScaleWhichAnotherTime
   EXPECT_EQ(scale(), first);
 }
 
-TEST(IconCellMissingTest, WithoutListCellsSnapshotsHaveTheirScaleAndColumnsAreDrawnAsTheyAre) {
+TEST(IconCellMissingTest, WithoutListCellsSnapshotsHaveTheirScaleAndColumnsAreDrawnUnchanged) {
   auto classes = PictureHost::Classes();
   classes.listCells = false;
   BadgedHost badged(classes);
@@ -200,7 +200,7 @@ TEST(IconCellMissingTest, WithoutListCellsSnapshotsHaveTheirScaleAndColumnsAreDr
   badged.settle();
   EXPECT_EQ(installedIn(badged.host), (std::pair{false, true}));
   const auto cell = badged.host.makeListCell(badged.item("green"), "TColumnCell");
-  EXPECT_FALSE(anythingSeen(*badged.host.draw(cell, {kX, kY, 60, 20}), kGreen));
+  EXPECT_FALSE(hasBadgePixels(*badged.host.draw(cell, {kX, kY, 60, 20}), kGreen));
   EXPECT_EQ(cell->calls, std::vector<std::string>{"drawIconWithFrame:"});
 }
 
@@ -212,10 +212,10 @@ TEST(IconCellMissingTest, WithoutSnapshotsListRowsHaveTheirBadges) {
   badged.settle();
   EXPECT_EQ(installedIn(badged.host), (std::pair{true, false}));
   const auto cell = badged.host.makeListCell(badged.item("green"));
-  EXPECT_TRUE(anythingSeen(*badged.host.draw(cell, {kX, kY, 60, 20}), kGreen));
+  EXPECT_TRUE(hasBadgePixels(*badged.host.draw(cell, {kX, kY, 60, 20}), kGreen));
 }
 
-TEST(IconCellMissingTest, SnapshotsThatHaveAScaleKeepIt) {
+TEST(IconCellMissingTest, SnapshotsWithTheirOwnScaleKeepIt) {
   BadgedHost badged;
   const auto snapshots = badged.host.classNamed("NSCGImageSnapshotRep");
   snapshots->addMethod("scaleFactor", Implementation::of<double()>([](const Id&) { return 3.0; }),
@@ -233,11 +233,11 @@ TEST(IconCellMissingTest, WithoutColumnCellsListRowsHaveTheirBadges) {
   badged.settle();
   const auto bitmap =
       badged.host.draw(badged.host.makeListCell(badged.item("green")), {kX, kY, 60, 20});
-  EXPECT_EQ(testing_host::seen(*bitmap, kGreen, PictureHost::kPixelsPerPoint),
-            (Sight{{10, 22, 16, 16}, true}));
+  EXPECT_EQ(testing_host::findBadge(*bitmap, kGreen, PictureHost::kPixelsPerPoint),
+            (BadgePlacement{{10, 22, 16, 16}, true}));
 }
 
-TEST(IconCellMissingTest, AClassThatHasTheNewMethodHasItsMethodsExchanged) {
+TEST(IconCellMissingTest, AClassThatAlreadyHasTheNewMethodHasItsMethodsExchanged) {
   BadgedHost badged;
   int own = 0;
   badged.host.classNamed("TListViewIconAndTextCell")
@@ -252,7 +252,7 @@ TEST(IconCellMissingTest, AClassThatHasTheNewMethodHasItsMethodsExchanged) {
   EXPECT_EQ(cell->calls, std::vector<std::string>{"drawIconWithFrame:"});
 }
 
-TEST(IconCellMissingTest, ACellThatDoesNotKnowWhatItIsAskedIsDrawnAsItIs) {
+TEST(IconCellMissingTest, ACellWithoutTheExpectedMethodsIsDrawnUnchanged) {
   BadgedHost badged;
   badged.load();
   const auto stranger = badged.host.runtime().registerClass("TStranger", nullptr);
@@ -267,7 +267,7 @@ TEST(IconCellMissingTest, ACellThatDoesNotKnowWhatItIsAskedIsDrawnAsItIs) {
   EXPECT_NO_THROW(send<void>(strange, "drawIconWithFrame:", Rect{0, 0, 10, 20}));
 }
 
-// In the shared runtime: the class is looked up once in the process, at the first use.
+// In the shared runtime, as the class is looked up once per process, on first use.
 TEST(IconCellPathTest, PathForNodeIsTheURLOfTheNodeThatTheHostHasForTheReference) {
   const auto nodes = platform::Runtime::shared().registerClass("FINode");
   ASSERT_TRUE(nodes);

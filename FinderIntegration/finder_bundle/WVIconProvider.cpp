@@ -39,9 +39,9 @@ bool hasIncludedRules(const WVDBAccessor* accessor) {
   return nodes && !nodes->empty();
 }
 
-/// How the rules of one list touch a path.
+/// How the rules of one list apply to a path.
 struct Touch {
-  std::size_t length = 0;  ///< characters of the root of the last rule that holds the path
+  std::size_t length = 0;  ///< UTF-16 length of the root of the last rule that contains the path
   bool touched = false;
 
   static Touch of(const std::string& path, const WVDBAccessor::Nodes& nodes) {
@@ -51,7 +51,7 @@ struct Touch {
       const std::string_view root =
           node.root_folder() ? std::string_view(*node.root_folder()) : std::string_view();
       if (hasPathPrefix(path, root)) {
-        // That of the last one in the list's order, not of the longest.
+        // The last match in list order wins, not the longest.
         touch.length = platform::utf16Length(root);
         touch.touched = true;
       } else if (hasPathPrefix(root, path)) {
@@ -86,7 +86,7 @@ WVIconProvider::WVIconProvider(Private, WVIconProviderServices services)
       queue_(services_.dispatch.operationQueue(kMaxConcurrentRefreshes)) {}
 
 WVIconProvider::~WVIconProvider() {
-  // An operation does not hold its target.
+  // Operations do not keep the provider alive.
   queue_->cancelAllOperations();
   queue_->waitUntilAllOperationsAreFinished();
 }
@@ -100,23 +100,23 @@ WVIconProvider::Word WVIconProvider::colorFor(const ItemURL& url) {
     if (type == WVPathTypeNone) return "";
     if (type == WVPathTypeRuleFolder) return kRed;
   }
-  auto found = find(url.path());
-  if (!found) {
+  auto cached = find(url.path());
+  if (!cached) {
     addOperationWithFolderName(url.path(), kForMissing.queue, kForMissing.thread);
     return std::nullopt;
   }
-  const double age = services_.clock.now() - found->creationDate;
+  const double age = services_.clock.now() - cached->creationDate;
   if (age > kFreshFor && queue_->operationCount() < kMaxConcurrentRefreshes)
     addOperationWithFolderName(url.path(), kForStale.queue, kForStale.thread);
-  return std::move(found->word);
+  return std::move(cached->word);
 }
 
-std::optional<WVIconProvider::Found> WVIconProvider::find(const std::string& path) const {
+std::optional<WVIconProvider::CacheEntry> WVIconProvider::find(const std::string& path) const {
   const auto statuses = statusesOf(platform::pathWithoutLastComponent(path));
   if (!statuses) return std::nullopt;
   const auto* status = statuses->find(platform::lastPathComponent(path));
   if (status == nullptr) return std::nullopt;
-  return Found{status->string(), status->creationDate()};
+  return CacheEntry{status->string(), status->creationDate()};
 }
 
 WVIconProvider::Statuses WVIconProvider::statusesOf(std::string_view folder) const {
@@ -210,7 +210,7 @@ void WVIconProvider::addOperationWithFolderName(const std::optional<std::string>
 
 void WVIconProvider::updateCacheForPath(const std::string& path) {
   const std::string folder = folderOf(path);
-  // By whatever road the refresh ends, or the folder would stay pending for ever.
+  // On every exit path, exceptions included: otherwise the folder stays pending forever.
   const platform::ScopeExit ended([&] { refreshEnded(folder); });
   refresh(path, folder);
 }
@@ -224,8 +224,8 @@ void WVIconProvider::refresh(const std::string& path, const std::string& folder)
   Statuses oldStatuses = statusesOf(folder);
   auto newStatuses = std::make_shared<FolderStatuses>();
   if (folderAccessor != pathAccessor) {
-    // The item is another volume's top: its entry joins those that the folder has. Published
-    // statuses never change, so the folder's are copied.
+    // The item is the root of another volume: add its entry to those of the folder. Published
+    // statuses are immutable, so copy them.
     if (oldStatuses) *newStatuses = *oldStatuses;
     setVolumeTop(*newStatuses, platform::lastPathComponent(path), pathAccessor.get());
     if (oldStatuses) oldStatuses = std::make_shared<const FolderStatuses>(*newStatuses);
@@ -233,7 +233,7 @@ void WVIconProvider::refresh(const std::string& path, const std::string& folder)
 
   std::vector<std::string> changed;
   if (folderRecord) {
-    // Rows of a read that fails half-way count for nothing.
+    // Discard the rows of a read that fails midway.
     FolderStatuses withRows = *newStatuses;
     if (oldStatuses) withRows.reserve(oldStatuses->size());
     const bool complete = folderAccessor->visitFilesWithParentID(
@@ -253,7 +253,7 @@ void WVIconProvider::refresh(const std::string& path, const std::string& folder)
   }
   auto views = takeViewsOf(changed);
   store(folder, std::move(newStatuses));
-  // Asked only now: a host that draws at once finds the new words.
+  // After publishing: a host that redraws immediately must read the new words.
   for (auto& view : views) redraw(std::move(view));
   if (!changed.empty()) services_.finderTools.updateNodesWithPath(std::move(changed));
 }
@@ -264,7 +264,7 @@ void WVIconProvider::refreshVolumeTopOnly(const std::string& path, const std::st
   auto statuses =
       before ? std::make_shared<FolderStatuses>(*before) : std::make_shared<FolderStatuses>();
   setVolumeTop(*statuses, platform::lastPathComponent(path), pathAccessor);
-  // The usage list stays as it is: a folder outside all databases is never evicted.
+  // Not added to the usage list: a folder outside all databases is never evicted.
   const MutexLock lock(lock_);
   dictionaryForFolder_.insert_or_assign(folder, std::move(statuses));
 }
@@ -295,7 +295,7 @@ std::vector<Id> WVIconProvider::takeViewsOf(const std::vector<std::string>& path
 }
 
 void WVIconProvider::redraw(Id view) {
-  // Moved along, so that the last hold on the host's object is let go on the main thread.
+  // Moved into the block, so that the last reference is released on the main thread.
   const bool isLayer = view->respondsToSelector("setNeedsDisplay");
   services_.dispatch.mainQueue().async(
       [view = std::move(view), isLayer, &finderTools = services_.finderTools] {
@@ -306,7 +306,7 @@ void WVIconProvider::redraw(Id view) {
 }
 
 void WVIconProvider::store(const std::string& folder, Statuses statuses) {
-  std::vector<Statuses> evicted;  // destroyed after the lock is let go
+  std::vector<Statuses> evicted;  // destroyed after the unlock
   const MutexLock lock(lock_);
   auto& place = dictionaryForFolder_[folder];
   place.swap(statuses);
@@ -325,7 +325,7 @@ void WVIconProvider::touch(const std::string& folder) {
 }
 
 void WVIconProvider::trim(std::vector<Statuses>& evicted) {
-  // The counter meets the shrinking list half-way: one pass removes about half of an excess.
+  // The counter rises while the list shrinks, so one pass removes about half of the excess.
   for (std::size_t i = kMaxFolders; i < usageList_.size(); ++i) {
     const auto last =
         std::prev(usageList_.end(), static_cast<std::ptrdiff_t>(usageList_.size() - kMaxFolders));
@@ -343,11 +343,11 @@ void WVIconProvider::refreshEnded(const std::string& folder) {
     const auto self = weak.lock();
     if (!self) return;
     self->args_.erase(folder);
-    self->endedPending();
+    self->runIdleBlocksIfIdle();
   });
 }
 
-void WVIconProvider::endedPending() {
+void WVIconProvider::runIdleBlocksIfIdle() {
   if (!args_.empty()) return;
   for (auto& block : std::exchange(whenIdle_, {}))
     services_.dispatch.mainQueue().async(std::move(block));
@@ -358,7 +358,7 @@ void WVIconProvider::performWhenIdle(platform::Block block) {
     const auto self = weak.lock();
     if (!self) return;
     self->whenIdle_.push_back(block);
-    self->endedPending();
+    self->runIdleBlocksIfIdle();
   });
 }
 
@@ -366,8 +366,9 @@ void WVIconProvider::performWhenIdle(platform::Block block) {
 
 void WVIconProvider::setView(const Id& view, const std::optional<std::string>& forKey) {
   if (!view || !forKey) return;
+  Id replaced = view;  // destroyed after the unlock: its destructor is the host's code
   const MutexLock lock(views_);
-  viewForPath_.insert_or_assign(*forKey, view);
+  viewForPath_[*forKey].swap(replaced);
 }
 
 void WVIconProvider::removeCell(const Id&) {}
@@ -385,13 +386,13 @@ void WVIconProvider::reinit() {
     self->pool()->reinit();
     self->queue_->cancelAllOperations();
     self->queue_->waitUntilAllOperationsAreFinished();
-    self->forgetEverything();
+    self->clearCaches();
     self->args_.clear();
-    self->endedPending();
+    self->runIdleBlocksIfIdle();
   });
 }
 
-void WVIconProvider::forgetEverything() {
+void WVIconProvider::clearCaches() {
   Folders folders;
   {
     const MutexLock lock(lock_);
@@ -404,7 +405,7 @@ void WVIconProvider::forgetEverything() {
     const MutexLock lock(views_);
     views.swap(viewForPath_);
   }
-  // The host's objects are let go on the main thread.
+  // Release the host's objects on the main thread.
   services_.dispatch.mainQueue().async([views = std::move(views)] {});
 }
 

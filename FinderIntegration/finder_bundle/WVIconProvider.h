@@ -23,34 +23,40 @@
 
 namespace wevora {
 
-/// How a sync rule touches an item.
+/// How sync rules apply to an item.
 enum WVPathType : std::int32_t {
-  WVPathTypeNone = 1,  ///< not touched, absent, or not readable
-  WVPathTypeRuleFolder =
-      2,                   ///< a folder inside a rule's folder, or one that contains such a folder
-  WVPathTypeIncluded = 3,  ///< inside an included folder that is longer than the excluded one
+  /// No rule applies, or the item is absent or unreadable.
+  WVPathTypeNone = 1,
+  /// A folder inside a rule's folder, or an ancestor of one.
+  WVPathTypeRuleFolder = 2,
+  /// Inside an included folder whose path is longer than that of the excluded one.
+  WVPathTypeIncluded = 3,
 };
 
-/// What the provider works with; all of it outlives the provider.
+/// Dependencies of the provider. They outlive it.
 struct WVIconProviderServices {
   const platform::Clock& clock;
   platform::Dispatch& dispatch;
   WVFinderTools& finderTools;
   std::shared_ptr<WVDBPool> pool;
   const platform::Runtime& runtime = platform::Runtime::shared();
-  platform::InstalledPaths paths = platform::InstalledPaths::shared();  ///< of the badges' images
+  platform::InstalledPaths paths =
+      platform::InstalledPaths::shared();  ///< where the badge images are
 };
 
-/// Answers, for an item that the host draws, the word that tells its backup state, and the badge
-/// for it: at once, from memory. What is missing or old is read in the background, a folder at a
-/// time, and the items whose word changed are drawn again.
+/// Maps an item that the host draws to the word for its backup state and to a badge, from an
+/// in-memory cache of folders. A missing or stale folder is refreshed in the background, and the
+/// items whose word changed are redrawn.
 ///
-/// Threads: colorFor, the images, setView, setTurnedOn and the path types on the main thread; the
-///   others on any. Refreshes run on an operation queue, at most eight at a time; the list of
-///   pending folders is touched only on the serial queue "support_queue". No lock is held while the
-///   database is read or the host is called, and none inside another.
-/// Owns: the folder cache, the remembered views, the queues, the badges' images.
-/// Errors: a missing volume, database or row means no word; nothing fails.
+/// A cached folder is fresh for four seconds. A folder is pending at most once, and at most eight
+/// refreshes run at a time. Beyond 800 cached folders the least recently refreshed ones are
+/// evicted.
+///
+/// Thread-safety: colorFor, the image functions, setView, setTurnedOn and the path types belong to
+///   the main thread; any thread may call the others. `args_` is confined to "support_queue".
+///   `lock_` and `views_` are never held while the database is read or the host is called, nor
+///   together.
+/// Errors: a missing volume, database or row means no word.
 class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   struct Private {
     explicit Private() = default;
@@ -59,7 +65,7 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
  public:
   using Word = std::optional<std::string>;
 
-  /// The one of the process, made at first use (on the main thread) and never destroyed.
+  /// The process-wide instance. The first call must be on the main thread; it is never destroyed.
   // +defaultProvider
   static WVIconProvider& defaultProvider();
   // -init
@@ -69,31 +75,31 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   WVIconProvider(const WVIconProvider&) = delete;
   WVIconProvider& operator=(const WVIconProvider&) = delete;
 
-  /// "green", "blue" or "red"; "" for an item that cannot be read and for a boot volume without
-  /// rules; none while nothing is known, and then a refresh of the item's folder is queued.
+  /// "green", "blue" or "red"; "" for an unreadable item and for a boot volume without rules.
+  /// nullopt if the cache has no entry; then a refresh of the item's folder is queued.
   // -colorFor:
   Word colorFor(const ItemURL& url);
 
-  // The badge of an item: one of the provider's own images, never a copy, and null where there is
-  // no badge. What the host raises passes through.
+  // The image functions return one of the provider's own images, not a copy, or null if the item
+  // has no badge. Exceptions of the host propagate.
 
-  /// A flipped context gets the image that is not flipped, and the other way round.
+  /// A flipped context gets the unflipped image and vice versa.
   // -imageForPath:isFlipped:
   platform::ImageRef imageForPath(const ItemURL& path, bool isFlipped);
-  /// Null while badges are off; otherwise the view is remembered for the node's path.
+  /// Null while badges are off. Otherwise stores the view for the node's path.
   // -imageForFINode:withView:isFlipped:
   platform::ImageRef imageForFINode(const platform::Id& node, const platform::Id& withView,
                                     bool isFlipped);
-  /// Of a cell of a list or of columns.
+  /// The badge of a list or column cell.
   // -iconForCell:
   platform::ImageRef iconForCell(const platform::Id& cell);
-  /// Of a cell of icons.
+  /// The badge of an icon view cell.
   // -imageForBrowserCell:
   platform::ImageRef imageForBrowserCell(const platform::Id& cell);
-  /// Of an icon of the desktop, which is its own view.
+  /// The badge of a desktop icon, which is its own view.
   // -iconForDesktopCell:
   platform::ImageRef iconForDesktopCell(const platform::Id& icon);
-  /// None for a null pointer, and for a node without a URL.
+  /// nullopt for a null pointer or a node without a URL.
   // -pathForNode:
   std::optional<ItemURL> pathForNode(const TFENode* node) const;
   const BadgeImages& images() const noexcept { return images_; }
@@ -104,18 +110,18 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   // -pathTypeForPath:withAccessor:
   static WVPathType pathTypeForPath(const ItemURL& url, const WVDBAccessor* withAccessor);
 
-  /// Queues a refresh of the folder that holds the item, unless one is pending already.
+  /// Queues a refresh of the item's parent folder, unless one is pending.
   // -addOperationWithFolderName:queuePriority:threadPriority:
   void addOperationWithFolderName(const std::optional<std::string>& folderName, int queuePriority,
                                   double threadPriority);
-  /// The refresh itself, for the folder that holds the item.
+  /// Refreshes the cache for the item's parent folder. Runs on a worker.
   // -updateCacheForPath:
   void updateCacheForPath(const std::string& path);
 
-  /// Remembers what drew the item at a full path, until the item's word changes.
+  /// Stores the view that drew the item at this full path, until the item's word changes.
   // -setView:forKey:
   void setView(const platform::Id& view, const std::optional<std::string>& forKey);
-  /// Does nothing: a place for the drawing hooks to report a cell that went away.
+  /// Does nothing; an extension point for drawing hooks whose cell was destroyed.
   // -removeCell:
   void removeCell(const platform::Id& cell);
 
@@ -124,13 +130,13 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   // -setTurnedOn:
   void setTurnedOn(bool turnedOn);
 
-  /// Forgets everything and lets the databases be opened anew.
+  /// Clears the cache and makes the pool reopen its databases.
   // -reinit
   void reinit();
   // -pool
   const std::shared_ptr<WVDBPool>& pool() const noexcept { return services_.pool; }
 
-  /// Runs the block on the main queue as soon as no refresh is pending.
+  /// Runs the block on the main queue once no refresh is pending.
   void performWhenIdle(platform::Block block);
 
  private:
@@ -139,14 +145,13 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   using Folders = std::unordered_map<std::string, Statuses, platform::StringHash, std::equal_to<>>;
   using Usage = std::list<std::string>;
 
-  /// Folders at the front of the usage list that stay in the cache.
   static constexpr std::size_t kMaxFolders = 800;
 
-  struct Found {
+  struct CacheEntry {
     std::string word;
     platform::Date creationDate;
   };
-  std::optional<Found> find(const std::string& path) const;
+  std::optional<CacheEntry> find(const std::string& path) const;
   Statuses statusesOf(std::string_view folder) const;
 
   void refresh(const std::string& path, const std::string& folder);
@@ -161,23 +166,23 @@ class WVIconProvider : public std::enable_shared_from_this<WVIconProvider> {
   void touch(const std::string& folder) REQUIRES(lock_);
   void trim(std::vector<Statuses>& evicted) REQUIRES(lock_);
   void refreshEnded(const std::string& folder);
-  void forgetEverything();
-  void endedPending();
+  void clearCaches();
+  void runIdleBlocksIfIdle();
 
   platform::Id nodeOf(const TFENode& reference) const;
 
   const WVIconProviderServices services_;
   const BadgeImages images_;
-  const std::shared_ptr<platform::Class> FINodeClass;  // the host's, if it has it
+  const std::shared_ptr<platform::Class> FINodeClass;  // null if the host has no such class
   std::atomic<bool> turnedOn_{false};
 
   const std::shared_ptr<platform::Queue> support_queue_;
-  std::unordered_set<std::string> args_;   // on support_queue: folders that are pending
-  std::vector<platform::Block> whenIdle_;  // on support_queue
+  std::unordered_set<std::string> args_;   // confined to support_queue: pending folders
+  std::vector<platform::Block> whenIdle_;  // confined to support_queue
 
   mutable platform::Mutex lock_;
   Folders dictionaryForFolder_ GUARDED_BY(lock_);
-  Usage usageList_ GUARDED_BY(lock_);  // the most recently refreshed first
+  Usage usageList_ GUARDED_BY(lock_);  // most recently refreshed first
   std::unordered_map<std::string, Usage::iterator> usagePlaces_ GUARDED_BY(lock_);
 
   platform::Mutex views_;

@@ -21,11 +21,11 @@ class ProviderImagesTest : public testing::Test {
   Id nodeOf(const std::string& name) { return badged.host.recording.makeNode(badged.item(name)); }
 
   BadgedHost badged;
-  WVIconProvider& provider = *badged.provider;
+  WVIconProvider& provider = *badged.engine.provider;
   const BadgeImages& images = provider.images();
 };
 
-TEST_F(ProviderImagesTest, AFlippedContextGetsTheUnflippedImageAndTheOtherWayRound) {
+TEST_F(ProviderImagesTest, AFlippedContextGetsTheUnflippedImageAndViceVersa) {
   EXPECT_EQ(image("green", false), images.greenImageFlipped);
   EXPECT_EQ(image("green", true), images.greenImage);
   EXPECT_EQ(image("blue", false), images.blueImageFlipped);
@@ -34,7 +34,7 @@ TEST_F(ProviderImagesTest, AFlippedContextGetsTheUnflippedImageAndTheOtherWayRou
   EXPECT_EQ(image("red", true), images.redImage);
 }
 
-TEST_F(ProviderImagesTest, EveryImageIsThereWithACopyThatIsFlippedAndARendering) {
+TEST_F(ProviderImagesTest, EveryImageHasAFlippedCopyAndARendering) {
   for (const auto& [image, flipped, small] :
        {std::tuple{images.redImage, images.redImageFlipped, images.red},
         std::tuple{images.greenImage, images.greenImageFlipped, images.green},
@@ -68,12 +68,12 @@ TEST_F(ProviderImagesTest, AnItemWithoutAWordHasNoImage) {
   EXPECT_EQ(image("plain", true), nullptr);
 }
 
-TEST_F(ProviderImagesTest, AnItemThatCannotBeReadHasTheEmptyWordAndNoImage) {
+TEST_F(ProviderImagesTest, AnUnreadableItemHasTheEmptyWordAndNoImage) {
   EXPECT_EQ(provider.colorFor(ItemURL(badged.item("absent"))), "");
   EXPECT_EQ(image("absent", false), nullptr);
 }
 
-TEST_F(ProviderImagesTest, AnImageIsTheProvidersOwnSoThatAChangedFlagIsSeenByTheNextCaller) {
+TEST_F(ProviderImagesTest, AnImageIsNotACopySoTheNextCallerSeesAChangedFlag) {
   image("green", false)->setFlipped(false);
   EXPECT_FALSE(image("green", false)->isFlipped());
   EXPECT_EQ(image("green", false), images.greenImageFlipped);
@@ -88,7 +88,7 @@ TEST_F(ProviderImagesTest, EveryKindOfCellGetsTheFlippedCopy) {
   EXPECT_EQ(provider.iconForDesktopCell(desktop), images.greenImageFlipped);
 }
 
-TEST_F(ProviderImagesTest, WithBadgesOffEveryKindOfCellGetsNoneAndNoViewIsRemembered) {
+TEST_F(ProviderImagesTest, WithBadgesOffNoCellGetsAnImageAndNoViewIsStored) {
   const auto list = badged.host.makeListCell(badged.item("green"));
   const auto desktop = badged.host.makeDesktopIcon(badged.item("green"), {0, 0, 64, 64});
   provider.setTurnedOn(false);
@@ -99,25 +99,25 @@ TEST_F(ProviderImagesTest, WithBadgesOffEveryKindOfCellGetsNoneAndNoViewIsRememb
   EXPECT_EQ(provider.imageForFINode(nodeOf("green"), list->view, true), nullptr);
   badged.volume.database.setSynchronized("1", std::nullopt);
   provider.updateCacheForPath(badged.item("green"));
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(std::dynamic_pointer_cast<View>(list->view)->redraws, 0);
   EXPECT_EQ(desktop->redraws, 0);
 }
 
-TEST_F(ProviderImagesTest, WithBadgesOffTheCacheIsNotAsked) {
+TEST_F(ProviderImagesTest, WithBadgesOffNoRefreshIsQueued) {
   provider.setTurnedOn(false);
-  badged.clock.advance(std::chrono::seconds(60));
-  badged.dispatch.runAll();
+  badged.engine.clock.advance(std::chrono::seconds(60));
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(provider.iconForCell(badged.host.makeListCell(badged.item("green"))), nullptr);
-  EXPECT_EQ(badged.dispatch.serialQueues("support_queue").back()->pending(), 0U);
+  EXPECT_EQ(badged.engine.dispatch.serialQueues("support_queue").back()->pending(), 0U);
 }
 
-TEST_F(ProviderImagesTest, TheViewThatAListCellIsInIsRedrawnWhenTheWordChanges) {
+TEST_F(ProviderImagesTest, TheViewOfAListCellIsRedrawnWhenTheWordChanges) {
   const auto list = badged.host.makeListCell(badged.item("green"));
   provider.iconForCell(list);
   badged.volume.database.setSynchronized("1", std::nullopt);
   provider.updateCacheForPath(badged.item("green"));
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(std::dynamic_pointer_cast<View>(list->view)->redraws, 1);
   EXPECT_EQ(provider.iconForCell(list), images.blueImageFlipped);
 }
@@ -127,17 +127,17 @@ TEST_F(ProviderImagesTest, TheViewOfADesktopIconIsTheIconItself) {
   provider.iconForDesktopCell(desktop);
   badged.volume.database.setSynchronized("1", std::nullopt);
   provider.updateCacheForPath(badged.item("green"));
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(desktop->redraws, 1);
 }
 
-TEST_F(ProviderImagesTest, ACellOfAnIconViewHasNoViewToRemember) {
+TEST_F(ProviderImagesTest, AnIconViewCellStoresNoView) {
   const auto list = badged.host.makeListCell(badged.item("green"));
   provider.iconForCell(list);
   provider.imageForBrowserCell(badged.host.makeIconCell(badged.item("green"), {64, 64}));
   badged.volume.database.setSynchronized("1", std::nullopt);
   provider.updateCacheForPath(badged.item("green"));
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(std::dynamic_pointer_cast<View>(list->view)->redraws, 1) << "the list's view stays";
 }
 
@@ -149,7 +149,7 @@ TEST_F(ProviderImagesTest, ANodeWithoutAURLHasNoImage) {
   EXPECT_EQ(provider.pathForNode(&reference), std::nullopt);
 }
 
-TEST_F(ProviderImagesTest, PathForNodeIsTheURLOfTheNodeAndNotAText) {
+TEST_F(ProviderImagesTest, PathForNodeIsTheURLOfTheNode) {
   const auto reference = badged.host.recording.referenceTo(badged.item("green"));
   EXPECT_EQ(provider.pathForNode(&reference), ItemURL(badged.item("green")));
   EXPECT_EQ(provider.pathForNode(nullptr), std::nullopt);
@@ -174,15 +174,13 @@ TEST_F(ProviderImagesTest, RemoveCellDoesNothing) {
   EXPECT_EQ(provider.iconForCell(list), images.greenImageFlipped);
 }
 
-TEST(ProviderMissingImagesTest, AMissingFileLeavesItsWordWithoutABadgeAndTheOthersWithTheirs) {
+TEST(ProviderMissingImagesTest, AMissingFileLeavesOnlyItsWordWithoutABadge) {
   BadgedHost badged;
   badged.installed.removePicture("ok.icns");
-  const auto provider =
-      WVIconProvider::init({badged.clock, badged.dispatch, badged.tools, badged.pool,
-                            badged.host.runtime(), badged.installed.paths});
+  const auto provider = badged.engine.makeProvider();
   provider->setTurnedOn(true);
   provider->colorFor(ItemURL(badged.item("green")));
-  badged.dispatch.runAll();
+  badged.engine.dispatch.runAll();
   EXPECT_EQ(provider->colorFor(ItemURL(badged.item("green"))), "green");
   EXPECT_EQ(provider->imageForPath(ItemURL(badged.item("green")), false), nullptr);
   EXPECT_EQ(provider->imageForPath(ItemURL(badged.item("green")), true), nullptr);
@@ -194,7 +192,7 @@ TEST(ProviderMissingImagesTest, WithoutAnInstalledBundleThereAreNoBadges) {
   BadgedHost badged({}, false);
   badged.settle();
   for (const char* name : {"green", "blue", "red"})
-    EXPECT_EQ(badged.provider->imageForPath(ItemURL(badged.item(name)), false), nullptr);
+    EXPECT_EQ(badged.engine.provider->imageForPath(ItemURL(badged.item(name)), false), nullptr);
 }
 
 TEST(ProviderMissingImagesTest, WithoutTheHostsNodesListsAndDesktopHaveNoBadges) {
@@ -202,8 +200,9 @@ TEST(ProviderMissingImagesTest, WithoutTheHostsNodesListsAndDesktopHaveNoBadges)
   classes.nodes = false;
   BadgedHost badged(classes);
   badged.settle();
-  EXPECT_EQ(badged.provider->iconForCell(badged.host.makeListCell(badged.item("green"))), nullptr);
-  EXPECT_EQ(badged.provider->iconForDesktopCell(
+  EXPECT_EQ(badged.engine.provider->iconForCell(badged.host.makeListCell(badged.item("green"))),
+            nullptr);
+  EXPECT_EQ(badged.engine.provider->iconForDesktopCell(
                 badged.host.makeDesktopIcon(badged.item("green"), {0, 0, 64, 64})),
             nullptr);
 }

@@ -11,12 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/finder_bundle/OperationQueue/WVPerformSelectorOperation.h"
-#include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/GLibDispatch.h"
-#include "Tests/Doubles/ManualDispatch.h"
-#include "Tests/Doubles/ManualUnmountApprovals.h"
-#include "Tests/Doubles/ManualVolumes.h"
-#include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Engine/EngineUnderTest.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
@@ -26,13 +21,15 @@ namespace {
 namespace fs = std::filesystem;
 using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""s;
+using testing_host::EngineUnderTest;
 using testing_host::SyncDatabase;
+using testing_host::ThreadedEngineUnderTest;
 using Word = WVIconProvider::Word;
 
 constexpr const char* kSynced = SyncDatabase::kSynchronized;
 constexpr const char* kTop = SyncDatabase::kTop;
 
-/// A folder whose path has no capitals: only such paths are redrawn when they are listed.
+/// A temporary folder with a lower-case path: listed paths match lower-cased item paths only.
 class LowerCaseFolder {
  public:
   LowerCaseFolder() {
@@ -54,67 +51,58 @@ class LowerCaseFolder {
   std::string path_;
 };
 
-/// The provider on one volume, in virtual time, inside a recording host.
+/// A provider on one volume, in virtual time, inside a recording host.
 class ProviderTest : public testing::Test {
  protected:
   ProviderTest() {
     fs::create_directories(volume);
-    volumes.volumes.push_back({volume, "ext4"});
+    engine.volumes.volumes.push_back({volume, "ext4"});
     database.addTop();
-    pool->setAccountId("1");
   }
   std::string databaseOf(const std::string& mount) { return mount + "/Wevora-Account-1.db"; }
   void touch(const std::string& name) { std::ofstream(volume + "/" + name) << "x"; }
-  /// A file of the volume with its row, at the top.
+  /// Creates a file in the volume's root, with its row.
   std::string addFile(const std::string& name, const SyncDatabase::Text& synchronized) {
     touch(name);
     database.addFile(name, kTop, name, synchronized);
     return volume + "/" + name;
   }
-  Word draw(const std::string& path) { return provider->colorFor(ItemURL(path)); }
-  /// Draws, lets the refreshes end, draws again.
-  Word settled(const std::string& path) {
+  Word draw(const std::string& path) { return engine.provider->colorFor(ItemURL(path)); }
+  /// Draws, runs all refreshes, draws again.
+  Word drawRefreshed(const std::string& path) {
     draw(path);
-    dispatch.runAll();
+    engine.dispatch.runAll();
     return draw(path);
   }
-  platform::ManualOperationQueue& queue() { return dispatch.lastOperationQueue(); }
-  /// Lets requests reach the operation queue, and runs none of them.
-  void queueRequests() { dispatch.serialQueues("support_queue").back()->runAll(); }
+  platform::ManualOperationQueue& queue() { return engine.dispatch.lastOperationQueue(); }
+  /// Moves requests to the operation queue without running them.
+  void queueRequests() { engine.dispatch.serialQueues("support_queue").back()->runAll(); }
 
   LowerCaseFolder folder;
   std::string volume = folder.path() + "/volume";
-  platform::ManualVolumes volumes;
   testing_host::RecordingHost host;
-  platform::SystemClock systemClock;
-  platform::SqliteDatabases databases{systemClock};
-  platform::ManualUnmountApprovals approvals;
-  platform::VirtualClock clock;
-  platform::ManualDispatch dispatch{clock};
-  WVFinderTools tools{host.runtime, dispatch.mainQueue(), clock};
   SyncDatabase database{(fs::create_directories(volume), databaseOf(volume))};
-  std::shared_ptr<WVDBPool> pool = WVDBPool::init({databases, dispatch, volumes, approvals});
-  std::shared_ptr<WVIconProvider> provider = WVIconProvider::init({clock, dispatch, tools, pool});
+  EngineUnderTest engine{{.runtime = &host.runtime, .accountId = "1"}};
 };
 
 // --- Words ---------------------------------------------------------------------------------------
 
-TEST_F(ProviderTest, ItemsAreGreenBlueOrRedOnceTheirFolderWasRead) {
+TEST_F(ProviderTest, ItemsAreGreenBlueOrRedOnceTheirFolderIsRefreshed) {
   const auto done = addFile("done", kSynced);
   const auto waiting = addFile("waiting", std::nullopt);
   fs::create_directory(volume + "/sub");
   database.addFolder("sub", kTop, "sub");
   EXPECT_EQ(draw(done), std::nullopt);
-  dispatch.runAll();
+  engine.dispatch.runAll();
   EXPECT_EQ(draw(done), "green");
   EXPECT_EQ(draw(waiting), "blue");
   EXPECT_EQ(draw(volume + "/sub"), "red");
 }
 
-/// A main thread that is always idle: what it is given has run when the giver goes on.
-class IdleMainThread : public platform::Dispatch {
+/// A main queue that runs each block immediately, inside async().
+class ImmediateMainQueue : public platform::Dispatch {
  public:
-  explicit IdleMainThread(platform::Dispatch& others) : others_(others) {}
+  explicit ImmediateMainQueue(platform::Dispatch& others) : others_(others) {}
   platform::Queue& mainQueue() override { return main_; }
   std::shared_ptr<platform::Queue> serialQueue(std::string_view name) override {
     return others_.serialQueue(name);
@@ -124,7 +112,7 @@ class IdleMainThread : public platform::Dispatch {
   }
 
  private:
-  class AtOnce : public platform::Queue {
+  class Immediate : public platform::Queue {
    public:
     void async(platform::Block block) override { block(); }
     std::shared_ptr<platform::DelayedBlock> after(std::chrono::nanoseconds,
@@ -133,13 +121,13 @@ class IdleMainThread : public platform::Dispatch {
     }
   };
   platform::Dispatch& others_;
-  AtOnce main_;
+  Immediate main_;
 };
 
-TEST_F(ProviderTest, AViewThatDrawsAsSoonAsItIsAskedHasItsNewWord) {
-  IdleMainThread idle(dispatch);
-  WVFinderTools idleTools(host.runtime, idle.mainQueue(), clock);
-  const auto eager = WVIconProvider::init({clock, idle, idleTools, pool});
+TEST_F(ProviderTest, AViewThatRedrawsAtOnceReadsTheNewWordFromTheCache) {
+  ImmediateMainQueue immediate(engine.dispatch);
+  WVFinderTools immediateTools(host.runtime, immediate.mainQueue(), engine.clock);
+  const auto eager = WVIconProvider::init({engine.clock, immediate, immediateTools, engine.pool});
   const auto item = addFile("item", kSynced);
   Word drawn;
   const auto viewClass = host.runtime.registerClass("EagerView");
@@ -150,52 +138,52 @@ TEST_F(ProviderTest, AViewThatDrawsAsSoonAsItIsAskedHasItsNewWord) {
       "v@:B");
   eager->setView(std::make_shared<platform::Object>(*viewClass), item);
   eager->colorFor(ItemURL(item));
-  dispatch.runAll();
+  engine.dispatch.runAll();
   EXPECT_EQ(drawn, "green");
 }
 
 TEST_F(ProviderTest, AFolderIsRedEvenWhenItIsBackedUp) {
   fs::create_directory(volume + "/sub");
   database.addFolder("sub", kTop, "sub", kSynced);
-  EXPECT_EQ(settled(volume + "/sub"), "red");
+  EXPECT_EQ(drawRefreshed(volume + "/sub"), "red");
 }
 
-TEST_F(ProviderTest, AnUnreadableItemIsEmptyEvenWhenAWordIsKnown) {
+TEST_F(ProviderTest, AnUnreadableItemIsEmptyEvenWhenItsWordIsCached) {
   const auto path = addFile("file", kSynced);
-  EXPECT_EQ(settled(path), "green");
+  EXPECT_EQ(drawRefreshed(path), "green");
   fs::remove(path);
   EXPECT_EQ(draw(path), "");
 }
 
 TEST_F(ProviderTest, AnItemWithoutARowHasNoWord) {
   touch("unknown");
-  EXPECT_EQ(settled(volume + "/unknown"), std::nullopt);
+  EXPECT_EQ(drawRefreshed(volume + "/unknown"), std::nullopt);
 }
 
-TEST_F(ProviderTest, ARowWithoutANameGivesNoEntryToOthers) {
+TEST_F(ProviderTest, ARowWithoutANameAddsNoCacheEntryForOtherItems) {
   touch("named");
   database.addRow("x", std::string(kTop), false, std::nullopt, "named", std::nullopt);
-  EXPECT_EQ(settled(volume + "/named"), std::nullopt);
+  EXPECT_EQ(drawRefreshed(volume + "/named"), std::nullopt);
 }
 
 TEST_F(ProviderTest, TheBootVolumesRootIsEmptyWithoutRules) {
   EXPECT_EQ(draw("/"), "");
-  EXPECT_EQ(provider->pathTypeForPath(ItemURL("/")), WVPathTypeNone);
+  EXPECT_EQ(engine.provider->pathTypeForPath(ItemURL("/")), WVPathTypeNone);
 }
 
 TEST_F(ProviderTest, TheBootVolumesRootIsRedWhileItsDatabaseHasAnIncludedRule) {
-  // The database of "/" is taken out of the machine's root by the account's name.
+  // The account's name moves the database of "/" out of the root folder.
   SyncDatabase boot(folder.path() + "/boot.db");
   boot.addTop();
   boot.addRule("users");
-  pool->setAccountId("/.." + folder.path() + "/boot");
+  engine.pool->setAccountId("/.." + folder.path() + "/boot");
   EXPECT_EQ(draw("/"), "") << "the rules are not read yet";
-  dispatch.runAll();
-  EXPECT_EQ(provider->pathTypeForPath(ItemURL("/")), WVPathTypeRuleFolder);
+  engine.dispatch.runAll();
+  EXPECT_EQ(engine.provider->pathTypeForPath(ItemURL("/")), WVPathTypeRuleFolder);
   EXPECT_EQ(draw("/"), "red");
   boot.writer.runScript("UPDATE fscr SET exclude=1");
-  dispatch.advance(2s);
-  EXPECT_EQ(provider->pathTypeForPath(ItemURL("/")), WVPathTypeNone);
+  engine.dispatch.advance(2s);
+  EXPECT_EQ(engine.provider->pathTypeForPath(ItemURL("/")), WVPathTypeNone);
   EXPECT_EQ(draw("/"), "");
 }
 
@@ -203,10 +191,10 @@ TEST_F(ProviderTest, TheBootVolumesRootIsRedWhileItsDatabaseHasAnIncludedRule) {
 
 class PathTypeTest : public ProviderTest {
  protected:
-  /// The type of an item of the volume, by the accessor of its volume.
+  /// The type of an item, by its volume's accessor.
   WVPathType typeOf(const std::string& name) {
-    const auto accessor = pool->accessorWithPath(volume);
-    dispatch.runAll();
+    const auto accessor = engine.pool->accessorWithPath(volume);
+    engine.dispatch.runAll();
     return WVIconProvider::pathTypeForPath(ItemURL(volume + "/" + name), accessor.get());
   }
   void makeFile(const std::string& name) {
@@ -215,19 +203,19 @@ class PathTypeTest : public ProviderTest {
   }
 };
 
-TEST_F(PathTypeTest, AnExcludedRulesOwnFolderIsARuleFolder) {
+TEST_F(PathTypeTest, TheFolderOfAnExcludedRuleIsARuleFolder) {
   fs::create_directory(volume + "/private");
   database.addRule("private", true);
   EXPECT_EQ(typeOf("private"), WVPathTypeRuleFolder);
 }
 
-TEST_F(PathTypeTest, AFolderThatHoldsARulesFolderIsARuleFolder) {
+TEST_F(PathTypeTest, AnAncestorOfARulesFolderIsARuleFolder) {
   fs::create_directories(volume + "/users/x/docs");
   database.addRule("users/x/docs");
   EXPECT_EQ(typeOf("users"), WVPathTypeRuleFolder);
 }
 
-TEST_F(PathTypeTest, TheLastMatchingRuleOfAListCountsNotTheLongest) {
+TEST_F(PathTypeTest, TheLastMatchingRuleOfAListWinsNotTheLongest) {
   makeFile("a/b/c/file");
   database.addRule("a");
   database.addRule("a/b/c");
@@ -235,11 +223,11 @@ TEST_F(PathTypeTest, TheLastMatchingRuleOfAListCountsNotTheLongest) {
   EXPECT_EQ(typeOf("a/b/c/file"), WVPathTypeIncluded);
   database.writer.runScript("DELETE FROM fscr WHERE root_folder='a'");
   database.addRule("a");
-  dispatch.advance(2s);
+  engine.dispatch.advance(2s);
   EXPECT_EQ(typeOf("a/b/c/file"), WVPathTypeNone);
 }
 
-TEST_F(PathTypeTest, WhatIsNotTouchedAbsentOrWithoutRulesIsNone) {
+TEST_F(PathTypeTest, AnItemOutsideAllRulesOrAbsentOrWithoutAnAccessorHasTypeNone) {
   makeFile("docs/file");
   makeFile("other/file");
   database.addRule("docs");
@@ -250,18 +238,18 @@ TEST_F(PathTypeTest, WhatIsNotTouchedAbsentOrWithoutRulesIsNone) {
             WVPathTypeNone);
 }
 
-TEST_F(PathTypeTest, GoesThroughThePoolsAccessorAndIsNoneForWhatIsUnreadable) {
+TEST_F(PathTypeTest, UsesThePoolsAccessorAndIsNoneForAnUnreadableItem) {
   makeFile("docs/file");
   database.addRule("docs");
-  pool->accessorWithPath(volume);
-  dispatch.runAll();
-  EXPECT_EQ(provider->pathTypeForPath(ItemURL(volume + "/docs/file")), WVPathTypeIncluded);
-  EXPECT_EQ(provider->pathTypeForPath(ItemURL(volume + "/docs/absent")), WVPathTypeNone);
+  engine.pool->accessorWithPath(volume);
+  engine.dispatch.runAll();
+  EXPECT_EQ(engine.provider->pathTypeForPath(ItemURL(volume + "/docs/file")), WVPathTypeIncluded);
+  EXPECT_EQ(engine.provider->pathTypeForPath(ItemURL(volume + "/docs/absent")), WVPathTypeNone);
 }
 
-// --- Requests ------------------------------------------------------------------------------------
+// --- Folder refreshes ----------------------------------------------------------------------------
 
-TEST_F(ProviderTest, AMissingEntryIsReadWithVeryHighPriority) {
+TEST_F(ProviderTest, AMissingEntryQueuesAFolderRefreshWithVeryHighPriority) {
   draw(addFile("file", kSynced));
   queueRequests();
   ASSERT_EQ(queue().operationCount(), 1U);
@@ -269,14 +257,14 @@ TEST_F(ProviderTest, AMissingEntryIsReadWithVeryHighPriority) {
   EXPECT_EQ(queue().next()->threadPriority(), 0.3);
 }
 
-TEST_F(ProviderTest, AnEntryOfFourSecondsIsFreshAndAnOlderOneIsReadWithLowPriority) {
+TEST_F(ProviderTest, AnEntryOfFourSecondsIsFreshAndAStaleOneQueuesAFolderRefreshWithLowPriority) {
   const auto path = addFile("file", kSynced);
-  EXPECT_EQ(settled(path), "green");
-  clock.advance(4000ms);
+  EXPECT_EQ(drawRefreshed(path), "green");
+  engine.clock.advance(4000ms);
   EXPECT_EQ(draw(path), "green");
   queueRequests();
   EXPECT_EQ(queue().operationCount(), 0U);
-  clock.advance(1ms);
+  engine.clock.advance(1ms);
   EXPECT_EQ(draw(path), "green");
   queueRequests();
   ASSERT_EQ(queue().operationCount(), 1U);
@@ -284,10 +272,10 @@ TEST_F(ProviderTest, AnEntryOfFourSecondsIsFreshAndAnOlderOneIsReadWithLowPriori
   EXPECT_EQ(queue().next()->threadPriority(), 0.1);
 }
 
-TEST_F(ProviderTest, AnOldEntryIsNotReadWhileEightRefreshesAreUnfinished) {
+TEST_F(ProviderTest, AStaleEntryQueuesNoRefreshWhileEightRefreshesAreUnfinished) {
   const auto path = addFile("file", kSynced);
-  EXPECT_EQ(settled(path), "green");
-  clock.advance(5s);
+  EXPECT_EQ(drawRefreshed(path), "green");
+  engine.clock.advance(5s);
   for (int i = 0; i < 8; ++i) {
     fs::create_directory(volume + "/" + std::to_string(i));
     draw(volume + "/" + std::to_string(i) + "/..");  // readable; its folder is not cached
@@ -300,10 +288,10 @@ TEST_F(ProviderTest, AnOldEntryIsNotReadWhileEightRefreshesAreUnfinished) {
   EXPECT_TRUE(queue().runNext());
   draw(path);
   queueRequests();
-  EXPECT_EQ(queue().operationCount(), 8U) << "with seven unfinished it is queued";
+  EXPECT_EQ(queue().operationCount(), 8U) << "queued while seven are unfinished";
 }
 
-TEST_F(ProviderTest, AMissingEntryIsReadHoweverLongTheQueueIs) {
+TEST_F(ProviderTest, AMissingEntryQueuesARefreshHoweverLongTheQueueIs) {
   for (int i = 0; i < 20; ++i) {
     fs::create_directory(volume + "/" + std::to_string(i));
     draw(volume + "/" + std::to_string(i) + "/..");
@@ -313,8 +301,8 @@ TEST_F(ProviderTest, AMissingEntryIsReadHoweverLongTheQueueIs) {
 }
 
 TEST_F(ProviderTest, TwoDrawsInOneFolderQueueOneRefreshAndThePendingOneKeepsItsPriority) {
-  provider->addOperationWithFolderName(volume + "/a", -4, 0.1);
-  provider->addOperationWithFolderName(volume + "/b", 8, 0.3);
+  engine.provider->addOperationWithFolderName(volume + "/a", -4, 0.1);
+  engine.provider->addOperationWithFolderName(volume + "/b", 8, 0.3);
   queueRequests();
   ASSERT_EQ(queue().operationCount(), 1U);
   EXPECT_EQ(queue().next()->queuePriority(), -4);
@@ -322,67 +310,67 @@ TEST_F(ProviderTest, TwoDrawsInOneFolderQueueOneRefreshAndThePendingOneKeepsItsP
       std::dynamic_pointer_cast<WVPerformSelectorOperation<WVIconProvider, std::string>>(
           queue().next());
   ASSERT_TRUE(operation);
-  EXPECT_EQ(operation->arg(), volume + "/a") << "the item, not its folder";
+  EXPECT_EQ(operation->arg(), volume + "/a") << "the item's path, not its folder's";
 }
 
-TEST_F(ProviderTest, AFolderCanBeQueuedAgainOnceItsRefreshHasEnded) {
-  provider->addOperationWithFolderName(volume + "/a", 8, 0.3);
-  dispatch.runAll();
-  provider->addOperationWithFolderName(volume + "/a", 8, 0.3);
+TEST_F(ProviderTest, AFolderCanBeRefreshedAgainOnceItsRefreshHasEnded) {
+  engine.provider->addOperationWithFolderName(volume + "/a", 8, 0.3);
+  engine.dispatch.runAll();
+  engine.provider->addOperationWithFolderName(volume + "/a", 8, 0.3);
   queueRequests();
   EXPECT_EQ(queue().operationCount(), 1U);
 }
 
-TEST_F(ProviderTest, ARequestWithoutAPathIsNone) {
-  provider->addOperationWithFolderName(std::nullopt, 8, 0.3);
+TEST_F(ProviderTest, ARequestWithoutAPathQueuesNoRefresh) {
+  engine.provider->addOperationWithFolderName(std::nullopt, 8, 0.3);
   queueRequests();
   EXPECT_EQ(queue().operationCount(), 0U);
 }
 
-TEST_F(ProviderTest, ARefreshThatEndsWithAnExceptionDoesNotLeaveItsFolderPending) {
+TEST_F(ProviderTest, ARefreshThatThrowsDoesNotLeaveItsFolderPending) {
   fs::create_directories(volume + "/twice/sub");
   touch("twice/sub/file");
   database.addFolder("1", kTop, "twice");
   database.addFolder("2", kTop, "twice");
   const auto path = volume + "/twice/sub/file";
-  EXPECT_EQ(settled(path), std::nullopt);
-  dispatch.runAll();
+  EXPECT_EQ(drawRefreshed(path), std::nullopt);
+  engine.dispatch.runAll();
   database.removeRow("2");
   database.addFolder("s", "1", "sub");
   database.addFile("f", "s", "file", kSynced);
-  EXPECT_EQ(settled(path), "green");
+  EXPECT_EQ(drawRefreshed(path), "green");
 }
 
-TEST_F(ProviderTest, WhatWaitsForIdleRunsWhenNoRefreshIsPending) {
+TEST_F(ProviderTest, AnIdleBlockRunsWhenNoRefreshIsPending) {
   bool idle = false;
   draw(addFile("file", kSynced));
   queueRequests();
-  provider->performWhenIdle([&] { idle = true; });
+  engine.provider->performWhenIdle([&] { idle = true; });
   queueRequests();
-  dispatch.manualMainQueue().runAll();
+  engine.dispatch.manualMainQueue().runAll();
   EXPECT_FALSE(idle);
-  dispatch.runAll();
+  engine.dispatch.runAll();
   EXPECT_TRUE(idle);
   idle = false;
-  provider->performWhenIdle([&] { idle = true; });
-  dispatch.runAll();
+  engine.provider->performWhenIdle([&] { idle = true; });
+  engine.dispatch.runAll();
   EXPECT_TRUE(idle);
 }
 
-// --- Redraws -------------------------------------------------------------------------------------
+// --- Redraws after a refresh ---------------------------------------------------------------------
 
-TEST_F(ProviderTest, AWordThatChangesRedrawsTheStoredViewOnceAndListsThePathOnce) {
+TEST_F(ProviderTest, ARefreshThatChangesAWordRedrawsTheStoredViewOnceAndListsThePathOnce) {
   const auto path = addFile("file", std::nullopt);
   const auto same = addFile("same", std::nullopt);
-  EXPECT_EQ(settled(path), "blue");
+  EXPECT_EQ(drawRefreshed(path), "blue");
   const auto browser = host.addBrowserWindow({path, same});
   const auto view = host.makeView();
   const auto other = host.makeView();
-  provider->setView(view, path);
-  provider->setView(other, same);
+  engine.provider->setView(view, path);
+  engine.provider->setView(other, same);
   database.setSynchronized("file", kSynced);
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(draw(path), "green");
   EXPECT_EQ(view->redraws, 1);
   EXPECT_EQ(other->redraws, 0);
@@ -391,68 +379,91 @@ TEST_F(ProviderTest, AWordThatChangesRedrawsTheStoredViewOnceAndListsThePathOnce
   EXPECT_EQ(browser->items[1].controlView->redraws, 0);
 }
 
-TEST_F(ProviderTest, AWordThatStaysRedrawsNothing) {
+TEST_F(ProviderTest, ARefreshThatChangesNoWordRedrawsNothing) {
   const auto path = addFile("file", kSynced);
-  EXPECT_EQ(settled(path), "green");
+  EXPECT_EQ(drawRefreshed(path), "green");
   const auto browser = host.addBrowserWindow({path});
   const auto view = host.makeView();
-  provider->setView(view, path);
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->setView(view, path);
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(view->redraws, 0);
   EXPECT_EQ(browser->view->redraws, 0);
 }
 
-TEST_F(ProviderTest, AViewIsForgottenOnceItWasRedrawn) {
+TEST_F(ProviderTest, AViewIsForgottenOnceARefreshHasRedrawnIt) {
   const auto path = addFile("file", std::nullopt);
   const auto view = host.makeView();
-  provider->setView(view, path);
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->setView(view, path);
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(view->redraws, 1);
   EXPECT_EQ(view.use_count(), 1);
   database.setSynchronized("file", kSynced);
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(view->redraws, 1);
-  provider->setView(view, path);
+  engine.provider->setView(view, path);
   database.setSynchronized("file", std::nullopt);
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(view->redraws, 2);
 }
 
-TEST_F(ProviderTest, ALayerIsRedrawnBehindAReloadOfTheDesktop) {
+TEST_F(ProviderTest, ALayerIsRedrawnAfterADesktopReload) {
   const auto path = addFile("file", std::nullopt);
   const auto layer = host.makeLayer();
-  provider->setView(layer, path);
-  provider->updateCacheForPath(path);
-  EXPECT_EQ(layer->redraws, 0) << "not on the refreshing thread";
-  dispatch.runAll();
+  engine.provider->setView(layer, path);
+  engine.provider->updateCacheForPath(path);
+  EXPECT_EQ(layer->redraws, 0) << "not on the worker thread";
+  engine.dispatch.runAll();
   EXPECT_EQ(layer->redraws, 1);
   EXPECT_EQ(host.desktopReloads, 1);
 }
 
-TEST_F(ProviderTest, AViewOrAPathThatIsNoneIsNotStored) {
+TEST_F(ProviderTest, ANullViewOrPathIsNotStored) {
   const auto view = host.makeView();
-  provider->setView(view, std::nullopt);
-  provider->setView(nullptr, volume + "/file");
+  engine.provider->setView(view, std::nullopt);
+  engine.provider->setView(nullptr, volume + "/file");
   EXPECT_EQ(view.use_count(), 1);
 }
 
-TEST_F(ProviderTest, ReportingACellThatWentAwayDoesNothing) {
+/// A view whose destructor calls the provider.
+class CallingView : public platform::Object {
+ public:
+  CallingView(platform::Class& isa, WVIconProvider& provider, platform::Id stored)
+      : Object(isa), provider_(provider), stored_(std::move(stored)) {}
+  ~CallingView() override { provider_.setView(stored_, "/stored by a destructor"); }
+  CallingView(const CallingView&) = delete;
+  CallingView& operator=(const CallingView&) = delete;
+
+ private:
+  WVIconProvider& provider_;
+  platform::Id stored_;
+};
+
+TEST_F(ProviderTest, AReplacedViewIsReleasedOutsideTheLock) {
+  const auto viewClass = host.runtime.registerClass("CallingView");
+  const auto stored = host.makeView();
+  engine.provider->setView(std::make_shared<CallingView>(*viewClass, *engine.provider, stored),
+                           volume + "/file");
+  engine.provider->setView(host.makeView(), volume + "/file");
+  EXPECT_EQ(stored.use_count(), 2) << "this test and the provider";
+}
+
+TEST_F(ProviderTest, RemovingACellDoesNotForgetItsView) {
   const auto path = addFile("file", std::nullopt);
   const auto view = host.makeView();
-  provider->setView(view, path);
-  provider->removeCell(view);
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->setView(view, path);
+  engine.provider->removeCell(view);
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(view->redraws, 1);
 }
 
-// --- The cache -----------------------------------------------------------------------------------
+// --- The folder cache ----------------------------------------------------------------------------
 
-TEST_F(ProviderTest, TheFolderAfterTheEightHundredthEvictsTheLeastRecentlyRefreshed) {
+TEST_F(ProviderTest, TheCacheEvictsTheLeastRecentlyRefreshedFolderBeyondEightHundred) {
   const auto name = [](int i) { return "folder " + std::to_string(i); };
   const auto item = [&](int i) { return volume + "/" + name(i) + "/item"; };
   agent_sim::DatabaseWriter::Transaction transaction(database.writer);
@@ -463,62 +474,63 @@ TEST_F(ProviderTest, TheFolderAfterTheEightHundredthEvictsTheLeastRecentlyRefres
     database.addFile("item " + std::to_string(i), name(i), "item", kSynced);
   }
   transaction.commit();
-  for (int i = 0; i < 800; ++i) provider->updateCacheForPath(item(i));
-  provider->updateCacheForPath(item(0));  // now the most recent; the next in line is the second
-  provider->updateCacheForPath(item(800));
+  for (int i = 0; i < 800; ++i) engine.provider->updateCacheForPath(item(i));
+  engine.provider->updateCacheForPath(item(0));  // now the most recent, so the second is evicted
+  engine.provider->updateCacheForPath(item(800));
   EXPECT_EQ(draw(item(1)), std::nullopt);
   EXPECT_EQ(draw(item(0)), "green");
   for (int i = 2; i <= 800; ++i) ASSERT_EQ(draw(item(i)), "green") << i;
 }
 
-TEST_F(ProviderTest, AFolderWhoseRowIsGoneLosesItsWordsWithoutRedrawsAndIsReadAtEveryDraw) {
+TEST_F(ProviderTest,
+       AFolderWhoseRowIsGoneLosesItsCachedWordsWithoutRedrawsAndIsRefreshedAtEveryDraw) {
   fs::create_directory(volume + "/sub");
   touch("sub/file");
   database.addFolder("sub", kTop, "sub");
   database.addFile("file", "sub", "file", kSynced);
   const auto path = volume + "/sub/file";
-  EXPECT_EQ(settled(path), "green");
+  EXPECT_EQ(drawRefreshed(path), "green");
   const auto browser = host.addBrowserWindow({path});
   database.removeRow("sub");
   database.removeRow("file");
-  provider->updateCacheForPath(path);
-  dispatch.runAll();
+  engine.provider->updateCacheForPath(path);
+  engine.dispatch.runAll();
   EXPECT_EQ(browser->view->redraws, 0);
   for (int draws = 0; draws < 2; ++draws) {
     EXPECT_EQ(draw(path), std::nullopt);
     queueRequests();
     ASSERT_EQ(queue().operationCount(), 1U);
     EXPECT_EQ(queue().next()->queuePriority(), 8);
-    dispatch.runAll();
+    engine.dispatch.runAll();
   }
 }
 
-TEST_F(ProviderTest, ADatabaseErrorWhileListingCountsAsNoRows) {
+TEST_F(ProviderTest, ADatabaseErrorDuringARefreshLeavesTheFolderWithoutWords) {
   const auto path = addFile("file", kSynced);
-  EXPECT_EQ(settled(path), "green");
-  // The top row is found, but its identifier breaks the query for its children.
+  EXPECT_EQ(drawRefreshed(path), "green");
+  // The top row is found, but its identifier breaks the query for the children.
   database.writer.run("UPDATE file SET file_id=? WHERE parent_id IS NULL", {std::string("it's")});
-  provider->updateCacheForPath(path);
+  engine.provider->updateCacheForPath(path);
   EXPECT_EQ(draw(path), std::nullopt);
   database.writer.run("UPDATE file SET file_id=? WHERE parent_id IS NULL", {std::string(kTop)});
-  EXPECT_EQ(settled(path), "green");
+  EXPECT_EQ(drawRefreshed(path), "green");
 }
 
 // --- Volume tops ---------------------------------------------------------------------------------
 
 class VolumeTopTest : public ProviderTest {
  protected:
-  /// A second volume, mounted at a folder.
+  /// Mounts a second volume at a folder.
   SyncDatabase mount(const std::string& at) {
     fs::create_directories(at);
-    volumes.volumes.push_back({at, "ext4"});
+    engine.volumes.volumes.push_back({at, "ext4"});
     SyncDatabase(databaseOf(at)).addTop();
     return SyncDatabase(databaseOf(at));
   }
   /// Opens the volume and reads its rules.
   void readRules(const std::string& at) {
-    pool->accessorWithPath(at);
-    dispatch.advance(2s);
+    engine.pool->accessorWithPath(at);
+    engine.dispatch.advance(2s);
   }
 };
 
@@ -526,99 +538,99 @@ TEST_F(VolumeTopTest, InAFolderWithoutADatabaseIsRedWhileItsOwnRulesIncludeSomet
   const auto top = folder.path() + "/stick";
   auto inner = mount(top);
   readRules(top);
-  EXPECT_EQ(settled(top), std::nullopt);
+  EXPECT_EQ(drawRefreshed(top), std::nullopt);
   inner.addRule("docs");
   readRules(top);
-  EXPECT_EQ(settled(top), "red");
+  EXPECT_EQ(drawRefreshed(top), "red");
   inner.writer.runScript("DELETE FROM fscr");
   inner.addRule("docs", true);
   readRules(top);
-  provider->updateCacheForPath(top);
+  engine.provider->updateCacheForPath(top);
   EXPECT_EQ(draw(top), std::nullopt);
 }
 
-TEST_F(VolumeTopTest, InAFolderWithADatabaseJoinsTheFoldersOwnWords) {
+TEST_F(VolumeTopTest, InAFolderWithADatabaseIsCachedWithTheFoldersOwnWords) {
   const auto file = addFile("file", kSynced);
   const auto top = volume + "/stick";
   auto inner = mount(top);
   inner.addRule("docs");
   readRules(top);
-  EXPECT_EQ(settled(top), "red");
+  EXPECT_EQ(drawRefreshed(top), "red");
   EXPECT_EQ(draw(file), "green");
   inner.writer.runScript("DELETE FROM fscr");
   readRules(top);
-  provider->updateCacheForPath(top);
+  engine.provider->updateCacheForPath(top);
   EXPECT_EQ(draw(top), std::nullopt);
   EXPECT_EQ(draw(file), "green");
 }
 
-TEST_F(VolumeTopTest, ARefreshForItKeepsTheFoldersOtherEntriesAndOneForAFileDropsThem) {
+TEST_F(VolumeTopTest, ARefreshForItKeepsTheFoldersOtherEntriesAndARefreshForAFileDropsThem) {
   const auto gone = addFile("gone", kSynced);
   const auto top = volume + "/stick";
   auto inner = mount(top);
   inner.addRule("docs");
   readRules(top);
-  EXPECT_EQ(settled(gone), "green");
+  EXPECT_EQ(drawRefreshed(gone), "green");
   database.removeRow("gone");
-  provider->updateCacheForPath(top);
+  engine.provider->updateCacheForPath(top);
   EXPECT_EQ(draw(gone), "green");
   EXPECT_EQ(draw(top), "red");
-  provider->updateCacheForPath(gone);
+  engine.provider->updateCacheForPath(gone);
   EXPECT_EQ(draw(gone), std::nullopt);
   EXPECT_EQ(draw(top), std::nullopt);
 }
 
-TEST_F(VolumeTopTest, AFolderOutsideAllDatabasesIsNeverEvicted) {
+TEST_F(VolumeTopTest, AFolderOutsideAllDatabasesIsNeverEvictedFromTheCache) {
   const auto top = folder.path() + "/stick";
   mount(top).addRule("docs");
   readRules(top);
-  EXPECT_EQ(settled(top), "red");
+  EXPECT_EQ(drawRefreshed(top), "red");
   for (int i = 0; i < 900; ++i)
-    provider->updateCacheForPath(volume + "/" + std::to_string(i) + "/item");
+    engine.provider->updateCacheForPath(volume + "/" + std::to_string(i) + "/item");
   EXPECT_EQ(draw(top), "red");
 }
 
-TEST_F(VolumeTopTest, AFolderWithoutADatabaseForAnItemWithoutOneHasNoWords) {
+TEST_F(VolumeTopTest, AnItemAndAFolderWithoutDatabasesHaveNoWord) {
   std::ofstream(folder.path() + "/plain") << "x";
-  EXPECT_EQ(settled(folder.path() + "/plain"), std::nullopt);
+  EXPECT_EQ(drawRefreshed(folder.path() + "/plain"), std::nullopt);
 }
 
 // --- Switch and reset ----------------------------------------------------------------------------
 
-TEST_F(ProviderTest, StartsTurnedOffAndSwitchingRedrawsAllAndForcesTheDesktop) {
-  EXPECT_FALSE(provider->turnedOn());
+TEST_F(ProviderTest, StartsTurnedOffAndSwitchingRedrawsAllWindowsAndForcesADesktopReload) {
+  EXPECT_FALSE(engine.provider->turnedOn());
   const auto browser = host.addBrowserWindow({});
-  provider->setTurnedOn(true);
-  provider->setTurnedOn(false);
-  dispatch.runAll();
-  EXPECT_FALSE(provider->turnedOn());
+  engine.provider->setTurnedOn(true);
+  engine.provider->setTurnedOn(false);
+  engine.dispatch.runAll();
+  EXPECT_FALSE(engine.provider->turnedOn());
   EXPECT_EQ(browser->view->redraws, 2);
   EXPECT_EQ(host.desktopReloads, 2);
 }
 
-TEST_F(ProviderTest, ReinitForgetsWordsViewsAndAccessors) {
+TEST_F(ProviderTest, ReinitClearsTheCacheTheViewsAndTheAccessors) {
   const auto path = addFile("file", kSynced);
-  EXPECT_EQ(settled(path), "green");
-  const auto accessor = pool->accessorWithPath(path);
+  EXPECT_EQ(drawRefreshed(path), "green");
+  const auto accessor = engine.pool->accessorWithPath(path);
   const auto view = host.makeView();
-  provider->setView(view, path);
-  provider->reinit();
-  dispatch.runAll();
+  engine.provider->setView(view, path);
+  engine.provider->reinit();
+  engine.dispatch.runAll();
   EXPECT_EQ(view.use_count(), 1);
-  EXPECT_NE(pool->accessorWithPath(path), accessor);
+  EXPECT_NE(engine.pool->accessorWithPath(path), accessor);
   EXPECT_EQ(draw(path), std::nullopt);
 }
 
-TEST_F(ProviderTest, AfterReinitTheNextDrawQueuesItsFolderAgain) {
+TEST_F(ProviderTest, AfterReinitTheNextDrawQueuesAFolderRefresh) {
   const auto path = addFile("file", kSynced);
   draw(path);
   queueRequests();
-  provider->reinit();
-  dispatch.runAll();
-  EXPECT_EQ(settled(path), "green");
+  engine.provider->reinit();
+  engine.dispatch.runAll();
+  EXPECT_EQ(drawRefreshed(path), "green");
 }
 
-/// Databases whose queries wait until the test lets them go.
+/// Databases whose queries block until the test opens the gate.
 class GatedDatabases : public platform::Databases {
  public:
   explicit GatedDatabases(platform::Databases& real) : real_(real) {}
@@ -656,13 +668,12 @@ class GatedDatabases : public platform::Databases {
   platform::Databases& real_;
 };
 
-TEST_F(ProviderTest, ReinitWhileEightRefreshesRunForgetsOnlyWhenTheyHaveEnded) {
+TEST_F(ProviderTest, ReinitDuringEightRefreshesClearsTheCacheOnlyWhenTheyHaveEnded) {
   const auto path = addFile("file", kSynced);
-  GatedDatabases gates(databases);
-  platform::GLibDispatch threads;
-  const auto realPool = WVDBPool::init({gates, threads, volumes, approvals});
-  realPool->setAccountId("1");
-  const auto real = WVIconProvider::init({clock, threads, tools, realPool});
+  GatedDatabases gates(engine.databases);
+  ThreadedEngineUnderTest threaded{
+      {.volumes = &engine.volumes, .databases = &gates, .accountId = "1"}};
+  const auto& real = threaded.provider;
   real->updateCacheForPath(path);
   ASSERT_EQ(real->colorFor(ItemURL(path)), "green");
 
@@ -671,10 +682,10 @@ TEST_F(ProviderTest, ReinitWhileEightRefreshesRunForgetsOnlyWhenTheyHaveEnded) {
     real->addOperationWithFolderName(volume + "/" + std::to_string(i) + "/item", 8, 0.3);
   gates.eightInside.wait();
   real->reinit();
-  EXPECT_EQ(real->colorFor(ItemURL(path)), "green") << "eight still run";
+  EXPECT_EQ(real->colorFor(ItemURL(path)), "green") << "eight refreshes still run";
   gates.gated = false;
   gates.gate.release(8);
-  // What is given to the provider's own queue now runs behind the reset.
+  // Runs on the provider's own queue after the reset.
   std::atomic<bool> idle{false};
   real->performWhenIdle([&] { idle = true; });
   while (!idle) g_main_context_iteration(nullptr, TRUE);

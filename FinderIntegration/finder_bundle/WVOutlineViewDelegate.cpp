@@ -19,42 +19,42 @@ using platform::InstalledPaths;
 using platform::Runtime;
 using platform::send;
 
-constexpr std::string_view kSidebarPicture = "sidebar.tiff";
+constexpr std::string_view kSidebarImage = "sidebar.tiff";
 constexpr platform::Size kSidebarSize{32, 32};  // points
 constexpr const char* kName = "WVOutlineViewDelegate";
 constexpr const char* kProxies = "wvr_proxies";
 constexpr const char* kWillDisplay = "outlineView:willDisplayCell:forTableColumn:item:";
 
-/// The host's own setter, which the sidebar's class has under the new name since the exchange.
-void callOwnSetter(const Id& view, const Id& delegate, const Runtime& runtime) {
+/// Calls the host's setter, which has the new selector since the exchange.
+void callOriginalSetter(const Id& view, const Id& delegate, const Runtime& runtime) {
   const auto sidebars = runtime.classNamed("TSidebarView");
   if (!sidebars) return;
   if (const auto setter = sidebars->instanceMethod("wvr_setDelegate:"))
     setter->implementation.invoke<void>(view, delegate);
 }
 
-/// The view keeps every proxy that was made for it, as its delegate's place does not: a proxy that
-/// wraps another needs it, and one that goes leaves the view without a delegate.
-void keep(const Id& view, const Id& proxy) {
+/// Makes the view own the proxy. Its delegate reference is weak, a wrapped proxy must stay alive
+/// for the proxy around it, and a destroyed proxy resets the view's delegate.
+void attachProxy(const Id& view, const Id& proxy) {
   auto proxies = view->instanceVariable<std::vector<Id>>(kProxies).value_or(std::vector<Id>());
   proxies.push_back(proxy);
   view->setInstanceVariable(kProxies, std::move(proxies));
 }
 
 void setDelegate(const Id& view, const Id& delegate, const Runtime& runtime) {
-  if (!delegate) return callOwnSetter(view, nullptr, runtime);
+  if (!delegate) return callOriginalSetter(view, nullptr, runtime);
   const auto proxy = WVOutlineViewDelegate::make(runtime);
   proxy->setRealDelegate(delegate);
   proxy->setView(view);
-  keep(view, proxy);
-  callOwnSetter(view, proxy, runtime);
+  attachProxy(view, proxy);
+  callOriginalSetter(view, proxy, runtime);
 }
 
 WVOutlineViewDelegate& proxyOf(const Id& self) {
   return dynamic_cast<WVOutlineViewDelegate&>(*self);
 }
 
-/// To the real delegate, if it knows the message; zero otherwise.
+/// Forwards to the real delegate; returns zero if the delegate does not implement the selector.
 template <class Result, class... Arguments>
 Implementation forwarding(const char* selector) {
   return Implementation::of<Result(Arguments...)>([selector](const Id& self, Arguments... values) {
@@ -70,26 +70,26 @@ bool isDrive(const Id& item) {
   return name == "(w) Drive" || name == "wDrive";
 }
 
-/// Opened anew for each drawing of the drive's row.
+/// Opened for each drawing of the drive's row, so that a bundle installed later is found.
 std::optional<Bundle> openBundle(const InstalledPaths& paths) {
   return platform::catchAllOr(std::optional<Bundle>(),
                               [&] { return Bundle::bundleWithPath(kBundlePath, paths); });
 }
 
-/// Read from its file each time: nothing is kept between two draws.
-ImageRef drivePicture(const std::optional<Bundle>& bundle) {
+/// Reads the file on each call: nothing is cached between two draws.
+ImageRef driveImage(const std::optional<Bundle>& bundle) {
   auto image = std::make_shared<Image>();
   if (bundle)
-    if (const auto file = bundle->pathForImageResource(kSidebarPicture))
+    if (const auto file = bundle->pathForImageResource(kSidebarImage))
       image->addRepresentations(platform::imageRepsWithContentsOfFile(*file));
   image->setSize(kSidebarSize);
   return image;
 }
 
-void setPicture(const Id& cell, const Runtime& runtime, const std::optional<Bundle>& bundle) {
-  const Id picture = send<Id>(send<Id>(runtime.classNamed("NSSidebarImage"), "alloc"),
-                              "initWithSourceImage:", drivePicture(bundle));
-  send<void>(cell, "setImage:", picture);
+void setDriveImage(const Id& cell, const Runtime& runtime, const std::optional<Bundle>& bundle) {
+  const Id image = send<Id>(send<Id>(runtime.classNamed("NSSidebarImage"), "alloc"),
+                            "initWithSourceImage:", driveImage(bundle));
+  send<void>(cell, "setImage:", image);
 }
 
 void addAccessors(Class& own) {
@@ -117,7 +117,7 @@ void addDelegateMethods(Class& own, const Runtime& runtime, const InstalledPaths
                       const bool drive = platform::catchAllOr(false, [&] { return isDrive(item); });
                       const auto bundle = drive ? openBundle(paths) : std::nullopt;
                       forward.invoke<void>(self, outlineView, cell, column, item);
-                      if (drive) platform::catchAll([&] { setPicture(cell, runtime, bundle); });
+                      if (drive) platform::catchAll([&] { setDriveImage(cell, runtime, bundle); });
                     }),
                 "v@:@@@@");
   const auto add = [&](const char* selector, Implementation body, const char* types) {
@@ -155,7 +155,7 @@ std::shared_ptr<WVOutlineViewDelegate> WVOutlineViewDelegate::make(const Runtime
 WVOutlineViewDelegate::~WVOutlineViewDelegate() {
   realDelegate_.reset();
   platform::catchAll([this] {
-    if (const Id view = this->view()) callOwnSetter(view, nullptr, runtime_);
+    if (const Id view = this->view()) callOriginalSetter(view, nullptr, runtime_);
   });
 }
 

@@ -10,22 +10,22 @@
 
 namespace wevora {
 
-/// Stands between a sidebar view of the host and the delegate that the host gave it, and gives the
-/// drive's row its own picture. It passes on everything, and answers to nothing that the real
-/// delegate does not answer to.
-/// Threads: the main thread. Owns: nothing; delegate and view are not kept alive.
-/// Errors: what the real delegate does not know is dropped and yields zero; a picture that is not
-///   there leaves an empty one.
+/// A proxy between a sidebar view of the host and its real delegate. It sets the image of the
+/// drive's row and forwards all messages; it responds only to selectors of the real delegate. The
+/// main thread only.
+/// Ownership: delegate and view are weak references.
+/// Errors: a message that the real delegate does not implement is dropped and returns zero; a
+///   missing image file leaves an empty image.
 class WVOutlineViewDelegate : public platform::Object {
  public:
-  /// The class "WVOutlineViewDelegate", whose `wvr_setDelegate:` is made for sidebar views. The
-  /// runtime outlives them.
+  /// Registers the class "WVOutlineViewDelegate", whose `wvr_setDelegate:` is for sidebar views.
+  /// The runtime must outlive it.
   static std::shared_ptr<platform::Class> registerIn(platform::Runtime& runtime,
                                                      platform::InstalledPaths paths);
   static std::shared_ptr<WVOutlineViewDelegate> make(const platform::Runtime& runtime);
   WVOutlineViewDelegate(platform::Class& isa, const platform::Runtime& runtime)
       : Object(isa), runtime_(runtime) {}
-  /// A view that is still there is left without a delegate.
+  /// Resets the delegate of a view that is still alive.
   ~WVOutlineViewDelegate() override;
 
   // -realDelegate

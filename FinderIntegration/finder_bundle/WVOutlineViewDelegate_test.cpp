@@ -28,7 +28,7 @@ class OutlineViewDelegateTest : public testing::Test {
   std::ptrdiff_t count(const std::string& event) {
     return std::count(host.events.begin(), host.events.end(), event);
   }
-  /// A sidebar with such rows, and a delegate that knows everything.
+  /// A sidebar with these rows and a delegate that implements every selector.
   std::shared_ptr<testing_host::Sidebar> sidebarOf(const std::vector<std::string>& names) {
     auto sidebar = host.makeSidebar(names);
     send<void>(sidebar, "setDelegate:", Id(delegate));
@@ -42,27 +42,27 @@ class OutlineViewDelegateTest : public testing::Test {
 
 // --- The drive's row -----------------------------------------------------------------------------
 
-TEST_F(OutlineViewDelegateTest, TheDriveGetsThePictureByEitherOfItsNames) {
+TEST_F(OutlineViewDelegateTest, TheDriveGetsItsImageByEitherOfItsNames) {
   const auto rows = host.draw(sidebarOf({"wDrive", "(w) Drive", "Documents"}));
   EXPECT_TRUE(rows[0].picture);
   EXPECT_TRUE(rows[1].picture);
   EXPECT_FALSE(rows[2].picture);
 }
 
-TEST_F(OutlineViewDelegateTest, TheNamesOfTheDriveInAnotherLetterCaseAreOtherNames) {
+TEST_F(OutlineViewDelegateTest, TheNamesOfTheDriveAreCaseSensitive) {
   for (const auto& row :
        host.draw(sidebarOf({"wdrive", "WDrive", "(W) Drive", "(w) drive", " wDrive", "wDrive "})))
     EXPECT_FALSE(row.picture);
 }
 
-TEST_F(OutlineViewDelegateTest, AnItemWithoutANameIsLeftToTheHost) {
+TEST_F(OutlineViewDelegateTest, AnItemWithoutANameIsUnchanged) {
   const auto sidebar = sidebarOf({"wDrive"});
   sidebar->items = {host.recording.makeView()};
   EXPECT_FALSE(host.draw(sidebar)[0].picture);
   EXPECT_EQ(count(kWillDisplay), 1);
 }
 
-TEST_F(OutlineViewDelegateTest, ThePictureHas32By32PointsAndEveryRepresentationOfTheFile) {
+TEST_F(OutlineViewDelegateTest, TheImageHas32By32PointsAndEveryRepresentationOfTheFile) {
   const auto rows = host.draw(sidebarOf({"wDrive"}));
   ASSERT_TRUE(rows[0].picture);
   EXPECT_EQ(rows[0].picture->size(), (platform::Size{32, 32}));
@@ -77,12 +77,12 @@ TEST_F(OutlineViewDelegateTest, TheHostPreparesTheCellBeforeItsImageIsReplaced) 
   EXPECT_EQ(host.events, (std::vector<std::string>{kHeight, kWillDisplay, "setImage:"}));
 }
 
-TEST_F(OutlineViewDelegateTest, OtherRowsAreTheHostsAlone) {
+TEST_F(OutlineViewDelegateTest, OtherRowsAreUnchanged) {
   host.draw(sidebarOf({"Documents"}));
   EXPECT_EQ(host.events, (std::vector<std::string>{kHeight, kWillDisplay}));
 }
 
-TEST_F(OutlineViewDelegateTest, ThePictureIsReadAnewAtEachDrawing) {
+TEST_F(OutlineViewDelegateTest, TheImageFileIsReadAtEachDrawing) {
   const auto sidebar = sidebarOf({"wDrive"});
   const auto first = host.draw(sidebar)[0].picture;
   testing_host::writeTiff(badged.installed.contents + "Resources/sidebar.tiff",
@@ -93,7 +93,7 @@ TEST_F(OutlineViewDelegateTest, ThePictureIsReadAnewAtEachDrawing) {
   EXPECT_EQ(second->representations()[0].bitmap->width(), 16U);
 }
 
-TEST_F(OutlineViewDelegateTest, AMissingPictureIsSetAllTheSameWithoutRepresentations) {
+TEST_F(OutlineViewDelegateTest, AMissingImageFileLeavesAnEmptyImage) {
   badged.installed.removePicture("sidebar.tiff");
   const auto rows = host.draw(sidebarOf({"wDrive"}));
   ASSERT_TRUE(rows[0].picture);
@@ -101,7 +101,7 @@ TEST_F(OutlineViewDelegateTest, AMissingPictureIsSetAllTheSameWithoutRepresentat
   EXPECT_EQ(rows[0].picture->size(), (platform::Size{32, 32}));
 }
 
-TEST(OutlineViewDelegateMissingTest, WithoutAnInstalledBundleAnEmptyPictureIsSet) {
+TEST(OutlineViewDelegateMissingTest, WithoutAnInstalledBundleAnEmptyImageIsSet) {
   BadgedHost badged({}, false);
   std::filesystem::remove_all(badged.installed.contents);
   badged.load();
@@ -135,7 +135,7 @@ TEST(OutlineViewDelegateMissingTest, TheBundleIsOpenedBeforeTheHostPreparesTheCe
   EXPECT_EQ(badged.host.draw(sidebar)[0].picture->representations().size(), 2U);
 }
 
-TEST(OutlineViewDelegateMissingTest, WithoutTheHostsSidebarImageTheCellGetsNoneWhenItIsPrepared) {
+TEST(OutlineViewDelegateMissingTest, WithoutTheHostsSidebarImageClassTheCellGetsANullImage) {
   auto classes = PictureHost::Classes();
   classes.sidebarImages = false;
   BadgedHost badged(classes);
@@ -149,7 +149,7 @@ TEST(OutlineViewDelegateMissingTest, WithoutTheHostsSidebarImageTheCellGetsNoneW
 
 // --- Setting a delegate --------------------------------------------------------------------------
 
-TEST_F(OutlineViewDelegateTest, ADelegateIsWrappedInAProxyThatServesItsView) {
+TEST_F(OutlineViewDelegateTest, ADelegateIsWrappedInAProxyForItsView) {
   const auto sidebar = sidebarOf({});
   const auto proxy = proxyOf(sidebar);
   ASSERT_TRUE(proxy);
@@ -159,7 +159,7 @@ TEST_F(OutlineViewDelegateTest, ADelegateIsWrappedInAProxyThatServesItsView) {
   EXPECT_EQ(send<Id>(proxy, "view"), Id(sidebar));
 }
 
-TEST_F(OutlineViewDelegateTest, NoDelegateIsPassedThroughAndMakesNoProxy) {
+TEST_F(OutlineViewDelegateTest, ANullDelegateIsPassedThroughWithoutAProxy) {
   const auto sidebar = host.makeSidebar({});
   send<void>(sidebar, "setDelegate:", Id());
   EXPECT_EQ(sidebar->delegatesSet, std::vector<bool>{false});
@@ -193,7 +193,7 @@ TEST_F(OutlineViewDelegateTest, AProxyLivesAsLongAsItsView) {
   EXPECT_TRUE(proxy.expired());
 }
 
-TEST_F(OutlineViewDelegateTest, AProxyKeepsNeitherItsDelegateNorItsView) {
+TEST_F(OutlineViewDelegateTest, AProxyOwnsNeitherItsDelegateNorItsView) {
   const auto sidebar = sidebarOf({"wDrive"});
   const auto proxy = proxyOf(sidebar);
   EXPECT_EQ(delegate.use_count(), 1);
@@ -202,16 +202,16 @@ TEST_F(OutlineViewDelegateTest, AProxyKeepsNeitherItsDelegateNorItsView) {
   EXPECT_FALSE(proxy->respondsToSelector(kWillDisplay));
 }
 
-TEST_F(OutlineViewDelegateTest, AProxyThatGoesLeavesItsViewWithoutADelegate) {
+TEST_F(OutlineViewDelegateTest, ADestroyedProxyLeavesItsViewWithoutADelegate) {
   const auto sidebar = host.makeSidebar({});
   auto proxy = WVOutlineViewDelegate::make(host.runtime());
   proxy->setRealDelegate(delegate);
   proxy->setView(sidebar);
   proxy.reset();
-  EXPECT_EQ(sidebar->delegatesSet, std::vector<bool>{false}) << "by the host's own setter";
+  EXPECT_EQ(sidebar->delegatesSet, std::vector<bool>{false}) << "through the host's own setter";
 }
 
-TEST_F(OutlineViewDelegateTest, TheAccessorsOfAProxyCanBeSent) {
+TEST_F(OutlineViewDelegateTest, TheAccessorsOfAProxyCanBeCalledByMessage) {
   const auto sidebar = host.makeSidebar({});
   const auto proxy = WVOutlineViewDelegate::make(host.runtime());
   send<void>(proxy, "setRealDelegate:", Id(delegate));
@@ -222,7 +222,7 @@ TEST_F(OutlineViewDelegateTest, TheAccessorsOfAProxyCanBeSent) {
 
 // --- Forwarding ----------------------------------------------------------------------------------
 
-TEST_F(OutlineViewDelegateTest, TheOtherFourOperationsAreForwardedAndAnsweredUnchanged) {
+TEST_F(OutlineViewDelegateTest, TheOtherFourMethodsAreForwardedAndTheirResultsReturned) {
   const auto sidebar = sidebarOf({"wDrive"});
   const Id proxy = proxyOf(sidebar);
   const Id item = sidebar->items[0];
@@ -238,29 +238,29 @@ TEST_F(OutlineViewDelegateTest, TheHeightsOfRowsAreTheRealDelegates) {
   EXPECT_DOUBLE_EQ(host.draw(sidebarOf({"wDrive"}))[0].height, 37.5);
 }
 
-TEST_F(OutlineViewDelegateTest, ADelegateWithoutHeightsLeavesTheDefaultHeightInForce) {
+TEST_F(OutlineViewDelegateTest, ADelegateWithoutHeightsLeavesTheDefaultHeight) {
   const auto sidebar = host.makeSidebar({"wDrive"});
-  const auto poor = host.makeDelegate({kWillDisplay});
-  send<void>(sidebar, "setDelegate:", Id(poor));
+  const auto partial = host.makeDelegate({kWillDisplay});
+  send<void>(sidebar, "setDelegate:", Id(partial));
   const auto rows = host.draw(sidebar);
   EXPECT_FALSE(proxyOf(sidebar)->respondsToSelector(kHeight));
   EXPECT_DOUBLE_EQ(rows[0].height, PictureHost::kRowHeight);
   EXPECT_TRUE(rows[0].picture);
 }
 
-TEST_F(OutlineViewDelegateTest, ADelegateThatPreparesNoCellsGetsNoPictureForTheDrive) {
+TEST_F(OutlineViewDelegateTest, ADelegateThatPreparesNoCellsGetsNoImageForTheDrive) {
   const auto sidebar = host.makeSidebar({"wDrive"});
-  const auto poor = host.makeDelegate({kHeight});
-  send<void>(sidebar, "setDelegate:", Id(poor));
+  const auto partial = host.makeDelegate({kHeight});
+  send<void>(sidebar, "setDelegate:", Id(partial));
   EXPECT_FALSE(proxyOf(sidebar)->respondsToSelector(kWillDisplay));
   EXPECT_FALSE(host.draw(sidebar)[0].picture);
 }
 
-TEST_F(OutlineViewDelegateTest, AProxyAnswersToWhatTheRealDelegateAnswersToAndToNothingElse) {
-  const auto rich = host.makeDelegate({"outlineView:somethingElse:"});
+TEST_F(OutlineViewDelegateTest, AProxyRespondsExactlyToTheSelectorsOfTheRealDelegate) {
+  const auto other = host.makeDelegate({"outlineView:somethingElse:"});
   const auto proxy = WVOutlineViewDelegate::make(host.runtime());
   EXPECT_FALSE(proxy->respondsToSelector(kWillDisplay));
-  proxy->setRealDelegate(rich);
+  proxy->setRealDelegate(other);
   EXPECT_TRUE(proxy->respondsToSelector("outlineView:somethingElse:"));
   EXPECT_FALSE(proxy->respondsToSelector(kWillDisplay));
   EXPECT_FALSE(proxy->respondsToSelector("wvr_setDelegate:"));
@@ -276,19 +276,19 @@ TEST_F(OutlineViewDelegateTest, SignaturesAreTheRealDelegates) {
   EXPECT_EQ(alone->methodSignatureForSelector("absent:"), std::nullopt);
 }
 
-TEST_F(OutlineViewDelegateTest, AMessageThatTheProxyDoesNotKnowReachesTheRealDelegate) {
-  const auto rich = host.makeDelegate({"hear:"});
+TEST_F(OutlineViewDelegateTest, AMessageUnknownToTheProxyReachesTheRealDelegate) {
+  const auto other = host.makeDelegate({"echo:"});
   const auto proxy = WVOutlineViewDelegate::make(host.runtime());
-  proxy->setRealDelegate(rich);
-  EXPECT_EQ(send<std::string>(proxy, "hear:", std::string("a word")), "heard a word");
-  EXPECT_EQ(rich->calls, std::vector<std::string>{"hear:"});
+  proxy->setRealDelegate(other);
+  EXPECT_EQ(send<std::string>(proxy, "echo:", std::string("a word")), "echo a word");
+  EXPECT_EQ(other->calls, std::vector<std::string>{"echo:"});
 }
 
-TEST_F(OutlineViewDelegateTest, AMessageThatTheRealDelegateDoesNotKnowIsDroppedAndYieldsZero) {
+TEST_F(OutlineViewDelegateTest, AMessageUnknownToTheRealDelegateIsDroppedAndReturnsZero) {
   const auto sidebar = host.makeSidebar({"wDrive"});
-  const auto poor = host.makeDelegate({});
+  const auto partial = host.makeDelegate({});
   const auto proxy = WVOutlineViewDelegate::make(host.runtime());
-  proxy->setRealDelegate(poor);
+  proxy->setRealDelegate(partial);
   EXPECT_EQ(send<std::int64_t>(proxy, "count:", Id()), 0);
   EXPECT_DOUBLE_EQ(send<double>(proxy, kHeight, Id(sidebar), sidebar->items[0]), 0.0);
   EXPECT_FALSE(send<bool>(proxy, "outlineView:isGroupItem:", Id(sidebar), sidebar->items[0]));

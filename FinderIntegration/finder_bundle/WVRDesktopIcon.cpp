@@ -19,11 +19,11 @@ using platform::Implementation;
 using platform::Runtime;
 using platform::send;
 
-constexpr const char* kDrawLayerTypes = "@@:@^{CGContext=}";  // the object result is kept
+constexpr const char* kDrawLayerTypes = "@@:@^{CGContext=}";  // with an object result, as declared
 constexpr std::chrono::nanoseconds kReloadDelay{2'000'000'000};
 
-/// A length as an unsigned integer; what is none is 0.
-std::size_t whole(double points) {
+/// A length in whole points; 0 for a negative or too long one.
+std::size_t wholePoints(double points) {
   const bool fits = points >= 0 && points <= static_cast<double>(platform::Bitmap::kLongestSide);
   return fits ? static_cast<std::size_t>(points) : 0U;
 }
@@ -45,8 +45,8 @@ void drawOver(const Id& icon, const Id& layer, DrawingTarget& context,
 platform::BitmapRef CGImageCreateWithNSImage(const ImageRef& image) {
   if (!image) return nullptr;
   const platform::Size size = image->size();
-  const auto bitmap = BitmapContext::create({.width = whole(size.width),
-                                             .height = whole(size.height),
+  const auto bitmap = BitmapContext::create({.width = wholePoints(size.width),
+                                             .height = wholePoints(size.height),
                                              .bitsPerComponent = 8,
                                              .bytesPerRow = 0,
                                              .colorSpace = platform::ColorSpace::GenericRGB,

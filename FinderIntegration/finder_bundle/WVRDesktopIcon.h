@@ -6,20 +6,21 @@
 
 namespace wevora {
 
-/// The image in a bitmap of its own, as large as the image in points; null where there can be none.
+/// Renders the image into a new bitmap of its size in points; null if no bitmap can be created.
 // CGImageCreateWithNSImage
 platform::BitmapRef CGImageCreateWithNSImage(const ImageRef& image);
 
-/// Paints badges on the desktop: over the icon's layer, after the host has drawn it.
-/// Threads: the main thread. Owns: nothing; what it is given outlives the hooked class.
-/// Errors: what fails leaves the host's drawing as it is.
+/// Paints badges on the desktop: over the icon's layer, after the host has drawn it. The main
+/// thread only.
+/// Ownership: the runtime, the queue and both callbacks must outlive the hooked class.
+/// Errors: an exception leaves the host's drawing unchanged.
 class WVRDesktopIcon {
  public:
-  /// Makes the class known to the runtime; nothing is replaced yet.
+  /// Registers the class in the runtime. Replaces nothing yet.
   WVRDesktopIcon(platform::Runtime& runtime, platform::Queue& mainQueue, ProviderAccess provider,
                  FinderToolsAccess finderTools);
 
-  /// Replaces the drawing, asks for a redraw of the desktop and, two seconds later, for a reload.
+  /// Replaces the drawing method, redraws the desktop, and reloads it two seconds later.
   // +load
   void load();
 

@@ -9,12 +9,12 @@ namespace wevora {
 namespace {
 
 using platform::send;
-using testing_host::anythingSeen;
 using testing_host::BadgedHost;
+using testing_host::BadgePlacement;
+using testing_host::findBadge;
+using testing_host::hasBadgePixels;
 using testing_host::kGreen;
 using testing_host::PictureHost;
-using testing_host::seen;
-using testing_host::Sight;
 
 class DesktopIconTest : public testing::Test {
  protected:
@@ -32,13 +32,15 @@ class DesktopIconTest : public testing::Test {
 
 TEST_F(DesktopIconTest, TheBadgeCoversTheWholeIconLayerAndIsUprightWhereYGrowsDownwards) {
   const auto green = icon("green");
-  EXPECT_EQ(seen(*host.draw(green, green->icon), kGreen), (Sight{{0, 0, 128, 128}, true}));
+  EXPECT_EQ(findBadge(*host.draw(green, green->icon), kGreen),
+            (BadgePlacement{{0, 0, 128, 128}, true}));
   EXPECT_EQ(green->drawnByHost, 1);
 }
 
 TEST_F(DesktopIconTest, TheBadgeIsUpsideDownWhereYGrowsUpwards) {
   const auto green = icon("green");
-  EXPECT_EQ(seen(*host.draw(green, green->icon, false), kGreen), (Sight{{0, 0, 128, 128}, false}));
+  EXPECT_EQ(findBadge(*host.draw(green, green->icon, false), kGreen),
+            (BadgePlacement{{0, 0, 128, 128}, false}));
 }
 
 TEST_F(DesktopIconTest, TheBadgeIsStretchedToTheFrameOfTheLayerFromItsOrigin) {
@@ -50,31 +52,31 @@ TEST_F(DesktopIconTest, TheBadgeIsStretchedToTheFrameOfTheLayerFromItsOrigin) {
 
 TEST_F(DesktopIconTest, ALayerOtherThanTheIconLayerGetsNothing) {
   const auto green = icon("green");
-  EXPECT_FALSE(anythingSeen(*host.draw(green, green->title), kGreen));
-  EXPECT_EQ(green->drawnByHost, 1) << "but the host's own drawing";
+  EXPECT_FALSE(hasBadgePixels(*host.draw(green, green->title), kGreen));
+  EXPECT_EQ(green->drawnByHost, 1) << "only the host's own drawing";
 }
 
-TEST_F(DesktopIconTest, AnIconThatDoesNotSayWhichLayerIsItsIconGetsNothing) {
+TEST_F(DesktopIconTest, AnIconWithoutAnIconLayerGetsNothing) {
   const auto green = icon("green");
   const auto other = std::make_shared<testing_host::DesktopIcon>(green->isa());
   other->setInstanceVariable("_node", host.recording.referenceTo(badged.item("green")));
-  EXPECT_FALSE(anythingSeen(*host.draw(other, green->icon), kGreen));
+  EXPECT_FALSE(hasBadgePixels(*host.draw(other, green->icon), kGreen));
 }
 
 TEST_F(DesktopIconTest, TheBadgeIsLeftFlipped) {
-  badged.provider->images().greenImageFlipped->setFlipped(false);
+  badged.engine.provider->images().greenImageFlipped->setFlipped(false);
   const auto green = icon("green");
   host.draw(green, green->icon);
-  EXPECT_TRUE(badged.provider->images().greenImageFlipped->isFlipped());
+  EXPECT_TRUE(badged.engine.provider->images().greenImageFlipped->isFlipped());
 }
 
 TEST_F(DesktopIconTest, AnItemWithoutABadgeAndBadgesThatAreOffLeaveTheHostsDrawing) {
   const auto plain = icon("plain");
   const auto bitmap = host.draw(plain, plain->icon);
   for (const auto pixel : bitmap->pixels()) ASSERT_EQ(pixel, PictureHost::kGray);
-  badged.provider->setTurnedOn(false);
+  badged.engine.provider->setTurnedOn(false);
   const auto green = icon("green");
-  EXPECT_FALSE(anythingSeen(*host.draw(green, green->icon), kGreen));
+  EXPECT_FALSE(hasBadgePixels(*host.draw(green, green->icon), kGreen));
 }
 
 TEST_F(DesktopIconTest, TheMethodIsAddedWithAnObjectAsItsResult) {
@@ -83,15 +85,15 @@ TEST_F(DesktopIconTest, TheMethodIsAddedWithAnObjectAsItsResult) {
       "@@:@^{CGContext=}");
 }
 
-/// The reloads of the desktop that a load brings, after 1999 and after 2000 milliseconds.
+/// The desktop reloads 1999 and 2000 milliseconds after the bundle is loaded.
 std::pair<int, int> reloadsAfterLoading(BadgedHost& badged) {
-  // Past the time within which a reload would be put off.
-  badged.dispatch.advance(std::chrono::seconds(10));
+  // Past the throttle interval.
+  badged.engine.dispatch.advance(std::chrono::seconds(10));
   const int before = badged.host.recording.desktopReloads;
   badged.load();
-  badged.dispatch.advance(std::chrono::milliseconds(1999));
+  badged.engine.dispatch.advance(std::chrono::milliseconds(1999));
   const int early = badged.host.recording.desktopReloads - before;
-  badged.dispatch.advance(std::chrono::milliseconds(1));
+  badged.engine.dispatch.advance(std::chrono::milliseconds(1));
   return {early, badged.host.recording.desktopReloads - before};
 }
 
@@ -101,7 +103,7 @@ TEST(DesktopIconLoadTest, TheDesktopIsRedrawnAtOnceAndReloadedTwoSecondsLater) {
   EXPECT_EQ(badged.host.desktopView->redraws, 1);
 }
 
-TEST(DesktopIconLoadTest, ADesktopThatRaisesWhenItIsAskedForItsViewIsReloadedAllTheSame) {
+TEST(DesktopIconLoadTest, ADesktopWhoseViewRaisesAnExceptionIsStillReloaded) {
   BadgedHost badged;
   const auto desktops = badged.host.classNamed("TDesktopViewController");
   desktops->addMethod("raise", platform::Implementation::of<Id()>([](const Id&) -> Id {
@@ -119,12 +121,12 @@ TEST(DesktopIconLoadTest, WithoutADesktopNothingHappens) {
   classes.desktopIcons = false;
   BadgedHost badged(classes);
   badged.load();
-  badged.dispatch.advance(std::chrono::seconds(4));
+  badged.engine.dispatch.advance(std::chrono::seconds(4));
   EXPECT_EQ(badged.host.desktopView->redraws, 0);
   EXPECT_EQ(badged.host.recording.desktopReloads, 0);
 }
 
-TEST(DesktopIconLoadTest, AClassThatHasTheNewMethodHasItsMethodsExchanged) {
+TEST(DesktopIconLoadTest, AClassThatAlreadyHasTheNewMethodHasItsMethodsExchanged) {
   BadgedHost badged;
   int own = 0;
   badged.host.classNamed("TDesktopIcon")
@@ -157,14 +159,14 @@ TEST(CGImageCreateTest, TheBitmapHasAPixelForEachWholePointOfTheImage) {
   EXPECT_EQ(bitmap->height(), 32U);
 }
 
-TEST(CGImageCreateTest, AnUnflippedImageIsUprightInItAndAFlippedOneUpsideDown) {
+TEST(CGImageCreateTest, AnUnflippedImageIsUprightAndAFlippedOneUpsideDown) {
   const auto image = imageOf({16, 16});
   EXPECT_EQ(CGImageCreateWithNSImage(image)->pixels().front(), kGreen.upper);
   image->setFlipped(true);
   EXPECT_EQ(CGImageCreateWithNSImage(image)->pixels().front(), kGreen.lower);
 }
 
-TEST(CGImageCreateTest, WhereNoBitmapCanBeMadeThereIsNone) {
+TEST(CGImageCreateTest, AnInvalidSizeGivesNoBitmap) {
   EXPECT_FALSE(CGImageCreateWithNSImage(nullptr));
   EXPECT_FALSE(CGImageCreateWithNSImage(imageOf({0, 16})));
   EXPECT_FALSE(CGImageCreateWithNSImage(imageOf({-5, 16})));

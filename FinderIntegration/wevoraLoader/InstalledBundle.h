@@ -4,12 +4,12 @@
 
 namespace wevora {
 
-// Where the bundle is installed: path texts of the system's own, for InstalledPaths to translate.
+// System paths of the installed bundle, to be translated by InstalledPaths.
 
-/// The information list.
+/// The bundle's information list.
 inline constexpr std::string_view kBundleInfoPath =
     "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist";
-/// The folder.
+/// The bundle's folder.
 inline constexpr std::string_view kBundlePath =
     kBundleInfoPath.substr(0, kBundleInfoPath.find("/Contents/"));
 

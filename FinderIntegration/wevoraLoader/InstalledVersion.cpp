@@ -21,7 +21,7 @@ std::vector<std::string_view> splitAtDots(std::string_view text) {
   return components;
 }
 
-/// An optional sign and digits, from the first character on; 0 where there are none.
+/// The integer (optional sign, digits) at the beginning of the text; 0 if there is none.
 std::int32_t leadingInteger(std::string_view text) {
   using Bounds = std::numeric_limits<std::int32_t>;
   if (text.starts_with('+')) {

@@ -20,11 +20,12 @@ struct BundleVersion {
   friend bool operator==(const BundleVersion&, const BundleVersion&) = default;
 };
 
-/// None for a text with other than three components. One that does not begin with a number is 0.
+/// nullopt unless the text has three components. A component that does not begin with a number is
+/// 0.
 std::optional<BundleVersion> versionFromText(std::string_view text);
 
-/// What "kFinderVersion" says in the installed list, read anew by every call. Threads: any.
-/// None where the list, the key or one of three components is missing.
+/// The value of "kFinderVersion" in the installed list, read from disk on every call. nullopt if
+/// the list, the key or one of the three components is missing.
 std::optional<BundleVersion> installedVersion(const platform::InstalledPaths& paths);
 
 }  // namespace wevora

@@ -15,7 +15,7 @@ namespace {
 using platform::Dictionary;
 using platform::PropertyLists;
 
-TEST(InstalledVersionTest, ThePathsAndTheKeyAreTheSystemsOwn) {
+TEST(InstalledVersionTest, ThePathsAndTheKeyHaveTheirFixedTexts) {
   EXPECT_EQ(kBundlePath, "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle");
   EXPECT_EQ(kBundleInfoPath,
             "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist");
@@ -27,7 +27,7 @@ TEST(InstalledVersionTest, AVersionIsThreeNumbersJoinedByDots) {
   EXPECT_EQ(versionFromText("-1.+2.007"), (BundleVersion{-1, 2, 7}));
 }
 
-TEST(InstalledVersionTest, OtherThanThreeComponentsAreNoVersion) {
+TEST(InstalledVersionTest, ATextWithoutExactlyThreeComponentsIsNotAVersion) {
   for (const char* text : {"", "2", "2.0", "2.1.7.4", "2.1.7.", "....", "2,1,7"})
     EXPECT_EQ(versionFromText(text), std::nullopt) << text;
 }
@@ -38,13 +38,13 @@ TEST(InstalledVersionTest, AComponentThatDoesNotBeginWithANumberIsZero) {
   EXPECT_EQ(versionFromText("-.+.x9"), (BundleVersion{0, 0, 0}));
 }
 
-TEST(InstalledVersionTest, ABlankBeforeANumberIsNoNumber) {
+TEST(InstalledVersionTest, ABlankBeforeANumberMakesItZero) {
   EXPECT_EQ(versionFromText(" 1.\t2.\n3"), (BundleVersion{0, 0, 0}));
   EXPECT_EQ(versionFromText("+-1.-+2.- 3"), (BundleVersion{0, 0, 0}));
   EXPECT_EQ(versionFromText("1 .2x.3\t"), (BundleVersion{1, 2, 3}));
 }
 
-TEST(InstalledVersionTest, ANumberThatIsTooLargeIsTheLargest) {
+TEST(InstalledVersionTest, AnOverflowingNumberIsClamped) {
   EXPECT_EQ(versionFromText("99999999999.-99999999999.99999999999999999999999"),
             (BundleVersion{2147483647, -2147483648, 2147483647}));
 }
@@ -63,14 +63,14 @@ class InstalledListTest : public testing::Test {
   const std::string list = paths.translate(kBundleInfoPath);
 };
 
-TEST_F(InstalledListTest, TheInstalledVersionIsReadAnewByEveryCall) {
+TEST_F(InstalledListTest, TheInstalledVersionIsReadFromDiskOnEveryCall) {
   install({{"Other", true}, {"kFinderVersion", "2.1.7"}});
   EXPECT_EQ(installedVersion(paths), (BundleVersion{2, 1, 7}));
   install({{"kFinderVersion", "2.1.8"}});
   EXPECT_EQ(installedVersion(paths), (BundleVersion{2, 1, 8}));
 }
 
-TEST_F(InstalledListTest, WithoutAListOrATextUnderTheKeyNoVersionIsInstalled) {
+TEST_F(InstalledListTest, WithoutAListOrAStringForTheKeyThereIsNoVersion) {
   EXPECT_EQ(installedVersion(paths), std::nullopt);
   install({{"Other", "2.1.7"}});
   EXPECT_EQ(installedVersion(paths), std::nullopt);

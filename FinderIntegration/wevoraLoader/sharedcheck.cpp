@@ -13,31 +13,31 @@
 namespace wevora {
 namespace {
 
-constexpr mode_t kMode = 777;  // decimal, as the loader has it: octal 1411
+constexpr mode_t kMode = 777;  // decimal, as in the loader: octal 1411
 static_assert(kMode == 01411);
 
 struct SharedObject {
-  int descriptor;  ///< negative: could not be opened
+  int descriptor;  ///< negative if opening failed
   bool created;    ///< by this call
 };
 
 SharedObject openSharedObject() {
   int descriptor = ::shm_open(kSharedRecordName, O_RDWR | O_CREAT | O_EXCL, kMode);
-  // Descriptor 0 counts as a failure here, though it made the object.
+  // Descriptor 0 counts as a failure, although the object was created.
   if (descriptor > 0) return {descriptor, true};
   descriptor = ::shm_open(kSharedRecordName, O_RDWR | O_CREAT, kMode);
   return {descriptor, false};
 }
 
-/// Gives the record its page now: where shared memory is full, touching a mapped one would end the
-/// host. A host's signals may interrupt it.
+/// Allocates the record's page now: with shared memory full, the first write to the mapping would
+/// kill the host with SIGBUS. Retries when a signal interrupts the call.
 bool allocateRecord(int descriptor) {
   int error = EINTR;
   while (error == EINTR) error = ::posix_fallocate(descriptor, 0, sizeof(SharedRecord));
   return error == 0;
 }
 
-/// Null where the object cannot be mapped. Never unmapped.
+/// Null if the object cannot be mapped. Never unmapped.
 SharedRecord* mapRecord(int descriptor) {
   [[maybe_unused]] const int ignored = ::ftruncate(descriptor, sizeof(SharedRecord));
   if (!allocateRecord(descriptor)) return nullptr;
@@ -53,7 +53,7 @@ void setVersion(std::int32_t major, std::int32_t minor, std::int32_t patch) noex
   const SharedObject object = openSharedObject();
   if (object.descriptor < 0) return;
   conf = mapRecord(object.descriptor);
-  // The descriptor stays open then, and the name stays.
+  // On failure the descriptor stays open and the name stays linked.
   if (conf == nullptr) return;
   conf->major = major;
   conf->minor = minor;

@@ -24,8 +24,8 @@ using platform::InstalledPaths;
 using platform::Runtime;
 using platform::send;
 
-/// A home folder that the bundle's start may write to: the password database of this process's
-/// mount namespace has no other.
+/// A writable home folder for the bundle: the only one in the password database of this process's
+/// mount namespace.
 class PrivateHome : public testing::Environment {
  public:
   void SetUp() override {
@@ -51,7 +51,7 @@ class BundleLibraryTest : public testing::Test {
       Bundle::bundleWithPath("/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle", paths);
 };
 
-TEST_F(BundleLibraryTest, EveryPictureIsAmongTheResources) {
+TEST_F(BundleLibraryTest, EveryImageIsAmongTheResources) {
   ASSERT_TRUE(bundle);
   for (const char* name : {"ok.icns", "backup.icns", "w.icns"}) {
     const auto image = bundle->imageForResource(name);
@@ -59,7 +59,7 @@ TEST_F(BundleLibraryTest, EveryPictureIsAmongTheResources) {
     for (const double side : {16.0, 32.0, 48.0, 128.0, 256.0})
       EXPECT_EQ(image->bestRepresentation({side, side})->bitmap->width(),
                 static_cast<std::size_t>(side))
-          << name << ": each size has a picture of its own";
+          << name << ": each size has its own image";
   }
   const auto sidebar = bundle->imageForResource("sidebar.tiff");
   ASSERT_TRUE(sidebar);
@@ -76,7 +76,7 @@ TEST_F(BundleLibraryTest, TheInformationListHasAVersionOfThreeParts) {
   EXPECT_TRUE(versionFromText(*version));
 }
 
-TEST_F(BundleLibraryTest, ItHooksTheClassesOfTheHostThatLoadsItOnceAndExportsTheLoadersFunctions) {
+TEST_F(BundleLibraryTest, ItHooksTheHostsClassesOnceAndExportsTheLoadersFunctions) {
   int drawn = 0;
   const auto cells = Runtime::shared().registerClass("TListViewIconAndTextCell");
   cells->addMethod(
@@ -87,19 +87,19 @@ TEST_F(BundleLibraryTest, ItHooksTheClassesOfTheHostThatLoadsItOnceAndExportsThe
   EXPECT_TRUE(bundle->load());
   const auto hook = cells->instanceMethod("drawIconWithFrame:")->implementation;
   const auto own = cells->instanceMethod("wv_drawIconWithFrame:");
-  ASSERT_TRUE(own) << "the host and the bundle have one runtime";
+  ASSERT_TRUE(own) << "the host and the bundle share one runtime";
   EXPECT_TRUE(bundle->load());
   EXPECT_EQ(cells->instanceMethod("drawIconWithFrame:")->implementation, hook);
 
   send<void>(std::make_shared<platform::Object>(*cells),
              "drawIconWithFrame:", platform::Rect{0, 0, 20, 20});
-  EXPECT_GE(drawn, 1) << "across the libraries, the types of a message are the same";
+  EXPECT_GE(drawn, 1) << "message types are equal across the libraries";
 
   const std::string file =
       paths.translate("/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle") +
       "/Contents/Linux/finder_bundle.so";
   void* code = ::dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD);
-  ASSERT_NE(code, nullptr) << "it stays mapped";
+  ASSERT_NE(code, nullptr) << "the library stays mapped";
   for (const char* name : {"setVersion", "shouldKillFinder", Bundle::kEntry})
     EXPECT_NE(::dlsym(code, name), nullptr) << name;
   ::dlclose(code);
@@ -109,6 +109,6 @@ TEST_F(BundleLibraryTest, ItHooksTheClassesOfTheHostThatLoadsItOnceAndExportsThe
 }  // namespace wevora
 
 int main(int count, char** arguments) {
-  testing::AddGlobalTestEnvironment(new wevora::PrivateHome);  // which the framework owns
+  testing::AddGlobalTestEnvironment(new wevora::PrivateHome);  // owned by the framework
   return wevora::testing_host::runTestsInMountNamespace(count, arguments);
 }

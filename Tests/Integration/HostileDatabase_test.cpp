@@ -1,4 +1,4 @@
-// Databases that are not what they should be: a volume is somebody else's, and so is its database.
+// Corrupt and malicious databases: a volume, and so its database, may come from anybody.
 
 #include <atomic>
 #include <filesystem>
@@ -16,11 +16,9 @@
 #include "Apps/agent_sim/DatabaseWriter.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Volumes/Volumes.h"
-#include "Tests/Doubles/ManualDispatch.h"
-#include "Tests/Doubles/ManualUnmountApprovals.h"
 #include "Tests/Doubles/MountInfoVolumes.h"
 #include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Engine/EngineUnderTest.h"
 #include "Tests/Leaks/Leaks.h"
 
 namespace wevora {
@@ -43,15 +41,16 @@ constexpr const char* kInsert =
     "INSERT INTO file VALUES(?, '00000000-0000-0000-0000-000000000000', 0, ?, ?,"
     " '2026-01-01 00:00:00.0000000')";
 
-/// Time that passes by being asked for, so that a query which never ends is soon too old.
-class RestlessClock : public platform::SystemClock {
+/// A clock whose uptime advances by 200 ms with every reading, so that an endless query reaches its
+/// deadline at once.
+class FastClock : public platform::SystemClock {
  public:
   std::chrono::nanoseconds uptime() const override {
-    return std::chrono::milliseconds(200 * ++asked_);
+    return std::chrono::milliseconds(200 * ++readings_);
   }
 
  private:
-  mutable std::atomic<int> asked_{0};
+  mutable std::atomic<int> readings_{0};
 };
 
 void writeSchema(const std::string& path, const std::string& script) {
@@ -83,7 +82,7 @@ std::string contentsOf(const std::string& path) {
 const char* const kEndless =
     "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT ";
 
-/// One kind of database, and the word of the item "item" beside it: "none", or the right one.
+/// One kind of database, and the expected word of the item "item" next to it; "none" for no badge.
 struct Kind {
   const char* name;
   std::function<void(const std::string& path)> make;
@@ -176,15 +175,14 @@ const std::vector<Kind>& kinds() {
 }
 
 /// A hostile and a healthy volume in one engine, in virtual time.
-class World {
+class TwoVolumes {
  public:
-  World() {
+  TwoVolumes() {
     for (const auto& volume : {hostile(), healthy()}) {
       fs::create_directory(volume);
       writeBytes(volume + "/item", "x");
     }
     writeNames(databaseOf(healthy()), {"item"});
-    pool->setAccountId(kAccount);
   }
 
   std::string hostile() const { return folder_.path("hostile"); }
@@ -198,75 +196,66 @@ class World {
   }
   std::string word(const std::string& path) {
     for (int draws = 0; draws < 2; ++draws) {
-      provider->colorFor(ItemURL(path));
-      dispatch.runAll();
+      engine.provider->colorFor(ItemURL(path));
+      engine.dispatch.runAll();
     }
-    return provider->colorFor(ItemURL(path)).value_or("none");
+    return engine.provider->colorFor(ItemURL(path)).value_or("none");
   }
-  /// As when a day passes: everything is forgotten and drawn again.
+  /// Clears all caches, as after a long time.
   void startOver() {
-    provider->reinit();
-    dispatch.advance(std::chrono::seconds(3));
+    engine.provider->reinit();
+    engine.dispatch.advance(std::chrono::seconds(3));
   }
 
  private:
   platform::TemporaryFolder folder_;
-  platform::VirtualClock clock_;
-  RestlessClock databaseClock_;
+  FastClock databaseClock_;
   platform::MountInfoVolumes volumes_{[this] {
     return "1 0 0:1 / / rw - ext4 a rw\n2 1 0:2 / " + hostile() + " rw - vfat b rw\n3 1 0:3 / " +
            healthy() + " rw - ext4 c rw\n";
   }};
   platform::SqliteDatabases databases_{databaseClock_};
-  platform::ManualUnmountApprovals approvals_;
-  platform::Runtime runtime_;
 
  public:
-  platform::ManualDispatch dispatch{clock_};
-
- private:
-  WVFinderTools tools_{runtime_, dispatch.mainQueue(), clock_};
-
- public:
-  std::shared_ptr<WVDBPool> pool = WVDBPool::init({databases_, dispatch, volumes_, approvals_});
-  std::shared_ptr<WVIconProvider> provider = WVIconProvider::init({clock_, dispatch, tools_, pool});
+  testing_host::EngineUnderTest engine{
+      {.volumes = &volumes_, .databases = &databases_, .accountId = kAccount}};
 };
 
 class HostileDatabase : public testing::TestWithParam<Kind> {};
 
-TEST_P(HostileDatabase, GivesNoBadgeOrTheRightOneAndLeavesOtherVolumesAlone) {
-  World world;
-  world.make(GetParam());
-  EXPECT_EQ(world.word(world.hostile() + "/item"), GetParam().word);
-  EXPECT_EQ(world.word(world.healthy() + "/item"), "green");
+TEST_P(HostileDatabase, GivesNoBadgeOrTheCorrectOneAndDoesNotAffectOtherVolumes) {
+  TwoVolumes volumes;
+  volumes.make(GetParam());
+  EXPECT_EQ(volumes.word(volumes.hostile() + "/item"), GetParam().word);
+  EXPECT_EQ(volumes.word(volumes.healthy() + "/item"), "green");
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, HostileDatabase, testing::ValuesIn(kinds()),
                          [](const auto& kind) { return kind.param.name; });
 
-TEST(HostileDatabases, LeaveDescriptorsAndMemoryAsTheyWereAfterAThousandRounds) {
+TEST(HostileDatabases, LeakNoDescriptorsAndNoMemoryInAThousandRounds) {
   constexpr int kRounds = 1000;
-  World world;
+  TwoVolumes volumes;
   const auto round = [&](int number) {
-    world.make(kinds()[static_cast<std::size_t>(number) % kinds().size()]);
-    world.word(world.hostile() + "/item");
-    EXPECT_EQ(world.word(world.healthy() + "/item"), "green") << number;
-    world.startOver();
+    volumes.make(kinds()[static_cast<std::size_t>(number) % kinds().size()]);
+    volumes.word(volumes.hostile() + "/item");
+    EXPECT_EQ(volumes.word(volumes.healthy() + "/item"), "green") << number;
+    volumes.startOver();
   };
   for (std::size_t i = 0; i < kinds().size(); ++i) round(static_cast<int>(i));
   const auto descriptors = openDescriptors();
   const auto memory = ::mallinfo2().uordblks;
-  const auto waiting = world.dispatch.delayed();
+  const auto delayed = volumes.engine.dispatch.delayed();
   for (int i = 0; i < kRounds; ++i) round(i);
-  // Back at the kind with which the count was taken.
+  // End with the same kind as when the counts were taken.
   for (std::size_t i = 0; i < kinds().size(); ++i) round(static_cast<int>(i));
   EXPECT_LE(openDescriptors(), descriptors + 2);
-  EXPECT_LE(world.dispatch.delayed(), waiting + 2);
+  EXPECT_LE(volumes.engine.dispatch.delayed(), delayed + 2);
   EXPECT_LT(::mallinfo2().uordblks, memory + 256 * 1024);
 }
 
-TEST(HostileNames, WithQuotesNewlinesColonsAndBytesThatAreNotUtf8HaveTheirOwnWords) {
-  World world;
+TEST(HostileNames, WithQuotesNewlinesColonsAndInvalidUtf8HaveTheirOwnWords) {
+  TwoVolumes volumes;
   const std::vector<std::string> names = {"it's \"quoted\"",
                                           "two\nlines",
                                           "a:b",
@@ -277,28 +266,28 @@ TEST(HostileNames, WithQuotesNewlinesColonsAndBytesThatAreNotUtf8HaveTheirOwnWor
                                           "e\xCC\x81",
                                           " ",
                                           "*"};
-  for (const auto& name : names) writeBytes(world.hostile() + "/" + name, "x");
-  fs::remove_all(World::databaseOf(world.hostile()));
-  writeNames(World::databaseOf(world.hostile()), names);
+  for (const auto& name : names) writeBytes(volumes.hostile() + "/" + name, "x");
+  fs::remove_all(TwoVolumes::databaseOf(volumes.hostile()));
+  writeNames(TwoVolumes::databaseOf(volumes.hostile()), names);
   for (const auto& name : names)
-    EXPECT_EQ(world.word(world.hostile() + "/" + name), "green") << name;
-  writeBytes(world.hostile() + "/unknown", "x");
-  EXPECT_EQ(world.word(world.hostile() + "/unknown"), "none");
+    EXPECT_EQ(volumes.word(volumes.hostile() + "/" + name), "green") << name;
+  writeBytes(volumes.hostile() + "/unknown", "x");
+  EXPECT_EQ(volumes.word(volumes.hostile() + "/unknown"), "none");
 }
 
-TEST(HostileDatabases, ThatMayNotBeReadGiveNoBadge) {
-  // Root may read everything, so the engine runs as nobody in a process of its own.
-  World world;
-  world.make(kinds().front());
-  fs::permissions(World::databaseOf(world.hostile()), fs::perms::none);
-  fs::permissions(fs::path(world.hostile()).parent_path(), fs::perms::all);
+TEST(HostileDatabases, ThatAreUnreadableGiveNoBadge) {
+  // Root may read everything, so the engine runs as nobody in a child process.
+  TwoVolumes volumes;
+  volumes.make(kinds().front());
+  fs::permissions(TwoVolumes::databaseOf(volumes.hostile()), fs::perms::none);
+  fs::permissions(fs::path(volumes.hostile()).parent_path(), fs::perms::all);
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
     if (::geteuid() == 0 && ::setresuid(65534, 65534, 65534) != 0) ::_exit(3);
-    const bool right = world.word(world.hostile() + "/item") == "none" &&
-                       world.word(world.healthy() + "/item") == "green";
-    ::_exit(right ? 0 : 1);
+    const bool correct = volumes.word(volumes.hostile() + "/item") == "none" &&
+                         volumes.word(volumes.healthy() + "/item") == "green";
+    ::_exit(correct ? 0 : 1);
   }
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, 0), child);

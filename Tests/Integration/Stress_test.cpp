@@ -1,4 +1,5 @@
-// The engine on real threads: everything at once, and another process that writes all the while.
+// The engine on real threads: concurrent operations, and a process that writes the database
+// meanwhile.
 
 #include <atomic>
 #include <cstdlib>
@@ -12,11 +13,9 @@
 #include <gtest/gtest.h>
 
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Database/SqliteDatabases.h"
-#include "Platform/Dispatch/GLibDispatch.h"
-#include "Tests/Doubles/ManualUnmountApprovals.h"
 #include "Tests/Doubles/MountInfoVolumes.h"
 #include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Engine/EngineUnderTest.h"
 #include "Tests/RecordingHost/RecordingHost.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
@@ -62,13 +61,12 @@ class Stress : public testing::Test {
       fillVolume(volume, "1");
       fillVolume(volume, "2");
     }
-    pool->setAccountId("1");
   }
 
-  /// Lets everything that was asked for happen.
+  /// Runs the main loop until no refresh is pending.
   void settle() {
     bool idle = false;
-    provider->performWhenIdle([&] { idle = true; });
+    engine.provider->performWhenIdle([&] { idle = true; });
     while (!idle) g_main_context_iteration(nullptr, TRUE);
   }
   std::string path(const std::string& volume, int folderNumber, int file) const {
@@ -81,64 +79,59 @@ class Stress : public testing::Test {
   }
   void drawAll() {
     forEachFile([&](const std::string& item, int) {
-      provider->colorFor(ItemURL(item));
-      provider->setView(host.makeView(), item);
+      engine.provider->colorFor(ItemURL(item));
+      engine.provider->setView(host.makeView(), item);
     });
   }
 
   platform::TemporaryFolder folder;
   std::vector<std::string> mounted = {folder.path("one"), folder.path("two")};
   testing_host::RecordingHost host;
-  platform::SystemClock clock;
   platform::MountInfoVolumes volumes{[this] {
     return "1 0 0:1 / / rw - ext4 a rw\n2 1 0:2 / " + mounted[0] + " rw - vfat b rw\n3 1 0:3 / " +
            mounted[1] + " rw - vfat c rw\n";
   }};
-  platform::SqliteDatabases databases{clock};
-  platform::ManualUnmountApprovals approvals;
-  platform::GLibDispatch dispatch;
-  WVFinderTools tools{host.runtime, dispatch.mainQueue(), clock};
-  std::shared_ptr<WVDBPool> pool = WVDBPool::init({databases, dispatch, volumes, approvals});
-  std::shared_ptr<WVIconProvider> provider = WVIconProvider::init({clock, dispatch, tools, pool});
+  testing_host::ThreadedEngineUnderTest engine{
+      {.volumes = &volumes, .runtime = &host.runtime, .accountId = "1"}};
 };
 
-TEST_F(Stress, EverythingAtOnceEndsWithEveryWordRight) {
+TEST_F(Stress, ConcurrentOperationsEndWithCorrectWords) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 8; ++t)
     threads.emplace_back([this, t] {
       for (int round = 0; round < kRounds; ++round)
-        provider->updateCacheForPath(path(mounted[static_cast<std::size_t>(round % 2)],
-                                          (t + round) % kFolders, t % kFilesInFolder));
+        engine.provider->updateCacheForPath(path(mounted[static_cast<std::size_t>(round % 2)],
+                                                 (t + round) % kFolders, t % kFilesInFolder));
     });
   threads.emplace_back([this] {
     for (int round = 0; round < kRounds; ++round) {
-      provider->reinit();
-      pool->setAccountId(round % 2 == 0 ? "2" : "1");
-      pool->accessorGoneBad(nullptr);
-      if (const auto accessor = pool->accessorWithPath(mounted[0])) accessor->updateCache();
+      engine.provider->reinit();
+      engine.pool->setAccountId(round % 2 == 0 ? "2" : "1");
+      engine.pool->accessorGoneBad(nullptr);
+      if (const auto accessor = engine.pool->accessorWithPath(mounted[0])) accessor->updateCache();
     }
   });
   for (int round = 0; round < kRounds; ++round) {
     drawAll();
     g_main_context_iteration(nullptr, FALSE);
-    // Not of the second volume: its words are asked for below, and a volume that is asked for
-    // stays closed for five seconds.
-    EXPECT_EQ(approvals.ask(mounted[0]), std::nullopt);
+    // Not the second volume: its words are checked below, and an unmount request keeps a volume
+    // closed for five seconds.
+    EXPECT_EQ(engine.approvals.ask(mounted[0]), std::nullopt);
   }
   for (auto& thread : threads) thread.join();
   settle();
-  pool->setAccountId("1");
-  provider->reinit();
+  engine.pool->setAccountId("1");
+  engine.provider->reinit();
   settle();
   drawAll();
   settle();
   forEachFile([&](const std::string& item, int number) {
     if (!item.starts_with(mounted[1])) return;
-    EXPECT_EQ(provider->colorFor(ItemURL(item)), number % 2 == 0 ? "green" : "blue") << item;
+    EXPECT_EQ(engine.provider->colorFor(ItemURL(item)), number % 2 == 0 ? "green" : "blue") << item;
   });
 }
 
-/// Runs another process that marks files back and forth, and leaves the odd ones backed up.
+/// Runs a process that toggles the state of all files and finally leaves the odd ones backed up.
 class Writer {
  public:
   Writer(const std::string& database, const std::string& journal, const std::string& scriptPath) {
@@ -170,20 +163,20 @@ class Writer {
 
 class StressWithWriter : public Stress, public testing::WithParamInterface<const char*> {};
 
-TEST_P(StressWithWriter, AnotherProcessThatWritesLeavesNoWrongWordAndNoLostRedraw) {
+TEST_P(StressWithWriter, AConcurrentWriterProcessCausesNoWrongWordAndNoLostRedraw) {
   const std::string volume = mounted[0];
   drawAll();
   settle();
   {
     const Writer writer(volume + "/Wevora-Account-1.db", GetParam(), folder.path("script.sql"));
     for (int round = 0; !writer.done(); ++round) {
-      provider->addOperationWithFolderName(path(volume, round % kFolders, 0), 8, 0.3);
+      engine.provider->addOperationWithFolderName(path(volume, round % kFolders, 0), 8, 0.3);
       settle();
       drawAll();
     }
     EXPECT_EQ(writer.status(), 0);
   }
-  // What was shown last, each with the view that showed it.
+  // The last displayed words, each with its view.
   settle();
   struct Shown {
     std::string path;
@@ -194,15 +187,15 @@ TEST_P(StressWithWriter, AnotherProcessThatWritesLeavesNoWrongWordAndNoLostRedra
   std::vector<Shown> shown;
   forEachFile([&](const std::string& item, int number) {
     if (!item.starts_with(volume)) return;
-    shown.push_back({item, number, provider->colorFor(ItemURL(item)), host.makeView()});
-    provider->setView(shown.back().view, item);
+    shown.push_back({item, number, engine.provider->colorFor(ItemURL(item)), host.makeView()});
+    engine.provider->setView(shown.back().view, item);
   });
   settle();
   for (int f = 0; f < kFolders; ++f)
-    provider->addOperationWithFolderName(path(volume, f, 0), 8, 0.3);
+    engine.provider->addOperationWithFolderName(path(volume, f, 0), 8, 0.3);
   settle();
   for (const auto& item : shown) {
-    const auto word = provider->colorFor(ItemURL(item.path));
+    const auto word = engine.provider->colorFor(ItemURL(item.path));
     EXPECT_EQ(word, item.number % 2 == 1 ? "green" : "blue") << item.path;
     if (word != item.word) {
       EXPECT_EQ(item.view->redraws, 1) << item.path;

@@ -1,4 +1,4 @@
-// The command-line tools as a person runs them, on real volumes.
+// The command-line tools, run in a shell on real volumes.
 
 #include <algorithm>
 #include <filesystem>
@@ -46,7 +46,7 @@ class ToolsTest : public testing::Test {
   bool mounted = false;
 };
 
-TEST_F(ToolsTest, StatusPrintsTheWordOfEachItemAndFollowsTheAgentsMarks) {
+TEST_F(ToolsTest, StatusPrintsTheWordOfEachItemAndReflectsTheAgentsMarks) {
   initAndScan(" --include Documents");
   const std::string items = "--account 7 " + volume.path("loose") + " '" +
                             volume.path("Documents/Plan B.txt") + "' " + volume.path("Documents") +
@@ -66,7 +66,7 @@ TEST_F(ToolsTest, StatusPrintsTheWordOfEachItemAndFollowsTheAgentsMarks) {
       << after.output;
 }
 
-TEST_F(ToolsTest, AVolumeThatHoldsNoBackedUpFolderHasNoBadge) {
+TEST_F(ToolsTest, AVolumeWithoutIncludedFoldersHasNoBadge) {
   initAndScan();
   EXPECT_EQ(status("--account 7 " + volume.path()).output, "none\t/media/wevora-tools\n");
 }
@@ -85,7 +85,7 @@ TEST_F(ToolsTest, StatusWalksFoldersAndFollowsNoLink) {
             "blue\t/media/wevora-tools/Documents/\xC3\x89t\xC3\xA9 2026/it's.txt\n");
 }
 
-TEST_F(ToolsTest, AVolumeThatIsMountedTwiceIsWalkedOnce) {
+TEST_F(ToolsTest, AVolumeMountedTwiceIsWalkedOnce) {
   initAndScan();
   fs::create_directory(volume.path("again"));
   ASSERT_EQ(::mount(volume.path().c_str(), volume.path("again").c_str(), nullptr, MS_BIND, nullptr),
@@ -96,7 +96,7 @@ TEST_F(ToolsTest, AVolumeThatIsMountedTwiceIsWalkedOnce) {
   EXPECT_EQ(walked.output.find("/again/"), std::string::npos) << walked.output;
 }
 
-TEST_F(ToolsTest, JsonIsReadByAnotherProgram) {
+TEST_F(ToolsTest, JsonIsParsedByAnotherProgram) {
   initAndScan();
   write("odd \"\\\n\xFF name");
   const auto read =
@@ -111,12 +111,12 @@ TEST_F(ToolsTest, JsonIsReadByAnotherProgram) {
             "{'/media/wevora-tools/Wevora-Account-7.db'}\n");
 }
 
-TEST_F(ToolsTest, AVolumeWithoutADatabaseIsNullInJson) {
+TEST_F(ToolsTest, AMissingDatabaseIsNullInJson) {
   EXPECT_EQ(status("--account 7 --format=json " + volume.path("loose")).output,
             "{\"path\":\"/media/wevora-tools/loose\",\"status\":\"none\",\"database\":null}\n");
 }
 
-TEST_F(ToolsTest, AnUnreadablePathIsSaidAndMakesTheExitStatusOne) {
+TEST_F(ToolsTest, AnUnreadablePathIsReportedAndTheExitStatusIsOne) {
   initAndScan();
   const auto missing = status("--account 7 " + volume.path("missing") + " " + volume.path("loose"));
   EXPECT_EQ(missing.status, 1);
@@ -124,7 +124,7 @@ TEST_F(ToolsTest, AnUnreadablePathIsSaidAndMakesTheExitStatusOne) {
             "unreadable\t/media/wevora-tools/missing\nblue\t/media/wevora-tools/loose\n");
 }
 
-TEST_F(ToolsTest, AWrongCallEndsWithTwoAndOneLine) {
+TEST_F(ToolsTest, AUsageErrorPrintsOneLineAndTheExitStatusIsTwo) {
   for (const auto& outcome :
        {status("--watch"), status("--account 7"), status("--account 7 --no x"), agent(""),
         agent("init --account 7"), agent("fly --account 7"), agent("mark --account 7 x"),
@@ -134,7 +134,7 @@ TEST_F(ToolsTest, AWrongCallEndsWithTwoAndOneLine) {
   }
 }
 
-TEST_F(ToolsTest, HelpAndVersionAreAnswered) {
+TEST_F(ToolsTest, HelpAndVersionArePrinted) {
   EXPECT_TRUE(status("--help").output.starts_with("usage: wevora-status"));
   EXPECT_TRUE(agent("--help").output.starts_with("usage: wevora-agent-sim"));
   EXPECT_EQ(status("--version").output, "wevora-status 0.1.0\n");
@@ -142,7 +142,7 @@ TEST_F(ToolsTest, HelpAndVersionAreAnswered) {
   EXPECT_EQ(status("--help").status + agent("help").status, 0);
 }
 
-TEST_F(ToolsTest, TheAgentSaysWhatItCannotDoAndChangesNothing) {
+TEST_F(ToolsTest, TheAgentReportsErrorsAndChangesNothing) {
   const auto noVolume = agent("init --account 7 --volume " + volume.path("Documents"));
   EXPECT_EQ(noVolume.status, 1);
   EXPECT_NE(noVolume.output.find("is not the mount point of a volume"), std::string::npos);

@@ -1,4 +1,4 @@
-// Real volumes, mounted and unmounted.
+// The engine on real volumes that are mounted and unmounted.
 
 #include <chrono>
 #include <fstream>
@@ -13,11 +13,11 @@
 #include "Apps/agent_sim/DatabaseWriter.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
 #include "Platform/Base/GObjectPtr.h"
-#include "Platform/Database/SqliteDatabases.h"
 #include "Platform/Volumes/GioUnmountApprovals.h"
 #include "Platform/Volumes/Volumes.h"
 #include "Tests/Doubles/ManualDispatch.h"
 #include "Tests/Doubles/ManualUnmountApprovals.h"
+#include "Tests/Engine/EngineUnderTest.h"
 #include "Tests/Mounts/InMountNamespace.h"
 #include "Tests/Mounts/MountedVolume.h"
 
@@ -29,40 +29,37 @@ using testing_host::MountedVolume;
 
 constexpr const char* kAccount = "volume-test";
 
-/// The engine on this machine's real volumes, in virtual time.
+/// The engine on the system's mounted volumes, in virtual time.
 class Engine {
  public:
+  /// Without approvals, unmount requests come from GIO.
   explicit Engine(platform::UnmountApprovals* approvals = nullptr)
-      : gio_(dispatch, volumes_),
-        pool(WVDBPool::init({databases_, dispatch, volumes_, approvals ? *approvals : gio_})) {
-    pool->setAccountId(kAccount);
-    provider = WVIconProvider::init({clock, dispatch, tools_, pool});
-  }
+      : engine_({.volumes = &volumes_,
+                 .approvals = approvals == nullptr ? &gio_ : approvals,
+                 .accountId = kAccount},
+                clock_, dispatch) {}
 
-  /// Draws, lets everything happen, draws again.
+  /// Draws, runs all queued work, draws again.
   std::string word(const std::string& path) {
-    provider->colorFor(ItemURL(path));
+    engine_.provider->colorFor(ItemURL(path));
     dispatch.runAll();
-    return provider->colorFor(ItemURL(path)).value_or("none");
+    return engine_.provider->colorFor(ItemURL(path)).value_or("none");
   }
-
-  platform::VirtualClock clock;
-  platform::ManualDispatch dispatch{clock};
+  WVDBPool& pool() { return *engine_.pool; }
 
  private:
-  platform::SystemClock systemClock_;
-  platform::SystemVolumes volumes_;
-  platform::SqliteDatabases databases_{systemClock_};
-  platform::GioUnmountApprovals gio_;
-  platform::Runtime runtime_;
-  WVFinderTools tools_{runtime_, dispatch.mainQueue(), clock};
+  platform::VirtualClock clock_;
 
  public:
-  std::shared_ptr<WVDBPool> pool;
-  std::shared_ptr<WVIconProvider> provider;
+  platform::ManualDispatch dispatch{clock_};
+
+ private:
+  platform::SystemVolumes volumes_;
+  platform::GioUnmountApprovals gio_{dispatch, volumes_};
+  testing_host::BasicEngineUnderTest<testing_host::GivenTime> engine_;
 };
 
-/// A file that is backed up, one that is not, and the database that says so.
+/// Writes a file that is backed up, one that is not, and their database.
 void fillVolume(const MountedVolume& volume) {
   std::ofstream(volume.path("done")) << "x";
   std::ofstream(volume.path("waiting")) << "x";
@@ -94,82 +91,82 @@ platform::GObjectPtr<GMount> mountListedAt(GVolumeMonitor* monitor, const std::s
   return found;
 }
 
-/// Unmounts as a file manager does; answers whether the volume is gone.
-bool unmountLikeAPerson(GMount* mount, Engine& engine) {
-  struct Answer {
-    bool came = false;
+/// Unmounts as a file manager does. Returns whether the volume was unmounted.
+bool unmountLikeAFileManager(GMount* mount, Engine& engine) {
+  struct Reply {
+    bool received = false;
     bool unmounted = false;
-  } answer;
+  } reply;
   g_mount_unmount_with_operation(
       mount, G_MOUNT_UNMOUNT_NONE, nullptr, nullptr,
       [](GObject* source, GAsyncResult* result, gpointer out) {
         GError* error = nullptr;
-        auto& to = *static_cast<Answer*>(out);
+        auto& to = *static_cast<Reply*>(out);
         to.unmounted = g_mount_unmount_with_operation_finish(G_MOUNT(source), result, &error);
-        to.came = true;
+        to.received = true;
         g_clear_error(&error);
       },
-      &answer);
-  while (!answer.came) {
+      &reply);
+  while (!reply.received) {
     engine.dispatch.runAll();
     g_main_context_iteration(nullptr, TRUE);
   }
-  return answer.unmounted;
+  return reply.unmounted;
 }
 
 class VolumeTest : public testing::Test {
  protected:
-  void expectTheRightWords(Engine& engine, const MountedVolume& volume) {
+  void expectCorrectWords(Engine& engine, const MountedVolume& volume) {
     EXPECT_EQ(engine.word(volume.path("done")), "green");
     EXPECT_EQ(engine.word(volume.path("waiting")), "blue");
     EXPECT_EQ(engine.word(volume.path()), "red");
   }
   void expectNoReopeningForFiveSeconds(Engine& engine, const MountedVolume& volume) {
-    EXPECT_EQ(engine.pool->accessorWithPath(volume.path("done")), nullptr);
+    EXPECT_EQ(engine.pool().accessorWithPath(volume.path("done")), nullptr);
     engine.dispatch.advance(4999ms);
-    EXPECT_EQ(engine.pool->accessorWithPath(volume.path("done")), nullptr);
+    EXPECT_EQ(engine.pool().accessorWithPath(volume.path("done")), nullptr);
     engine.dispatch.advance(1ms);
-    EXPECT_NE(engine.pool->accessorWithPath(volume.path("done")), nullptr);
+    EXPECT_NE(engine.pool().accessorWithPath(volume.path("done")), nullptr);
   }
 };
 
-TEST_F(VolumeTest, AnOpenVolumeIsLetGoUnmountedAndFoundAgain) {
+TEST_F(VolumeTest, AnOpenVolumeIsReleasedUnmountedAndFoundAgain) {
   MountedVolume volume(MountedVolume::Kind::tmpfs, "/media/wevora-stick");
   ASSERT_TRUE(volume.mount());
   fillVolume(volume);
   platform::ManualUnmountApprovals approvals;
   Engine engine(&approvals);
-  expectTheRightWords(engine, volume);
+  expectCorrectWords(engine, volume);
   EXPECT_FALSE(volume.unmount()) << "the open database keeps the volume busy";
 
   EXPECT_EQ(approvals.ask(volume.path()), std::nullopt);
   engine.dispatch.runAll();
-  EXPECT_EQ(engine.pool->accessorWithPath(volume.path("done")), nullptr);
+  EXPECT_EQ(engine.pool().accessorWithPath(volume.path("done")), nullptr);
   EXPECT_TRUE(volume.unmount());
 
   ASSERT_TRUE(volume.mount());
   fillVolume(volume);
   expectNoReopeningForFiveSeconds(engine, volume);
-  expectTheRightWords(engine, volume);
+  expectCorrectWords(engine, volume);
 }
 
-TEST_F(VolumeTest, AReaderThatWasDroppedBeforeDoesNotKeepAVolumeBusy) {
+TEST_F(VolumeTest, ADroppedAccessorDoesNotKeepAVolumeBusy) {
   MountedVolume volume(MountedVolume::Kind::tmpfs, "/media/wevora-stick");
   ASSERT_TRUE(volume.mount());
   fillVolume(volume);
   platform::ManualUnmountApprovals approvals;
   Engine engine(&approvals);
-  expectTheRightWords(engine, volume);
-  engine.pool->setAccountId("another account");
+  expectCorrectWords(engine, volume);
+  engine.pool().setAccountId("another account");
   engine.dispatch.runAll();
   EXPECT_EQ(approvals.ask(volume.path()), std::nullopt);
   engine.dispatch.runAll();
   EXPECT_TRUE(volume.unmount());
 }
 
-TEST_F(VolumeTest, AnEjectedDiskIsLetGoUnmountedAndFoundAgain) {
-  // Only root may mount a disk image; the volume of everyone else is in memory, and is unmounted
-  // by the kernel's call, as GVolumeMonitor does not list it.
+TEST_F(VolumeTest, AnEjectedDiskIsReleasedUnmountedAndFoundAgain) {
+  // Only root may mount a disk image. For other users the volume is a tmpfs, which GVolumeMonitor
+  // does not list, so umount(2) is called instead.
   const bool root = testing_host::mayMountDisks();
   MountedVolume volume(root ? MountedVolume::Kind::ext4 : MountedVolume::Kind::tmpfs,
                        "/media/wevora-disk");
@@ -177,13 +174,13 @@ TEST_F(VolumeTest, AnEjectedDiskIsLetGoUnmountedAndFoundAgain) {
   fillVolume(volume);
   const platform::GObjectPtr<GVolumeMonitor> monitor(g_volume_monitor_get());
   Engine engine;
-  expectTheRightWords(engine, volume);
+  expectCorrectWords(engine, volume);
   if (root) {
     const auto mount = mountListedAt(monitor.get(), volume.path());
     ASSERT_TRUE(mount);
-    EXPECT_TRUE(unmountLikeAPerson(mount.get(), engine));
+    EXPECT_TRUE(unmountLikeAFileManager(mount.get(), engine));
   } else {
-    engine.pool->diskShouldBeUnmounted(
+    engine.pool().diskShouldBeUnmounted(
         {{{platform::kDiskDescriptionVolumePathKey, volume.path()}}});
     engine.dispatch.runAll();
     EXPECT_TRUE(volume.unmount());
@@ -192,10 +189,10 @@ TEST_F(VolumeTest, AnEjectedDiskIsLetGoUnmountedAndFoundAgain) {
   ASSERT_TRUE(volume.mount());
   if (!root) fillVolume(volume);
   expectNoReopeningForFiveSeconds(engine, volume);
-  expectTheRightWords(engine, volume);
+  expectCorrectWords(engine, volume);
 }
 
-TEST_F(VolumeTest, ARefusedUnmountIsAnsweredBusyByTheKernelForFiveSeconds) {
+TEST_F(VolumeTest, ARefusedUnmountIsBusyInTheKernelForFiveSeconds) {
   MountedVolume volume(MountedVolume::Kind::tmpfs, "/media/wevora-stick");
   ASSERT_TRUE(volume.mount());
   platform::VirtualClock clock;

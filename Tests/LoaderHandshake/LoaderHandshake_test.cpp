@@ -1,5 +1,5 @@
-// The record in shared memory, between real processes. Each test has a /dev/shm of its own, which
-// no other test and no other program sees.
+// The shared-memory record between real processes. Each test mounts its own /dev/shm, invisible to
+// other tests and programs.
 
 #include <algorithm>
 #include <array>
@@ -27,12 +27,12 @@
 
 namespace {
 
-/// How often a signal comes in between before shared memory is allocated.
+/// How many calls of posix_fallocate fail with EINTR.
 int interruptions = 0;
 
 }  // namespace
 
-/// In the place of the C library's.
+/// Replaces the function of the C library.
 extern "C" int posix_fallocate(int descriptor, off_t offset, off_t length) {
   if (interruptions-- > 0) return EINTR;
   return ::fallocate(descriptor, 0, offset, length) == 0 ? 0 : errno;
@@ -48,7 +48,7 @@ constexpr const char* kObject = "/dev/shm/finder.shared";
 constexpr int kOk = 0;
 constexpr int kFailed = 1;
 
-/// Runs `body` in a process of its own; its exit status, or -1.
+/// Runs `body` in a child process. Returns its exit status, or -1.
 int inAnotherProcess(const std::function<int()>& body) {
   const pid_t child = ::fork();
   if (child == 0) ::_exit(body());
@@ -62,7 +62,7 @@ std::size_t openDescriptors() {
       std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
-/// A record under the name that a process holds in its memory.
+/// A named record that this process keeps mapped.
 class HeldRecord {
  public:
   explicit HeldRecord(SharedRecord record) {
@@ -89,7 +89,7 @@ class HeldRecord {
   void* mapping_ = MAP_FAILED;
 };
 
-/// Another process that holds a record for as long as this object lives.
+/// A child process that keeps a record mapped during the lifetime of this object.
 class OtherHolder {
  public:
   explicit OtherHolder(SharedRecord record) {
@@ -146,9 +146,9 @@ class LoaderHandshakeTest : public testing::Test {
     std::ofstream(list, std::ios::trunc)
         << platform::PropertyLists::xml({{"kFinderVersion", version}}).value();
   }
-  static bool nameIsThere() { return fs::exists(kObject); }
-  /// What the loader is told, and what is printed to it.
-  static std::pair<int, std::string> asked() {
+  static bool nameExists() { return fs::exists(kObject); }
+  /// The result and the standard output of shouldKillFinder.
+  static std::pair<int, std::string> resultAndOutput() {
     testing::internal::CaptureStdout();
     const int result = shouldKillFinder();
     std::fflush(stdout);
@@ -170,21 +170,21 @@ TEST_F(LoaderHandshakeTest, BothFunctionsAreExportedUnderTheirPlainNames) {
   EXPECT_EQ(::dlsym(RTLD_DEFAULT, "shouldKillFinder"), reinterpret_cast<void*>(&shouldKillFinder));
 }
 
-TEST_F(LoaderHandshakeTest, AfterSetVersionNoObjectIsLeftUnderTheName) {
+TEST_F(LoaderHandshakeTest, SetVersionUnlinksTheName) {
   setVersion(1, 2, 3);
   EXPECT_TRUE(fs::is_empty(kSharedMemory));
 }
 
-TEST_F(LoaderHandshakeTest, SetVersionWritesSixteenBytesIntoARecordThatIsThereAndTakesItsName) {
+TEST_F(LoaderHandshakeTest, SetVersionWritesSixteenBytesToAnExistingRecordAndUnlinksIt) {
   const HeldRecord held({9, 9, 9, 9});
   ASSERT_TRUE(held.holds());
   EXPECT_EQ(fs::file_size(kObject), 16U);
   setVersion(1, -2, 3);
   EXPECT_EQ(held.fields(), (std::array<std::int32_t, 4>{1, -2, 3, ::getpid()}));
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
 }
 
-TEST_F(LoaderHandshakeTest, TheRecordHasTheProcessThatWroteIt) {
+TEST_F(LoaderHandshakeTest, TheRecordHasTheIdOfTheProcessThatWroteIt) {
   const HeldRecord held({});
   ASSERT_TRUE(held.holds());
   const pid_t child = ::fork();
@@ -196,7 +196,7 @@ TEST_F(LoaderHandshakeTest, TheRecordHasTheProcessThatWroteIt) {
   EXPECT_EQ(held.fields(), (std::array<std::int32_t, 4>{2, 0, 1, child}));
 }
 
-TEST_F(LoaderHandshakeTest, ARecordOfAnotherSizeIsCutToSixteenBytes) {
+TEST_F(LoaderHandshakeTest, ARecordOfAnotherSizeIsTruncatedToSixteenBytes) {
   std::ofstream(kObject) << std::string(5000, 'x');
   install("0.0.0");
   EXPECT_EQ(shouldKillFinder(), 0);
@@ -208,9 +208,9 @@ TEST_F(LoaderHandshakeTest, ARecordOfTheInstalledVersionHeldByAnotherProcessIsOn
   const OtherHolder other({2, 0, 1, 4711});
   ASSERT_TRUE(other.holds());
   EXPECT_EQ(shouldKillFinder(), 1);
-  EXPECT_TRUE(nameIsThere());
+  EXPECT_TRUE(nameExists());
   EXPECT_EQ(shouldKillFinder(), 1);
-  EXPECT_TRUE(nameIsThere());
+  EXPECT_TRUE(nameExists());
 }
 
 TEST_F(LoaderHandshakeTest, ARecordOfAnotherVersionIsZeroAndKeepsItsName) {
@@ -219,7 +219,7 @@ TEST_F(LoaderHandshakeTest, ARecordOfAnotherVersionIsZeroAndKeepsItsName) {
   for (const char* version : {"2.0.2", "2.1.1", "3.0.1", "0.0.0"}) {
     install(version);
     EXPECT_EQ(shouldKillFinder(), 0) << version;
-    EXPECT_TRUE(nameIsThere());
+    EXPECT_TRUE(nameExists());
   }
 }
 
@@ -234,26 +234,26 @@ TEST_F(LoaderHandshakeTest, AVersionTextWithOtherThanThreeComponentsIsZero) {
   EXPECT_EQ(shouldKillFinder(), 1);
 }
 
-TEST_F(LoaderHandshakeTest, WithoutAnInstalledListTheAnswerIsZeroEvenForAnEmptyRecord) {
-  EXPECT_EQ(asked(), std::make_pair(0, std::string()));
-  EXPECT_FALSE(nameIsThere());
+TEST_F(LoaderHandshakeTest, WithoutAnInstalledListTheResultIsZeroEvenForAnEmptyRecord) {
+  EXPECT_EQ(resultAndOutput(), std::make_pair(0, std::string()));
+  EXPECT_FALSE(nameExists());
 }
 
-TEST_F(LoaderHandshakeTest, WithoutAnObjectOneIsMadeAndItsNameRemovedEachTime) {
+TEST_F(LoaderHandshakeTest, WithoutAnObjectOneIsCreatedAndUnlinkedEachTime) {
   install("2.0.1");
   EXPECT_EQ(shouldKillFinder(), 0);
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
   EXPECT_EQ(shouldKillFinder(), 0);
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
 }
 
 TEST_F(LoaderHandshakeTest, AnInstalledVersionOfZerosEqualsAFreshObject) {
   install("0.0.0");
   EXPECT_EQ(shouldKillFinder(), 1);
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
 }
 
-TEST_F(LoaderHandshakeTest, AfterSetVersionTheLoaderFindsNothingMore) {
+TEST_F(LoaderHandshakeTest, AfterSetVersionTheLoaderFindsNoRecord) {
   install("2.0.1");
   EXPECT_EQ(inAnotherProcess([] {
               setVersion(2, 0, 1);
@@ -264,7 +264,7 @@ TEST_F(LoaderHandshakeTest, AfterSetVersionTheLoaderFindsNothingMore) {
 }
 
 TEST_F(LoaderHandshakeTest, TheModeIsDecimal777) {
-  // With its first descriptor free, the call takes the object for another's and leaves its name.
+  // With descriptor 0 free, the call treats the object as existing and leaves its name linked.
   install("2.0.1");
   ASSERT_EQ(inAnotherProcess([] {
               ::close(0);
@@ -283,11 +283,11 @@ TEST_F(LoaderHandshakeTest, ADescriptorOfZeroCountsAsAFailureToCreate) {
               ::close(0);
               const auto before = openDescriptors();
               setVersion(1, 2, 3);
-              // The first descriptor stays, the second is closed.
+              // The first descriptor leaks, the second is closed.
               return openDescriptors() == before + 1 ? kOk : kFailed;
             }),
             kOk);
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
 }
 
 TEST_F(LoaderHandshakeTest, NoDescriptorIsLeftOpen) {
@@ -300,29 +300,29 @@ TEST_F(LoaderHandshakeTest, NoDescriptorIsLeftOpen) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST_F(LoaderHandshakeTest, AnObjectThatCannotBeOpenedIsToldByTheLoadersQuestionOnly) {
+TEST_F(LoaderHandshakeTest, OnlyShouldKillFinderReportsAnObjectThatCannotBeOpened) {
   ::umount2(kSharedMemory, MNT_DETACH);
   ASSERT_TRUE(mount(MS_RDONLY));
   install("0.0.0");
   testing::internal::CaptureStdout();
   setVersion(1, 2, 3);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(asked(), std::make_pair(0, "Could not create shm object. " +
-                                           std::string(std::strerror(EROFS)) + "\n"));
+  EXPECT_EQ(resultAndOutput(), std::make_pair(0, "Could not create shm object. " +
+                                                     std::string(std::strerror(EROFS)) + "\n"));
 }
 
-TEST_F(LoaderHandshakeTest, AnObjectThatCannotBeMappedKeepsItsNameAndItsDescriptor) {
+TEST_F(LoaderHandshakeTest, AnObjectThatCannotBeMappedKeepsItsNameAndLeaksItsDescriptor) {
   ASSERT_EQ(::mkfifo(kObject, 0600), 0);
   install("0.0.0");
   const auto before = openDescriptors();
   setVersion(1, 2, 3);
   EXPECT_EQ(openDescriptors(), before + 1);
-  EXPECT_EQ(asked(), std::make_pair(0, std::string()));
+  EXPECT_EQ(resultAndOutput(), std::make_pair(0, std::string()));
   EXPECT_EQ(openDescriptors(), before + 2);
-  EXPECT_TRUE(nameIsThere());
+  EXPECT_TRUE(nameExists());
 }
 
-TEST_F(LoaderHandshakeTest, FullSharedMemoryDoesNotEndTheProcess) {
+TEST_F(LoaderHandshakeTest, FullSharedMemoryDoesNotKillTheProcess) {
   install("0.0.0");
   fillSharedMemory();
   EXPECT_EQ(inAnotherProcess([] {
@@ -330,23 +330,23 @@ TEST_F(LoaderHandshakeTest, FullSharedMemoryDoesNotEndTheProcess) {
               return shouldKillFinder();
             }),
             0);
-  EXPECT_TRUE(nameIsThere());
+  EXPECT_TRUE(nameExists());
 }
 
-TEST_F(LoaderHandshakeTest, ASignalMeanwhileLeavesNoNameAndNoDescriptor) {
+TEST_F(LoaderHandshakeTest, AnInterruptedAllocationIsRetriedAndLeavesNoNameAndNoDescriptor) {
   install("0.0.0");
   const auto before = openDescriptors();
   interruptions = 3;
   setVersion(1, 2, 3);
   EXPECT_EQ(openDescriptors(), before);
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
   interruptions = 3;
-  EXPECT_EQ(asked(), std::make_pair(1, std::string()));
+  EXPECT_EQ(resultAndOutput(), std::make_pair(1, std::string()));
   EXPECT_EQ(openDescriptors(), before);
-  EXPECT_FALSE(nameIsThere());
+  EXPECT_FALSE(nameExists());
 }
 
-TEST_F(LoaderHandshakeTest, AForeignProgramsRecordIsReadInTheMachinesByteOrder) {
+TEST_F(LoaderHandshakeTest, ARecordOfAnotherProgramIsReadInNativeByteOrder) {
   install("2.0.1");
   ASSERT_EQ(std::system("python3 -c 'import struct\n"
                         "open(\"/dev/shm/finder.shared\", \"wb\")"

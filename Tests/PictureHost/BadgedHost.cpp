@@ -17,10 +17,11 @@ std::string badgeFile(const Halves& halves) {
 
 }  // namespace
 
-InstalledBundle::InstalledBundle()
+InstalledBundle::InstalledBundle(bool withPictures)
     : contents(
           paths.translate("/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/")) {
   std::filesystem::create_directories(contents + "Resources");
+  if (withPictures) addPictures();
 }
 
 void InstalledBundle::addPictures() {
@@ -53,35 +54,28 @@ BadgedVolume::BadgedVolume() : path(folder.path()), database(path + "/Wevora-Acc
 }
 
 BadgedHost::BadgedHost(PictureHost::Classes classes, bool withPictures)
-    : host(classes), provider(makeProvider(withPictures)), bundle(services()) {
-  pool->setAccountId("1");
-}
-
-std::shared_ptr<WVIconProvider> BadgedHost::makeProvider(bool withPictures) {
-  if (withPictures) installed.addPictures();
-  auto made = WVIconProvider::init({clock, dispatch, tools, pool, host.runtime(), installed.paths});
-  made->setTurnedOn(true);
-  return made;
+    : host(classes), installed(withPictures), bundle(services()) {
+  engine.provider->setTurnedOn(true);
 }
 
 BundleLoad::Services BadgedHost::services() {
   return {.principal = {.runtime = host.runtime(),
-                        .mainQueue = dispatch.mainQueue(),
+                        .mainQueue = engine.dispatch.mainQueue(),
                         .paths = installed.paths,
                         .setVersion =
                             [this](std::int32_t major, std::int32_t minor, std::int32_t patch) {
                               versions.push_back({major, minor, patch});
                             }},
           .provider = providerAccess(),
-          .finderTools = [this]() -> WVFinderTools& { return tools; },
+          .finderTools = [this]() -> WVFinderTools& { return engine.tools; },
           .loadFileTools = [this] { order.emplace_back("WVRFileTools"); },
           .loadAgentConnector = [this] { order.emplace_back("WVAgentConnector"); },
           .loadDateFormat = [this] { order.emplace_back("NSDate(DBFormat)"); }};
 }
 
 void BadgedHost::settle() {
-  provider->colorFor(ItemURL(item("green")));
-  dispatch.runAll();
+  engine.provider->colorFor(ItemURL(item("green")));
+  engine.dispatch.runAll();
 }
 
 }  // namespace wevora::testing_host

@@ -7,21 +7,19 @@
 
 #include "FinderIntegration/finder_bundle/BundleLoad.h"
 #include "FinderIntegration/finder_bundle/WVIconProvider.h"
-#include "Platform/Database/SqliteDatabases.h"
-#include "Tests/Doubles/ManualDispatch.h"
-#include "Tests/Doubles/ManualUnmountApprovals.h"
 #include "Tests/Doubles/TemporaryFolder.h"
+#include "Tests/Engine/EngineUnderTest.h"
+#include "Tests/PictureHost/BadgeFinder.h"
 #include "Tests/PictureHost/PictureHost.h"
-#include "Tests/PictureHost/Sight.h"
 #include "Tests/SyncDatabase/SyncDatabase.h"
 
 namespace wevora::testing_host {
 
-/// The folder that is installed, of a test's own.
+/// An installed bundle folder that belongs to one test.
 class InstalledBundle {
  public:
-  InstalledBundle();
-  /// All the pictures: badges of 16, 32, 64 and 128 pixels, a sidebar picture of 32 and 64.
+  explicit InstalledBundle(bool withPictures);
+  /// Writes all images: badges of 16, 32, 64 and 128 pixels, a sidebar image of 32 and 64.
   void addPictures();
   void removePicture(const std::string& name);
   void setVersion(const std::string& version);
@@ -31,7 +29,7 @@ class InstalledBundle {
   const std::string contents;
 };
 
-/// A volume with a few items of all words.
+/// A volume with one item for each word: "green", "blue", "red", and "plain", which has no word.
 class BadgedVolume : public platform::Volumes {
  public:
   BadgedVolume();
@@ -45,9 +43,8 @@ class BadgedVolume : public platform::Volumes {
   SyncDatabase database;
 };
 
-/// A picture host with the bundle in it, on a volume that has the items "green", "blue", "red" and
-/// "plain" (which has no word), in virtual time. The bundle is loaded by `load`.
-/// Threads: one. Owns: all of it. Errors: none.
+/// A picture host with the bundle in it, on a BadgedVolume, in virtual time. `load` loads the
+/// bundle.
 class BadgedHost {
  public:
   explicit BadgedHost(PictureHost::Classes classes = {}, bool withPictures = true);
@@ -55,28 +52,21 @@ class BadgedHost {
   void load() { bundle.run(); }
   std::string item(const std::string& name) const { return volume.item(name); }
   ProviderAccess providerAccess() {
-    return [this]() -> WVIconProvider& { return *provider; };
+    return [this]() -> WVIconProvider& { return *engine.provider; };
   }
-  /// Lets the words of the volume's items be read.
+  /// Refreshes the volume's folder, so that the words of its items are cached.
   void settle();
 
   PictureHost host;
   InstalledBundle installed;
   BadgedVolume volume;
-  platform::SystemClock systemClock;
-  platform::SqliteDatabases databases{systemClock};
-  platform::ManualUnmountApprovals approvals;
-  platform::VirtualClock clock;
-  platform::ManualDispatch dispatch{clock};
-  WVFinderTools tools{host.runtime(), dispatch.mainQueue(), clock};
-  std::shared_ptr<WVDBPool> pool = WVDBPool::init({databases, dispatch, volume, approvals});
-  std::shared_ptr<WVIconProvider> provider;
-  std::vector<std::string> order;  ///< what was loaded, of the classes that others bring
-  std::vector<std::vector<std::int32_t>> versions;  ///< what `setVersion` was given
+  EngineUnderTest engine{
+      {.volumes = &volume, .runtime = &host.runtime(), .paths = installed.paths, .accountId = "1"}};
+  std::vector<std::string> order;  ///< load hooks of classes outside this module, in call order
+  std::vector<std::vector<std::int32_t>> versions;  ///< the arguments of each `setVersion`
   BundleLoad bundle;
 
  private:
-  std::shared_ptr<WVIconProvider> makeProvider(bool withPictures);
   BundleLoad::Services services();
 };
 

@@ -36,13 +36,13 @@ void drawWhole(const platform::Image& image, const Rect& rect) {
   image.drawInRect(rect, {}, CompositingOperation::SourceOver, 1.0);
 }
 
-BitmapRef picturedAlone(const platform::Image& image) {
+BitmapRef drawnAlone(const platform::Image& image) {
   const auto size = image.size();
-  const auto paper = BitmapContext::create({.width = static_cast<std::size_t>(size.width),
-                                            .height = static_cast<std::size_t>(size.height)});
-  const CurrentTarget current(*paper);
+  const auto target = BitmapContext::create({.width = static_cast<std::size_t>(size.width),
+                                             .height = static_cast<std::size_t>(size.height)});
+  const CurrentTarget current(*target);
   drawWhole(image, {0, 0, size.width, size.height});
-  return paper->createImage();
+  return target->createImage();
 }
 
 /// The host's own drawImage: of icon cells.
@@ -50,7 +50,7 @@ Implementation ownDrawImage(bool reflective) {
   return Implementation::of<void(Id)>([reflective](const Id& self, const Id& wrapper) {
     auto& cell = as<IconCell>(self);
     const auto image = send<ImageRef>(wrapper, "_nsImage");
-    cell.drawn.push_back(image ? picturedAlone(*image) : nullptr);
+    cell.drawn.push_back(image ? drawnAlone(*image) : nullptr);
     if (reflective) ++cell.reflections;
   });
 }
@@ -251,11 +251,11 @@ std::shared_ptr<ListCell> PictureHost::makeListCell(const std::string& path,
 
 BitmapRef PictureHost::draw(const std::shared_ptr<ListCell>& cell, const Rect& frame) {
   const auto side = static_cast<std::size_t>(kView * kPixelsPerPoint);
-  const auto paper = BitmapContext::create(
+  const auto target = BitmapContext::create(
       {.width = side, .height = side, .scale = kPixelsPerPoint, .flipped = true});
-  const CurrentTarget current(*paper);
+  const CurrentTarget current(*target);
   send<void>(cell, "drawIconWithFrame:", frame);
-  return paper->createImage();
+  return target->createImage();
 }
 
 std::shared_ptr<DesktopIcon> PictureHost::makeDesktopIcon(const std::string& path,
@@ -273,12 +273,12 @@ std::shared_ptr<DesktopIcon> PictureHost::makeDesktopIcon(const std::string& pat
 
 BitmapRef PictureHost::draw(const std::shared_ptr<DesktopIcon>& icon,
                             const std::shared_ptr<Layer>& layer, bool flipped) {
-  const auto paper =
+  const auto target =
       BitmapContext::create({.width = static_cast<std::size_t>(layer->frame().width),
                              .height = static_cast<std::size_t>(layer->frame().height),
                              .flipped = flipped});
-  send<void>(icon, "drawLayer:inContext:", Id(layer), static_cast<DrawingTarget*>(paper.get()));
-  return paper->createImage();
+  send<void>(icon, "drawLayer:inContext:", Id(layer), static_cast<DrawingTarget*>(target.get()));
+  return target->createImage();
 }
 
 // --- Sidebars ------------------------------------------------------------------------------------
@@ -302,7 +302,7 @@ std::vector<std::string> PictureHost::delegateSelectors() {
 std::shared_ptr<SidebarDelegate> PictureHost::makeDelegate(
     const std::vector<std::string>& selectors) {
   const auto own = runtime().registerClass("TSidebarDelegate" + std::to_string(delegateClasses_++));
-  const auto note = [this](const Id& self, const std::string& selector) {
+  const auto record = [this](const Id& self, const std::string& selector) {
     as<SidebarDelegate>(self).calls.push_back(selector);
     events.push_back(selector);
   };
@@ -310,32 +310,32 @@ std::shared_ptr<SidebarDelegate> PictureHost::makeDelegate(
     Implementation body;
     if (selector.find("willDisplayCell:") != std::string::npos)
       body = Implementation::of<void(Id, Id, Id, Id)>(
-          [note, selector](const Id& self, const Id&, const Id&, const Id&, const Id&) {
-            note(self, selector);
+          [record, selector](const Id& self, const Id&, const Id&, const Id&, const Id&) {
+            record(self, selector);
           });
     else if (selector.find("TableColumn:item:") != std::string::npos)
       body = Implementation::of<Id(Id, Id, Id)>(
-          [note, selector](const Id& self, const Id&, const Id&, const Id& item) {
-            note(self, selector);
+          [record, selector](const Id& self, const Id&, const Id&, const Id& item) {
+            record(self, selector);
             return item;
           });
     else if (selector == "outlineView:isGroupItem:")
-      body =
-          Implementation::of<bool(Id, Id)>([note, selector](const Id& self, const Id&, const Id&) {
-            note(self, selector);
+      body = Implementation::of<bool(Id, Id)>(
+          [record, selector](const Id& self, const Id&, const Id&) {
+            record(self, selector);
             return true;
           });
     else if (selector == "outlineView:heightOfRowByItem:")
       body = Implementation::of<double(Id, Id)>(
-          [note, selector](const Id& self, const Id&, const Id&) {
-            note(self, selector);
+          [record, selector](const Id& self, const Id&, const Id&) {
+            record(self, selector);
             return 37.5;
           });
     else
       body = Implementation::of<std::string(std::string)>(
-          [note, selector](const Id& self, const std::string& text) {
-            note(self, selector);
-            return "heard " + text;
+          [record, selector](const Id& self, const std::string& text) {
+            record(self, selector);
+            return "echo " + text;
           });
     own->addMethod(selector, body, "types of " + selector);
   }

@@ -21,23 +21,23 @@ class IconCell : public Object {
   using Object::Object;
   Id representedItem;
   ImageRef icon;
-  std::vector<BitmapRef> drawn;  ///< each time, the icon as it came out on one pixel a point,
-                                 ///< or null where there was none to draw
-  std::vector<std::pair<Rect, Id>> frames;  ///< what drawInteriorWithFrame:inView: was given
+  /// The result of each drawing at one pixel per point; null if there was no image to draw.
+  std::vector<BitmapRef> drawn;
+  std::vector<std::pair<Rect, Id>> frames;  ///< arguments of drawInteriorWithFrame:inView:
   int reflections = 0;
 };
 
-/// A cell of a list or of columns.
+/// A list or column cell.
 class ListCell : public Object {
  public:
   using Object::Object;
   TFENode node;
   Id view;
   ImageRef thumbnail;
-  std::vector<std::string> calls;  ///< of the host's own code
+  std::vector<std::string> calls;  ///< calls of the host's own methods
 };
 
-/// An icon of the desktop, with its layers.
+/// A desktop icon with its layers.
 class DesktopIcon : public Object {
  public:
   using Object::Object;
@@ -47,48 +47,47 @@ class DesktopIcon : public Object {
   int drawnByHost = 0;
 };
 
-/// What a sidebar's row looked like when it was drawn.
+/// A drawn sidebar row.
 struct SidebarRow {
   ImageRef picture;
   double height = 0;
 };
 
-/// A sidebar, whose delegate it does not keep.
+/// A sidebar. Its delegate is a weak reference.
 class Sidebar : public View {
  public:
   using View::View;
   std::vector<Id> items;
   std::weak_ptr<Object> delegate;
-  std::vector<bool> delegatesSet;  ///< each time, whether there was one
+  std::vector<bool> delegatesSet;  ///< for each call of the setter, whether it was non-null
 };
 
-/// A delegate of a sidebar, as the host has it.
+/// The host's own delegate of a sidebar.
 class SidebarDelegate : public Object {
  public:
   using Object::Object;
   std::vector<std::string> calls;
 };
 
-/// A cell of a sidebar: notes what it is given.
+/// A sidebar cell that records the images set.
 class SidebarCell : public Object {
  public:
   using Object::Object;
   std::vector<Id> images;
 };
 
-/// An image wrapped for icon views or sidebars.
+/// The host's wrapper of an image, for icon views or sidebars.
 class ImageWrapper : public Object {
  public:
   using Object::Object;
   ImageRef image;
 };
 
-/// A host that really draws, into images in memory, with cells of all kinds. Its own drawing is
-/// gray, so that every other colour is a badge's.
-/// Threads: one. Owns: its recording part, and its classes. Errors: as RecordingHost.
+/// A fake host with cells of all kinds that draws into images in memory. Its own drawing is gray,
+/// so that any other colour belongs to a badge.
 class PictureHost {
  public:
-  /// Which classes the host has; tests leave some out.
+  /// Which classes the host registers.
   struct Classes {
     bool iconCells = true;
     bool reflectiveCells = true;
@@ -104,8 +103,8 @@ class PictureHost {
     bool browserControllers = true;
     static Classes none();
   };
-  static constexpr double kPixelsPerPoint = 2;  // of lists: half points can be told
-  static constexpr double kRowHeight = 24;      // of a sidebar, where no delegate tells
+  static constexpr double kPixelsPerPoint = 2;  // of lists, so that half points are visible
+  static constexpr double kRowHeight = 24;      // of a sidebar row whose delegate has no height
   static constexpr std::uint32_t kGray = 0xFF808080;
 
   PictureHost() : PictureHost(Classes{}) {}
@@ -118,37 +117,37 @@ class PictureHost {
     return runtime().classNamed(name);
   }
 
-  /// An icon of so many points, one pixel a point.
+  /// An icon of the given size in points, at one pixel per point.
   std::shared_ptr<IconCell> makeIconCell(const std::string& path, platform::Size size,
                                          const char* className = "IKIconCell");
-  /// The icon as it came out, y growing upwards in it.
+  /// Draws the icon in a target whose y grows upwards.
   BitmapRef draw(const std::shared_ptr<IconCell>& cell);
 
   /// With a gray thumbnail.
   std::shared_ptr<ListCell> makeListCell(const std::string& path,
                                          const char* className = "TListViewIconAndTextCell");
-  /// A view of 120 by 120 points, y growing downwards, in which one row was drawn.
+  /// Draws one row in a view of 120 by 120 points whose y grows downwards.
   BitmapRef draw(const std::shared_ptr<ListCell>& cell, const Rect& frame);
 
   std::shared_ptr<DesktopIcon> makeDesktopIcon(const std::string& path, const Rect& frame);
-  /// The layer, one pixel a point.
+  /// Draws the layer at one pixel per point.
   BitmapRef draw(const std::shared_ptr<DesktopIcon>& icon,
                  const std::shared_ptr<platform::Layer>& layer, bool flipped = true);
 
   std::shared_ptr<Sidebar> makeSidebar(const std::vector<std::string>& names);
-  /// Knows only the selectors that are given.
+  /// A delegate that responds only to these selectors.
   std::shared_ptr<SidebarDelegate> makeDelegate(const std::vector<std::string>& selectors);
-  /// Every selector that a delegate can have.
+  /// All selectors of a sidebar delegate.
   static std::vector<std::string> delegateSelectors();
   std::vector<SidebarRow> draw(const std::shared_ptr<Sidebar>& sidebar);
   std::shared_ptr<View> makeView(const std::vector<Id>& subviews);
-  /// A browser window that `controllerWithID:` answers for the number.
+  /// Adds a browser window that `controllerWithID:` returns for this number.
   void addWindow(std::int64_t id, const Id& sidebarContainer, const Id& browserContainer);
 
   RecordingHost recording;
-  std::vector<std::string> events;  ///< of all sidebars and their delegates, in order
+  std::vector<std::string> events;  ///< calls of all sidebars and their delegates, in order
   std::shared_ptr<View> desktopView;
-  int wrappersMade = 0;  ///< by `alloc`, of either class
+  int wrappersMade = 0;  ///< by `alloc` of both wrapper classes
 
  private:
   std::shared_ptr<Class> registerClass(bool present, const char* name, Class* super = nullptr);
@@ -159,7 +158,7 @@ class PictureHost {
   void registerSidebars(const Classes& classes);
   void registerWindows(const Classes& classes);
 
-  std::map<std::string, std::shared_ptr<Class>> classes_;  // those that are absent, too
+  std::map<std::string, std::shared_ptr<Class>> classes_;  // including unregistered ones
   std::map<std::int64_t, Id> windows_;
   int delegateClasses_ = 0;
 };

@@ -13,7 +13,7 @@ T& as(const Id& object) {
   return dynamic_cast<T&>(*object);
 }
 
-/// A method that answers what an instance variable holds.
+/// A method that returns an instance variable.
 Implementation getter(const char* name) {
   return Implementation::of<Id()>(
       [name](const Id& self) { return self->instanceVariable<Id>(name).value_or(nullptr); });

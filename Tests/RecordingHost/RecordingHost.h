@@ -15,21 +15,21 @@ using platform::Class;
 using platform::Id;
 using platform::Object;
 
-/// A view of the host, or a layer: notes how often it was asked to draw again.
+/// A view or layer of the host that counts redraw requests.
 class View : public Object {
  public:
   using Object::Object;
   int redraws = 0;
 };
 
-/// A node of the host: an item that it shows.
+/// A node of the host: a displayed item.
 class Node : public Object {
  public:
   Node(Class& isa, std::string path) : Object(isa), url(std::move(path)) {}
-  std::optional<ItemURL> url;  ///< none: an item that is nowhere
+  std::optional<ItemURL> url;  ///< nullopt: an item without a path
 };
 
-/// A browser window's contents.
+/// The contents of a browser window.
 class Browser : public Object {
  public:
   using Object::Object;
@@ -42,12 +42,12 @@ class Browser : public Object {
   bool raises = false;
 };
 
-/// A host that draws nothing and notes everything: it registers the classes that the bundle looks
-/// up by name, in a runtime of its own.
-/// Threads: one. Owns: its windows, nodes and views. Errors: raises HostException where told to.
+/// A fake host that records calls instead of drawing. It registers the classes that the bundle
+/// looks up by name in its own runtime.
+/// Errors: raises HostException where a test sets `raises` or `desktopRaises`.
 class RecordingHost {
  public:
-  /// Which classes the host has; tests leave some out.
+  /// Which classes the host registers.
   struct Classes {
     bool windows = true;
     bool browserControllers = true;
@@ -62,12 +62,12 @@ class RecordingHost {
   RecordingHost& operator=(const RecordingHost&) = delete;
 
   std::shared_ptr<Browser> addBrowserWindow(const std::vector<std::string>& paths);
-  /// A window with a view of its own that no browser controller stands behind.
+  /// A window with a view but without a browser controller.
   std::shared_ptr<View> addInformationPanel();
-  /// A window whose controller raises when it is asked for its contents.
+  /// A window whose controller raises an exception when asked for its contents.
   void addRaisingWindow();
   std::shared_ptr<View> makeView() { return std::make_shared<View>(*viewClass_); }
-  /// A layer: it answers "setNeedsDisplay" without an argument.
+  /// A layer, which responds to "setNeedsDisplay" without an argument.
   std::shared_ptr<View> makeLayer() { return std::make_shared<View>(*layerClass_); }
   std::shared_ptr<Node> makeNode(const std::string& path);
   TFENode referenceTo(const std::string& path) { return {makeNode(path).get()}; }
@@ -77,7 +77,7 @@ class RecordingHost {
   int desktopUpdates = 0;  ///< `updateNodes:` with the desktop's own nodes
   std::shared_ptr<View> desktopPreview;
   bool desktopRaises = false;
-  std::vector<std::string> calls;  ///< what was asked of the desktop, in order
+  std::vector<std::string> calls;  ///< calls of the desktop's methods, in order
 
  private:
   struct Window {

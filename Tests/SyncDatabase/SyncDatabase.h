@@ -7,8 +7,8 @@
 
 namespace wevora::testing_host {
 
-/// A sync database as the agent makes it, written by a test.
-/// Threads: one. Owns: the open database. Errors: throws DatabaseFailure.
+/// Writes a sync database with the agent's schema.
+/// Errors: throws DatabaseFailure.
 class SyncDatabase {
  public:
   static constexpr const char* kTop = "00000000-0000-0000-0000-000000000000";

@@ -6,7 +6,7 @@
 
 namespace wevora {
 
-/// The position of a column that must be there; false and an error where it is not.
+/// Finds a required column. Returns false and sets the error if it is missing.
 inline bool findColumn(const platform::ResultSet& rows, const char* name, int& position,
                        platform::DatabaseErrorOut error) {
   constexpr int kNoSuchColumn = 1;

@@ -19,41 +19,41 @@ using std::chrono_literals::operator""s;
 using testing_host::SyncDatabase;
 using Texts = std::vector<std::string>;
 
-/// Notes what is asked of a real database, and fails or throws where it is told to.
+/// Records the queries of a real database and injects failures.
 class RecordingDatabases : public platform::Databases {
  public:
   std::shared_ptr<platform::Database> databaseWithPath(const std::string& path) override {
-    return std::make_shared<Noting>(*this, real_.databaseWithPath(path));
+    return std::make_shared<Recording>(*this, real_.databaseWithPath(path));
   }
 
   Texts queries;
-  std::string failing;   ///< a query that holds this text fails
-  std::string throwing;  ///< a query that holds this text throws something unexpected
+  std::string failing;   ///< a query that contains this text fails
+  std::string throwing;  ///< a query that contains this text throws
   bool closeThrows = false;
   int closed = 0;
 
  private:
-  class Noting : public platform::Database {
+  class Recording : public platform::Database {
    public:
-    Noting(RecordingDatabases& notes, std::shared_ptr<platform::Database> real)
-        : notes_(notes), real_(std::move(real)) {}
+    Recording(RecordingDatabases& owner, std::shared_ptr<platform::Database> real)
+        : owner_(owner), real_(std::move(real)) {}
     bool open(platform::DatabaseErrorOut error) override { return real_->open(error); }
     void close() override {
-      ++notes_.closed;
+      ++owner_.closed;
       real_->close();
-      if (notes_.closeThrows) throw std::runtime_error("from close");
+      if (owner_.closeThrows) throw std::runtime_error("from close");
     }
     std::unique_ptr<platform::Statement> prepare(std::string_view sql,
                                                  platform::DatabaseErrorOut error) override {
-      return notes_.fails(sql, error) ? nullptr : real_->prepare(sql, error);
+      return owner_.fails(sql, error) ? nullptr : real_->prepare(sql, error);
     }
     std::unique_ptr<platform::ResultSet> executeQuery(std::string_view sql,
                                                       platform::DatabaseErrorOut error) override {
-      return notes_.fails(sql, error) ? nullptr : real_->executeQuery(sql, error);
+      return owner_.fails(sql, error) ? nullptr : real_->executeQuery(sql, error);
     }
 
    private:
-    RecordingDatabases& notes_;
+    RecordingDatabases& owner_;
     std::shared_ptr<platform::Database> real_;
   };
 
@@ -62,7 +62,7 @@ class RecordingDatabases : public platform::Databases {
     if (!throwing.empty() && sql.find(throwing) != std::string_view::npos)
       throw std::runtime_error("unexpected");
     if (failing.empty() || sql.find(failing) == std::string_view::npos) return false;
-    *error = platform::DatabaseError{1, "told to fail"};
+    *error = platform::DatabaseError{1, "injected failure"};
     return true;
   }
 
@@ -73,9 +73,9 @@ class RecordingDatabases : public platform::Databases {
 class Delegate : public IWVDBAccessorDelegate {
  public:
   void accessorGoneBad(const std::shared_ptr<WVDBAccessor>& accessor) override {
-    told.push_back(accessor.get());
+    reports.push_back(accessor.get());
   }
-  std::vector<WVDBAccessor*> told;
+  std::vector<WVDBAccessor*> reports;
 };
 
 class AccessorTest : public testing::Test {
@@ -85,7 +85,7 @@ class AccessorTest : public testing::Test {
   std::shared_ptr<WVDBAccessor> open() {
     return WVDBAccessor::initWithPath(path, {databases, dispatch}, delegate, mountPoint);
   }
-  /// As `open`, with the first refresh run.
+  /// Opens, runs the first refresh and clears the recorded queries.
   std::shared_ptr<WVDBAccessor> opened() {
     auto accessor = open();
     dispatch.runAll();
@@ -147,23 +147,23 @@ TEST_F(AccessorTest, NamesAreMatchedExactly) {
   EXPECT_FALSE(opened()->fileWithPath(folder.path("name")));
 }
 
-TEST_F(AccessorTest, AFolderOnTheWayThatHasNoRowIsPassedOver) {
+TEST_F(AccessorTest, AParentFolderWithoutARowIsSkipped) {
   database.addFile("b", SyncDatabase::kTop, "b");
   const auto record = opened()->fileWithPath(folder.path("missing/b"));
   ASSERT_TRUE(record);
   EXPECT_EQ(record->file_id(), "b");
 }
 
-TEST_F(AccessorTest, APathWhoseLastNameHasNoRowIsNoneWithoutAnError) {
+TEST_F(AccessorTest, APathWhoseLastNameHasNoRowHasNoRecordAndReportsNoError) {
   EXPECT_FALSE(opened()->fileWithPath(folder.path("missing")));
-  EXPECT_TRUE(delegate->told.empty());
+  EXPECT_TRUE(delegate->reports.empty());
 }
 
 TEST_F(AccessorTest, APathOutsideTheVolumeGivesTheTopRow) {
   EXPECT_EQ(opened()->fileWithPath("/elsewhere")->file_id(), SyncDatabase::kTop);
 }
 
-TEST_F(AccessorTest, FolderWithPathAnswersAFilesRecordToo) {
+TEST_F(AccessorTest, FolderWithPathReturnsAFilesRecordToo) {
   database.addFile("f", SyncDatabase::kTop, "file");
   EXPECT_EQ(opened()->folderWithPath(folder.path("file"))->file_id(), "f");
 }
@@ -177,7 +177,7 @@ TEST_F(AccessorTest, ARowWithoutShortNameHasAnEmptyOneAndARowFromTheDatabaseHasN
   EXPECT_FALSE(record->isEqual(*record));
 }
 
-TEST_F(AccessorTest, ADateThatIsNoTextOrNoDateMeansNotBackedUp) {
+TEST_F(AccessorTest, ADateThatIsNotTextOrNotADateMeansNotBackedUp) {
   database.addFile("a", SyncDatabase::kTop, "a", "yesterday");
   database.addFile("b", SyncDatabase::kTop, "b", SyncDatabase::kSynchronized);
   database.writer.run("UPDATE file SET synchronized=CAST('1' AS BLOB) WHERE file_id='b'");
@@ -186,7 +186,7 @@ TEST_F(AccessorTest, ADateThatIsNoTextOrNoDateMeansNotBackedUp) {
   EXPECT_EQ(accessor->fileWithPath(folder.path("b"))->synchronized(), std::nullopt);
 }
 
-TEST_F(AccessorTest, TwoRowsOfOneNameOnTheWayAreAnAssertionFailure) {
+TEST_F(AccessorTest, TwoParentRowsOfOneNameAreAnAssertionFailure) {
   database.addFolder("1", SyncDatabase::kTop, "twice");
   database.addFolder("2", SyncDatabase::kTop, "twice");
   database.addFile("f", "1", "f");
@@ -204,7 +204,7 @@ TEST_F(AccessorTest, TwoRowsOfOneNameOnTheWayAreAnAssertionFailure) {
   EXPECT_EQ(accessor->fileWithPath(folder.path("twice"))->file_id(), "1");
 }
 
-TEST_F(AccessorTest, TheChildrensIdentifierIsPastedIntoTheQueryAndABlankEndsIt) {
+TEST_F(AccessorTest, TheParentIdentifierIsInsertedIntoTheQueryWhichEndsWithABlank) {
   database.addFile("1", SyncDatabase::kTop, "one", SyncDatabase::kSynchronized);
   database.addFolder("2", SyncDatabase::kTop, "two");
   const auto files = opened()->filesWithParentID(SyncDatabase::kTop);
@@ -226,23 +226,23 @@ TEST_F(AccessorTest, AnUnknownIdentifierHasNoChildren) {
 TEST_F(AccessorTest, AnIdentifierWithAQuoteIsADatabaseErrorAndNothingElse) {
   const auto accessor = opened();
   EXPECT_FALSE(accessor->filesWithParentID("it's"));
-  EXPECT_EQ(delegate->told, std::vector<WVDBAccessor*>{accessor.get()});
+  EXPECT_EQ(delegate->reports, std::vector<WVDBAccessor*>{accessor.get()});
 }
 
-TEST_F(AccessorTest, ErrorsOfQueriesGoToTheDelegate) {
+TEST_F(AccessorTest, QueryErrorsAreReportedToTheDelegate) {
   const auto accessor = opened();
   databases.failing = "FROM file";
   EXPECT_FALSE(accessor->fileWithPath(folder.path("a")));
   EXPECT_FALSE(accessor->fileWithPath(mountPoint));
   EXPECT_FALSE(accessor->filesWithParentID("a"));
-  EXPECT_EQ(delegate->told.size(), 3U);
+  EXPECT_EQ(delegate->reports.size(), 3U);
 }
 
-TEST_F(AccessorTest, RowsWithoutAColumnThatIsReadAreAnError) {
+TEST_F(AccessorTest, RowsWithoutARequiredColumnAreAnError) {
   database.writer.runScript("ALTER TABLE file DROP COLUMN synchronized");
   const auto accessor = opened();
   EXPECT_FALSE(accessor->fileWithPath(mountPoint));
-  EXPECT_EQ(delegate->told.size(), 1U);
+  EXPECT_EQ(delegate->reports.size(), 1U);
 }
 
 // --- Rules ---------------------------------------------------------------------------------------
@@ -275,7 +275,7 @@ TEST_F(AccessorTest, ATableWithoutRulesGivesTwoEmptyLists) {
   const auto accessor = opened();
   ASSERT_TRUE(accessor->notExcludedNodes() && accessor->excludedNodes());
   EXPECT_TRUE(accessor->notExcludedNodes()->empty() && accessor->excludedNodes()->empty());
-  EXPECT_TRUE(delegate->told.empty());
+  EXPECT_TRUE(delegate->reports.empty());
 }
 
 TEST_F(AccessorTest, ARuleWhoseFolderBeginsWithASeparatorIsStillUnderTheMountPoint) {
@@ -295,7 +295,7 @@ TEST_F(AccessorTest, RulesAreReadAgainEveryTwoSeconds) {
   EXPECT_EQ(refreshes(), 6U);
 }
 
-TEST_F(AccessorTest, AListOnceAnsweredDoesNotChangeWithTheNextRefresh) {
+TEST_F(AccessorTest, AReturnedListDoesNotChangeWithTheNextRefresh) {
   const auto accessor = opened();
   const auto before = accessor->notExcludedNodes();
   database.addRule("new");
@@ -303,17 +303,17 @@ TEST_F(AccessorTest, AListOnceAnsweredDoesNotChangeWithTheNextRefresh) {
   EXPECT_TRUE(before->empty());
 }
 
-TEST_F(AccessorTest, WhenTheIncludedListFailsItIsNoneAndTheExcludedOneKeepsItsValue) {
+TEST_F(AccessorTest, WhenTheIncludedListFailsItIsNullAndTheExcludedOneKeepsItsValue) {
   database.addRule("x", true);
   const auto accessor = opened();
   databases.failing = kIncluded;
   dispatch.advance(2s);
   EXPECT_EQ(accessor->notExcludedNodes(), nullptr);
   EXPECT_EQ(accessor->excludedNodes()->size(), 1U);
-  EXPECT_EQ(delegate->told, std::vector<WVDBAccessor*>{accessor.get()});
+  EXPECT_EQ(delegate->reports, std::vector<WVDBAccessor*>{accessor.get()});
 }
 
-TEST_F(AccessorTest, WhenTheExcludedListFailsItIsNoneAndTheIncludedOneIsNew) {
+TEST_F(AccessorTest, WhenTheExcludedListFailsItIsNullAndTheIncludedOneIsNew) {
   database.addRule("x", true);
   const auto accessor = opened();
   database.addRule("new");
@@ -321,10 +321,10 @@ TEST_F(AccessorTest, WhenTheExcludedListFailsItIsNoneAndTheIncludedOneIsNew) {
   dispatch.advance(2s);
   EXPECT_EQ(accessor->notExcludedNodes()->size(), 1U);
   EXPECT_EQ(accessor->excludedNodes(), nullptr);
-  EXPECT_EQ(delegate->told.size(), 1U);
+  EXPECT_EQ(delegate->reports.size(), 1U);
 }
 
-TEST_F(AccessorTest, AFailedReadEndsTheRefreshes) {
+TEST_F(AccessorTest, AFailedReadEndsTheRefreshCycle) {
   const auto accessor = opened();
   databases.failing = kIncluded;
   dispatch.advance(2s);
@@ -334,11 +334,11 @@ TEST_F(AccessorTest, AFailedReadEndsTheRefreshes) {
   EXPECT_EQ(refreshes(), 0U);
 }
 
-TEST_F(AccessorTest, AnotherExceptionPassesOnWithoutTellingTheDelegate) {
+TEST_F(AccessorTest, AnUnexpectedExceptionPropagatesWithoutAReportToTheDelegate) {
   const auto accessor = opened();
   databases.throwing = kIncluded;
   EXPECT_THROW(accessor->updateCache(), std::runtime_error);
-  EXPECT_TRUE(delegate->told.empty());
+  EXPECT_TRUE(delegate->reports.empty());
   EXPECT_EQ(accessor->notExcludedNodes(), nullptr);
 }
 
@@ -347,12 +347,12 @@ TEST_F(AccessorTest, AfterStopNoFurtherRefreshIsScheduled) {
   accessor->stop();
   EXPECT_EQ(dispatch.delayed(), 0U);
   dispatch.runAll();
-  EXPECT_EQ(refreshes(), 1U) << "the one that was scheduled runs once more, at once";
+  EXPECT_EQ(refreshes(), 1U) << "the scheduled refresh runs once more, immediately";
   dispatch.advance(10s);
   EXPECT_EQ(refreshes(), 1U);
 }
 
-TEST_F(AccessorTest, AStoppedAccessorThatNobodyHoldsClosesItsDatabaseAtOnce) {
+TEST_F(AccessorTest, AStoppedAccessorWithoutOwnersClosesItsDatabaseAtOnce) {
   auto accessor = opened();
   accessor->stop();
   accessor.reset();
@@ -360,7 +360,7 @@ TEST_F(AccessorTest, AStoppedAccessorThatNobodyHoldsClosesItsDatabaseAtOnce) {
   EXPECT_EQ(databases.closed, 1);
 }
 
-TEST_F(AccessorTest, OneThatIsDroppedWithoutStopGoesOnRefreshing) {
+TEST_F(AccessorTest, AnAccessorDroppedWithoutStopKeepsRefreshing) {
   opened().reset();
   EXPECT_EQ(databases.closed, 0);
   dispatch.advance(20s);
@@ -376,25 +376,25 @@ TEST_F(AccessorTest, AnExceptionFromClosingIsIgnored) {
   EXPECT_EQ(databases.closed, 1);
 }
 
-TEST_F(AccessorTest, ADatabaseThatDoesNotOpenShowsItselfAsErrorsLater) {
+TEST_F(AccessorTest, ADatabaseThatFailsToOpenGivesErrorsLater) {
   path = folder.path("missing.db");
   const auto accessor = open();
-  EXPECT_TRUE(delegate->told.empty());
+  EXPECT_TRUE(delegate->reports.empty());
   dispatch.runAll();
-  EXPECT_EQ(delegate->told.size(), 1U);
+  EXPECT_EQ(delegate->reports.size(), 1U);
   EXPECT_FALSE(accessor->fileWithPath(mountPoint));
-  EXPECT_EQ(delegate->told.size(), 2U);
+  EXPECT_EQ(delegate->reports.size(), 2U);
 }
 
-TEST_F(AccessorTest, WithoutADelegateErrorsGoNowhere) {
+TEST_F(AccessorTest, WithoutADelegateErrorsAreDropped) {
   const auto accessor = opened();
   accessor->setDelegate({});
   accessor->raiseError(std::nullopt);
-  EXPECT_TRUE(delegate->told.empty());
+  EXPECT_TRUE(delegate->reports.empty());
   EXPECT_EQ(accessor->delegate(), nullptr);
 }
 
-TEST_F(AccessorTest, CanBeMadeFirstAndGivenItsMountPointAndDelegateThen) {
+TEST_F(AccessorTest, MountPointAndDelegateCanBeSetAfterCreation) {
   database.addRule("x");
   const auto accessor = WVDBAccessor::initWithPath(path, {databases, dispatch});
   accessor->setDelegate(delegate);
@@ -406,9 +406,9 @@ TEST_F(AccessorTest, CanBeMadeFirstAndGivenItsMountPointAndDelegateThen) {
   EXPECT_EQ(roots(accessor->notExcludedNodes()), Texts{folder.path("x")});
 }
 
-// --- The reader of rules by itself ---------------------------------------------------------------
+// --- FSCRAccessor --------------------------------------------------------------------------------
 
-TEST_F(AccessorTest, AMissingRuleTableIsBadDatabase) {
+TEST_F(AccessorTest, AMissingRuleTableThrowsBadDatabase) {
   database.writer.runScript("DROP TABLE fscr");
   const auto handle = databases.databaseWithPath(path);
   handle->open(nullptr);
@@ -423,7 +423,7 @@ TEST_F(AccessorTest, AMissingRuleTableIsBadDatabase) {
   }
 }
 
-TEST_F(AccessorTest, UnderTheRootAsMountPointRulesBeginWithIt) {
+TEST_F(AccessorTest, RuleFoldersBeginWithTheMountPoint) {
   database.addRule("Users/x");
   const auto handle = databases.databaseWithPath(path);
   handle->open(nullptr);

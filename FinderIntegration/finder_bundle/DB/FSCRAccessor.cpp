@@ -92,7 +92,7 @@ FSCRAccessor::Nodes FSCRAccessor::nodesForQueryResult(platform::ResultSet& rows)
   for (;;) {
     const auto step = rows.next(&error);
     if (step == ResultSet::Step::done) return nodes;
-    // There is no row behind an error; what was read so far goes with it.
+    // Rows read before an error are discarded.
     if (step == ResultSet::Step::error) throw BadDatabase(error.value_or(DatabaseError{}));
     if (!columns) columns = Columns::of(rows);
     nodes.push_back(nodeOfRow(rows, *columns, volume));

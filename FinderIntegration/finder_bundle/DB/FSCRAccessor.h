@@ -11,8 +11,7 @@
 
 namespace wevora {
 
-/// The exception "BAD_DB": a database that cannot be read, with the database's own details.
-/// Threads: any. Owns: its texts. Errors: is one.
+/// The exception "BAD_DB": a database cannot be read. Carries the database's error details.
 class BadDatabase : public std::runtime_error {
  public:
   explicit BadDatabase(platform::DatabaseError details)
@@ -26,9 +25,9 @@ class BadDatabase : public std::runtime_error {
   platform::DatabaseError details_;
 };
 
-/// Reads the folder rules of one volume, their folders made absolute with its mount point.
-/// Threads: any. Owns: nothing but the mount point; the database is passed with each call.
-/// Errors: every database error is thrown as BadDatabase.
+/// Reads the folder rules of one volume and makes their folders absolute with its mount point.
+/// Thread-safety: any thread. `mutex_` is a leaf lock.
+/// Errors: throws BadDatabase for every database error.
 class FSCRAccessor {
  public:
   using Nodes = std::vector<WVRFSCRNode>;

@@ -76,7 +76,7 @@ WVRDrivenFile recordOf(const WVDBAccessor::Row& row) {
   return file;
 }
 
-/// The "file_id" of the one row, or none where there is no row.
+/// The "file_id" of the only row; nullopt without a row.
 std::optional<std::string> onlyFileID(ResultSet& rows, std::optional<DatabaseError>& error) {
   if (rows.next(&error) != ResultSet::Step::row) return std::nullopt;
   int column = 0;
@@ -113,7 +113,7 @@ WVDBAccessor::WVDBAccessor(Private, const std::string& path, const WVDBAccessorS
     : dbPath_(path),
       databaseHandler_(services.databases.databaseWithPath(path)),
       update_queue_(services.dispatch.serialQueue("update_queue")) {
-  // One that does not open shows itself later, as query errors.
+  // A failure to open appears later, as query errors.
   databaseHandler_->open(nullptr);
 }
 
@@ -177,7 +177,7 @@ std::optional<WVRDrivenFile> WVDBAccessor::firstRecord(ResultSet& rows) {
 }
 
 std::optional<WVRDrivenFile> WVDBAccessor::folderWithPath(const std::string& path) {
-  // Whether the record says "folder" is read by nobody: a file's record is answered too.
+  // No caller depends on is_folder, so a file's record is returned too.
   return fileWithPath(path);
 }
 
@@ -232,8 +232,8 @@ WVDBAccessor::Nodes WVDBAccessor::notExcludedNodes() const {
 }
 
 void WVDBAccessor::updateCache() {
-  // The lists are read outside the lock and published under it, so that a drawing thread that
-  // asks for them never waits for the disk; a list whose read fails is published as none.
+  // Read outside the lock and publish under it: a drawing thread must not wait for the disk. A list
+  // whose read fails is published as null.
   Nodes included;
   Nodes excluded = excludedNodes();
   const platform::ScopeExit publish([&] {
@@ -275,7 +275,7 @@ void WVDBAccessor::scheduleNext() {
 }
 
 void WVDBAccessor::raiseError(const std::optional<DatabaseError>&) {
-  if (const auto told = delegate()) told->accessorGoneBad(shared_from_this());
+  if (const auto receiver = delegate()) receiver->accessorGoneBad(shared_from_this());
 }
 
 void WVDBAccessor::stop() {

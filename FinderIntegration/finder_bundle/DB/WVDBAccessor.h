@@ -19,8 +19,9 @@ namespace wevora {
 
 class WVDBAccessor;
 
-/// Who is told that an accessor's database cannot be trusted any more.
-/// Threads: any. Owns: nothing here. Errors: must not throw.
+/// Receives the report that an accessor's database is unusable.
+/// Thread-safety: called on any thread.
+/// Errors: must not throw.
 class IWVDBAccessorDelegate {
  public:
   virtual ~IWVDBAccessorDelegate() = default;
@@ -28,19 +29,21 @@ class IWVDBAccessorDelegate {
   virtual void accessorGoneBad(const std::shared_ptr<WVDBAccessor>& accessor) = 0;
 };
 
-/// What an accessor works with; all of it outlives the accessor.
+/// Dependencies of an accessor. They outlive it.
 struct WVDBAccessorServices {
   platform::Databases& databases;
   platform::Dispatch& dispatch;
 };
 
-/// The reader of one volume's sync database. It keeps the folder rules in memory and reads them
-/// anew every two seconds, on a queue of its own, until it is stopped or a read fails; the refresh
-/// that waits keeps the accessor alive. It never writes.
-/// Threads: any. No lock is held while the database is read or the delegate is told.
-/// Owns: the open database, the rule lists, its queue; not its delegate.
-/// Errors: database errors go to the delegate, and the call answers none or what it has;
-///   AssertionFailure for two rows of one name under one parent on the way to a path.
+/// Reads one volume's sync database. Caches the folder rules and refreshes them every two seconds,
+/// on its own queue, until it is stopped or a read fails. Never writes.
+///
+/// Thread-safety: any thread. `lock_` and `wiring_` are never held while the database is read or
+///   the delegate is called, nor together.
+/// Ownership: the scheduled refresh holds the accessor, so an accessor that is not stopped stays
+///   alive. The delegate is a weak reference.
+/// Errors: database errors are reported to the delegate, and the call returns nullopt or a partial
+///   result. Throws AssertionFailure if two rows on a path have the same parent and name.
 class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
   struct Private {
     explicit Private() = default;
@@ -48,7 +51,7 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
 
  public:
   using Files = std::vector<WVRDrivenFile>;
-  /// A row of the file table. Its texts are valid during the visit.
+  /// A row of the file table. Its texts are valid only during the visit.
   struct Row {
     std::optional<std::string_view> fileID;
     std::optional<std::string_view> parentID;
@@ -57,14 +60,14 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
     std::optional<platform::Date> synchronized;
   };
   using RowVisitor = std::function<void(const Row&)>;
-  /// A list that nobody changes any more.
+  /// An immutable snapshot of a rule list.
   using Nodes = std::shared_ptr<const FSCRAccessor::Nodes>;
 
   /// Opens the database and queues the first refresh.
   // -initWithPath:
   static std::shared_ptr<WVDBAccessor> initWithPath(const std::string& path,
                                                     const WVDBAccessorServices& services);
-  /// The same, with delegate and mount point set before the refresh can run.
+  /// The same, with delegate and mount point set before the first refresh can run.
   static std::shared_ptr<WVDBAccessor> initWithPath(const std::string& path,
                                                     const WVDBAccessorServices& services,
                                                     std::weak_ptr<IWVDBAccessorDelegate> delegate,
@@ -91,22 +94,22 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
   // -dbPath
   const std::string& dbPath() const { return dbPath_; }
 
-  /// The record of an absolute path. A folder on the way that has no row is passed over.
+  /// The record of an absolute path. Folders of the path that have no row are skipped.
   // -fileWithPath:
   std::optional<WVRDrivenFile> fileWithPath(const std::string& path);
-  /// The same, whether the record is that of a folder or not.
+  /// The same; the record need not be a folder's.
   // -folderWithPath:
   std::optional<WVRDrivenFile> folderWithPath(const std::string& path);
-  /// The children of the folder with this identifier, which is pasted into the query as it is.
+  /// The children of the folder with this identifier, which is inserted into the query unescaped.
   // -filesWithParentID:
   std::optional<Files> filesWithParentID(std::string_view parentID);
-  /// The same, one row at a time and without a copy of their texts, as a folder may hold thousands.
-  /// False where filesWithParentID would answer none; rows may have been visited before that.
+  /// Visits the same rows one at a time, without copying their texts. Returns false if
+  /// filesWithParentID would return nullopt; some rows may have been visited by then.
   bool visitFilesWithParentID(std::string_view parentID, const RowVisitor& visit);
   // -nodesForQueryResult:
   std::optional<Files> nodesForQueryResult(platform::ResultSet& rows);
 
-  /// None before the first refresh, and while the latest read failed.
+  /// Null before the first refresh and after a failed read.
   // -excludedNodes
   Nodes excludedNodes() const;
   // -notExcludedNodes
@@ -117,8 +120,8 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
   void updateCache();
   // -raiseError:
   void raiseError(const std::optional<platform::DatabaseError>& error);
-  /// Ends the refreshes. One that is scheduled already runs once more, at once, so that the
-  /// database is let go without delay.
+  /// Ends the refresh cycle. A scheduled refresh runs once more immediately, so that the database
+  /// is closed without delay.
   // -stop
   void stop();
 
@@ -143,7 +146,7 @@ class WVDBAccessor : public std::enable_shared_from_this<WVDBAccessor> {
   mutable platform::Mutex wiring_;  // the delegate and the refresh cycle
   std::weak_ptr<IWVDBAccessorDelegate> delegate_ GUARDED_BY(wiring_);
   std::shared_ptr<platform::Queue> update_queue_ GUARDED_BY(wiring_);
-  std::weak_ptr<platform::DelayedBlock> scheduled_ GUARDED_BY(wiring_);  // it holds this
+  std::weak_ptr<platform::DelayedBlock> scheduled_ GUARDED_BY(wiring_);  // weak: it holds this
 };
 
 }  // namespace wevora

@@ -21,44 +21,44 @@ using Texts = std::vector<std::string>;
 constexpr const char* kIncluded = "SELECT * FROM fscr WHERE exclude=0;";
 constexpr const char* kExcluded = "SELECT * FROM fscr WHERE exclude=1;";
 
-/// Hands on to a real database, telling a test first what is asked.
-class ToldDatabases : public platform::Databases {
+/// Records each query and calls `onQuery` before passing it to a real database.
+class ObservedDatabases : public platform::Databases {
  public:
   std::shared_ptr<platform::Database> databaseWithPath(const std::string& path) override {
-    return std::make_shared<Told>(*this, real_.databaseWithPath(path));
+    return std::make_shared<Observed>(*this, real_.databaseWithPath(path));
   }
 
   Texts queries;
-  std::function<void(std::string_view sql)> asked = [](std::string_view) {};
+  std::function<void(std::string_view sql)> onQuery = [](std::string_view) {};
   int closed = 0;
 
  private:
-  class Told : public platform::Database {
+  class Observed : public platform::Database {
    public:
-    Told(ToldDatabases& told, std::shared_ptr<platform::Database> real)
-        : told_(told), real_(std::move(real)) {}
+    Observed(ObservedDatabases& owner, std::shared_ptr<platform::Database> real)
+        : owner_(owner), real_(std::move(real)) {}
     bool open(platform::DatabaseErrorOut error) override { return real_->open(error); }
     void close() override {
-      ++told_.closed;
+      ++owner_.closed;
       real_->close();
     }
     std::unique_ptr<platform::Statement> prepare(std::string_view sql,
                                                  platform::DatabaseErrorOut error) override {
-      tell(sql);
+      record(sql);
       return real_->prepare(sql, error);
     }
     std::unique_ptr<platform::ResultSet> executeQuery(std::string_view sql,
                                                       platform::DatabaseErrorOut error) override {
-      tell(sql);
+      record(sql);
       return real_->executeQuery(sql, error);
     }
 
    private:
-    void tell(std::string_view sql) {
-      told_.queries.emplace_back(sql);
-      told_.asked(sql);
+    void record(std::string_view sql) {
+      owner_.queries.emplace_back(sql);
+      owner_.onQuery(sql);
     }
-    ToldDatabases& told_;
+    ObservedDatabases& owner_;
     std::shared_ptr<platform::Database> real_;
   };
 
@@ -88,8 +88,8 @@ class BreakingRows : public platform::ResultSet {
 
 class CountingDelegate : public IWVDBAccessorDelegate {
  public:
-  void accessorGoneBad(const std::shared_ptr<WVDBAccessor>&) override { ++told; }
-  int told = 0;
+  void accessorGoneBad(const std::shared_ptr<WVDBAccessor>&) override { ++reports; }
+  int reports = 0;
 };
 
 class WVDBAccessorTest : public testing::Test {
@@ -97,7 +97,7 @@ class WVDBAccessorTest : public testing::Test {
   std::shared_ptr<WVDBAccessor> open(const std::string& at) {
     return WVDBAccessor::initWithPath(path, {databases, dispatch}, delegate, at);
   }
-  /// The first refresh has run, and what it asked is forgotten.
+  /// Runs the first refresh and clears the recorded queries.
   std::shared_ptr<WVDBAccessor> opened(const std::string& at) {
     auto accessor = open(at);
     dispatch.runAll();
@@ -113,13 +113,13 @@ class WVDBAccessorTest : public testing::Test {
   std::string mountPoint = folder.path() + "/";
   std::string path = folder.path("test.db");
   SyncDatabase database{path};
-  ToldDatabases databases;
+  ObservedDatabases databases;
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch{clock};
   std::shared_ptr<CountingDelegate> delegate = std::make_shared<CountingDelegate>();
 };
 
-/// Names that a file system allows and that SQL or a path might trip over.
+/// Valid file names that are special in SQL or in paths.
 const Texts& oddNames() {
   static const Texts names{"it's",  "\"quoted\"",  "a' OR '1'='1",   "two\nlines", "a:b",
                            "100%_", "back\\slash", "\xff\xfe bytes", "\xc3",       "n\xcc\x83"};
@@ -128,7 +128,7 @@ const Texts& oddNames() {
 
 // --- The walk ------------------------------------------------------------------------------------
 
-TEST_F(WVDBAccessorTest, OddNamesAreFoundAsFoldersOnTheWayAndAsTheLastName) {
+TEST_F(WVDBAccessorTest, OddNamesAreFoundAsParentFoldersAndAsTheLastName) {
   database.addTop();
   for (const auto& name : oddNames()) {
     database.addFolder("folder " + name, SyncDatabase::kTop, name);
@@ -136,15 +136,15 @@ TEST_F(WVDBAccessorTest, OddNamesAreFoundAsFoldersOnTheWayAndAsTheLastName) {
   }
   const auto accessor = opened();
   for (const auto& name : oddNames()) {
-    const auto way = accessor->fileWithPath(mountPoint + name);
+    const auto parent = accessor->fileWithPath(mountPoint + name);
     const auto last = accessor->fileWithPath(mountPoint + name + "/" + name);
-    ASSERT_TRUE(way && last) << name;
-    EXPECT_EQ(way->file_id(), "folder " + name);
-    EXPECT_EQ(way->name_short(), name);
+    ASSERT_TRUE(parent && last) << name;
+    EXPECT_EQ(parent->file_id(), "folder " + name);
+    EXPECT_EQ(parent->name_short(), name);
     EXPECT_EQ(last->file_id(), "file " + name);
     EXPECT_EQ(last->filePath(), "/" + name + "/" + name);
   }
-  EXPECT_EQ(delegate->told, 0);
+  EXPECT_EQ(delegate->reports, 0);
 }
 
 TEST_F(WVDBAccessorTest, ATopRowUnderTheNilIdentifierIsTheFirstStep) {
@@ -155,10 +155,10 @@ TEST_F(WVDBAccessorTest, ATopRowUnderTheNilIdentifierIsTheFirstStep) {
   const auto record = accessor->fileWithPath(mountPoint + "a");
   ASSERT_TRUE(record);
   EXPECT_EQ(record->file_id(), "right");
-  EXPECT_FALSE(accessor->fileWithPath(mountPoint)) << "no row is without a parent";
+  EXPECT_FALSE(accessor->fileWithPath(mountPoint)) << "every row has a parent";
 }
 
-TEST_F(WVDBAccessorTest, SeveralMissingFoldersInARowArePassedOver) {
+TEST_F(WVDBAccessorTest, SeveralMissingFoldersInARowAreSkipped) {
   database.addTop();
   database.addFolder("a", SyncDatabase::kTop, "a");
   database.addFile("f", "a", "f");
@@ -176,12 +176,12 @@ TEST_F(WVDBAccessorTest, TheFirstOfSeveralRowsWithoutAParentIsTheTop) {
   EXPECT_EQ(record->file_id(), "first");
 }
 
-TEST_F(WVDBAccessorTest, AnEmptyTableHasNoTopAndThatIsNoError) {
+TEST_F(WVDBAccessorTest, AnEmptyTableHasNoTopRowAndReportsNoError) {
   EXPECT_FALSE(opened()->fileWithPath(mountPoint));
-  EXPECT_EQ(delegate->told, 0);
+  EXPECT_EQ(delegate->reports, 0);
 }
 
-TEST_F(WVDBAccessorTest, PathsThatStandForTheMountPointAskForTheTop) {
+TEST_F(WVDBAccessorTest, EquivalentPathsOfTheMountPointGiveTheTopRow) {
   database.addTop();
   const auto accessor = opened();
   for (const auto& top : {mountPoint + "/", mountPoint + ".", mountPoint + "a/..", std::string()}) {
@@ -191,7 +191,7 @@ TEST_F(WVDBAccessorTest, PathsThatStandForTheMountPointAskForTheTop) {
   }
 }
 
-TEST_F(WVDBAccessorTest, OnTheBootVolumePathsAreWalkedAsTheyAre) {
+TEST_F(WVDBAccessorTest, OnTheBootVolumePathsAreWalkedUnchanged) {
   database.addTop();
   database.addFolder("u", SyncDatabase::kTop, "Users");
   database.addFile("x", "u", "x");
@@ -206,7 +206,7 @@ TEST_F(WVDBAccessorTest, OnTheBootVolumePathsAreWalkedAsTheyAre) {
 
 // --- Children ------------------------------------------------------------------------------------
 
-TEST_F(WVDBAccessorTest, AnIdentifierBecomesAPartOfTheQueryEvenWhereItIsSql) {
+TEST_F(WVDBAccessorTest, AnIdentifierIsInsertedIntoTheQueryUnescaped) {
   database.addTop();
   database.addFile("f", SyncDatabase::kTop, "f");
   const auto accessor = opened();
@@ -216,8 +216,8 @@ TEST_F(WVDBAccessorTest, AnIdentifierBecomesAPartOfTheQueryEvenWhereItIsSql) {
   EXPECT_EQ(accessor->filesWithParentID("it's"), std::nullopt);
   EXPECT_EQ(databases.queries, (Texts{"SELECT * FROM file WHERE parent_id='X' OR '1'='1' ",
                                       "SELECT * FROM file WHERE parent_id='it's' "}));
-  EXPECT_EQ(delegate->told, 1);
-  EXPECT_TRUE(accessor->filesWithParentID("X")) << "the database is as good as before";
+  EXPECT_EQ(delegate->reports, 1);
+  EXPECT_TRUE(accessor->filesWithParentID("X")) << "the database is still usable";
 }
 
 TEST_F(WVDBAccessorTest, ChildrenWithOddNamesKeepThem) {
@@ -229,7 +229,7 @@ TEST_F(WVDBAccessorTest, ChildrenWithOddNamesKeepThem) {
   EXPECT_TRUE(std::ranges::is_permutation(names, oddNames()));
 }
 
-TEST_F(WVDBAccessorTest, AVisitSeesTheRowsThatAListHolds) {
+TEST_F(WVDBAccessorTest, AVisitSeesTheSameRowsAsTheList) {
   database.addFile("1", "parent", "one", SyncDatabase::kSynchronized);
   database.addRow("2", "parent", true, std::nullopt, "two", std::nullopt);
   const auto accessor = opened();
@@ -239,20 +239,20 @@ TEST_F(WVDBAccessorTest, AVisitSeesTheRowsThatAListHolds) {
                    (row.isFolder ? ",folder" : ",file") + (row.synchronized ? ",backed up" : ""));
   }));
   EXPECT_EQ(seen, (Texts{"1,one,file,backed up", "2,,folder"}));
-  EXPECT_EQ(delegate->told, 0);
+  EXPECT_EQ(delegate->reports, 0);
 }
 
-TEST_F(WVDBAccessorTest, RowsThatBreakOffAreNoneAndToldToTheDelegate) {
+TEST_F(WVDBAccessorTest, RowsThatEndWithAnErrorGiveNoListAndAreReportedToTheDelegate) {
   const auto accessor = opened();
   BreakingRows rows;
   EXPECT_EQ(accessor->nodesForQueryResult(rows), std::nullopt);
   EXPECT_TRUE(rows.closed);
-  EXPECT_EQ(delegate->told, 1);
+  EXPECT_EQ(delegate->reports, 1);
 }
 
-// --- Databases that are none ---------------------------------------------------------------------
+// --- Missing and invalid databases ---------------------------------------------------------------
 
-TEST_F(WVDBAccessorTest, WithoutADatabaseEveryQueryIsNoneAndToldToTheDelegate) {
+TEST_F(WVDBAccessorTest, WithoutADatabaseEveryQueryIsEmptyAndReportedToTheDelegate) {
   path = folder.path("missing.db");
   const auto accessor = open(mountPoint);
   EXPECT_EQ(accessor->fileWithPath(mountPoint), std::nullopt);
@@ -260,30 +260,30 @@ TEST_F(WVDBAccessorTest, WithoutADatabaseEveryQueryIsNoneAndToldToTheDelegate) {
   EXPECT_EQ(accessor->folderWithPath(mountPoint + "a"), std::nullopt);
   EXPECT_EQ(accessor->filesWithParentID("a"), std::nullopt);
   EXPECT_FALSE(accessor->visitFilesWithParentID("a", [](const WVDBAccessor::Row&) { FAIL(); }));
-  EXPECT_EQ(delegate->told, 5);
+  EXPECT_EQ(delegate->reports, 5);
 }
 
-TEST_F(WVDBAccessorTest, AFileThatIsNoDatabaseIsAnErrorForQueriesAndRules) {
+TEST_F(WVDBAccessorTest, AFileThatIsNotADatabaseIsAnErrorForQueriesAndRules) {
   path = folder.path("noise.db");
   std::ofstream(path) << std::string(5000, 'x');
   const auto accessor = opened();
-  EXPECT_EQ(delegate->told, 1);
+  EXPECT_EQ(delegate->reports, 1);
   EXPECT_EQ(accessor->excludedNodes(), nullptr);
   EXPECT_EQ(accessor->notExcludedNodes(), nullptr);
   EXPECT_EQ(dispatch.delayed(), 0U);
   EXPECT_EQ(accessor->fileWithPath(mountPoint), std::nullopt);
-  EXPECT_EQ(delegate->told, 2);
+  EXPECT_EQ(delegate->reports, 2);
 }
 
-// --- The refreshes -------------------------------------------------------------------------------
+// --- The refresh cycle ---------------------------------------------------------------------------
 
-TEST_F(WVDBAccessorTest, AFailedReadOfTheExcludedRulesEndsTheRefreshes) {
+TEST_F(WVDBAccessorTest, AFailedReadOfTheExcludedRulesEndsTheRefreshCycle) {
   const auto accessor = opened();
-  databases.asked = [this](std::string_view sql) {
+  databases.onQuery = [this](std::string_view sql) {
     if (sql == kExcluded) database.writer.runScript("DROP TABLE fscr");
   };
   dispatch.advance(2s);
-  EXPECT_EQ(delegate->told, 1);
+  EXPECT_EQ(delegate->reports, 1);
   EXPECT_NE(accessor->notExcludedNodes(), nullptr);
   EXPECT_EQ(accessor->excludedNodes(), nullptr);
   EXPECT_EQ(dispatch.delayed(), 0U);
@@ -296,33 +296,33 @@ TEST_F(WVDBAccessorTest, AfterAFailedReadOfTheIncludedRulesTheExcludedOnesAreNot
   EXPECT_EQ(databases.queries, Texts{kIncluded});
 }
 
-TEST_F(WVDBAccessorTest, AnotherExceptionInARefreshIsTheLastOfThem) {
+TEST_F(WVDBAccessorTest, AnUnexpectedExceptionEndsTheRefreshCycle) {
   auto accessor = opened();
-  databases.asked = [](std::string_view) { throw std::runtime_error("unexpected"); };
+  databases.onQuery = [](std::string_view) { throw std::runtime_error("unexpected"); };
   dispatch.advance(2s);
-  databases.asked = [](std::string_view) {};
+  databases.onQuery = [](std::string_view) {};
   dispatch.advance(10s);
   EXPECT_EQ(refreshes(), 1);
-  EXPECT_EQ(delegate->told, 0);
+  EXPECT_EQ(delegate->reports, 0);
   EXPECT_EQ(accessor->notExcludedNodes(), nullptr);
-  EXPECT_NE(accessor->excludedNodes(), nullptr) << "it was not read anew";
+  EXPECT_NE(accessor->excludedNodes(), nullptr) << "it was not read again";
   accessor.reset();
-  EXPECT_EQ(databases.closed, 1) << "nothing holds the accessor any more";
+  EXPECT_EQ(databases.closed, 1) << "nothing owns the accessor any more";
 }
 
-TEST_F(WVDBAccessorTest, AnotherExceptionFromTheExcludedRulesLeavesThemNone) {
+TEST_F(WVDBAccessorTest, AnUnexpectedExceptionFromTheExcludedRulesLeavesThemNull) {
   const auto accessor = opened();
   database.addRule("new");
-  databases.asked = [](std::string_view sql) {
+  databases.onQuery = [](std::string_view sql) {
     if (sql == kExcluded) throw std::runtime_error("unexpected");
   };
   EXPECT_THROW(accessor->updateCache(), std::runtime_error);
   EXPECT_EQ(accessor->notExcludedNodes()->size(), 1U);
   EXPECT_EQ(accessor->excludedNodes(), nullptr);
-  EXPECT_EQ(delegate->told, 0);
+  EXPECT_EQ(delegate->reports, 0);
 }
 
-TEST_F(WVDBAccessorTest, StoppedBeforeItsFirstRefreshItStillMakesThatOneAndNoOther) {
+TEST_F(WVDBAccessorTest, StoppedBeforeItsFirstRefreshItRunsThatRefreshOnly) {
   const auto accessor = open(mountPoint);
   accessor->stop();
   accessor->stop();
@@ -331,7 +331,7 @@ TEST_F(WVDBAccessorTest, StoppedBeforeItsFirstRefreshItStillMakesThatOneAndNoOth
   EXPECT_EQ(dispatch.delayed(), 0U);
 }
 
-TEST_F(WVDBAccessorTest, RefreshesRunOnAQueueOfItsOwn) {
+TEST_F(WVDBAccessorTest, RefreshesRunOnItsOwnQueue) {
   const auto accessor = open(mountPoint);
   ASSERT_EQ(dispatch.serialQueues("update_queue").size(), 1U);
   EXPECT_EQ(dispatch.serialQueues("update_queue").front()->pending(), 1U);
@@ -349,7 +349,7 @@ TEST_F(WVDBAccessorTest, RulesOfOddlyNamedFoldersKeepTheNames) {
     EXPECT_EQ((*rules)[i].root_folder(), mountPoint + oddNames()[i]);
 }
 
-TEST_F(WVDBAccessorTest, WhatARuleDoesNotReadIsLeftEmpty) {
+TEST_F(WVDBAccessorTest, FieldsOfARuleThatAreNotReadStayEmpty) {
   database.addRule("x");
   const auto rules = opened()->notExcludedNodes();
   ASSERT_TRUE(rules);
@@ -360,7 +360,7 @@ TEST_F(WVDBAccessorTest, WhatARuleDoesNotReadIsLeftEmpty) {
   EXPECT_FALSE(rule.exclude());
 }
 
-TEST(FSCRAccessorRows, ThatBreakOffAreBadDatabaseWithItsDetails) {
+TEST(FSCRAccessorRows, ThatEndWithAnErrorThrowBadDatabaseWithItsDetails) {
   BreakingRows rows;
   try {
     FSCRAccessor().nodesForQueryResult(rows);

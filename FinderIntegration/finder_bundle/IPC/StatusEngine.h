@@ -12,9 +12,8 @@ namespace wevora {
 class WVFinderTools;
 class WVIconProvider;
 
-/// What the agent's news is turned into: the icon provider, its pool of databases, and the tools
-/// that redraw.
-/// Threads: the main thread. Owns: nothing. Errors: none.
+/// The actions that agent notifications lead to: on the icon provider, its database pool and the
+/// redraw tools. The main thread only.
 class StatusEngine {
  public:
   using Text = std::optional<std::string>;
@@ -29,11 +28,11 @@ class StatusEngine {
   virtual void updateNodesWithPath(std::vector<std::string> paths) = 0;
 };
 
-/// The engine of the bundle.
+/// The engine of the bundle. Provider and tools must outlive it.
 std::unique_ptr<StatusEngine> statusEngineOf(WVIconProvider& provider, WVFinderTools& tools);
 
-/// What reads the settings of the logged-in user.
-/// Threads: the main thread. Owns: as its kind. Errors: none where nothing can be read.
+/// Reads the settings of the logged-in user.
+/// Errors: a value that cannot be read is nullopt.
 class SettingsReader {
  public:
   virtual ~SettingsReader() = default;

@@ -24,8 +24,8 @@ WVAgentConnector::WVAgentConnector(WVAgentConnectorServices services)
   subscribeToFinderOverlayEnabledNotifications();
 }
 
-// A step that fails must not keep the later ones from being taken: whoever is left observing
-// nothing never hears of the agent again.
+// A failed step must not prevent the later ones: without observers the connector would never learn
+// of the agent again.
 
 void WVAgentConnector::connect() {
   catchAll([&] {

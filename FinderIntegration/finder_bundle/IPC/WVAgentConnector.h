@@ -13,7 +13,7 @@
 
 namespace wevora {
 
-/// What the connector works with; all of it outlives the connector.
+/// Dependencies of the connector. They outlive it.
 struct WVAgentConnectorServices {
   using Text = std::optional<std::string>;
   Text userName;  ///< the login name
@@ -21,17 +21,18 @@ struct WVAgentConnectorServices {
   platform::DistributedNotificationCenter& distributedCenter;
   platform::LocalNotificationCenter& localCenter;
   StatusEngine& engine;
-  /// A new reader of the settings; it is given the account.
+  /// Creates a settings reader for an account.
   std::function<std::unique_ptr<SettingsReader>(const Text& accountId)> appSupport;
 };
 
-/// Keeps the bundle in step with the agent: finds its service among its names, learns the account,
-/// switches the badges, and turns the agent's notifications into work. While there is no agent it
-/// waits for one to announce itself.
-/// Threads: the main thread. No lock is taken.
-/// Owns: the connection, the proxy, the settings reader, the observations.
-/// Errors: none; an agent that cannot be reached or does not answer is an absent one, and a step
-///   that throws is passed over where the next ones do not need it.
+/// Connects the bundle to the agent: finds the agent's service, reads the account, turns badges on
+/// and off, and handles the agent's notifications. The main thread only.
+///
+/// It has two states. Waiting: it observes only the announcement of an agent. Connected: it holds
+/// the agent's proxy and observes events, the account record, the connection status and the death
+/// of the connection. The badge setting is observed in both.
+/// Errors: an unreachable or unresponsive agent counts as absent. A step that throws is skipped if
+///   the next ones do not depend on it.
 class WVAgentConnector {
  public:
   using Text = std::optional<std::string>;
@@ -41,7 +42,7 @@ class WVAgentConnector {
   WVAgentConnector(const WVAgentConnector&) = delete;
   WVAgentConnector& operator=(const WVAgentConnector&) = delete;
 
-  /// Makes the one of the process, which is never destroyed, and connects it.
+  /// Creates and connects the process-wide instance, which is never destroyed.
   // +load
   static void load();
 
@@ -49,7 +50,7 @@ class WVAgentConnector {
   void connect();
   // -checkConnectionStatus
   void checkConnectionStatus();
-  /// Makes a new settings reader and resets the engine and its pool each time.
+  /// Each call creates a new settings reader and resets the engine and its pool.
   // -checkEnabled
   void checkEnabled();
   // -setAccountId:
@@ -63,7 +64,7 @@ class WVAgentConnector {
   void connectionDidDie();
   // -connectionAlive:
   void connectionAlive();
-  /// Leaves the badges as they are, on or off.
+  /// Does not turn badges on or off.
   // -accountInfoDidChanged:
   void accountInfoDidChanged();
   // -finderOverlayChangedNotificationReceived:
@@ -89,7 +90,7 @@ class WVAgentConnector {
   void startToObserveConnectionBecomeAvailableNotification();
   // -stopToObserveConnectionBecomeAvailableNotification
   void stopToObserveConnectionBecomeAvailableNotification();
-  // "Unvailable": the selectors' own spelling.
+  // "Unvailable" is the selectors' spelling.
   // -startObservingConnectionBecomeUnvailableNotification
   void startObservingConnectionBecomeUnvailableNotification();
   // -stopObservingConnectionBecomeUnvailableNotification
@@ -108,7 +109,7 @@ class WVAgentConnector {
   std::shared_ptr<platform::Connection> _clientServerConnection;
   Text _distributedNotificationObject;
   std::shared_ptr<IDaemonConnection> _daemonConnection;  // null while not connected
-  std::unique_ptr<SettingsReader> appSupport;            // a new one for each account
+  std::unique_ptr<SettingsReader> appSupport;            // one per account change
 
   Observation overlayObservation_;
   Observation eventObservation_;

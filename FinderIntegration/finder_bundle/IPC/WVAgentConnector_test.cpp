@@ -33,11 +33,11 @@ Log joined(std::initializer_list<Log> parts) {
   return all;
 }
 
-// Collaborators that note what is asked of them, all in one log.
+// Test doubles that record all calls in one log.
 
 struct Service {
   TestAgent agent;
-  std::function<void(std::string_view method)> whenAsked;
+  std::function<void(std::string_view method)> whenCalled;
   bool takesConnections = true;
   bool conforms = true;
 };
@@ -55,7 +55,7 @@ class RecordingConnection : public platform::Connection {
     std::optional<Array> call(const platform::WireProtocol&, std::string_view method,
                               const Array& arguments) override {
       log_.push_back("agent " + std::string(method));
-      if (service_.whenAsked) service_.whenAsked(method);
+      if (service_.whenCalled) service_.whenCalled(method);
       return answerOfDaemonConnection(service_.agent, std::string(method), arguments);
     }
 
@@ -131,7 +131,7 @@ class RecordingCenter : public platform::DistributedNotificationCenter {
   bool post(const DistributedNotification& notification) override {
     const auto observers = observers_;
     for (auto* observer : observers)
-      if (observer->hears(notification)) observer->handler(notification);
+      if (observer->matches(notification)) observer->handler(notification);
     return true;
   }
   std::multimap<std::string, std::string> observed() const {
@@ -153,7 +153,7 @@ class RecordingCenter : public platform::DistributedNotificationCenter {
     }
     Observer(const Observer&) = delete;
     Observer& operator=(const Observer&) = delete;
-    bool hears(const DistributedNotification& notification) const {
+    bool matches(const DistributedNotification& notification) const {
       return notification.name == name && (!object || object == notification.object);
     }
     RecordingCenter& center;
@@ -211,7 +211,7 @@ class RecordingSettings : public SettingsReader {
   const std::optional<Value>& value_;
 };
 
-// What the log holds after a step.
+// The expected log of a step.
 
 Log accountChange(const Text& accountId) {
   return {"release settings", "settings of " + named(accountId), "reinit",
@@ -224,7 +224,7 @@ Log enableCheck(const Text& accountId, bool on) {
        {"read kFinderOverlayEnabledKey for " + named(accountId), on ? "turn on" : "turn off"}});
 }
 
-Log askedAccount(const Log& then) {
+Log accountQuery(const Log& then) {
   return joined({{"agent accountInfo"}, then});
 }
 
@@ -233,12 +233,12 @@ class WVAgentConnectorTest : public ::testing::Test {
   void load() {
     connector_.emplace(WVAgentConnectorServices{
         "alice", objects_, center_, local_, engine_, [this](const Text& accountId) {
-          if (settingsFail_) throw std::bad_alloc();
+          if (settingsThrow_) throw std::bad_alloc();
           return std::make_unique<RecordingSettings>(log_, setting_, accountId);
         }});
     connector_->connect();
   }
-  /// Loaded with an agent at the first seed, and the log emptied.
+  /// Loads with an agent at the first seed and clears the log.
   TestAgent& connected() {
     TestAgent& agent = objects_.publish(0).agent;
     load();
@@ -280,13 +280,13 @@ class WVAgentConnectorTest : public ::testing::Test {
   platform::LocalNotificationCenter local_;
   RecordingEngine engine_{log_};
   std::optional<Value> setting_;
-  bool settingsFail_ = false;
+  bool settingsThrow_ = false;
   std::optional<WVAgentConnector> connector_;
 };
 
-// Connecting.
+// --- Connecting ----------------------------------------------------------------------------------
 
-TEST_F(WVAgentConnectorTest, ConnectingTakesItsStepsInOrder) {
+TEST_F(WVAgentConnectorTest, ConnectRunsItsStepsInOrder) {
   objects_.publish(1);
   load();
   const Log first = {"settings of 42", "reinit", "pool account 42", "pool reinit"};
@@ -297,14 +297,14 @@ TEST_F(WVAgentConnectorTest, ConnectingTakesItsStepsInOrder) {
             "port " + RecordingObjects::nameOf(1), "connection", "enable multiple threads",
             "root proxy", "conforms to com.Wevora.IDaemonConnection",
             "agent distributedNotificationObject"},
-           askedAccount(first),
+           accountQuery(first),
            {"observe kIDaemonConnectionWVREventNotification of agent of a test",
             "agent connectionStatus"},
-           askedAccount(enableCheck("42", true)),
+           accountQuery(enableCheck("42", true)),
            {"reinit", "observe kIDaemonConnectionAccountInfoChangedNotification of agent of a test",
             "observe kIDaemonConnectionConnectionStatusChangedNotification of agent of a test",
             "desktop"},
-           askedAccount(enableCheck("42", true))}));
+           accountQuery(enableCheck("42", true))}));
 }
 
 TEST_F(WVAgentConnectorTest, WithoutAnAgentItWaitsAndTurnsTheBadgesOff) {
@@ -344,14 +344,14 @@ TEST_F(WVAgentConnectorTest, OfAgentsUnderSeeds3And5Seed3IsUsed) {
   EXPECT_EQ(center_.observed(), observedWhileConnected("three"));
 }
 
-TEST_F(WVAgentConnectorTest, AConnectionThatCannotBeMadeMeansWaiting) {
+TEST_F(WVAgentConnectorTest, AFailedConnectionMeansWaiting) {
   objects_.publish(0).takesConnections = false;
   load();
   EXPECT_EQ(center_.observed(), observedWhileWaiting());
   EXPECT_FALSE(engine_.turnedOn);
 }
 
-TEST_F(WVAgentConnectorTest, ARootProxyThatDoesNotConformIsNotKeptAndNotAskedFurther) {
+TEST_F(WVAgentConnectorTest, ARootProxyThatDoesNotConformIsDroppedAndNotCalled) {
   objects_.publish(0).conforms = false;
   load();
   EXPECT_EQ(center_.observed(), observedWhileWaiting());
@@ -377,37 +377,37 @@ TEST_F(WVAgentConnectorTest, WithoutAUserNameNothingIsLookedUp) {
   EXPECT_EQ(center_.observed(), observedWhileWaiting());
 }
 
-TEST_F(WVAgentConnectorTest, TheDeathIsNotObservedBeforeTheStatusCheckIsOver) {
+TEST_F(WVAgentConnectorTest, TheDeathIsNotObservedBeforeTheStatusCheckEnds) {
   Service& service = objects_.publish(0);
-  bool asked = false;
-  bool heard = false;
-  service.whenAsked = [&](std::string_view method) {
+  bool called = false;
+  bool received = false;
+  service.whenCalled = [&](std::string_view method) {
     if (method != "connectionStatus") return;
-    asked = true;
+    called = true;
     const auto before = log_.size();
     postDeath();
-    heard = log_.size() != before;
+    received = log_.size() != before;
   };
   load();
-  EXPECT_TRUE(asked);
-  EXPECT_FALSE(heard);
+  EXPECT_TRUE(called);
+  EXPECT_FALSE(received);
 }
 
-TEST_F(WVAgentConnectorTest, ADeathWhileTheLastObservationsAreMadeIsHeard) {
+TEST_F(WVAgentConnectorTest, ADeathDuringTheLastSubscriptionsIsReceived) {
   objects_.publish(0);
-  bool heard = false;
+  bool received = false;
   center_.whenObserved = [&](const std::string& name) {
     if (name != kIDaemonConnectionAccountInfoChangedNotification) return;
     log_.clear();
     postDeath();
-    heard = !log_.empty();
+    received = !log_.empty();
   };
   load();
-  EXPECT_TRUE(heard);
+  EXPECT_TRUE(received);
   EXPECT_FALSE(engine_.turnedOn);
 }
 
-// The switch.
+// --- The badge setting ---------------------------------------------------------------------------
 
 TEST_F(WVAgentConnectorTest, TheSettingStoredAsNoTurnsBadgesOffEvenWithAnAccount) {
   setting_ = Value(false);
@@ -422,7 +422,7 @@ TEST_F(WVAgentConnectorTest, AnAbsentSettingTurnsBadgesOn) {
   EXPECT_TRUE(engine_.turnedOn);
 }
 
-TEST_F(WVAgentConnectorTest, TheSettingsBoolValueCountsWhateverItsType) {
+TEST_F(WVAgentConnectorTest, TheBoolValueOfTheSettingIsUsedForAnyType) {
   setting_ = Value("NO");
   objects_.publish(0);
   load();
@@ -430,7 +430,7 @@ TEST_F(WVAgentConnectorTest, TheSettingsBoolValueCountsWhateverItsType) {
   setting_ = Value(std::int64_t{2});
   post(kFinderOverlayChanged, std::nullopt);
   EXPECT_TRUE(engine_.turnedOn);
-  setting_ = Value(Dictionary{});  // no number and no text
+  setting_ = Value(Dictionary{});  // neither a number nor a string
   post(kFinderOverlayChanged, std::nullopt);
   EXPECT_FALSE(engine_.turnedOn);
 }
@@ -448,19 +448,19 @@ TEST_F(WVAgentConnectorTest, ARecordWithoutAClientIdTurnsBadgesOff) {
   EXPECT_FALSE(engine_.turnedOn);
 }
 
-TEST_F(WVAgentConnectorTest, AChangeOfTheOverlaySettingIsOneEnableCheckWhoeverPostsIt) {
+TEST_F(WVAgentConnectorTest, AChangeOfTheOverlaySettingFromAnySenderIsOneEnableCheck) {
   connected();
   setting_ = Value(false);
   post(kFinderOverlayChanged, "anybody");
-  EXPECT_EQ(log_, askedAccount(enableCheck("42", false)));
+  EXPECT_EQ(log_, accountQuery(enableCheck("42", false)));
 }
 
-TEST_F(WVAgentConnectorTest, EveryEnableCheckMakesNewSettingsAndResetsTheEngineAndThePool) {
+TEST_F(WVAgentConnectorTest, EveryEnableCheckCreatesASettingsReaderAndResetsTheEngineAndThePool) {
   connected();
   connector_->checkEnabled();
   connector_->checkEnabled();
   EXPECT_EQ(log_,
-            joined({askedAccount(enableCheck("42", true)), askedAccount(enableCheck("42", true))}));
+            joined({accountQuery(enableCheck("42", true)), accountQuery(enableCheck("42", true))}));
 }
 
 TEST_F(WVAgentConnectorTest, TheOverlaySettingIsFollowedWhileWaitingToo) {
@@ -470,7 +470,7 @@ TEST_F(WVAgentConnectorTest, TheOverlaySettingIsFollowedWhileWaitingToo) {
   EXPECT_EQ(log_, enableCheck(std::nullopt, false));
 }
 
-// Status.
+// --- The connection status -----------------------------------------------------------------------
 
 TEST_F(WVAgentConnectorTest, StatusOneChangesNothing) {
   connected().status = CONNECTION_STATUS_LOGIN_IN_PROGRESS;
@@ -494,7 +494,7 @@ TEST_F(WVAgentConnectorTest, StatusZeroWithAnAccountAndNoSettingLeavesBadgesOnAn
   post(kIDaemonConnectionConnectionStatusChangedNotification);
   EXPECT_EQ(
       log_,
-      joined({{"agent connectionStatus"}, askedAccount(enableCheck("42", true)), {"reinit"}}));
+      joined({{"agent connectionStatus"}, accountQuery(enableCheck("42", true)), {"reinit"}}));
   EXPECT_TRUE(engine_.turnedOn);
 }
 
@@ -503,7 +503,7 @@ TEST_F(WVAgentConnectorTest, StatusTwoChecksTheSwitchAndThenResetsTheEngine) {
   post(kIDaemonConnectionConnectionStatusChangedNotification);
   EXPECT_EQ(
       log_,
-      joined({{"agent connectionStatus"}, askedAccount(enableCheck("42", true)), {"reinit"}}));
+      joined({{"agent connectionStatus"}, accountQuery(enableCheck("42", true)), {"reinit"}}));
 }
 
 TEST_F(WVAgentConnectorTest, AStatusCheckWithoutAProxyDoesNothing) {
@@ -513,7 +513,7 @@ TEST_F(WVAgentConnectorTest, AStatusCheckWithoutAProxyDoesNothing) {
   EXPECT_TRUE(log_.empty());
 }
 
-TEST_F(WVAgentConnectorTest, NotificationsOfAnotherObjectAreNotHeard) {
+TEST_F(WVAgentConnectorTest, NotificationsOfAnotherObjectAreNotReceived) {
   connected();
   post(kIDaemonConnectionConnectionStatusChangedNotification, "another agent");
   post(kIDaemonConnectionWVREventNotification, "another agent");
@@ -521,22 +521,22 @@ TEST_F(WVAgentConnectorTest, NotificationsOfAnotherObjectAreNotHeard) {
   EXPECT_TRUE(log_.empty());
 }
 
-// The account.
+// --- The account ---------------------------------------------------------------------------------
 
 TEST_F(WVAgentConnectorTest, AChangedAccountRecordChangesTheAccountWithoutAnEnableCheck) {
   connected().account = TestAgent::accountOf("43");
   post(kIDaemonConnectionAccountInfoChangedNotification);
-  EXPECT_EQ(log_, askedAccount(accountChange("43")));
+  EXPECT_EQ(log_, accountQuery(accountChange("43")));
 }
 
 TEST_F(WVAgentConnectorTest, ARecordThatLosesItsAccountLeavesTheBadgesAsTheyWere) {
   connected().account.reset();
   post(kIDaemonConnectionAccountInfoChangedNotification);
-  EXPECT_EQ(log_, askedAccount(accountChange(std::nullopt)));
+  EXPECT_EQ(log_, accountQuery(accountChange(std::nullopt)));
   EXPECT_TRUE(engine_.turnedOn);
 }
 
-// Events.
+// --- Events --------------------------------------------------------------------------------------
 
 TEST_F(WVAgentConnectorTest, TwoRemovedAndOnePathAreTwoRefreshesAndOneLowerCasedNode) {
   connected();
@@ -559,7 +559,7 @@ TEST_F(WVAgentConnectorTest, AnEventWithoutPathsStillRefreshesTheDesktopAndNoNod
   EXPECT_EQ(log_, (Log{"desktop", "nodes", "desktop", "nodes"}));
 }
 
-TEST_F(WVAgentConnectorTest, WhatIsNoTextInAnEventIsPassedOver) {
+TEST_F(WVAgentConnectorTest, NonStringEntriesOfAnEventAreSkipped) {
   connected();
   postEvent({Value(std::int64_t{1}), Value("Removed"), Value(Dictionary{})},
             {Value(true), Value("/A\xFF")});
@@ -569,16 +569,16 @@ TEST_F(WVAgentConnectorTest, WhatIsNoTextInAnEventIsPassedOver) {
   EXPECT_EQ(log_, (Log{"windows", "reinit", "desktop", "nodes /a\xFF", "desktop", "nodes"}));
 }
 
-TEST_F(WVAgentConnectorTest, EventsBeforeAnAgentIsFoundAreNotHeard) {
+TEST_F(WVAgentConnectorTest, EventsBeforeAnAgentIsFoundAreNotReceived) {
   load();
   log_.clear();
   postEvent({Value("Removed")}, {Value("/a")});
   EXPECT_TRUE(log_.empty());
 }
 
-// Death and return.
+// --- Death and reconnect -------------------------------------------------------------------------
 
-TEST_F(WVAgentConnectorTest, ADeathTakesItsStepsInOrder) {
+TEST_F(WVAgentConnectorTest, ADeathRunsItsStepsInOrder) {
   connected();
   postDeath();
   EXPECT_EQ(log_, joined({{"release proxy"},
@@ -598,7 +598,7 @@ TEST_F(WVAgentConnectorTest, AfterADeathASecondOneIsNotReceived) {
   EXPECT_TRUE(log_.empty());
 }
 
-TEST_F(WVAgentConnectorTest, TheDeathsObserverIsTheLastToGo) {
+TEST_F(WVAgentConnectorTest, TheDeathObserverIsRemovedLast) {
   connected();
   std::size_t deaths = 1;
   center_.whenStopped = [&](const std::string& name) {
@@ -611,7 +611,7 @@ TEST_F(WVAgentConnectorTest, TheDeathsObserverIsTheLastToGo) {
   EXPECT_EQ(deaths, 2U);
 }
 
-TEST_F(WVAgentConnectorTest, TheDeathsObserverIsGoneBeforeTheNextAgentIsWaitedFor) {
+TEST_F(WVAgentConnectorTest, TheDeathObserverIsRemovedBeforeTheNextAgentIsObserved) {
   connected();
   std::size_t before = 0;
   std::size_t after = 1;
@@ -641,7 +641,7 @@ TEST_F(WVAgentConnectorTest, TheNextConnectionReplacesTheOneThatDied) {
   EXPECT_NE(objects_.connection(), nullptr);
 }
 
-TEST_F(WVAgentConnectorTest, TheDeathOfAnotherConnectionIsNotHeard) {
+TEST_F(WVAgentConnectorTest, TheDeathOfAnotherConnectionIsNotReceived) {
   connected();
   const int another = 0;
   local_.post({platform::kNSConnectionDidDieNotification, &another});
@@ -662,7 +662,7 @@ TEST_F(WVAgentConnectorTest, AnAgentThatReturnsClearsThePoolsAccountBeforeItIsCo
   EXPECT_TRUE(engine_.turnedOn);
 }
 
-TEST_F(WVAgentConnectorTest, AnAnnouncementThatLeadsNowhereIsWaitedForAgain) {
+TEST_F(WVAgentConnectorTest, AfterAnAnnouncementWithoutAServiceItWaitsAgain) {
   connected();
   objects_.remove(0);
   connector_->connectionDidDie();
@@ -690,14 +690,14 @@ TEST_F(WVAgentConnectorTest, AHundredDeathsAndReturnsLeaveOneObserverOfEachKind)
   }
 }
 
-TEST_F(WVAgentConnectorTest, StepsThatFailLeaveItObservingWhatItsStateNeeds) {
+TEST_F(WVAgentConnectorTest, FailedStepsDoNotPreventTheObservationsOfItsState) {
   objects_.publish(0);
-  settingsFail_ = true;
+  settingsThrow_ = true;
   load();
   EXPECT_EQ(center_.observed(), observedWhileConnected("agent of a test"));
   postDeath();
   EXPECT_EQ(center_.observed(), observedWhileWaiting());
-  settingsFail_ = false;
+  settingsThrow_ = false;
   post(kIDaemonConnectionBecomeAvailableNotification, std::nullopt);
   EXPECT_EQ(center_.observed(), observedWhileConnected("agent of a test"));
   EXPECT_TRUE(engine_.turnedOn);

@@ -11,7 +11,7 @@ namespace {
 
 using platform::MutexLock;
 
-constexpr std::chrono::nanoseconds kBlockTime{5'000'000'000};
+constexpr std::chrono::nanoseconds kBlockDuration{5'000'000'000};
 
 std::string withTrailingSeparator(std::string path) {
   if (path.empty() || path.back() != '/') path += '/';
@@ -65,19 +65,19 @@ WVDBPool::Accessor WVDBPool::accessorWithPath(const std::string& path) {
   if (!mountPoint) return nullptr;
   const auto dbPath = dbPathForMountPoint(mountPoint);
   if (!dbPath) return nullptr;
-  Accessor known;
+  Accessor cached;
   bool blocked = false;
   {
     const MutexLock lock(lock_);
     const auto found = accessorForPath_.find(*dbPath);
-    if (found != accessorForPath_.end()) known = found->second;
+    if (found != accessorForPath_.end()) cached = found->second;
     blocked = isBlocked(*dbPath);
   }
   const bool hasDatabase = exists(*dbPath);
-  if (known && hasDatabase) return known;
+  if (cached && hasDatabase) return cached;
   if (blocked) return nullptr;
   if (hasDatabase) return openedAccessor(*dbPath, *mountPoint);
-  forgetAccessorOf(*dbPath);
+  dropAccessorOf(*dbPath);
   return nullptr;
 }
 
@@ -85,51 +85,49 @@ bool WVDBPool::isBlocked(const std::string& dbPath) const {
   return std::ranges::find(blockList_, dbPath) != blockList_.end();
 }
 
-template <class Matches>
-std::vector<WVDBPool::Accessor> WVDBPool::livingAccessors(Matches matches) const {
-  std::vector<Accessor> living;
-  for (const auto& weak : made_)
-    if (auto accessor = weak.lock(); accessor && matches(*accessor))
-      living.push_back(std::move(accessor));
-  return living;
+std::vector<WVDBPool::Accessor> WVDBPool::liveAccessors() const {
+  std::vector<Accessor> live;
+  for (const auto& weak : opened_)
+    if (auto accessor = weak.lock()) live.push_back(std::move(accessor));
+  return live;
 }
 
 WVDBPool::Accessor WVDBPool::openedAccessor(const std::string& dbPath,
                                             const std::string& mountPoint) {
-  const auto made = WVDBAccessor::initWithPath(dbPath, {services_.databases, services_.dispatch},
-                                               weak_from_this(), mountPoint);
-  Accessor answer = made;
-  std::vector<Accessor> superseded;
+  const auto opened = WVDBAccessor::initWithPath(dbPath, {services_.databases, services_.dispatch},
+                                                 weak_from_this(), mountPoint);
+  Accessor result = opened;
+  std::vector<Accessor> older;
   {
     const MutexLock lock(lock_);
     if (isBlocked(dbPath)) {
-      // The volume was asked for while the database was being opened.
-      answer = nullptr;
-    } else if (const auto [place, first] = accessorForPath_.try_emplace(dbPath, made); !first) {
-      answer = place->second;  // another thread was faster
+      // An unmount was requested while the database was being opened.
+      result = nullptr;
+    } else if (const auto [place, first] = accessorForPath_.try_emplace(dbPath, opened); !first) {
+      result = place->second;  // another thread was faster
     } else {
-      superseded =
-          livingAccessors([&](const WVDBAccessor& other) { return other.dbPath() == dbPath; });
-      std::erase_if(made_, [](const auto& weak) { return weak.expired(); });
-      made_.push_back(made);
+      older = liveAccessors();
+      std::erase_if(opened_, [](const auto& weak) { return weak.expired(); });
+      opened_.push_back(opened);
     }
   }
-  if (answer != made) made->stop();
-  for (const auto& other : superseded) other->stop();
-  return answer;
+  if (result != opened) opened->stop();
+  for (const auto& other : older)
+    if (other->dbPath() == dbPath) other->stop();
+  return result;
 }
 
-void WVDBPool::forgetAccessorOf(const std::string& dbPath) {
-  Accessor forgotten;
+void WVDBPool::dropAccessorOf(const std::string& dbPath) {
+  Accessor dropped;
   {
     const MutexLock lock(lock_);
     const auto found = accessorForPath_.find(dbPath);
     if (found == accessorForPath_.end()) return;
-    forgotten = std::move(found->second);
+    dropped = std::move(found->second);
     accessorForPath_.erase(found);
   }
-  forgotten->stop();
-  forgotten->setDelegate({});
+  dropped->stop();
+  dropped->setDelegate({});
 }
 
 bool WVDBPool::diskShouldBeUnmounted(const platform::Disk& disk) {
@@ -137,7 +135,7 @@ bool WVDBPool::diskShouldBeUnmounted(const platform::Disk& disk) {
   const Text volume = described == disk.description.end() ? std::nullopt : Text(described->second);
   const auto dbPath = dbPathForMountPoint(volume);
   Accessors dropped;
-  std::vector<Accessor> onVolume;
+  std::vector<Accessor> live;
   bool blocked = false;
   {
     const MutexLock lock(lock_);
@@ -146,22 +144,22 @@ bool WVDBPool::diskShouldBeUnmounted(const platform::Disk& disk) {
       blockList_.push_back(*dbPath);
       blocked = true;
     }
-    if (volume) {
-      const auto mountPoint = withTrailingSeparator(*volume);
-      onVolume = livingAccessors(
-          [&](const WVDBAccessor& accessor) { return accessor.mountPoint() == mountPoint; });
-    }
+    if (volume) live = liveAccessors();
   }
   if (blocked) {
     dropped[*dbPath]->stop();
     unblockLater(*dbPath);
   }
-  for (const auto& accessor : onVolume) accessor->stop();
+  if (volume) {
+    const auto mountPoint = withTrailingSeparator(*volume);
+    for (const auto& accessor : live)
+      if (accessor->mountPoint() == mountPoint) accessor->stop();
+  }
   return true;
 }
 
 void WVDBPool::unblockLater(const std::string& dbPath) {
-  services_.dispatch.mainQueue().after(kBlockTime, [weak = weak_from_this(), dbPath] {
+  services_.dispatch.mainQueue().after(kBlockDuration, [weak = weak_from_this(), dbPath] {
     const auto self = weak.lock();
     if (!self) return;
     const MutexLock lock(self->lock_);
@@ -173,7 +171,7 @@ WVDBPool::Text WVDBPool::mountPointForPath(const std::string& path) {
   const std::string folder = platform::fileExistsAtPath(path).isDirectory
                                  ? path
                                  : std::string(platform::pathWithoutLastComponent(path));
-  if (auto known = mountPointForPath_.find(folder)) return known;
+  if (auto cached = mountPointForPath_.find(folder)) return cached;
   auto mountPoint = volumeHolding(folder);
   if (mountPoint) mountPointForPath_.store(folder, *mountPoint);
   return mountPoint;
@@ -192,12 +190,12 @@ WVDBPool::Text WVDBPool::volumeHolding(const std::string& folder) const {
 
 WVDBPool::Text WVDBPool::dbPathForMountPoint(const Text& mountPoint) {
   if (!mountPoint) return std::nullopt;
-  if (auto known = dbPathForMountPoint_.find(*mountPoint)) return known;
+  if (auto cached = dbPathForMountPoint_.find(*mountPoint)) return cached;
   const auto account = accountId();
   auto path = databasePathForDeviceWithMountPoint(
       mountPoint, deviceSpecificMacFilesSystem(*mountPoint), account);
   if (path) {
-    // Not if the account has changed meanwhile: the cache was emptied for that.
+    // Do not cache the path of an old account.
     const MutexLock lock(lock_);
     if (accountId_ == account) dbPathForMountPoint_.store(*mountPoint, *path);
   }
@@ -208,8 +206,8 @@ bool WVDBPool::deviceSpecificMacFilesSystem(const std::string& mountPoint) const
   return isMacSpecificFileSystem(services_.volumes.fileSystemTypeOf(mountPoint));
 }
 
-bool WVDBPool::isMacSpecificFileSystem(const Text& kind) {
-  return !kind || *kind == "hfs" || *kind == "hfsplus";
+bool WVDBPool::isMacSpecificFileSystem(const Text& type) {
+  return !type || *type == "hfs" || *type == "hfsplus";
 }
 
 WVDBPool::Text WVDBPool::databasePathForDeviceWithMountPoint(const Text& mountPoint,

@@ -15,7 +15,7 @@
 
 namespace wevora {
 
-/// What the pool works with; all of it outlives the pool.
+/// Dependencies of the pool. They outlive it.
 struct WVDBPoolServices {
   platform::Databases& databases;
   platform::Dispatch& dispatch;
@@ -23,16 +23,17 @@ struct WVDBPoolServices {
   platform::UnmountApprovals& unmountApprovals;
 };
 
-/// Finds the accessor of the volume that holds a path, opening each database once; lets go of a
-/// volume that is about to be unmounted and does not reopen its database for five seconds.
+/// Maps a path to the accessor of its volume's database and opens each database once. When a volume
+/// is about to be unmounted, the pool closes its database and does not reopen it for five seconds.
 ///
-/// An accessor that is dropped without being stopped goes on refreshing; the pool remembers it
-/// weakly, and stops it when its volume is to be unmounted or when its database is opened anew, so
-/// that forgotten readers neither pile up nor keep a disk busy.
+/// Lifetime of accessors: one that is dropped without `stop` keeps refreshing, since its scheduled
+///   refresh holds it. The pool keeps weak references and stops such accessors when their volume is
+///   unmounted or their database is reopened, so that they neither accumulate nor keep a disk busy.
 ///
-/// Threads: any; made, destroyed and asked about unmounts on the main thread. No lock is held
-///   while an accessor is called.
-/// Owns: the accessors, the caches, the ejector. Errors: none is the answer for everything missing.
+/// Thread-safety: any thread. Created, destroyed and asked for unmount approval on the main thread.
+///   `lock_` is not held while an accessor is called or destroyed. Only the leaf locks of the two
+///   caches are taken under it.
+/// Errors: anything missing is null or nullopt.
 class WVDBPool : public IWVDBAccessorDelegate,
                  public WVRDiskEjectorEventReceiver,
                  public std::enable_shared_from_this<WVDBPool> {
@@ -57,10 +58,10 @@ class WVDBPool : public IWVDBAccessorDelegate,
   // -reinit
   void reinit();
 
-  /// Null where the volume of the path has no database, or one that must not be opened now.
+  /// Null if the path's volume has no database, or a blocked one.
   // -accessorWithPath:
   Accessor accessorWithPath(const std::string& path);
-  /// Drops every accessor, not only the one that reported.
+  /// Drops all accessors, not only the reporting one.
   // -accessorGoneBad:
   void accessorGoneBad(const Accessor& accessor) override;
 
@@ -74,11 +75,11 @@ class WVDBPool : public IWVDBAccessorDelegate,
   Text mountPointForPath(const std::string& path);
   // -dbPathForMountPoint:
   Text dbPathForMountPoint(const Text& mountPoint);
-  /// True for HFS and HFS+ and where the kind cannot be learned.
+  /// True for HFS, HFS+ and an unknown file system.
   // -deviceSpecificMacFilesSystem:
   bool deviceSpecificMacFilesSystem(const std::string& mountPoint) const;
-  /// The same, for a file system's kind; none is one that cannot be learned.
-  static bool isMacSpecificFileSystem(const Text& kind);
+  /// The same for a file system type; nullopt means unknown.
+  static bool isMacSpecificFileSystem(const Text& type);
   // -databasePathForDeviceWithMountPoint:macSpecificFileSystem:accountID:
   static Text databasePathForDeviceWithMountPoint(const Text& mountPoint,
                                                   bool macSpecificFileSystem,
@@ -90,9 +91,9 @@ class WVDBPool : public IWVDBAccessorDelegate,
   Text volumeHolding(const std::string& folder) const;
   bool isBlocked(const std::string& dbPath) const REQUIRES(lock_);
   Accessor openedAccessor(const std::string& dbPath, const std::string& mountPoint);
-  void forgetAccessorOf(const std::string& dbPath);
-  template <class Matches>
-  std::vector<Accessor> livingAccessors(Matches matches) const REQUIRES(lock_);
+  void dropAccessorOf(const std::string& dbPath);
+  /// To be filtered and released after the unlock: the last reference closes a database.
+  std::vector<Accessor> liveAccessors() const REQUIRES(lock_);
   void unblockLater(const std::string& dbPath);
 
   const WVDBPoolServices services_;
@@ -103,9 +104,9 @@ class WVDBPool : public IWVDBAccessorDelegate,
   Accessors accessorForPath_ GUARDED_BY(lock_);
   Text accountId_ GUARDED_BY(lock_);
   std::vector<std::string> blockList_ GUARDED_BY(lock_);
-  std::vector<std::weak_ptr<WVDBAccessor>> made_ GUARDED_BY(lock_);
+  std::vector<std::weak_ptr<WVDBAccessor>> opened_ GUARDED_BY(lock_);
 
-  WVRDiskEjector ejector_;  // last: it goes first, and calls back no more
+  WVRDiskEjector ejector_;  // last, so that it is destroyed first and calls no dead member
 };
 
 }  // namespace wevora

@@ -23,7 +23,7 @@ BundleLoad::Services servicesOfTheProcess() {
           .loadDateFormat = &loadNSDateDBFormat};
 }
 
-/// What the host keeps of the bundle's classes lives as long as the process.
+/// The bundle is never destroyed: the host keeps references to its classes.
 void loadOnce() {
   static const bool loaded = [] {
     static platform::NeverDestroyed<BundleLoad> load(servicesOfTheProcess());
@@ -36,8 +36,8 @@ void loadOnce() {
 }  // namespace
 }  // namespace wevora
 
-/// Where the bundle begins: called by what maps it into a host, on the main thread, when the host
-/// has told the runtime of its classes. Once; a later call does nothing.
+/// The bundle's entry point. The code that maps the bundle into a host calls it on the main thread,
+/// after the host has registered its classes in the runtime. Later calls do nothing.
 extern "C" [[gnu::visibility("default")]] void wevora_bundle_load() noexcept {
   wevora::platform::catchAll(&wevora::loadOnce);
 }

@@ -6,9 +6,9 @@
 
 namespace wevora {
 
-/// Sends one message with one argument to a target, as an operation.
-/// Threads: `main` on a worker. Owns: a copy of the argument; not the target, which must outlive
-/// the operation. Errors: what the target throws passes to the queue.
+/// An operation that calls one method of a target with one argument.
+/// Ownership: copies the argument. The target must outlive the operation.
+/// Errors: exceptions of the target propagate to the queue.
 template <class Target, class Object>
 class WVPerformSelectorOperation : public platform::Operation {
  public:

@@ -10,11 +10,10 @@
 namespace wevora {
 
 /// The file URL of an item that the host draws.
-/// Threads: a value. Owns: its path. Errors: none.
 class ItemURL {
  public:
   explicit ItemURL(std::string path) : path_(std::move(path)) {}
-  /// None for a text that is no file URL.
+  /// nullopt if the text is not a file URL.
   static std::optional<ItemURL> fromString(std::string_view url) {
     auto path = platform::pathFromFileUrl(url);
     return path ? std::optional(ItemURL(std::move(*path))) : std::nullopt;
@@ -25,8 +24,8 @@ class ItemURL {
   std::string absoluteString() const {
     return "file://localhost" + platform::percentEncodedPath(path_);
   }
-  /// Whether absoluteString is "file://localhost/"; answered without making the text, as it is
-  /// asked for each icon that is drawn.
+  /// Whether absoluteString is "file://localhost/". Called for each drawn icon, so it does not
+  /// build the text.
   bool isBootVolumeRoot() const noexcept { return path_ == "/"; }
 
   friend bool operator==(const ItemURL&, const ItemURL&) = default;

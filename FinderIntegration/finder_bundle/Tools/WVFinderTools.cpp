@@ -84,7 +84,7 @@ void WVFinderTools::redrawNode(const TFENode& node, const PathSet& paths,
 }
 
 void WVFinderTools::updateDesktopForce(bool force) {
-  // A date that cannot be read drops the request.
+  // If the clock throws, the request is dropped.
   platform::catchAll([&] {
     const platform::Date now = clock_.now();
     const bool throttled = date_ && now - *date_ < kDesktopInterval && !force;
@@ -101,7 +101,7 @@ void WVFinderTools::updateDesktopForce(bool force) {
 }
 
 void WVFinderTools::reloadDesktop(platform::Date requested) {
-  // Whatever the desktop raises, the next request counts from this one.
+  // Even if the desktop raises an exception, the throttle counts from this request.
   const platform::ScopeExit mark([&] { date_ = requested; });
   date_.reset();
   const Id desktop =

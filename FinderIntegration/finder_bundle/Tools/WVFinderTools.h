@@ -13,12 +13,11 @@
 
 namespace wevora {
 
-/// Tells the host to draw again: all its windows, the visible items of some paths, or the desktop,
-/// which is reloaded once in three seconds at most unless forced.
-/// Threads: updateWindows and updateNodesWithPath from any; the others, and everything that calls
-///   the host, on the main thread.
-/// Owns: the desktop's throttle. Its collaborators must outlive it.
-/// Errors: host classes that are absent make a step do nothing; what the host raises is dropped.
+/// Makes the host redraw its windows, the visible items of given paths, or the desktop. Desktop
+/// reloads are throttled to one per three seconds unless forced.
+/// Thread-safety: updateWindows and updateNodesWithPath on any thread, the others on the main
+///   thread. The host is called on the main thread only.
+/// Errors: a missing host class makes a step do nothing. Exceptions of the host are dropped.
 class WVFinderTools {
  public:
   WVFinderTools(const platform::Runtime& runtime, platform::Queue& mainQueue,
@@ -27,7 +26,7 @@ class WVFinderTools {
   WVFinderTools(const WVFinderTools&) = delete;
   WVFinderTools& operator=(const WVFinderTools&) = delete;
 
-  /// The one of the process, made at first use.
+  /// The process-wide instance, created on first use and never destroyed.
   // +sharedTools
   static WVFinderTools& sharedTools();
 
@@ -36,8 +35,8 @@ class WVFinderTools {
   void load();
   // -updateWindows
   void updateWindows();
-  /// The paths are compared with the lower-cased paths of the visible items, so they should be
-  /// lower-cased themselves.
+  /// The paths are compared with the lower-cased paths of the visible items, so pass lower-cased
+  /// ones.
   // -updateNodesWithPath:
   void updateNodesWithPath(std::vector<std::string> paths);
   // -updateVisibleNodesWithPath:inController:
@@ -58,7 +57,7 @@ class WVFinderTools {
   platform::Queue& mainQueue_;
   const platform::Clock& clock_;
 
-  std::optional<platform::Date> date_;  // of the latest reload that was carried out
+  std::optional<platform::Date> date_;  // request date of the latest reload
   bool after_ = false;                  // a delayed reload is pending
 };
 

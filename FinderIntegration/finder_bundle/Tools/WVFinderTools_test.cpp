@@ -15,10 +15,10 @@ using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""s;
 using testing_host::RecordingHost;
 
-/// The tools in a host, on a virtual clock.
-struct World {
-  World() : World(RecordingHost::Classes{}) {}
-  explicit World(RecordingHost::Classes classes) : host(classes) {}
+/// The tools in a recording host, in virtual time.
+struct ToolsInHost {
+  ToolsInHost() : ToolsInHost(RecordingHost::Classes{}) {}
+  explicit ToolsInHost(RecordingHost::Classes classes) : host(classes) {}
 
   RecordingHost host;
   platform::VirtualClock clock;
@@ -26,7 +26,7 @@ struct World {
   WVFinderTools tools{host.runtime, dispatch.mainQueue(), clock};
 
   void run() { dispatch.runAll(); }
-  /// A reload has just been made, and the marks are clean.
+  /// Reloads the desktop and resets the counter.
   void reloadOnce() {
     tools.updateDesktopForce(false);
     run();
@@ -35,185 +35,185 @@ struct World {
 };
 
 TEST(UpdateWindows, RedrawsTheViewOfEveryBrowserWindowOnTheMainQueue) {
-  World world;
-  const auto first = world.host.addBrowserWindow({"/a"});
-  const auto second = world.host.addBrowserWindow({});
-  world.tools.updateWindows();
+  ToolsInHost in;
+  const auto first = in.host.addBrowserWindow({"/a"});
+  const auto second = in.host.addBrowserWindow({});
+  in.tools.updateWindows();
   EXPECT_EQ(first->view->redraws, 0);
-  world.run();
+  in.run();
   EXPECT_EQ(first->view->redraws, 1);
   EXPECT_EQ(second->view->redraws, 1);
   EXPECT_EQ(first->items[0].controlView->redraws, 0);
 }
 
 TEST(UpdateWindows, SkipsAWindowThatIsNotABrowserWindow) {
-  World world;
-  const auto panel = world.host.addInformationPanel();
-  const auto browser = world.host.addBrowserWindow({});
-  world.tools.updateWindows();
-  world.run();
+  ToolsInHost in;
+  const auto panel = in.host.addInformationPanel();
+  const auto browser = in.host.addBrowserWindow({});
+  in.tools.updateWindows();
+  in.run();
   EXPECT_EQ(panel->redraws, 0);
   EXPECT_EQ(browser->view->redraws, 1);
 }
 
-TEST(UpdateWindows, SkipsTheRestOfThePassWhenTheHostRaises) {
-  World world;
-  const auto before = world.host.addBrowserWindow({});
-  world.host.addRaisingWindow();
-  const auto behind = world.host.addBrowserWindow({});
-  world.tools.updateWindows();
-  world.run();
+TEST(UpdateWindows, SkipsTheRestOfThePassWhenTheHostRaisesAnException) {
+  ToolsInHost in;
+  const auto before = in.host.addBrowserWindow({});
+  in.host.addRaisingWindow();
+  const auto after = in.host.addBrowserWindow({});
+  in.tools.updateWindows();
+  in.run();
   EXPECT_EQ(before->view->redraws, 1);
-  EXPECT_EQ(behind->view->redraws, 0);
+  EXPECT_EQ(after->view->redraws, 0);
 }
 
 TEST(UpdateWindows, IsCalledTwoSecondsAfterTheBundleIsLoaded) {
-  World world;
-  const auto browser = world.host.addBrowserWindow({});
-  world.tools.load();
-  world.dispatch.advance(1999ms);
+  ToolsInHost in;
+  const auto browser = in.host.addBrowserWindow({});
+  in.tools.load();
+  in.dispatch.advance(1999ms);
   EXPECT_EQ(browser->view->redraws, 0);
-  world.dispatch.advance(1ms);
+  in.dispatch.advance(1ms);
   EXPECT_EQ(browser->view->redraws, 1);
 }
 
 TEST(UpdateNodesWithPath, RedrawsTheVisibleItemsThatAreListedAndNoOthers) {
-  World world;
-  const auto browser = world.host.addBrowserWindow({"/f/a", "/f/b"});
-  world.tools.updateNodesWithPath({"/f/b", "/f/c"});
-  world.run();
+  ToolsInHost in;
+  const auto browser = in.host.addBrowserWindow({"/f/a", "/f/b"});
+  in.tools.updateNodesWithPath({"/f/b", "/f/c"});
+  in.run();
   EXPECT_EQ(browser->view->redraws, 1);
   EXPECT_EQ(browser->items[0].controlView->redraws, 0);
   EXPECT_EQ(browser->items[1].controlView->redraws, 1);
 }
 
-TEST(UpdateNodesWithPath, LowersOnlyTheItemsPathSoThatAListedPathWithCapitalsMatchesNothing) {
-  World world;
-  const auto browser = world.host.addBrowserWindow({"/F/\xC3\x89t\xC3\xA9", "/F/B"});
-  world.tools.updateNodesWithPath({"/f/\xC3\xA9t\xC3\xA9", "/F/B"});
-  world.run();
+TEST(UpdateNodesWithPath, LowercasesOnlyTheItemsPathSoThatAListedPathWithCapitalsMatchesNothing) {
+  ToolsInHost in;
+  const auto browser = in.host.addBrowserWindow({"/F/\xC3\x89t\xC3\xA9", "/F/B"});
+  in.tools.updateNodesWithPath({"/f/\xC3\xA9t\xC3\xA9", "/F/B"});
+  in.run();
   EXPECT_EQ(browser->items[0].controlView->redraws, 1);
   EXPECT_EQ(browser->items[1].controlView->redraws, 0);
 }
 
 TEST(UpdateNodesWithPath, WithAnEmptyArrayStillRedrawsEveryBrowserView) {
-  World world;
-  const auto browser = world.host.addBrowserWindow({"/a"});
-  world.tools.updateNodesWithPath({});
-  world.run();
+  ToolsInHost in;
+  const auto browser = in.host.addBrowserWindow({"/a"});
+  in.tools.updateNodesWithPath({});
+  in.run();
   EXPECT_EQ(browser->view->redraws, 1);
   EXPECT_EQ(browser->items[0].controlView->redraws, 0);
 }
 
 TEST(UpdateNodesWithPath, AnExceptionInOneWindowsItemsEndsThatWindowsPassOnly) {
-  World world;
-  const auto raising = world.host.addBrowserWindow({"/a"});
+  ToolsInHost in;
+  const auto raising = in.host.addBrowserWindow({"/a"});
   raising->raises = true;
-  const auto other = world.host.addBrowserWindow({"/a"});
-  world.tools.updateNodesWithPath({"/a"});
-  world.run();
+  const auto other = in.host.addBrowserWindow({"/a"});
+  in.tools.updateNodesWithPath({"/a"});
+  in.run();
   EXPECT_EQ(raising->items[0].controlView->redraws, 0);
   EXPECT_EQ(other->items[0].controlView->redraws, 1);
 }
 
-TEST(UpdateVisibleNodesWithPath, AsksAnEmptyControllerForNothing) {
-  World world;
-  const auto browser = world.host.addBrowserWindow({});
+TEST(UpdateVisibleNodesWithPath, DoesNotQueryAnEmptyController) {
+  ToolsInHost in;
+  const auto browser = in.host.addBrowserWindow({});
   browser->raises = true;
-  world.tools.updateVisibleNodesWithPath({"/a"}, browser);
+  in.tools.updateVisibleNodesWithPath({"/a"}, browser);
   EXPECT_EQ(browser->view->redraws, 0);
 }
 
 TEST(UpdateDesktop, TheFirstRequestEverReloadsAtOnceInTheFixedOrder) {
-  World world;
-  world.tools.updateDesktopForce(false);
-  world.run();
-  EXPECT_EQ(world.host.calls,
+  ToolsInHost in;
+  in.tools.updateDesktopForce(false);
+  in.run();
+  EXPECT_EQ(in.host.calls,
             (std::vector<std::string>{"reloadData", "nodes", "updateNodes:", "inlinePreviewView"}));
-  EXPECT_EQ(world.host.desktopUpdates, 1);
-  EXPECT_EQ(world.host.desktopPreview->redraws, 1);
+  EXPECT_EQ(in.host.desktopUpdates, 1);
+  EXPECT_EQ(in.host.desktopPreview->redraws, 1);
 }
 
 TEST(UpdateDesktop, TwiceWithinASecondAfterAReloadSchedulesOneDelayedReload) {
-  World world;
-  world.reloadOnce();
-  world.dispatch.advance(500ms);
-  world.tools.updateDesktopForce(false);
-  world.dispatch.advance(400ms);
-  world.tools.updateDesktopForce(false);
-  world.dispatch.advance(1599ms);
-  EXPECT_EQ(world.host.desktopReloads, 0);
-  world.dispatch.advance(1ms);
-  EXPECT_EQ(world.host.desktopReloads, 1);
-  world.dispatch.advance(10s);
-  EXPECT_EQ(world.host.desktopReloads, 1);
+  ToolsInHost in;
+  in.reloadOnce();
+  in.dispatch.advance(500ms);
+  in.tools.updateDesktopForce(false);
+  in.dispatch.advance(400ms);
+  in.tools.updateDesktopForce(false);
+  in.dispatch.advance(1599ms);
+  EXPECT_EQ(in.host.desktopReloads, 0);
+  in.dispatch.advance(1ms);
+  EXPECT_EQ(in.host.desktopReloads, 1);
+  in.dispatch.advance(10s);
+  EXPECT_EQ(in.host.desktopReloads, 1);
 }
 
 TEST(UpdateDesktop, ForcedRightAfterAReloadReloadsAtOnce) {
-  World world;
-  world.reloadOnce();
-  world.tools.updateDesktopForce(true);
-  world.run();
-  EXPECT_EQ(world.host.desktopReloads, 1);
+  ToolsInHost in;
+  in.reloadOnce();
+  in.tools.updateDesktopForce(true);
+  in.run();
+  EXPECT_EQ(in.host.desktopReloads, 1);
 }
 
 TEST(UpdateDesktop, ThreeSecondsAfterAReloadIsNotThrottledAnyMore) {
-  World world;
-  world.reloadOnce();
-  world.dispatch.advance(2999ms);
-  world.tools.updateDesktopForce(false);
-  world.run();
-  EXPECT_EQ(world.host.desktopReloads, 0);
-  world.dispatch.advance(1ms);
-  world.tools.updateDesktopForce(false);
-  world.run();
-  EXPECT_EQ(world.host.desktopReloads, 1);
+  ToolsInHost in;
+  in.reloadOnce();
+  in.dispatch.advance(2999ms);
+  in.tools.updateDesktopForce(false);
+  in.run();
+  EXPECT_EQ(in.host.desktopReloads, 0);
+  in.dispatch.advance(1ms);
+  in.tools.updateDesktopForce(false);
+  in.run();
+  EXPECT_EQ(in.host.desktopReloads, 1);
 }
 
-TEST(UpdateDesktop, AForcedReloadDoesNotAbsorbTheDelayedOne) {
-  World world;
-  world.reloadOnce();
-  world.tools.updateDesktopForce(false);
-  world.tools.updateDesktopForce(true);
-  world.run();
-  EXPECT_EQ(world.host.desktopReloads, 1);
-  world.dispatch.advance(2s);
-  EXPECT_EQ(world.host.desktopReloads, 2);
+TEST(UpdateDesktop, AForcedReloadDoesNotCancelTheDelayedOne) {
+  ToolsInHost in;
+  in.reloadOnce();
+  in.tools.updateDesktopForce(false);
+  in.tools.updateDesktopForce(true);
+  in.run();
+  EXPECT_EQ(in.host.desktopReloads, 1);
+  in.dispatch.advance(2s);
+  EXPECT_EQ(in.host.desktopReloads, 2);
 }
 
-TEST(UpdateDesktop, ADelayedReloadCountsFromItsRequest) {
-  World world;
-  world.reloadOnce();
-  world.dispatch.advance(1s);
-  world.tools.updateDesktopForce(false);  // reloads 2 s later, and is then 2 s old
-  world.dispatch.advance(2s);
-  EXPECT_EQ(world.host.desktopReloads, 1);
-  world.dispatch.advance(1s);
-  world.tools.updateDesktopForce(false);
-  world.run();
-  EXPECT_EQ(world.host.desktopReloads, 2);
+TEST(UpdateDesktop, TheThrottleCountsADelayedReloadFromItsRequest) {
+  ToolsInHost in;
+  in.reloadOnce();
+  in.dispatch.advance(1s);
+  in.tools.updateDesktopForce(false);  // reloads 2 s later, when its request is 2 s old
+  in.dispatch.advance(2s);
+  EXPECT_EQ(in.host.desktopReloads, 1);
+  in.dispatch.advance(1s);
+  in.tools.updateDesktopForce(false);
+  in.run();
+  EXPECT_EQ(in.host.desktopReloads, 2);
 }
 
 TEST(UpdateDesktop, AfterTheDelayedReloadAnotherCanBePending) {
-  World world;
-  world.reloadOnce();
+  ToolsInHost in;
+  in.reloadOnce();
   for (int i = 0; i < 2; ++i) {
-    world.tools.updateDesktopForce(false);
-    world.dispatch.advance(2s);
+    in.tools.updateDesktopForce(false);
+    in.dispatch.advance(2s);
   }
-  EXPECT_EQ(world.host.desktopReloads, 2);
+  EXPECT_EQ(in.host.desktopReloads, 2);
 }
 
-TEST(UpdateDesktop, AnExceptionFromTheHostDoesNotEndTheDelayedReloads) {
-  World world;
-  world.reloadOnce();
-  world.host.desktopRaises = true;
-  world.tools.updateDesktopForce(false);
-  world.dispatch.advance(2s);
-  world.host.desktopRaises = false;
-  world.tools.updateDesktopForce(false);
-  world.dispatch.advance(2s);
-  EXPECT_EQ(world.host.desktopReloads, 1);
+TEST(UpdateDesktop, AnExceptionOfTheHostDoesNotPreventLaterDelayedReloads) {
+  ToolsInHost in;
+  in.reloadOnce();
+  in.host.desktopRaises = true;
+  in.tools.updateDesktopForce(false);
+  in.dispatch.advance(2s);
+  in.host.desktopRaises = false;
+  in.tools.updateDesktopForce(false);
+  in.dispatch.advance(2s);
+  EXPECT_EQ(in.host.desktopReloads, 1);
 }
 
 class BrokenClock : public platform::VirtualClock {
@@ -221,36 +221,36 @@ class BrokenClock : public platform::VirtualClock {
   platform::Date now() const override { throw std::runtime_error("no date"); }
 };
 
-TEST(UpdateDesktop, DropsTheRequestWhenTheDateCannotBeRead) {
-  World world;
+TEST(UpdateDesktop, DropsTheRequestWhenTheClockThrows) {
+  ToolsInHost in;
   const BrokenClock broken;
-  WVFinderTools tools(world.host.runtime, world.dispatch.mainQueue(), broken);
+  WVFinderTools tools(in.host.runtime, in.dispatch.mainQueue(), broken);
   tools.updateDesktopForce(true);
-  world.run();
-  EXPECT_EQ(world.host.desktopReloads, 0);
+  in.run();
+  EXPECT_EQ(in.host.desktopReloads, 0);
 }
 
 TEST(WVFinderToolsTest, WithoutTheHostsClassesNothingIsDoneAndNothingFails) {
-  World world({.windows = false, .browserControllers = false, .desktop = false, .nodes = false});
-  const auto browser = world.host.addBrowserWindow({"/a"});
-  world.tools.updateWindows();
-  world.tools.updateNodesWithPath({"/a"});
-  world.tools.updateVisibleNodesWithPath({"/a"}, browser);
-  world.tools.updateDesktopForce(true);
-  world.run();
+  ToolsInHost in({.windows = false, .browserControllers = false, .desktop = false, .nodes = false});
+  const auto browser = in.host.addBrowserWindow({"/a"});
+  in.tools.updateWindows();
+  in.tools.updateNodesWithPath({"/a"});
+  in.tools.updateVisibleNodesWithPath({"/a"}, browser);
+  in.tools.updateDesktopForce(true);
+  in.run();
   EXPECT_EQ(browser->view->redraws + browser->items[0].controlView->redraws, 0);
-  EXPECT_EQ(world.host.desktopReloads, 0);
+  EXPECT_EQ(in.host.desktopReloads, 0);
 }
 
 TEST(WVFinderToolsTest, WithoutTheBrowserControllersClassNoWindowIsABrowserWindow) {
-  World world({.browserControllers = false});
-  const auto browser = world.host.addBrowserWindow({"/a"});
-  world.tools.updateWindows();
-  world.run();
+  ToolsInHost in({.browserControllers = false});
+  const auto browser = in.host.addBrowserWindow({"/a"});
+  in.tools.updateWindows();
+  in.run();
   EXPECT_EQ(browser->view->redraws, 0);
 }
 
-TEST(PathForNode, OfANullPointerIsNone) {
+TEST(PathForNode, OfANullPointerIsNullopt) {
   const RecordingHost host;
   EXPECT_EQ(WVTFENodeHelper::pathForNode(nullptr, host.runtime), std::nullopt);
 }

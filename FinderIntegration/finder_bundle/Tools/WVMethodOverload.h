@@ -6,13 +6,12 @@
 
 namespace wevora {
 
-/// Replaces a method of a host's class so that the replacement can still reach the host's own: what
-/// is sent by the old selector runs the new code, and the new code finds the host's code under the
-/// new selector.
-/// Threads: the main thread. Owns: nothing. Errors: a class or method that is absent is left out.
+/// Replaces a method of a host's class and keeps the original reachable: the old selector runs the
+/// new code, the new selector runs the host's code. The main thread only.
+/// Errors: a missing class or method is skipped.
 class WVMethodOverload {
  public:
-  /// Whether the new method could be added to `forClass`. The two implementations are exchanged in
+  /// Returns whether the new method was added to `forClass`. Exchanges the two implementations in
   /// either case.
   // +overloadSelector:forClass:withNewSelector:ofClass:withParams:
   static bool overloadSelector(std::string_view selector, platform::Class* forClass,

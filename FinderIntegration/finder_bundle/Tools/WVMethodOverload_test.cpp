@@ -12,14 +12,14 @@ using platform::Object;
 using platform::Runtime;
 using platform::send;
 
-Implementation answering(const std::string& text) {
+Implementation returning(const std::string& text) {
   return Implementation::of<std::string()>([text](const Id&) { return text; });
 }
 
 class MethodOverloadTest : public testing::Test {
  protected:
   MethodOverloadTest() {
-    target->addMethod("draw", answering("the host's"), "@@:");
+    target->addMethod("draw", returning("the host's"), "@@:");
     source->addMethod("wv_draw", Implementation::of<std::string()>([](const Id& self) {
                         return "new over " + send<std::string>(self, "wv_draw");
                       }),
@@ -34,7 +34,7 @@ class MethodOverloadTest : public testing::Test {
   Id object = std::make_shared<Object>(*target);
 };
 
-TEST_F(MethodOverloadTest, TheOldSelectorRunsTheNewCodeWhichReachesTheHostsByTheNewSelector) {
+TEST_F(MethodOverloadTest, TheOldSelectorRunsTheNewCodeWhichCallsTheHostsByTheNewSelector) {
   EXPECT_TRUE(overload());
   EXPECT_EQ(send<std::string>(object, "draw"), "new over the host's");
 }
@@ -44,14 +44,14 @@ TEST_F(MethodOverloadTest, TheNewMethodHasTheGivenTypeEncoding) {
   EXPECT_EQ(target->instanceMethod("wv_draw")->typeEncoding, "@16");
 }
 
-TEST_F(MethodOverloadTest, AClassThatHasTheNewMethodGivesNoAndStillExchangesTheTwo) {
-  target->addMethod("wv_draw", answering("its own"), "@@:");
+TEST_F(MethodOverloadTest, AClassThatAlreadyHasTheNewMethodReturnsFalseAndExchangesTheTwo) {
+  target->addMethod("wv_draw", returning("its own"), "@@:");
   EXPECT_FALSE(overload());
   EXPECT_EQ(send<std::string>(object, "draw"), "its own");
   EXPECT_EQ(send<std::string>(object, "wv_draw"), "the host's");
 }
 
-TEST_F(MethodOverloadTest, OverloadingTwiceGivesTheHostsOwnMethodBack) {
+TEST_F(MethodOverloadTest, OverloadingTwiceRestoresTheHostsMethod) {
   overload();
   EXPECT_FALSE(overload());
   EXPECT_EQ(send<std::string>(object, "draw"), "the host's");

@@ -19,7 +19,7 @@ std::vector<platform::Id> WVTFENodeHelper::arrayForNodeVector(const TFENodeVecto
                                                               const platform::Runtime& runtime) {
   std::vector<platform::Id> nodes;
   if (vector == nullptr) return nodes;
-  nodes.reserve(vector->size() / 24);  // a small beginning, kept so; it grows
+  nodes.reserve(vector->size() / 24);  // a small initial capacity; the vector grows
   for (const auto& reference : *vector) nodes.push_back(nodeOf(reference, runtime));
   return nodes;
 }

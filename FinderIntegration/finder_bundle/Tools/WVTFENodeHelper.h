@@ -9,12 +9,11 @@
 
 namespace wevora {
 
-/// Turns the host's node references into its node objects and their URLs.
-/// Threads: the main thread. Owns: nothing. Errors: what the host raises passes through; without
-/// the class "FINode" every answer is none.
+/// Resolves the host's node references to node objects and their URLs. The main thread only.
+/// Errors: exceptions of the host propagate. Without the class "FINode" every result is empty.
 class WVTFENodeHelper {
  public:
-  /// None for a null pointer.
+  /// nullopt for a null pointer.
   // +pathForNode:
   static std::optional<ItemURL> pathForNode(
       const TFENode* node, const platform::Runtime& runtime = platform::Runtime::shared());

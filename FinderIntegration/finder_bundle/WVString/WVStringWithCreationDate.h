@@ -7,8 +7,7 @@
 
 namespace wevora {
 
-/// A text and the moment at which it was made.
-/// Threads: a value. Owns: the text. Errors: none.
+/// A string with its creation date.
 class WVStringWithCreationDate {
  public:
   // -initWithString:
@@ -20,7 +19,7 @@ class WVStringWithCreationDate {
   // -creationDate
   const platform::Date& creationDate() const noexcept { return creationDate_; }
 
-  /// By the text alone; false for null.
+  /// Compares the text only; false for null.
   // -isEqualTo:
   bool isEqualTo(const WVStringWithCreationDate* other) const {
     return other != nullptr && other->string_ == string_;

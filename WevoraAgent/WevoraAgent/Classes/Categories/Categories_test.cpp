@@ -14,12 +14,12 @@ TEST(HasPathPrefix, ComparesWholeComponents) {
   EXPECT_FALSE(hasPathPrefix("/a/B", "/a/b"));
 }
 
-TEST(HasPathPrefix, APathWithFewerComponentsThanThePrefixDoesNotHaveIt) {
+TEST(HasPathPrefix, APathWithFewerComponentsThanThePrefixDoesNotMatch) {
   EXPECT_FALSE(hasPathPrefix("/a/b/c", "/a/b/c/d"));
   EXPECT_FALSE(hasPathPrefix("", "/"));
 }
 
-TEST(HasPathPrefix, AnEmptyPrefixIsNoPrefix) {
+TEST(HasPathPrefix, AnEmptyPrefixNeverMatches) {
   EXPECT_FALSE(hasPathPrefix("/a/b/c", ""));
 }
 
@@ -48,7 +48,7 @@ TEST(StringByCuttingMountPoint, APathOutsideTheMountPointGivesTheRoot) {
   EXPECT_EQ(stringByCuttingMountPoint("/Users/x", "/Volumes/Data"), "/");
 }
 
-TEST(StringByCuttingMountPoint, ThePrefixIsOneOfCharactersNotOfComponents) {
+TEST(StringByCuttingMountPoint, ThePrefixIsComparedByCharactersNotByComponents) {
   EXPECT_EQ(stringByCuttingMountPoint("/Volumes/Data2/x", "/Volumes/Data"), "/2/x");
 }
 
@@ -56,7 +56,7 @@ TEST(StringByCuttingMountPoint, WithTheRootAsMountPointEveryPathYieldsItself) {
   EXPECT_EQ(stringByCuttingMountPoint("/a//b/", "/"), "/a/b");
 }
 
-TEST(StringByCuttingMountPoint, BytesThatAreNotUtf8PassUnharmed) {
+TEST(StringByCuttingMountPoint, InvalidUtf8IsPreserved) {
   EXPECT_EQ(stringByCuttingMountPoint("/m/\xFF\xFE", "/m"), "/\xFF\xFE");
 }
 

@@ -7,11 +7,12 @@
 namespace wevora {
 namespace {
 
-/// What follows the mount point; nothing outside it. None only if the text cannot be taken apart.
-std::optional<std::string_view> remainderBehind(std::string_view receiver,
-                                                std::string_view mountPoint) {
+/// The text after the mount point; empty for a path outside it. nullopt if the text cannot be
+/// split.
+std::optional<std::string_view> remainderAfter(std::string_view receiver,
+                                               std::string_view mountPoint) {
   if (platform::standardizedPath(receiver) == mountPoint) return std::string_view();
-  // As UTF-8 has one form only, bytes agree exactly where characters do.
+  // Valid UTF-8 has one encoding per character, so comparing bytes compares characters.
   if (receiver.size() > mountPoint.size() && receiver.starts_with(mountPoint))
     return receiver.substr(mountPoint.size());
   return std::string_view();
@@ -20,7 +21,7 @@ std::optional<std::string_view> remainderBehind(std::string_view receiver,
 }  // namespace
 
 std::string stringByCuttingMountPoint(std::string_view receiver, std::string_view mountPoint) {
-  const auto remainder = remainderBehind(receiver, mountPoint);
+  const auto remainder = remainderAfter(receiver, mountPoint);
   if (!remainder)
     throw platform::AssertionFailure(
         "Can not cut mount point. It seems that your string does not contain mountPoint. It is "

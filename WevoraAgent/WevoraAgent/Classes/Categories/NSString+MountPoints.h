@@ -5,13 +5,13 @@
 
 namespace wevora {
 
-/// The path relative to the volume at `mountPoint` (given without a trailing separator), always
-/// beginning with "/". The prefix is one of characters, not of components; a path that does not
-/// begin with it gives "/".
+/// The path relative to the volume at `mountPoint` (without a trailing separator), always beginning
+/// with "/". The prefix is compared by characters, not by components. A path without the prefix
+/// gives "/".
 // -stringByCuttingMountPoint:
 std::string stringByCuttingMountPoint(std::string_view receiver, std::string_view mountPoint);
 
-/// The full path of a path that is relative to the volume at `mountPoint`.
+/// The full path for a path relative to the volume at `mountPoint`.
 // -stringByAddingMountPoint:
 std::string stringByAddingMountPoint(std::string_view receiver, std::string_view mountPoint);
 

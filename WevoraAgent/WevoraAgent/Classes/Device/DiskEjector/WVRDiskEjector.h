@@ -9,29 +9,29 @@
 
 namespace wevora {
 
-/// The status that refuses an unmount as busy.
+/// The dissenter status "busy".
 inline constexpr std::uint32_t kDAReturnBusy = 0xF8DA0002;
 
-/// Who decides whether a disk may go.
-/// Threads: the main thread. Owns: nothing here. Errors: must not throw.
+/// Decides whether a disk may be unmounted. Called on the main thread.
+/// Errors: must not throw.
 class WVRDiskEjectorEventReceiver {
  public:
   virtual ~WVRDiskEjectorEventReceiver() = default;
-  /// Whether the receiver can give a verdict; one that cannot refuses every unmount.
+  /// Whether the receiver implements the decision. If not, every unmount is refused.
   virtual bool implementsDiskShouldBeUnmounted() const noexcept { return false; }
-  /// True: the receiver has let go of the volume. Must be quick, and must not call the ejector.
+  /// Returns true if the receiver has released the volume. Must be quick and must not call the
+  /// ejector.
   // -diskShouldBeUnmounted:
   virtual bool diskShouldBeUnmounted(const platform::Disk&) { return false; }
 };
 
-/// Asked before any disk is unmounted; passes the question to its receiver, and refuses as busy
-/// when there is nobody to ask: no volume may go under an open database.
-/// Threads: the main thread.
-/// Owns: its approval session; not its receiver, which owns the ejector.
-/// Errors: without a session no question comes, and unmounts go ahead.
+/// Approves or refuses unmounts on behalf of its receiver. Without a receiver it refuses them as
+/// busy, so that no volume is unmounted under an open database. The main thread only.
+/// Ownership: owns its approval session. The receiver owns the ejector.
+/// Errors: without an approval session it is not asked, and unmounts proceed.
 class WVRDiskEjector {
  public:
-  /// Registers at once.
+  /// Registers its callbacks.
   // -init
   explicit WVRDiskEjector(platform::UnmountApprovals& approvals);
   ~WVRDiskEjector();
@@ -45,7 +45,7 @@ class WVRDiskEjector {
     eventReceiver_.store(receiver);
   }
 
-  /// Called twice, it registers twice.
+  /// A second call registers a second time.
   // -registerCallbacks
   void registerCallbacks();
   // -deregisterCallbacks
@@ -59,7 +59,7 @@ class WVRDiskEjector {
   std::atomic<WVRDiskEjectorEventReceiver*> eventReceiver_{nullptr};
 };
 
-/// The function that the approval service calls; `context` is the ejector.
+/// The callback of the approval service; `context` is the ejector.
 std::optional<platform::Dissenter> unmountApproval(const platform::Disk& disk,
                                                    void* context) noexcept;
 

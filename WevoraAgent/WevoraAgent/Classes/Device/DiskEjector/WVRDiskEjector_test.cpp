@@ -14,11 +14,11 @@ class Receiver : public WVRDiskEjectorEventReceiver {
  public:
   bool implementsDiskShouldBeUnmounted() const noexcept override { return true; }
   bool diskShouldBeUnmounted(const Disk& disk) override {
-    asked.push_back(disk.description.at(platform::kDiskDescriptionVolumePathKey));
-    return answer;
+    requests.push_back(disk.description.at(platform::kDiskDescriptionVolumePathKey));
+    return approves;
   }
-  bool answer = true;
-  std::vector<std::string> asked;
+  bool approves = true;
+  std::vector<std::string> requests;
 };
 
 const Dissenter kBusy{0xF8DA0002, ""};
@@ -29,14 +29,14 @@ TEST(WVRDiskEjector, ApprovesWhenItsReceiverDoes) {
   Receiver receiver;
   ejector.setEventReceiver(&receiver);
   EXPECT_EQ(approvals.ask("/Volumes/A"), std::nullopt);
-  EXPECT_EQ(receiver.asked, std::vector<std::string>{"/Volumes/A"});
+  EXPECT_EQ(receiver.requests, std::vector<std::string>{"/Volumes/A"});
 }
 
 TEST(WVRDiskEjector, RefusesAsBusyWithAnEmptyTextWhenItsReceiverDoes) {
   platform::ManualUnmountApprovals approvals;
   WVRDiskEjector ejector(approvals);
   Receiver receiver;
-  receiver.answer = false;
+  receiver.approves = false;
   ejector.setEventReceiver(&receiver);
   EXPECT_EQ(approvals.ask("/Volumes/A"), kBusy);
 }
@@ -47,11 +47,11 @@ TEST(WVRDiskEjector, RefusesEveryUnmountWithoutAReceiver) {
   EXPECT_EQ(approvals.ask("/Volumes/A"), kBusy);
 }
 
-TEST(WVRDiskEjector, RefusesEveryUnmountWhenItsReceiverCannotAnswer) {
+TEST(WVRDiskEjector, RefusesEveryUnmountWhenItsReceiverDoesNotImplementTheDecision) {
   platform::ManualUnmountApprovals approvals;
   WVRDiskEjector ejector(approvals);
-  WVRDiskEjectorEventReceiver mute;
-  ejector.setEventReceiver(&mute);
+  WVRDiskEjectorEventReceiver undecided;
+  ejector.setEventReceiver(&undecided);
   EXPECT_EQ(approvals.ask("/Volumes/A"), kBusy);
 }
 
@@ -64,17 +64,17 @@ TEST(WVRDiskEjector, UnregistersItsCallbackBeforeItReleasesTheSession) {
   EXPECT_EQ(approvals.registrations.ask({}), std::nullopt);
 }
 
-TEST(WVRDiskEjector, RegisteringTwiceAsksTwice) {
+TEST(WVRDiskEjector, RegisteringTwiceCallsTheReceiverTwice) {
   platform::ManualUnmountApprovals approvals;
   WVRDiskEjector ejector(approvals);
   Receiver receiver;
   ejector.setEventReceiver(&receiver);
   ejector.registerCallbacks();
   EXPECT_EQ(approvals.ask("/Volumes/A"), std::nullopt);
-  EXPECT_EQ(receiver.asked.size(), 2U);
+  EXPECT_EQ(receiver.requests.size(), 2U);
 }
 
-TEST(WVRDiskEjector, WithoutASessionNothingIsRegisteredAndNothingFails) {
+TEST(WVRDiskEjector, WithoutASessionNothingIsRegistered) {
   platform::ManualUnmountApprovals approvals;
   approvals.refuseSessions = true;
   {

@@ -36,7 +36,7 @@ class DatabaseDate : public testing::Test {
 // 2014-03-01 17:05:09 UTC
 constexpr double kMoment = 1393693509;
 
-TEST_F(DatabaseDate, OnAWholeSecondHasSevenZeroDigits) {
+TEST_F(DatabaseDate, OfAWholeSecondHasSevenZeroDigits) {
   EXPECT_EQ(formatter.databaseDateStringFromDate(Date{kMoment}), "2014-03-01 17:05:09.0000000");
 }
 
@@ -45,19 +45,19 @@ TEST_F(DatabaseDate, HasSevenDigitsInUnitsOfTenMillionths) {
             "2014-03-01 17:05:09.1250000");
 }
 
-TEST_F(DatabaseDate, IsParsedInUtcWhileNoZoneChangeWasSeen) {
+TEST_F(DatabaseDate, IsParsedInUtcBeforeAnyZoneChange) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString("2014-03-01 17:05:09.1250000"),
             Date{kMoment + 0.125});
 }
 
-TEST_F(DatabaseDate, OfNineteenOrTwentyCharactersIsNone) {
+TEST_F(DatabaseDate, OfNineteenOrTwentyCharactersIsRejected) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString("2014-03-01 17:05:09"), std::nullopt);
   EXPECT_EQ(formatter.dateFromDatabaseDateString("2014-03-01 17:05:09."), std::nullopt);
   EXPECT_EQ(formatter.dateFromDatabaseDateString("2014-03-01 17:05:09\xC3\xA9"), std::nullopt);
   EXPECT_EQ(formatter.dateFromDatabaseDateString(""), std::nullopt);
 }
 
-TEST_F(DatabaseDate, OfAValueThatIsNoTextIsNone) {
+TEST_F(DatabaseDate, OfAValueThatIsNotTextIsNullopt) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString(std::nullopt), std::nullopt);
   EXPECT_EQ(formatter.databaseDateStringFromDate(std::nullopt), std::nullopt);
 }
@@ -71,14 +71,14 @@ TEST_F(DatabaseDate, ReadsAFractionOfAnyLengthInUnitsOfTenMillionths) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString("1970-01-01 00:00:01.20000000"), Date{3});
 }
 
-TEST_F(DatabaseDate, SkipsTheCharacterBehindTheSecondsWhateverItIs) {
+TEST_F(DatabaseDate, SkipsAnyCharacterAfterTheSeconds) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString("1970-01-01 00:00:01Z5000000"), Date{1.5});
   EXPECT_EQ(formatter.dateFromDatabaseDateString("1970-01-01 00:00:01\xC3\xA9"
                                                  "5000000"),
             Date{1.5});
 }
 
-TEST_F(DatabaseDate, ReadsAFractionThatIsNoNumberAsZero) {
+TEST_F(DatabaseDate, ReadsAFractionThatIsNotANumberAsZero) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString("1970-01-01 00:00:01.abc"), Date{1});
   EXPECT_EQ(formatter.dateFromDatabaseDateString("1970-01-01 00:00:01.inf"), Date{1});
   EXPECT_EQ(formatter.dateFromDatabaseDateString("1970-01-01 00:00:01\xF0\x9F\x98\x80"
@@ -86,7 +86,7 @@ TEST_F(DatabaseDate, ReadsAFractionThatIsNoNumberAsZero) {
             Date{1});
 }
 
-TEST_F(DatabaseDate, ThatIsNotInTheCalendarIsNone) {
+TEST_F(DatabaseDate, ThatIsNotInTheCalendarIsRejected) {
   for (const char* text :
        {"2014-02-30 17:05:09.0000000", "2014-13-01 17:05:09.0000000", "2014-03-01 24:05:09.0000000",
         "2014-03-01T17:05:09.0000000", "xxxx-03-01 17:05:09.0000000", "0000-03-01 17:05:09.0000000",
@@ -102,22 +102,22 @@ TEST_F(DatabaseDate, IsInTheLocalZoneOnceTheSystemsZoneHasChanged) {
   EXPECT_EQ(formatter.dateFromDatabaseDateString("2014-03-01 18:05:09.0000000"), Date{kMoment});
 }
 
-TEST_F(DatabaseDate, StaysInUtcWhenTheSystemNamesNoZoneOrAnotherNotificationComes) {
+TEST_F(DatabaseDate, StaysInUtcWithoutASystemZoneAndAfterOtherNotifications) {
   center.post({platform::kSystemTimeZoneDidChangeNotification});
   zones.zone = std::make_shared<FixedZone>(3600);
   formatter.systemTimeZoneChangedNotificationReceived({"another"});
   EXPECT_EQ(formatter.databaseDateStringFromDate(Date{kMoment}), "2014-03-01 17:05:09.0000000");
 }
 
-TEST_F(DatabaseDate, IsNotTouchedByAChangeAfterTheFormatterIsGone) {
-  auto gone = std::make_unique<WVRDatabaseDateFormatter>(center, zones);
-  gone.reset();
+TEST_F(DatabaseDate, IsUnaffectedByADestroyedFormatter) {
+  auto destroyed = std::make_unique<WVRDatabaseDateFormatter>(center, zones);
+  destroyed.reset();
   zones.zone = std::make_shared<FixedZone>(3600);
   center.post({platform::kSystemTimeZoneDidChangeNotification});
   EXPECT_EQ(formatter.databaseDateStringFromDate(Date{0}), "1970-01-01 01:00:00.0000000");
 }
 
-TEST_F(DatabaseDate, MayBeConvertedWhileTheZoneIsSwitched) {
+TEST_F(DatabaseDate, CanBeConvertedDuringAZoneChange) {
   zones.zone = std::make_shared<FixedZone>(3600);
   std::thread converter([this] {
     for (int i = 0; i < 2000; ++i) {
@@ -129,7 +129,7 @@ TEST_F(DatabaseDate, MayBeConvertedWhileTheZoneIsSwitched) {
   converter.join();
 }
 
-TEST(DBFormat, GoesThroughTheFormatterOfTheProcess) {
+TEST(DBFormat, UsesTheProcessWideFormatter) {
   EXPECT_EQ(dateWithDBFormat(dbFormat(Date{kMoment})), Date{kMoment});
   EXPECT_EQ(dateWithDBFormat(std::nullopt), std::nullopt);
 }

@@ -8,15 +8,15 @@
 
 namespace wevora {
 
-/// Creates the formatter of the process and lets it learn of time zone changes. To be called once,
-/// on the main thread; without it the formatter is made at its first use and stays in UTC.
+/// Creates the process-wide formatter and starts monitoring time zone changes. Call once, on the
+/// main thread. Without this call the formatter is created on first use and stays in UTC.
 void loadNSDateDBFormat();
 
-/// The date's text in the database.
+/// Formats a date as database text.
 // -dbFormat
 std::optional<std::string> dbFormat(const platform::Date& date);
 
-/// The date of a database text; none stands for a value that is not a text.
+/// Parses database text. Pass nullopt for a value that is not text.
 // +dateWithDBFormat:
 std::optional<platform::Date> dateWithDBFormat(std::optional<std::string_view> text);
 

@@ -11,10 +11,10 @@
 namespace wevora {
 namespace {
 
-constexpr double divider = 10000000.0;
+constexpr double kUnitsPerSecond = 10000000.0;
 constexpr std::size_t kWholeSecondsLength = 19;  // "yyyy-MM-dd HH:mm:ss"
 
-/// The number of `count` digits at `at`, or -1 where one of them is no digit.
+/// The number of `count` digits at `at`, or -1 if one of them is not a digit.
 int digits(std::string_view text, std::size_t at, std::size_t count) {
   int value = 0;
   for (std::size_t i = at; i < at + count; ++i) {
@@ -24,7 +24,7 @@ int digits(std::string_view text, std::size_t at, std::size_t count) {
   return value;
 }
 
-/// Seconds since 1970 of "yyyy-MM-dd HH:mm:ss", taken as UTC.
+/// Seconds since 1970 of "yyyy-MM-dd HH:mm:ss" in UTC.
 std::optional<std::int64_t> wholeSeconds(std::string_view text) {
   if (text[4] != '-' || text[7] != '-' || text[10] != ' ' || text[13] != ':' || text[16] != ':')
     return std::nullopt;
@@ -45,7 +45,7 @@ std::optional<std::int64_t> wholeSeconds(std::string_view text) {
   return ((days * 24 + hour) * 60 + minute) * 60 + second;
 }
 
-/// The number that a text begins with, blanks skipped; 0 for any other text.
+/// The number at the beginning of the text, after blanks; 0 if there is none.
 double leadingNumber(std::string_view text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
@@ -57,13 +57,13 @@ double leadingNumber(std::string_view text) {
   return result.ec == std::errc() ? value : 0;
 }
 
-/// What follows the character behind the whole seconds; none where the text ends before.
+/// The text after the separator that follows the whole seconds; nullopt if there is none.
 std::optional<std::string_view> fractionOf(std::string_view text) {
   auto rest = text.substr(kWholeSecondsLength);
   if (rest.empty()) return std::nullopt;
   const auto separator = platform::firstCharacter(rest);
   rest.remove_prefix(separator.bytes);
-  // A separator of two units is cut in half, and what follows the cut is no number.
+  // A separator of two UTF-16 units is cut in half, and the rest is not a number.
   if (separator.units == 2) return std::string_view();
   return rest.empty() ? std::nullopt : std::optional(rest);
 }
@@ -96,14 +96,14 @@ std::optional<std::string> WVRDatabaseDateFormatter::databaseDateStringFromDate(
   constexpr double kYear1 = -62135596800.0;
   constexpr double kYear10000 = 253402300800.0;
   const double x = date->secondsSince1970;
-  // Two days inside the calendar's ends, so that no zone leads out of it.
+  // Two days away from the limits, so that no time zone offset exceeds them.
   if (!(x >= kYear1 + 172800 && x < kYear10000 - 172800)) return std::nullopt;
   const auto utc = static_cast<std::int64_t>(std::floor(x));
-  const std::chrono::sys_seconds shown{std::chrono::seconds(utc + offsetAtUtc(utc))};
-  const auto day = std::chrono::floor<std::chrono::days>(shown);
+  const std::chrono::sys_seconds local{std::chrono::seconds(utc + offsetAtUtc(utc))};
+  const auto day = std::chrono::floor<std::chrono::days>(local);
   const std::chrono::year_month_day calendar(day);
-  const std::chrono::hh_mm_ss time(shown - day);
-  const auto fraction = static_cast<std::int32_t>((x - std::floor(x)) * divider);
+  const std::chrono::hh_mm_ss time(local - day);
+  const auto fraction = static_cast<std::int32_t>((x - std::floor(x)) * kUnitsPerSecond);
   std::array<char, 64> text{};
   const int length = std::snprintf(
       text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d.%07d",
@@ -116,12 +116,12 @@ std::optional<std::string> WVRDatabaseDateFormatter::databaseDateStringFromDate(
 std::optional<platform::Date> WVRDatabaseDateFormatter::dateFromDatabaseDateString(
     std::optional<std::string_view> text) const {
   if (!text || text->size() <= kWholeSecondsLength) return std::nullopt;
-  const auto shown = wholeSeconds(*text);
-  if (!shown) return std::nullopt;
+  const auto local = wholeSeconds(*text);
+  if (!local) return std::nullopt;
   const auto fraction = fractionOf(*text);
   if (!fraction) return std::nullopt;
-  const std::int64_t utc = *shown - offsetAtLocal(*shown);
-  return platform::Date{static_cast<double>(utc) + leadingNumber(*fraction) / divider};
+  const std::int64_t utc = *local - offsetAtLocal(*local);
+  return platform::Date{static_cast<double>(utc) + leadingNumber(*fraction) / kUnitsPerSecond};
 }
 
 void WVRDatabaseDateFormatter::systemTimeZoneChangedNotificationReceived(

@@ -12,12 +12,12 @@
 
 namespace wevora {
 
-/// Converts between dates and the database's text: "yyyy-MM-dd HH:mm:ss" in UTC, a point and seven
-/// digits in units of 10^-7 s. Once the system's time zone has changed, the text is read and
-/// written in the machine's local zone instead.
-/// Threads: any; the zone is switched on the thread that posts the change.
-/// Owns: its observation of time zone changes; its collaborators must outlive it.
-/// Errors: none is the answer for what cannot be converted.
+/// Converts between dates and database text: "yyyy-MM-dd HH:mm:ss" in UTC, a point, and seven
+/// digits in units of 10^-7 s. After the system's time zone has changed, it reads and writes the
+/// local time zone instead.
+/// Thread-safety: any thread. The zone is replaced on the thread that posts the change.
+/// Ownership: center and zones must outlive it.
+/// Errors: nullopt if a value cannot be converted.
 class WVRDatabaseDateFormatter {
  public:
   WVRDatabaseDateFormatter(platform::LocalNotificationCenter& center,
@@ -26,11 +26,11 @@ class WVRDatabaseDateFormatter {
   WVRDatabaseDateFormatter(const WVRDatabaseDateFormatter&) = delete;
   WVRDatabaseDateFormatter& operator=(const WVRDatabaseDateFormatter&) = delete;
 
-  /// None for none and for dates outside the years 1 to 9999.
+  /// nullopt for nullopt and for dates outside the years 1 to 9999.
   // -databaseDateStringFromDate:
   std::optional<std::string> databaseDateStringFromDate(std::optional<platform::Date> date) const;
 
-  /// None for none (what is not a text at all) and for a text of 20 characters or fewer.
+  /// nullopt for nullopt (a value that is not text) and for a text of 20 characters or fewer.
   // -dateFromDatabaseDateString:
   std::optional<platform::Date> dateFromDatabaseDateString(
       std::optional<std::string_view> text) const;
@@ -44,7 +44,7 @@ class WVRDatabaseDateFormatter {
 
   const platform::TimeZones& zones_;
   mutable platform::Mutex monitor_;
-  std::shared_ptr<const platform::TimeZone> zone_ GUARDED_BY(monitor_);  // none: UTC
+  std::shared_ptr<const platform::TimeZone> zone_ GUARDED_BY(monitor_);  // null: UTC
   std::unique_ptr<platform::LocalNotificationCenter::Observation> observation_;
 };
 

@@ -7,8 +7,7 @@
 
 namespace wevora {
 
-/// The base of table readers: holds the database that they read.
-/// Threads: as the reader. Owns: a share of the open database. Errors: none.
+/// The base class of table readers. Shares ownership of the database that they read.
 class WVRDBTableHandler {
  public:
   // -initWithDBHandler:

@@ -26,7 +26,7 @@ std::string addressOf(const void* object) {
   return text.str();
 }
 
-TEST(WVRDrivenFileTest, RecordsOfOneIdentifierAreEqualWhateverTheirNames) {
+TEST(WVRDrivenFileTest, RecordsWithTheSameIdentifierAreEqualRegardlessOfTheirNames) {
   EXPECT_TRUE(named("1", "a").isEqual(named("1", "b")));
   EXPECT_FALSE(named("1", "a").isEqual(named("2", "a")));
 }
@@ -53,7 +53,7 @@ TEST(WVRDrivenFileTest, AChangedSizeOrDateStoresBoth) {
   EXPECT_EQ(file.size(), 6U);
 }
 
-TEST(WVRDrivenFileTest, ARecordMadeFromAPathHoldsWhatTheDiskSays) {
+TEST(WVRDrivenFileTest, ARecordCreatedFromAPathHasTheAttributesOnDisk) {
   const platform::TemporaryFolder folder;
   std::ofstream(folder.path("a.txt")) << "12345";
   const auto file = WVRDrivenFile::initWithFilePath(folder.path("a.txt"), "parent");
@@ -106,7 +106,7 @@ TEST(WVRFSCRNodeTest, RulesAreEqualByIdentifier) {
   EXPECT_FALSE(one.isEqual(two));
 }
 
-TEST(WVRFSCRNodeTest, ARuleOfADerivedClassIsEqualToItsBaseButNotTheOtherWayRound) {
+TEST(WVRFSCRNodeTest, ARuleOfADerivedClassIsEqualToItsBaseButNotViceVersa) {
   WVRFSCRNode base;
   DerivedNode derived;
   base.setFscr_id("1");

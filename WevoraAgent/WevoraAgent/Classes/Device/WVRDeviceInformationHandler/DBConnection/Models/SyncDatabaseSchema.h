@@ -2,7 +2,7 @@
 
 namespace wevora {
 
-// The sync database's tables and columns. Code names them only through these constants.
+// Tables and columns of the sync database. All other code uses these constants.
 
 inline constexpr const char* kFileTableName = "file";
 inline constexpr const char* kFileTableColumnFileID = "file_id";
@@ -24,7 +24,8 @@ inline constexpr const char* kFSCRTableName = "fscr";
 inline constexpr const char* kFSCRTableColumnFSCRID = "fscr_id";
 inline constexpr const char* kFSCRTableColumnFCR = "is_fcr";
 inline constexpr const char* kFSCRTableColumnISSystem = "is_system";
-inline constexpr const char* kFSCRTableColumnISFolder = "root_folder";  // so named in the agent too
+inline constexpr const char* kFSCRTableColumnISFolder =
+    "root_folder";  // the agent uses this constant name
 inline constexpr const char* kFSCRTableColumnPathFilter = "path_filter";
 inline constexpr const char* kFSCRTableColumnContentType = "content_type";
 inline constexpr const char* kFSCRTableColumnMinSize = "min_size";
@@ -37,7 +38,7 @@ inline constexpr const char* kFSCRTableColumnFC = "fc";
 
 inline constexpr const char* kCurrentTransactionsTableName = "CurrentTransactions";
 
-/// The identifier under which the walk of a path starts: that of the volume's top row.
+/// The identifier of the volume's top row, at which path walks start.
 inline constexpr const char* kNilFileID = "00000000-0000-0000-0000-000000000000";
 
 }  // namespace wevora

@@ -9,11 +9,11 @@
 namespace wevora {
 namespace {
 
-std::string shown(const WVRDrivenFile::Text& text) {
+std::string described(const WVRDrivenFile::Text& text) {
   return text.value_or("(null)");
 }
 
-std::string shown(const WVRDrivenFile::OptionalDate& date) {
+std::string described(const WVRDrivenFile::OptionalDate& date) {
   return date ? dbFormat(*date).value_or("(null)") : "(null)";
 }
 
@@ -42,9 +42,9 @@ bool WVRDrivenFile::updateFileWithAttributes(const FileAttributeSet& attributes)
 }
 
 bool WVRDrivenFile::isEqual(const WVRDrivenFile& other) const {
-  // An identifier that is not set equals nothing, not even another such.
+  // An unset identifier is equal to nothing, not even to another unset one.
   if (!other.file_id_ || !file_id_ || *other.file_id_ != *file_id_) return false;
-  // The other's name is compared with itself, so all that counts is that it has one.
+  // Of the names, only the presence of the other's counts.
   return other.name_long_.has_value();
 }
 
@@ -52,11 +52,13 @@ std::string WVRDrivenFile::description() const {
   constexpr const char* kGap = ",             ";
   std::ostringstream text;
   text << "WVRDrivenFile " << static_cast<const void*>(this)
-       << ",            name: " << shown(name_long_) << kGap << "sh_name: " << shown(name_short_)
-       << kGap << "file_id: " << shown(file_id_) << kGap << "parent_id: " << shown(parent_id_)
-       << kGap << "is_folder: " << (is_folder_ ? "true" : "false") << kGap
-       << "synchronized: " << shown(synchronized_) << kGap << "scanned: " << shown(scanned_) << kGap
-       << "size: " << static_cast<std::int32_t>(size_);  // through 32 bits, as the agent prints it
+       << ",            name: " << described(name_long_) << kGap
+       << "sh_name: " << described(name_short_) << kGap << "file_id: " << described(file_id_)
+       << kGap << "parent_id: " << described(parent_id_) << kGap
+       << "is_folder: " << (is_folder_ ? "true" : "false") << kGap
+       << "synchronized: " << described(synchronized_) << kGap << "scanned: " << described(scanned_)
+       << kGap << "size: "
+       << static_cast<std::int32_t>(size_);  // truncated to 32 bits, as in the agent's output
   return text.str();
 }
 

@@ -9,32 +9,31 @@
 
 namespace wevora {
 
-/// A source of a modification date and a size.
+/// A modification date and a size.
 struct FileAttributeSet {
   std::optional<platform::Date> modificationDate;
   std::uint64_t size = 0;  ///< bytes
 };
 
-/// One row of the file table: a file or folder of a volume, as the agent knows it.
-/// A text that is none was never set.
-/// Threads: a value. Owns: its texts. Errors: none.
+/// One row of the file table: a file or folder of a volume. Strings that were never set are
+/// nullopt.
 class WVRDrivenFile {
  public:
   using Text = std::optional<std::string>;
   using OptionalDate = std::optional<platform::Date>;
 
-  /// An empty record, as the readers of the database fill it.
+  /// An empty record.
   WVRDrivenFile() = default;
 
-  /// A record for an item on disk, with what the disk says of it.
+  /// A record for an item on disk, with its name, date and size.
   // -initWithFilePath:parentID:
   static WVRDrivenFile initWithFilePath(std::string filePath, Text parentID);
 
-  /// Whether size or date differ; stores both if so.
+  /// Stores size and date if one of them differs. Returns whether they did.
   // -updateFileWithAttributes:
   bool updateFileWithAttributes(const FileAttributeSet& attributes);
 
-  /// By identifier alone, as long as the other has a name.
+  /// Compares identifiers only. False if the other has no long name.
   // -isEqual:
   bool isEqual(const WVRDrivenFile& other) const;
 

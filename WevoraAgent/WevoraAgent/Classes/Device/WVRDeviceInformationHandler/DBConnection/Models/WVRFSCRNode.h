@@ -6,8 +6,7 @@
 
 namespace wevora {
 
-/// One folder rule of a volume. A new one has every field empty, false or zero.
-/// Threads: a value. Owns: its texts. Errors: none.
+/// One folder rule of a volume. All fields of a new rule are empty, false or zero.
 class WVRFSCRNode {
  public:
   using Text = std::optional<std::string>;
@@ -19,7 +18,7 @@ class WVRFSCRNode {
   WVRFSCRNode& operator=(const WVRFSCRNode&) = default;
   WVRFSCRNode& operator=(WVRFSCRNode&&) = default;
 
-  /// By identifier, where the other is of this node's class or derived from it.
+  /// Compares identifiers. False unless the other is of this rule's class or a derived one.
   // -isEqual:
   bool isEqual(const WVRFSCRNode& other) const;
 
@@ -57,8 +56,8 @@ class WVRFSCRNode {
   void setParent_id(Text value) { parent_id_ = std::move(value); }
 
  protected:
-  /// Whether the other is of the receiver's class or derived from it; a class that derives from
-  /// this one answers for itself.
+  /// Whether the other is of this object's class or a derived one. Derived classes must override
+  /// it.
   virtual bool hasKindOf(const WVRFSCRNode& other) const;
 
  private:
