@@ -10,14 +10,14 @@
 namespace wevora::platform {
 namespace {
 
-/// Niceness steps away from the process's own for a thread priority: 0.5 is none, 0.0 is 19.
+/// The change of niceness for a thread priority: 0 for 0.5, +19 for 0.0, -19 for 1.0.
 int nicenessFor(double threadPriority) {
   const double p = std::clamp(threadPriority, 0.0, 1.0);
   return static_cast<int>(std::lround((0.5 - p) * 38.0));
 }
 
-/// Gives the calling thread a niceness and takes it back.
-/// Threads: one. Owns: nothing. Errors: a change that the system refuses is left out.
+/// Changes the niceness of the calling thread and restores it.
+/// Errors: ignores a change that the kernel rejects.
 class Niceness {
  public:
   explicit Niceness(int steps) {
@@ -27,7 +27,7 @@ class Niceness {
     base_ = now;
     changed_ = ::setpriority(PRIO_PROCESS, 0, std::clamp(now + steps, -20, 19)) == 0;
   }
-  /// False when the thread had to stay as it is.
+  /// False if the kernel refuses to restore the niceness.
   bool restore() const { return !changed_ || ::setpriority(PRIO_PROCESS, 0, base_) == 0; }
 
  private:

@@ -12,9 +12,8 @@
 
 namespace wevora::platform {
 
-/// The operation queue on a pool of workers.
-/// Threads: any. Owns: its operations; lives as long as one of them runs.
-/// Errors: none.
+/// OperationQueue on a WorkerPool.
+/// Ownership: stays alive while one of its operations runs.
 class PriorityOperationQueue : public OperationQueue,
                                public std::enable_shared_from_this<PriorityOperationQueue> {
  public:
