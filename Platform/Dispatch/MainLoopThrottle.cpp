@@ -71,8 +71,8 @@ MainLoopThrottle::MainLoopThrottle(GMainContext* context) {
       &MainLoopThrottle::prepare, nullptr, &MainLoopThrottle::dispatch, nullptr, nullptr, nullptr};
   static GSourceFuncs resuming = {nullptr, nullptr, &MainLoopThrottle::lowerPrioritiesRan,
                                   nullptr, nullptr, nullptr};
-  work_ = attached(context, working, G_PRIORITY_DEFAULT);
-  resume_ = attached(context, resuming, G_PRIORITY_LOW);
+  work_ = attachSource(context, working, G_PRIORITY_DEFAULT);
+  resume_ = attachSource(context, resuming, G_PRIORITY_LOW);
 }
 
 MainLoopThrottle::~MainLoopThrottle() {
@@ -82,7 +82,8 @@ MainLoopThrottle::~MainLoopThrottle() {
   }
 }
 
-GSource* MainLoopThrottle::attached(GMainContext* context, GSourceFuncs& functions, int priority) {
+GSource* MainLoopThrottle::attachSource(GMainContext* context, GSourceFuncs& functions,
+                                        int priority) {
   GSource* source = g_source_new(&functions, sizeof(Source));
   reinterpret_cast<Source*>(source)->throttle = this;
   g_source_set_name(source, "wevora");

@@ -60,7 +60,7 @@ class MainLoopThrottle : public std::enable_shared_from_this<MainLoopThrottle> {
 
  private:
   struct Source;
-  GSource* attached(GMainContext* context, GSourceFuncs& functions, int priority);
+  GSource* attachSource(GMainContext* context, GSourceFuncs& functions, int priority);
   static MainLoopThrottle& throttleOf(GSource* source);
   static gboolean prepare(GSource* source, gint* timeout) noexcept;
   static gboolean dispatch(GSource* source, GSourceFunc function, gpointer data) noexcept;

@@ -46,7 +46,7 @@ std::shared_ptr<PriorityOperationQueue> PriorityOperationQueue::create(
 void PriorityOperationQueue::addOperation(std::shared_ptr<Operation> operation) {
   {
     const MutexLock lock(mutex_);
-    waiting_[operation->queuePriority()].push_back(std::move(operation));
+    pending_[operation->queuePriority()].push_back(std::move(operation));
     ++unfinished_;
     if (runners_ == maxConcurrent_) return;
     ++runners_;
@@ -55,11 +55,11 @@ void PriorityOperationQueue::addOperation(std::shared_ptr<Operation> operation) 
 }
 
 std::shared_ptr<Operation> PriorityOperationQueue::takeNext() {
-  if (waiting_.empty()) return nullptr;
-  const auto highest = waiting_.begin();
+  if (pending_.empty()) return nullptr;
+  const auto highest = pending_.begin();
   auto operation = std::move(highest->second.front());
   highest->second.pop_front();
-  if (highest->second.empty()) waiting_.erase(highest);
+  if (highest->second.empty()) pending_.erase(highest);
   return operation;
 }
 
@@ -81,7 +81,7 @@ WorkerPool::Afterwards PriorityOperationQueue::runOne() {
   {
     const MutexLock lock(mutex_);
     if (--unfinished_ == 0) finished_.notify_all();
-    more = !waiting_.empty();
+    more = !pending_.empty();
     if (!more) --runners_;
   }
   if (more) pool_->run([self = shared_from_this()] { return self->runOne(); });
@@ -89,9 +89,9 @@ WorkerPool::Afterwards PriorityOperationQueue::runOne() {
 }
 
 void PriorityOperationQueue::cancelAllOperations() {
-  Waiting cancelled;
+  PendingOperations cancelled;
   const MutexLock lock(mutex_);
-  cancelled.swap(waiting_);
+  cancelled.swap(pending_);
   for (const auto& [priority, operations] : cancelled) unfinished_ -= operations.size();
   if (unfinished_ == 0) finished_.notify_all();
 }

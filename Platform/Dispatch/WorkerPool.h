@@ -30,7 +30,8 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
   ~WorkerPool();
 
   void run(Job job);
-  /// Calls `callback` on the timekeeper thread after the delay; `callback` must not block.
+  /// Calls `callback` on the timekeeper thread after the delay, or on the calling thread of
+  /// DelayedBlock::expedite. `callback` must not block.
   std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block callback);
   /// Drops pending jobs and timers, and waits for running jobs.
   void stop();

@@ -381,9 +381,9 @@ TEST_F(DistributedObjectsTest, TheSocketOfAPeerThatRejectsUsIsClosed) {
     const timeval most{10, 0};
     ::setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &most, sizeof most);
     if (::send(peer.get(), twice.data(), twice.size(), MSG_NOSIGNAL) < 0) return;
-    std::array<char, 256> heard{};
+    std::array<char, 256> received{};
     ssize_t got = 1;
-    while (got > 0) got = ::recv(peer.get(), heard.data(), heard.size(), 0);
+    while (got > 0) got = ::recv(peer.get(), received.data(), received.size(), 0);
     hungUp = got == 0 || errno == ECONNRESET;
   });
   EXPECT_FALSE(connect());

@@ -37,7 +37,7 @@ TEST(NotificationQueueTest, BeyondTheLimitsDuplicatesAreDropped) {
   for (int i = 0; i < 1000; ++i)
     for (const char* text : {"b", "c", "a"}) add(queue, "Event", text);
   EXPECT_EQ(takeAll(queue), (Texts{"Event a", "Event b", "Event c"}));
-  // A notification that has been takeAll is no longer a duplicate.
+  // A notification that has been taken is no longer a duplicate.
   for (const char* text : {"a", "b", "c", "c"}) add(queue, "Event", text);
   EXPECT_EQ(takeAll(queue), (Texts{"Event a", "Event b", "Event c"}));
 }

@@ -58,7 +58,7 @@ class Implementation {
   Result invoke(const Id& self, Arguments... arguments) const {
     using Wanted = typename Typed<Result(Arguments...)>::Body;
     const auto* body = dynamic_cast<const Wanted*>(body_.get());
-    if (body == nullptr) throw HostException("method called with other types than its own");
+    if (body == nullptr) throw HostException("method called with wrong argument or result types");
     return body->function(self, std::forward<Arguments>(arguments)...);
   }
 

@@ -33,7 +33,7 @@ struct Pipe {
   Descriptor reading;
   Descriptor writing;
 
-  static Pipe made() {
+  static Pipe create() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
       throw std::system_error(errno, std::generic_category(), "pipe2");
@@ -91,7 +91,7 @@ int shellStatus(int waited) {
 struct ChildProcess::State {
   pid_t pid = -1;
   Descriptor process;
-  std::array<Pipe, 2> pipes{Pipe::made(), Pipe::made()};
+  std::array<Pipe, 2> pipes{Pipe::create(), Pipe::create()};
   std::thread reader;
 
   mutable Mutex mutex;
