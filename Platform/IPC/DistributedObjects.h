@@ -42,8 +42,9 @@ class RootProxy {
 };
 
 /// A connection to a service. Posts kNSConnectionDidDieNotification when it is closed by the peer
-/// or after a call timeout. Thread-safety: created and destroyed on the main thread. Errors: on a
-/// closed connection every call fails.
+/// or after a call timeout.
+/// Thread-safety: created and destroyed on the main thread.
+/// Errors: on a closed connection every call fails.
 class Connection {
  public:
   virtual ~Connection() = default;

@@ -13,8 +13,9 @@ namespace wevora::platform {
 
 /// A bounded FIFO queue of received notifications. When a sender outruns the host, the queue stays
 /// within its limits: it drops a new notification that equals a queued one, because observers read
-/// the current state when they are notified; otherwise it drops the oldest notification of the same
-/// name. So a flood of one name never evicts the latest notification of another name.
+/// the current state when they are notified. Otherwise it drops the oldest notification of the same
+/// name, or the oldest of all if there is none. So a flood of one name never evicts
+/// the latest notification of another name.
 /// Thread-safety: any thread. `mutex_` is a leaf lock.
 class NotificationQueue {
  public:

@@ -29,7 +29,7 @@ class PublishedService {
     Handler handler;
   };
 
-  /// A peer that has not authenticated by then is disconnected.
+  /// Default authentication timeout; a peer that has not authenticated by then is disconnected.
   static constexpr std::chrono::milliseconds kAuthenticationTimeout = std::chrono::seconds(2);
 
   /// Creates the socket; replaces a stale socket that a killed service has left. Returns null if a
