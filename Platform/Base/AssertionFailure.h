@@ -6,8 +6,8 @@
 
 namespace wevora::platform {
 
-/// A broken invariant, with the fixed message and place that its code states.
-/// Threads: any. Owns: its texts. Errors: is one.
+/// Exception for a broken invariant. The message and the source location are the fixed values that
+/// the throwing code passes.
 class AssertionFailure : public std::logic_error {
  public:
   AssertionFailure(std::string_view message, std::string_view source, int line)

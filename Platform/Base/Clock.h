@@ -6,18 +6,19 @@
 
 namespace wevora::platform {
 
-/// Where the system takes the time from.
-/// Threads: any. Owns: nothing. Errors: none of its own; a caller must bear one that throws.
+/// Source of the current time.
+/// Thread-safety: any thread.
+/// Errors: an implementation may throw; callers must handle that.
 class Clock {
  public:
   virtual ~Clock() = default;
-  /// The wall clock, which a person may set.
+  /// The wall clock. It may jump, because users can set it.
   virtual Date now() const = 0;
-  /// Time that only moves forward, from an arbitrary start.
+  /// Monotonic time since an arbitrary start.
   virtual std::chrono::nanoseconds uptime() const = 0;
 };
 
-/// The machine's clocks.
+/// The clocks of the operating system.
 class SystemClock : public Clock {
  public:
   Date now() const override;

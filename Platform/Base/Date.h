@@ -5,12 +5,11 @@
 namespace wevora::platform {
 
 /// A point in time: seconds since 1970-01-01 00:00:00 UTC, as a double.
-/// Threads: a value. Owns: nothing. Errors: none.
 struct Date {
   double secondsSince1970 = 0;
 
   friend constexpr auto operator<=>(const Date&, const Date&) = default;
-  /// Seconds between two dates.
+  /// Seconds from `earlier` to `later`.
   friend constexpr double operator-(const Date& later, const Date& earlier) {
     return later.secondsSince1970 - earlier.secondsSince1970;
   }

@@ -5,8 +5,7 @@
 
 namespace wevora::platform {
 
-/// An open file descriptor, or none.
-/// Threads: one. Owns: the descriptor. Errors: none.
+/// Owns a file descriptor and closes it. May be empty.
 class Descriptor {
  public:
   Descriptor() = default;
@@ -24,7 +23,7 @@ class Descriptor {
 
   int get() const noexcept { return descriptor_; }
   explicit operator bool() const noexcept { return descriptor_ >= 0; }
-  /// From here on somebody else closes it.
+  /// Returns the descriptor without closing it; the caller becomes the owner.
   int release() noexcept { return std::exchange(descriptor_, -1); }
 
  private:

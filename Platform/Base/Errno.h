@@ -8,7 +8,7 @@ namespace wevora::platform {
 inline std::error_code errorOf(int number) {
   return {number, std::generic_category()};
 }
-/// What the last call of the system left.
+/// The current value of errno.
 inline std::error_code lastError() {
   return errorOf(errno);
 }

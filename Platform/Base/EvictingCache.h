@@ -9,9 +9,9 @@
 
 namespace wevora::platform {
 
-/// A cache from text to text that gives up its entries by itself when they become too many, so
-/// that a process which runs for weeks does not remember every path it ever saw.
-/// Threads: any. Owns: its entries. Errors: none.
+/// A string-to-string cache with a size limit. `store` drops all entries when the limit is reached,
+/// so that a process that runs for weeks does not remember every path that it ever saw.
+/// Thread-safety: any thread.
 class EvictingCache {
  public:
   explicit EvictingCache(std::size_t limit = 4096) : limit_(limit) {}

@@ -6,17 +6,17 @@
 
 namespace wevora::platform {
 
-/// Runs `body` and ends whatever it throws here: the trampoline at every boundary to the host,
-/// GLib or SQLite, which must never see one of our exceptions.
+/// Runs `body` and discards any exception that it throws. Every callback from the host, GLib or
+/// SQLite wraps its body in catchAll: an exception must not unwind through code that is not ours.
 template <class Body>
 void catchAll(Body&& body) noexcept {
   try {
     std::forward<Body>(body)();
-  } catch (...) {  // NOLINT(bugprone-empty-catch): nothing inside a host may fail loudly
+  } catch (...) {  // NOLINT(bugprone-empty-catch): an error must not stop the host
   }
 }
 
-/// The same for a body with a result; `fallback` stands for a body that threw.
+/// Like catchAll, for a body with a result: returns `fallback` if the body throws.
 template <class Result, class Body>
 Result catchAllOr(Result fallback, Body&& body) noexcept {
   try {
@@ -26,8 +26,8 @@ Result catchAllOr(Result fallback, Body&& body) noexcept {
   }
 }
 
-/// Runs an action when its scope ends, by whatever road.
-/// Threads: one. Owns: the action. Errors: what the action throws is dropped.
+/// Runs an action when its scope ends: by return, by exception or at the closing brace.
+/// Errors: exceptions thrown by the action are discarded.
 template <class Action>
 class ScopeExit {
  public:
@@ -40,9 +40,8 @@ class ScopeExit {
   Action action_;
 };
 
-/// An object that is made once and never destroyed: other threads may still use it while the
-/// process exits.
-/// Threads: as T. Owns: T, for ever. Errors: those of T's constructor.
+/// Holds an object whose destructor never runs. For function-local statics: other threads may still
+/// use the object while the process runs its static destructors.
 template <class T>
 class NeverDestroyed {
  public:

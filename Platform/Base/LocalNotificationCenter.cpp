@@ -12,7 +12,7 @@ struct Observer {
   LocalNotificationCenter::Handler handler;
   const void* object;
 
-  bool hears(const Notification& notification) const {
+  bool matches(const Notification& notification) const {
     return name == notification.name && (object == nullptr || object == notification.object);
   }
 };
@@ -44,13 +44,13 @@ std::unique_ptr<LocalNotificationCenter::Observation> LocalNotificationCenter::o
 }
 
 void LocalNotificationCenter::post(const Notification& notification) {
-  std::vector<std::shared_ptr<Observer>> told;
+  std::vector<std::shared_ptr<Observer>> receivers;
   {
     const MutexLock lock(state_->mutex);
-    std::ranges::copy_if(state_->observers, std::back_inserter(told),
-                         [&](const auto& observer) { return observer->hears(notification); });
+    std::ranges::copy_if(state_->observers, std::back_inserter(receivers),
+                         [&](const auto& observer) { return observer->matches(notification); });
   }
-  for (const auto& observer : told) catchAll([&] { observer->handler(notification); });
+  for (const auto& observer : receivers) catchAll([&] { observer->handler(notification); });
 }
 
 LocalNotificationCenter::Observation::Observation(std::shared_ptr<State> state,

@@ -13,14 +13,14 @@ namespace wevora::platform {
 /// A notification inside this process.
 struct Notification {
   std::string name;
-  const void* object = nullptr;  ///< who it is about: an identity, never followed
+  const void* object = nullptr;  ///< the sender's identity; never dereferenced
 };
 
-/// Hands notifications to the observers of their name, inside this process.
-/// Threads: any; a notification is delivered on the thread that posts it, with no lock held. An
-///   observation that is being let go on another thread may be called one last time.
-/// Owns: the observers' handlers, each until its Observation goes.
-/// Errors: what a handler throws is dropped; the other observers are still told.
+/// Delivers notifications to the observers of their name, inside this process.
+/// Thread-safety: any thread. `post` calls the handlers on the posting thread, with no lock held. A
+///   handler may run once more while another thread destroys its Observation.
+/// Ownership: keeps each handler until its Observation is destroyed.
+/// Errors: exceptions thrown by a handler are discarded; the remaining observers are still called.
 class LocalNotificationCenter {
  public:
   using Handler = std::function<void(const Notification&)>;
@@ -33,10 +33,10 @@ class LocalNotificationCenter {
   LocalNotificationCenter(const LocalNotificationCenter&) = delete;
   LocalNotificationCenter& operator=(const LocalNotificationCenter&) = delete;
 
-  /// The one of the process.
+  /// The center of this process.
   static LocalNotificationCenter& defaultCenter();
 
-  /// Hears of one object, or of all where it is null.
+  /// Observes the notifications of one object, or of all objects if `object` is null.
   std::unique_ptr<Observation> observe(std::string_view name, Handler handler,
                                        const void* object = nullptr);
   void post(const Notification& notification);

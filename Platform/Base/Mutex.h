@@ -7,8 +7,7 @@
 
 namespace wevora::platform {
 
-/// A mutex that clang's thread-safety analysis knows.
-/// Threads: any. Owns: nothing. Errors: none.
+/// std::mutex with annotations for clang's thread-safety analysis.
 class CAPABILITY("mutex") Mutex {
  public:
   void lock() ACQUIRE() { mutex_.lock(); }
@@ -19,8 +18,7 @@ class CAPABILITY("mutex") Mutex {
   std::mutex mutex_;
 };
 
-/// Holds a Mutex for a scope; can be let go and taken again inside it.
-/// Threads: one. Owns: the hold. Errors: none.
+/// Locks a Mutex for a scope; may be unlocked and locked again within it.
 class SCOPED_CAPABILITY MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex_(mutex), held_(true) { mutex_.lock(); }
@@ -45,8 +43,7 @@ class SCOPED_CAPABILITY MutexLock {
   bool held_;
 };
 
-/// A condition to wait for under a MutexLock that is held.
-/// Threads: any. Owns: nothing. Errors: none.
+/// A condition variable for Mutex. The waiting functions need a MutexLock that holds the mutex.
 class Condition {
  public:
   void notify_one() noexcept { condition_.notify_one(); }

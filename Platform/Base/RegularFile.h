@@ -6,9 +6,9 @@
 
 namespace wevora::platform {
 
-/// All bytes of a file; none for anything but a regular file of at most so many bytes that can be
-/// read. Never waits for a writer: a pipe may lie in the file's place. The file may change
-/// meanwhile: what it had at first is what is read, or less.
+/// Reads a whole regular file. Returns nullopt if the path is not a readable regular file or if the
+/// file is larger than `largest` bytes. Never blocks: a FIFO at the path is opened without waiting
+/// for a writer. If the file changes during the read, at most its initial size is read.
 std::optional<std::string> contentsOfRegularFile(const std::string& path, std::size_t largest);
 
 }  // namespace wevora::platform

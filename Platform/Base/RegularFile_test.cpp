@@ -31,13 +31,13 @@ TEST(RegularFileTest, AFileThatIsTooLongIsNotRead) {
   EXPECT_EQ(contentsOfRegularFile(written(folder, "abcde"), 4), std::nullopt);
 }
 
-TEST(RegularFileTest, WhatIsNotThereOrNoFileIsNotRead) {
+TEST(RegularFileTest, AMissingFileAndAFolderAreNotRead) {
   const TemporaryFolder folder;
   EXPECT_EQ(contentsOfRegularFile(folder.path("absent"), 4), std::nullopt);
   EXPECT_EQ(contentsOfRegularFile(folder.path(), 1U << 20U), std::nullopt);
 }
 
-TEST(RegularFileTest, APipeWithoutAWriterKeepsNobodyWaiting) {
+TEST(RegularFileTest, APipeWithoutAWriterDoesNotBlock) {
   const TemporaryFolder folder;
   ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
   EXPECT_EQ(contentsOfRegularFile(folder.path("pipe"), 4), std::nullopt);

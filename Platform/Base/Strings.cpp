@@ -10,9 +10,9 @@
 namespace wevora::platform {
 namespace {
 
-constexpr std::size_t kLongestCharacter = 6;  // as g_unichar_to_utf8 wants it
+constexpr std::size_t kMaxUtf8Bytes = 6;  // buffer size that g_unichar_to_utf8 requires
 
-// The letters whose lower case is not one letter for itself.
+// Letters whose lower case depends on context or is more than one character.
 constexpr gunichar kCapitalIWithDot = 0x130;
 constexpr gunichar kDotAbove = 0x307;
 constexpr gunichar kCapitalSigma = 0x3A3;
@@ -32,7 +32,7 @@ std::string asciiLowercased(std::string_view text) {
   return result;
 }
 
-/// The first character of a text that is not empty; none where its first byte is not UTF-8.
+/// The first code point of a non-empty text; nullopt if it does not start with valid UTF-8.
 std::optional<gunichar> firstCode(std::string_view text) {
   const gunichar code = g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
   if (code == static_cast<gunichar>(-1) || code == static_cast<gunichar>(-2)) return std::nullopt;
@@ -44,11 +44,11 @@ std::size_t sizeOf(gunichar code) {
 }
 
 void append(std::string& text, gunichar code) {
-  std::array<char, kLongestCharacter> bytes{};
+  std::array<char, kMaxUtf8Bytes> bytes{};
   text.append(bytes.data(), static_cast<std::size_t>(g_unichar_to_utf8(code, bytes.data())));
 }
 
-/// Whether a word goes on with the text: a letter, but for the marks before it.
+/// Whether the text starts with a letter, skipping combining marks.
 bool beginsWithLetter(std::string_view text) {
   while (!text.empty()) {
     const auto code = firstCode(text);
@@ -59,7 +59,7 @@ bool beginsWithLetter(std::string_view text) {
   return false;
 }
 
-/// The same of the text before.
+/// Whether the text ends with a letter, skipping combining marks.
 bool endsWithLetter(std::string_view text) {
   while (!text.empty()) {
     const char* last = g_utf8_find_prev_char(text.data(), text.data() + text.size());
@@ -175,8 +175,8 @@ std::size_t utf16Length(std::string_view text) {
   return units;
 }
 
-// g_utf8_strdown would ask the locale, which is the host's: a Turkish one makes other texts of the
-// same paths.
+// Does not use g_utf8_strdown, which depends on the host's locale: a Turkish locale would map the
+// same path to a different text.
 std::string lowercased(std::string_view text) {
   if (isAscii(text)) return asciiLowercased(text);
   std::string result;

@@ -8,10 +8,10 @@
 
 namespace wevora::platform {
 
-// Paths and texts, in UTF-8. Bytes that are not UTF-8 pass through every function unharmed.
-// Nothing here looks at a disk.
+// Functions for paths and strings in UTF-8. They keep bytes that are not valid UTF-8 unchanged and
+// never access the file system.
 
-/// Hashes any kind of string, so that maps keyed by std::string are searched without a copy.
+/// Transparent hash: look-ups in maps keyed by std::string need no temporary string.
 struct StringHash {
   using is_transparent = void;
   std::size_t operator()(std::string_view text) const noexcept {
@@ -19,14 +19,15 @@ struct StringHash {
   }
 };
 
-/// "/Users/a" gives "/", "Users", "a"; a trailing separator gives no component; "" gives none.
+/// "/Users/a" gives "/", "Users", "a"; a trailing separator adds no component; "" has no
+/// components.
 std::vector<std::string> pathComponents(std::string_view path);
 
-/// Walks the components of a path without copying them: the same sequence as pathComponents.
+/// Iterates over the components of a path without copying them, in the order of pathComponents.
 class PathComponents {
  public:
   explicit PathComponents(std::string_view path) : rest_(path) {}
-  /// The next component, or nothing after the last.
+  /// The next component; nullopt after the last one.
   std::optional<std::string_view> next();
 
  private:
@@ -34,7 +35,7 @@ class PathComponents {
   bool started_ = false;
 };
 
-/// Collapses separators, removes ".", resolves ".." by the text alone, drops a trailing separator.
+/// Collapses separators, removes ".", resolves ".." lexically, drops a trailing separator.
 std::string standardizedPath(std::string_view path);
 
 /// "/a/b" gives "b", "/a/b/" gives "b", "/" gives "/", "" gives "".
@@ -49,33 +50,33 @@ std::string_view withoutTrailingSeparators(std::string_view path);
 /// Joins with exactly one separator; a trailing one is dropped: ("/a/", "/b/c") gives "/a/b/c".
 std::string pathByAppendingComponent(std::string_view path, std::string_view component);
 
-/// Whether all of a text is valid UTF-8.
 bool isUtf8(std::string_view text);
 
 /// Length in UTF-16 units; a byte that is not UTF-8 counts as one unit.
 std::size_t utf16Length(std::string_view text);
 
-/// One character of a text: its bytes and the UTF-16 units that it counts for.
+/// The length of one character, in bytes and in UTF-16 units.
 struct Character {
   std::size_t bytes;
   std::size_t units;
 };
-/// The first character of a text that is not empty; a byte that is not UTF-8 stands alone.
+/// The first character of a non-empty text; an invalid byte counts as one character.
 Character firstCharacter(std::string_view text);
 
 /// Unicode lower case, independent of the locale.
 std::string lowercased(std::string_view text);
 
-/// Texts that differ in case only have the same fold; independent of the locale.
+/// Texts that differ only in case have the same case-folded form. Independent of the locale.
 std::string caseFolded(std::string_view text);
 
 /// A new random UUID in lower case, 8-4-4-4-12.
 std::string randomUUID();
 
-/// Percent-encodes what a file URL's path may not hold; "/" stays.
+/// Percent-encodes the characters that the path of a file URL may not contain; keeps "/".
 std::string percentEncodedPath(std::string_view path);
 
-/// The path of a "file:" URL, percent-decoded; none for another scheme or a bad escape.
+/// The percent-decoded path of a "file:" URL; nullopt for another scheme, a remote host or a bad
+/// escape.
 std::optional<std::string> pathFromFileUrl(std::string_view url);
 
 }  // namespace wevora::platform

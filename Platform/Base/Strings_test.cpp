@@ -22,7 +22,7 @@ TEST(PathComponents, TheLeadingSeparatorIsAComponentOfItsOwn) {
   EXPECT_TRUE(pathComponents("").empty());
 }
 
-TEST(StandardizedPath, CollapsesDotsAndSeparatorsByTheTextAlone) {
+TEST(StandardizedPath, CollapsesDotsAndSeparatorsLexically) {
   EXPECT_EQ(standardizedPath("/a//b/./c/"), "/a/b/c");
   EXPECT_EQ(standardizedPath("/a/b/../c"), "/a/c");
   EXPECT_EQ(standardizedPath("/../../a"), "/a");
@@ -54,14 +54,14 @@ TEST(PathByAppendingComponent, JoinsWithExactlyOneSeparator) {
   EXPECT_EQ(pathByAppendingComponent("", "b"), "b");
 }
 
-TEST(Utf16Length, CountsSurrogatePairsAsTwoAndStrayBytesAsOne) {
+TEST(Utf16Length, CountsSurrogatePairsAsTwoAndInvalidBytesAsOne) {
   EXPECT_EQ(utf16Length("abc"), 3U);
   EXPECT_EQ(utf16Length("\xC3\xA9"), 1U);
   EXPECT_EQ(utf16Length("\xF0\x9F\x98\x80"), 2U);
   EXPECT_EQ(utf16Length("a\xFF\xFE"), 3U);
 }
 
-TEST(Lowercased, IsUnicodeAwareAndLeavesBytesThatAreNotUtf8Alone) {
+TEST(Lowercased, IsUnicodeAwareAndKeepsInvalidBytes) {
   EXPECT_EQ(lowercased("\xC3\x89T\xC3\x89"), "\xC3\xA9t\xC3\xA9");
   EXPECT_EQ(lowercased("A\xFF"
                        "B"),
@@ -70,7 +70,7 @@ TEST(Lowercased, IsUnicodeAwareAndLeavesBytesThatAreNotUtf8Alone) {
   EXPECT_EQ(lowercased(std::string_view("A\0\xC3\x89", 4)), std::string_view("a\0\xC3\xA9", 4));
 }
 
-TEST(Lowercased, LettersOfEveryKindHaveTheLowerCaseOfNoLanguageInParticular) {
+TEST(Lowercased, SpecialLettersHaveTheirLanguageNeutralLowerCase) {
   const std::pair<const char*, const char*> kTable[] = {
       {"FILE", "file"},
       {"\u0130", "i\u0307"},
@@ -91,8 +91,8 @@ TEST(Lowercased, LettersOfEveryKindHaveTheLowerCaseOfNoLanguageInParticular) {
   for (const auto& [text, lower] : kTable) EXPECT_EQ(lowercased(text), lower) << text;
 }
 
-TEST(Lowercased, APathIsTheSameInEveryLanguageOfTheHost) {
-  // The name of a locale is what makes it Turkish to GLib.
+TEST(Lowercased, TheResultDoesNotDependOnTheHostsLocale) {
+  // GLib detects a Turkish locale by its name only, so links to another locale are enough.
   const TemporaryFolder locales;
   const std::string before = std::setlocale(LC_CTYPE, nullptr);
   for (const char* name : {"tr_TR.UTF-8", "az_AZ.UTF-8", "lt_LT.UTF-8"}) {
@@ -107,7 +107,7 @@ TEST(Lowercased, APathIsTheSameInEveryLanguageOfTheHost) {
   std::setlocale(LC_CTYPE, before.c_str());
 }
 
-TEST(CaseFolded, IsTheSameForTextsThatDifferInCaseOnly) {
+TEST(CaseFolded, IsEqualForTextsThatDifferOnlyInCase) {
   EXPECT_EQ(caseFolded("Stra\xC3\x9F"
                        "E"),
             caseFolded("STRASSE"));
@@ -115,20 +115,20 @@ TEST(CaseFolded, IsTheSameForTextsThatDifferInCaseOnly) {
   EXPECT_NE(caseFolded("a\xFF"), caseFolded("a\xFE"));
 }
 
-TEST(RandomUUID, IsCanonicalAndNew) {
+TEST(RandomUUID, IsCanonicalAndUnique) {
   const auto uuid = randomUUID();
   ASSERT_EQ(uuid.size(), 36U);
   for (const std::size_t dash : {8U, 13U, 18U, 23U}) EXPECT_EQ(uuid[dash], '-');
   EXPECT_NE(uuid, randomUUID());
 }
 
-TEST(FileUrl, DecodesWhatWasEncoded) {
+TEST(FileUrl, DecodingReversesEncoding) {
   const std::string odd = "/a b/\xC3\xA9%#?/\xFF";
   EXPECT_EQ(pathFromFileUrl("file://" + percentEncodedPath(odd)), odd);
   EXPECT_EQ(pathFromFileUrl("file://localhost/a"), "/a");
 }
 
-TEST(FileUrl, RefusesOtherSchemesHostsAndBadEscapes) {
+TEST(FileUrl, RejectsOtherSchemesHostsAndBadEscapes) {
   EXPECT_EQ(pathFromFileUrl("http://localhost/a"), std::nullopt);
   EXPECT_EQ(pathFromFileUrl("file://elsewhere/a"), std::nullopt);
   EXPECT_EQ(pathFromFileUrl("file:///a%2"), std::nullopt);

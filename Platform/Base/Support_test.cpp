@@ -9,7 +9,7 @@
 namespace wevora::platform {
 namespace {
 
-TEST(Swallowing, EndsEveryException) {
+TEST(CatchAll, StopsEveryException) {
   bool reached = false;
   catchAll([&] {
     reached = true;
@@ -20,23 +20,23 @@ TEST(Swallowing, EndsEveryException) {
   EXPECT_EQ(catchAllOr(7, [] { return 8; }), 8);
 }
 
-TEST(ScopeExit, ActsWhenTheScopeIsLeftByAnException) {
-  int acted = 0;
+TEST(ScopeExit, RunsWhenAnExceptionLeavesTheScope) {
+  int calls = 0;
   catchAll([&] {
-    const ScopeExit exit([&] { ++acted; });
+    const ScopeExit exit([&] { ++calls; });
     throw std::runtime_error("from the scope");
   });
-  EXPECT_EQ(acted, 1);
+  EXPECT_EQ(calls, 1);
 }
 
-TEST(AssertionFailureTest, CarriesItsMessageAndPlace) {
+TEST(AssertionFailureTest, CarriesItsMessageAndSourceLocation) {
   const AssertionFailure failure("broken", "Source", 12);
   EXPECT_STREQ(failure.what(), "broken");
   EXPECT_EQ(failure.source(), "Source");
   EXPECT_EQ(failure.line(), 12);
 }
 
-TEST(EvictingCacheTest, GivesUpItsEntriesWhenTheyAreTooMany) {
+TEST(EvictingCacheTest, DropsItsEntriesWhenTheLimitIsReached) {
   EvictingCache cache(2);
   cache.store("a", "1");
   cache.store("b", "2");

@@ -1,4 +1,4 @@
-// Names for clang's thread-safety attributes (-Wthread-safety); nothing under other compilers.
+// Macros for clang's thread-safety attributes (-Wthread-safety); empty for other compilers.
 #pragma once
 
 #if defined(__clang__)

@@ -25,7 +25,7 @@ class GLibTimeZone : public TimeZone {
 
  private:
   std::int64_t offset(GTimeType type, gint64 time) const {
-    // A time that the zone's clocks skip is moved to the nearest one that they show.
+    // Adjusts a local time that a daylight-saving transition skips.
     const int interval = g_time_zone_adjust_time(zone_.get(), type, &time);
     return interval < 0 ? 0 : g_time_zone_get_offset(zone_.get(), interval);
   }
@@ -59,7 +59,7 @@ struct TimeZoneMonitor::State {
 TimeZoneMonitor::TimeZoneMonitor(LocalNotificationCenter& center, const std::string& path)
     : state_(std::make_unique<State>(State{center, nullptr, 0})) {
   const GObjectPtr<GFile> file(g_file_new_for_path(path.c_str()));
-  // The name is what is replaced when a zone is chosen, so it is watched, not what it points to.
+  // Changing the zone replaces this symbolic link, so watch the link and not its target.
   state_->monitor.reset(
       g_file_monitor_file(file.get(), G_FILE_MONITOR_WATCH_MOVES, nullptr, nullptr));
   if (!state_->monitor) return;

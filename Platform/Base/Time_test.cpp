@@ -8,7 +8,7 @@ namespace {
 
 using std::chrono_literals::operator""ms;
 
-TEST(VirtualClock, MovesOnlyByHand) {
+TEST(VirtualClock, MovesOnlyWhenAdvanced) {
   VirtualClock clock(Date{100});
   EXPECT_EQ(clock.now(), Date{100});
   clock.advance(1500ms);
@@ -23,7 +23,7 @@ TEST(SystemClock, NeverRunsBackwardsInUptime) {
   EXPECT_GT(clock.now(), Date{1.6e9});
 }
 
-TEST(SystemTimeZones, AnswerTheOffsetsOfTheZoneThatTheEnvironmentNames) {
+TEST(SystemTimeZones, ReturnTheOffsetsOfTheZoneInTheEnvironment) {
   ::setenv("TZ", "+05:30", 1);
   const auto zone = SystemTimeZones().systemTimeZone();
   ::unsetenv("TZ");

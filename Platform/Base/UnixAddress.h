@@ -7,11 +7,10 @@
 
 namespace wevora::platform {
 
-/// The address of a socket in the file system.
-/// Threads: any. Owns: the path, a copy. Errors: none.
+/// The address of a Unix socket in the file system.
 class UnixAddress {
  public:
-  /// None for a path that is too long for a socket, and for one with a null byte.
+  /// nullopt if the path is too long for a socket address or contains a NUL byte.
   static std::optional<UnixAddress> of(const std::string& path) {
     UnixAddress made;
     if (path.size() >= sizeof made.address_.sun_path || path.find('\0') != std::string::npos)

@@ -4,7 +4,7 @@
 
 namespace wevora::platform {
 
-/// The version of this build, "0.1.0". Its one source is project() in the top CMakeLists.txt.
+/// The version of this build, such as "0.1.0". It is set by project() in the top CMakeLists.txt.
 std::string_view productVersion() noexcept;
 
 }  // namespace wevora::platform

@@ -6,7 +6,8 @@
 namespace wevora::platform {
 namespace {
 
-/// Signals are the host's business; its threads take them.
+/// Blocks all signals in the calling thread, so that a thread started meanwhile inherits the mask.
+/// Signals must be handled by the host's own threads.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
@@ -24,9 +25,9 @@ class SignalsBlocked {
 
 }  // namespace
 
-Deadline::Deadline(std::chrono::milliseconds allowed) : cancellable_(g_cancellable_new()) {
+Deadline::Deadline(std::chrono::milliseconds timeout) : cancellable_(g_cancellable_new()) {
   const SignalsBlocked blocked;
-  const auto end = std::chrono::steady_clock::now() + allowed;
+  const auto end = std::chrono::steady_clock::now() + timeout;
   try {
     watch_ = std::thread([this, end]() noexcept { watch(end); });
   } catch (const std::system_error&) {

@@ -10,13 +10,12 @@
 
 namespace wevora::platform {
 
-/// Cancels an operation of GIO that is not over in time, from a thread of its own, so that the
-/// operation can be waited for without a main loop.
-/// Threads: one. Owns: the cancellable and the thread, until destroyed.
-/// Errors: without a thread the operation is cancelled at once.
+/// A timeout for a synchronous GIO operation: cancels it from a separate thread, so that it works
+/// without a running main loop.
+/// Errors: if the thread cannot be started, the operation is cancelled at once.
 class Deadline {
  public:
-  explicit Deadline(std::chrono::milliseconds allowed);
+  explicit Deadline(std::chrono::milliseconds timeout);
   ~Deadline();
   Deadline(const Deadline&) = delete;
   Deadline& operator=(const Deadline&) = delete;

@@ -8,33 +8,32 @@
 
 namespace wevora::platform {
 
-/// Work for a queue. What it throws ends with it, silently.
+/// Work for a queue. The queue discards exceptions that the block throws.
 using Block = std::function<void()>;
 
-/// A block that waits for its time.
-/// Threads: any. Owns: nothing. Errors: none.
+/// A block that is queued after a delay.
+/// Thread-safety: any thread.
 class DelayedBlock {
  public:
   virtual ~DelayedBlock() = default;
-  /// Queues the block now, if it has not been queued yet.
+  /// Queues the block at once, unless it has already been queued.
   virtual void expedite() = 0;
 };
 
-/// Runs blocks one at a time, in the order in which they came.
-/// Threads: blocks may be given from any. Owns: the blocks that have not run.
-/// Errors: none; a block given to a queue that has ended is dropped.
+/// Runs blocks one at a time, in FIFO order.
+/// Thread-safety: any thread.
+/// Errors: drops blocks that are added after the dispatch has ended.
 class Queue {
  public:
   virtual ~Queue() = default;
   virtual void async(Block block) = 0;
-  /// Runs the block here once `delay` has passed. The block is held until then, whether the
-  /// answer is kept or not.
+  /// Queues the block once `delay` has passed. The caller need not keep the returned handle.
   virtual std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block block) = 0;
 };
 
-/// One piece of work for an operation queue.
-/// Threads: `main` runs on one worker thread. Owns: as its kind. Errors: what `main` throws ends
-/// there, silently.
+/// A unit of work for an operation queue.
+/// Thread-safety: `main` runs once, on a worker thread.
+/// Errors: the queue discards exceptions thrown by `main`.
 class Operation {
  public:
   virtual ~Operation() = default;
@@ -44,7 +43,7 @@ class Operation {
   int queuePriority() const { return queuePriority_; }
   void setQueuePriority(int priority) { queuePriority_ = priority; }
 
-  /// 0.0 (the least) to 1.0; 0.5 is that of the process's other threads.
+  /// 0.0 (lowest) to 1.0; 0.5 is the priority of the process's other threads.
   double threadPriority() const { return threadPriority_; }
   void setThreadPriority(double priority) { threadPriority_ = priority; }
 
@@ -53,27 +52,28 @@ class Operation {
   double threadPriority_ = 0.5;
 };
 
-/// Runs operations on worker threads, by priority and then in the order in which they came.
-/// Threads: any. Owns: the operations that have not finished. Errors: none.
+/// Runs operations on worker threads, highest priority first, FIFO within a priority.
+/// Thread-safety: any thread.
+/// Ownership: keeps each operation until it has finished.
 class OperationQueue {
  public:
   virtual ~OperationQueue() = default;
   virtual void addOperation(std::shared_ptr<Operation> operation) = 0;
-  /// Operations that have not finished, running ones included.
+  /// The number of operations that have not finished, including running ones.
   virtual std::size_t operationCount() const = 0;
   /// Drops every operation that has not started.
   virtual void cancelAllOperations() = 0;
-  /// Blocks the caller until `operationCount` is 0. Not to be called from an operation.
+  /// Blocks the caller until `operationCount` is 0. Deadlocks if an operation calls it.
   virtual void waitUntilAllOperationsAreFinished() = 0;
 };
 
-/// Where queues come from.
-/// Threads: any. Owns: the main queue and the worker threads; serial and operation queues belong
-/// to who asked for them. Errors: none.
+/// Factory of queues.
+/// Thread-safety: any thread.
+/// Ownership: owns the main queue and the worker threads; callers own serial and operation queues.
 class Dispatch {
  public:
   virtual ~Dispatch() = default;
-  /// The queue whose blocks run on the main thread, from its main loop.
+  /// The queue whose blocks run on the main thread, from the main loop.
   virtual Queue& mainQueue() = 0;
   virtual std::shared_ptr<Queue> serialQueue(std::string_view name) = 0;
   virtual std::shared_ptr<OperationQueue> operationQueue(std::size_t maxConcurrent) = 0;

@@ -36,13 +36,13 @@ std::shared_ptr<Operation> work(Block body, int queuePriority = 0, double thread
   return std::make_shared<Work>(std::move(body), queuePriority, threadPriority);
 }
 
-/// Runs the main loop until the condition holds.
+/// Iterates the main loop until the condition holds.
 template <class Condition>
 void iterateUntil(Condition condition) {
   while (!condition()) g_main_context_iteration(nullptr, TRUE);
 }
 
-TEST(GLibMainQueue, RunsBlocksOnTheMainLoopInTheirOrder) {
+TEST(GLibMainQueue, RunsBlocksOnTheMainLoopInFifoOrder) {
   GLibDispatch dispatch;
   std::vector<int> order;
   std::vector<std::thread::id> threads;
@@ -59,7 +59,7 @@ TEST(GLibMainQueue, RunsBlocksOnTheMainLoopInTheirOrder) {
   EXPECT_EQ(std::count(threads.begin(), threads.end(), std::this_thread::get_id()), 200);
 }
 
-TEST(GLibMainQueue, AStormOfBlocksLetsOtherSourcesRunInBetween) {
+TEST(GLibMainQueue, OtherSourcesRunDuringABurstOfBlocks) {
   GLibDispatch dispatch;
   int ran = 0;
   int ranBeforeOther = -1;
@@ -77,7 +77,7 @@ TEST(GLibMainQueue, AStormOfBlocksLetsOtherSourcesRunInBetween) {
   EXPECT_LT(ranBeforeOther, 1000);
 }
 
-TEST(GLibMainQueue, ABlockThatThrowsEndsSilentlyAndTheNextRuns) {
+TEST(GLibMainQueue, ABlockThatThrowsDoesNotStopTheNext) {
   GLibDispatch dispatch;
   bool next = false;
   dispatch.mainQueue().async([] { throw std::runtime_error("from a block"); });
@@ -85,7 +85,7 @@ TEST(GLibMainQueue, ABlockThatThrowsEndsSilentlyAndTheNextRuns) {
   iterateUntil([&] { return next; });
 }
 
-TEST(GLibMainQueue, ADelayedBlockRunsThereAndCanBeExpedited) {
+TEST(GLibMainQueue, ADelayedBlockRunsOnTheMainLoopAndCanBeExpedited) {
   GLibDispatch dispatch;
   bool soon = false;
   bool expedited = false;
@@ -117,7 +117,7 @@ TEST(GLibSerialQueue, RunsOneBlockAtATimeInOrder) {
   EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
-TEST(GLibSerialQueue, ABlockThatThrowsEndsSilentlyAndTheNextRuns) {
+TEST(GLibSerialQueue, ABlockThatThrowsDoesNotStopTheNext) {
   GLibDispatch dispatch;
   const auto queue = dispatch.serialQueue("serial");
   std::promise<void> done;
@@ -142,7 +142,7 @@ TEST(GLibSerialQueue, ADelayedBlockKeepsItsQueueAliveAndRunsOnceWhenExpedited) {
   EXPECT_EQ(runs, 1);
 }
 
-TEST(GLibDispatch, DropsWhatHasNotRunWhenItEnds) {
+TEST(GLibDispatch, DropsPendingBlocksWhenItEnds) {
   const auto witness = std::make_shared<int>(0);
   {
     GLibDispatch dispatch;
@@ -157,7 +157,7 @@ TEST(GLibDispatch, DropsWhatHasNotRunWhenItEnds) {
   EXPECT_EQ(witness.use_count(), 1);
 }
 
-TEST(GLibOperationQueue, RunsNoMoreThanItsMaximumAtOnce) {
+TEST(GLibOperationQueue, NeverExceedsItsMaximumConcurrency) {
   GLibDispatch dispatch;
   const auto queue = dispatch.operationQueue(3);
   std::atomic<int> inside{0};
@@ -191,7 +191,7 @@ TEST(GLibOperationQueue, RunsHigherPrioritiesFirstAndEqualOnesInOrder) {
   EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4, 5, 6}));
 }
 
-TEST(GLibOperationQueue, CountsRunningOperationsAndForgetsCancelledOnesAtOnce) {
+TEST(GLibOperationQueue, CountsRunningOperationsAndDropsCancelledOnesAtOnce) {
   GLibDispatch dispatch;
   const auto queue = dispatch.operationQueue(1);
   std::binary_semaphore started{0};
@@ -229,13 +229,13 @@ TEST(GLibOperationQueue, ThreadPriorityIsTheNicenessOfTheWorkerWhileItRunsTheOpe
     queue->addOperation(
         work([&] { niceness.push_back(::getpriority(PRIO_PROCESS, 0) - base); }, 0, priority));
   queue->waitUntilAllOperationsAreFinished();
-  // The kernel goes no further than 19, wherever this process began.
+  // The kernel limits niceness to 19; this process may start with a raised niceness.
   std::vector<int> wanted = {15, 0, 8, 0, 19, 0};
   for (int& step : wanted) step = std::min(step, 19 - base);
   EXPECT_EQ(niceness, wanted);
 }
 
-TEST(GLibOperationQueue, KeepsAllOperationsThroughThousandsOfSmallOnes) {
+TEST(GLibOperationQueue, LosesNoneOfThousandsOfSmallOperations) {
   GLibDispatch dispatch;
   const auto queue = dispatch.operationQueue(8);
   std::atomic<int> ran{0};

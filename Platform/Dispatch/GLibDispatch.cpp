@@ -13,11 +13,11 @@
 namespace wevora::platform {
 namespace {
 
-/// Hands the block to the queue at its time, unless the queue has ended by then.
+/// Adds the block to the queue after the delay, unless the queue has been destroyed by then.
 std::shared_ptr<DelayedBlock> queueLater(WorkerPool& pool, std::weak_ptr<Queue> weak,
                                          std::chrono::nanoseconds delay, Block block) {
   auto held = std::make_shared<Block>(std::move(block));
-  return pool.at(delay, [weak = std::move(weak), held] {
+  return pool.after(delay, [weak = std::move(weak), held] {
     if (const auto queue = weak.lock()) queue->async(std::move(*held));
   });
 }
@@ -34,29 +34,30 @@ class SerialQueue : public Queue, public std::enable_shared_from_this<SerialQueu
       if (draining_) return;
       draining_ = true;
     }
-    pool_->run([turn = std::make_shared<Turn>(shared_from_this())] {
-      turn->run();
+    pool_->run([job = std::make_shared<DrainJob>(shared_from_this())] {
+      job->run();
       return WorkerPool::Afterwards::stay;
     });
   }
 
   std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block block) override {
-    // Unlike the main queue, a serial queue lives as long as a block of its own waits.
+    // Unlike the main queue, a serial queue stays alive while one of its delayed blocks is pending.
     auto held = std::make_shared<Block>(std::move(block));
-    return pool_->at(delay, [self = shared_from_this(), held] { self->async(std::move(*held)); });
+    return pool_->after(delay,
+                        [self = shared_from_this(), held] { self->async(std::move(*held)); });
   }
 
  private:
-  /// One run of the queue on a worker. If the pool ends first, the blocks that waited for it go:
-  /// they may hold the queue's owner, which holds the queue.
-  class Turn {
+  /// One drain of the queue on a worker. If the pool ends first, the destructor drops the pending
+  /// blocks: they may own the queue's owner, which would be a reference cycle.
+  class DrainJob {
    public:
-    explicit Turn(std::shared_ptr<SerialQueue> queue) : queue_(std::move(queue)) {}
-    ~Turn() {
+    explicit DrainJob(std::shared_ptr<SerialQueue> queue) : queue_(std::move(queue)) {}
+    ~DrainJob() {
       if (queue_) queue_->drop();
     }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
+    DrainJob(const DrainJob&) = delete;
+    DrainJob& operator=(const DrainJob&) = delete;
     void run() { std::exchange(queue_, nullptr)->drain(); }
 
    private:
@@ -115,7 +116,7 @@ class GLibDispatch::MainQueue : public Queue, public std::enable_shared_from_thi
 
  private:
   bool runNext() {
-    const auto alive = shared_from_this();  // the block may end the dispatch
+    const auto alive = shared_from_this();  // the block may destroy the dispatch
     Block block;
     {
       const MutexLock lock(mutex_);

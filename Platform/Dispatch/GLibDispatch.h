@@ -9,11 +9,9 @@ namespace wevora::platform {
 
 class WorkerPool;
 
-/// Queues on GLib: the main queue runs from the default GMainContext, which is the main loop of
-/// every host; the others run on worker threads of their own.
-/// Threads: any; made and destroyed on the main thread.
-/// Owns: the main queue's source and the worker threads.
-/// Errors: none.
+/// Dispatch on GLib: the main queue runs from the default GMainContext, which is the main loop of
+/// every host, under MainLoopThrottle. The other queues run on a WorkerPool.
+/// Thread-safety: any thread, but created and destroyed on the main thread.
 class GLibDispatch : public Dispatch {
  public:
   GLibDispatch();

@@ -10,33 +10,34 @@
 namespace wevora::platform {
 namespace {
 
-/// A host that draws sixty times a second has a little more than half of each picture's time left.
-constexpr std::chrono::milliseconds kTimeOfBatch{6};
-/// A host with a source that is always ready must not keep us waiting for ever.
-constexpr int kTurnsOfRest = 8;
+/// The time slice of a batch. It leaves a host that draws at 60 Hz more than half of each frame.
+constexpr std::chrono::milliseconds kTimeSlice{6};
+/// The longest pause, in main loop iterations. Prevents a host source that is always ready from
+/// starving our work forever.
+constexpr int kMaxPausedIterations = 8;
 
-/// The shares of this process's contexts.
-/// Threads: any. Owns: nothing but the list. Errors: none.
-class Shares {
+/// The throttles of this process, by main context.
+/// Thread-safety: any thread.
+class Throttles {
  public:
   std::shared_ptr<MainLoopThrottle> of(GMainContext* context) {
     const MutexLock lock(mutex_);
-    auto& known = shares_[context];
-    auto share = known.lock();
-    if (!share) known = share = std::make_shared<MainLoopThrottle>(context);
-    return share;
+    auto& known = throttles_[context];
+    auto throttle = known.lock();
+    if (!throttle) known = throttle = std::make_shared<MainLoopThrottle>(context);
+    return throttle;
   }
 
  private:
   Mutex mutex_;
-  std::map<GMainContext*, std::weak_ptr<MainLoopThrottle>> shares_ GUARDED_BY(mutex_);
+  std::map<GMainContext*, std::weak_ptr<MainLoopThrottle>> throttles_ GUARDED_BY(mutex_);
 };
 
 }  // namespace
 
 struct MainLoopThrottle::Source {
   GSource source;
-  MainLoopThrottle* share;
+  MainLoopThrottle* throttle;
 };
 
 struct MainLoopThrottle::TaskSource::State {
@@ -47,72 +48,73 @@ struct MainLoopThrottle::TaskSource::State {
 };
 
 MainLoopThrottle::TaskSource::TaskSource(GMainContext* context, Order order, Step step)
-    : share_(of(context)), state_(std::make_shared<State>(order, std::move(step))) {
-  share_->add(state_);
+    : throttle_(of(context)), state_(std::make_shared<State>(order, std::move(step))) {
+  throttle_->add(state_);
 }
 
 MainLoopThrottle::TaskSource::~TaskSource() {
-  share_->remove(state_);
+  throttle_->remove(state_);
 }
 
 void MainLoopThrottle::TaskSource::ready() {
   state_->ready = true;
-  share_->workIsThere();
+  throttle_->workArrived();
 }
 
 std::shared_ptr<MainLoopThrottle> MainLoopThrottle::of(GMainContext* context) {
-  static NeverDestroyed<Shares> shares;
-  return shares->of(context != nullptr ? context : g_main_context_default());
+  static NeverDestroyed<Throttles> throttles;
+  return throttles->of(context != nullptr ? context : g_main_context_default());
 }
 
 MainLoopThrottle::MainLoopThrottle(GMainContext* context) {
   static GSourceFuncs working = {
       &MainLoopThrottle::prepare, nullptr, &MainLoopThrottle::dispatch, nullptr, nullptr, nullptr};
-  static GSourceFuncs waiting = {nullptr, nullptr, &MainLoopThrottle::othersHadTheirTurn,
-                                 nullptr, nullptr, nullptr};
-  work_ = attached(context, working, G_PRIORITY_DEFAULT);
-  others_ = attached(context, waiting, G_PRIORITY_LOW);
+  static GSourceFuncs resuming = {nullptr, nullptr, &MainLoopThrottle::lowerPrioritiesRan,
+                                  nullptr, nullptr, nullptr};
+  work_ = attachSource(context, working, G_PRIORITY_DEFAULT);
+  resume_ = attachSource(context, resuming, G_PRIORITY_LOW);
 }
 
 MainLoopThrottle::~MainLoopThrottle() {
-  for (GSource* source : {work_, others_}) {
+  for (GSource* source : {work_, resume_}) {
     g_source_destroy(source);
     g_source_unref(source);
   }
 }
 
-GSource* MainLoopThrottle::attached(GMainContext* context, GSourceFuncs& functions, int priority) {
+GSource* MainLoopThrottle::attachSource(GMainContext* context, GSourceFuncs& functions,
+                                        int priority) {
   GSource* source = g_source_new(&functions, sizeof(Source));
-  reinterpret_cast<Source*>(source)->share = this;
+  reinterpret_cast<Source*>(source)->throttle = this;
   g_source_set_name(source, "wevora");
   g_source_set_priority(source, priority);
   g_source_attach(source, context);
   return source;
 }
 
-MainLoopThrottle& MainLoopThrottle::shareOf(GSource* source) {
-  return *reinterpret_cast<Source*>(source)->share;
+MainLoopThrottle& MainLoopThrottle::throttleOf(GSource* source) {
+  return *reinterpret_cast<Source*>(source)->throttle;
 }
 
 gboolean MainLoopThrottle::prepare(GSource* source, gint* timeout) noexcept {
   *timeout = -1;
-  shareOf(source).turned();
-  return FALSE;  // the source's ready time says whether there is work
+  throttleOf(source).loopIterated();
+  return FALSE;  // the ready time of the source decides
 }
 
 gboolean MainLoopThrottle::dispatch(GSource* source, GSourceFunc /*function*/,
                                     gpointer /*data*/) noexcept {
-  const auto alive = shareOf(source).shared_from_this();
+  const auto alive = throttleOf(source).shared_from_this();
   alive->runBatch();
-  alive->rest();
+  alive->pause();
   return G_SOURCE_CONTINUE;
 }
 
-gboolean MainLoopThrottle::othersHadTheirTurn(GSource* source, GSourceFunc /*function*/,
+gboolean MainLoopThrottle::lowerPrioritiesRan(GSource* source, GSourceFunc /*function*/,
                                               gpointer /*data*/) noexcept {
-  auto& share = shareOf(source);
-  const MutexLock lock(share.mutex_);
-  share.goOn();
+  auto& throttle = throttleOf(source);
+  const MutexLock lock(throttle.mutex_);
+  throttle.resume();
   return G_SOURCE_CONTINUE;
 }
 
@@ -128,17 +130,17 @@ void MainLoopThrottle::remove(const std::shared_ptr<TaskSource::State>& taskSour
   std::erase(taskSources_, taskSource);
 }
 
-void MainLoopThrottle::workIsThere() {
+void MainLoopThrottle::workArrived() {
   const MutexLock lock(mutex_);
-  if (!resting_) g_source_set_ready_time(work_, 0);
+  if (!paused_) g_source_set_ready_time(work_, 0);
 }
 
 void MainLoopThrottle::runBatch() {
-  const auto end = std::chrono::steady_clock::now() + kTimeOfBatch;
-  for (int steps = 0; steps < kStepsOfBatch; ++steps) {
+  const auto end = std::chrono::steady_clock::now() + kTimeSlice;
+  for (int steps = 0; steps < kMaxBatchSteps; ++steps) {
     const auto taskSource = next();
     if (!taskSource) return;
-    // Before the step: who adds work while it runs says so again.
+    // Reset before the step: work that arrives while it runs sets the flag again.
     taskSource->ready = false;
     catchAll([&] {
       if (taskSource->step()) taskSource->ready = true;
@@ -154,22 +156,22 @@ std::shared_ptr<MainLoopThrottle::TaskSource::State> MainLoopThrottle::next() {
   return found == taskSources_.end() ? nullptr : *found;
 }
 
-void MainLoopThrottle::rest() {
+void MainLoopThrottle::pause() {
   const MutexLock lock(mutex_);
-  resting_ = true;
-  turns_ = 0;
+  paused_ = true;
+  iterations_ = 0;
   g_source_set_ready_time(work_, -1);
-  g_source_set_ready_time(others_, 0);
+  g_source_set_ready_time(resume_, 0);
 }
 
-void MainLoopThrottle::turned() {
+void MainLoopThrottle::loopIterated() {
   const MutexLock lock(mutex_);
-  if (resting_ && ++turns_ > kTurnsOfRest) goOn();
+  if (paused_ && ++iterations_ > kMaxPausedIterations) resume();
 }
 
-void MainLoopThrottle::goOn() {
-  resting_ = false;
-  g_source_set_ready_time(others_, -1);
+void MainLoopThrottle::resume() {
+  paused_ = false;
+  g_source_set_ready_time(resume_, -1);
   if (std::ranges::any_of(taskSources_,
                           [](const auto& taskSource) { return taskSource->ready.load(); }))
     g_source_set_ready_time(work_, 0);

@@ -11,27 +11,28 @@
 
 namespace wevora::platform {
 
-/// What all of our work takes of a main loop that is the host's. Work begins at once when it comes,
-/// but after each batch all of it rests, until the host's sources of every lower priority (drawing,
-/// idle work) have had a turn, or the loop has turned a few times: a storm of our work slows the
-/// host down and stops nothing of it.
-/// Threads: lanes are made, destroyed and run on the context's thread; `ready` from any.
-/// Owns: two sources of the main context; not the lanes.
-/// Errors: none; what a step throws ends there.
+/// Throttles all of our work on the host's main loop. All task sources of a main context share one
+/// throttle. Work that arrives runs at once, in a batch that is limited by a number of steps and by
+/// a time slice. After each batch every task source yields: the throttle pauses until the host's
+/// sources of all lower priorities (drawing, idle work) have run, or until the loop has iterated a
+/// few times. A burst of our work slows the host down but never starves it.
+/// Thread-safety: task sources are created, destroyed and run on the context's thread;
+///   TaskSource::ready may be called from any thread. `mutex_` is a leaf lock; it is not held while
+///   a step runs.
+/// Errors: exceptions thrown by a step are discarded.
 class MainLoopThrottle : public std::enable_shared_from_this<MainLoopThrottle> {
  public:
-  /// A batch ends with so many steps, and sooner where they take long.
-  static constexpr int kStepsOfBatch = 64;
+  /// The maximum number of steps in a batch. A batch that uses up its time slice ends earlier.
+  static constexpr int kMaxBatchSteps = 64;
 
-  /// What comes first where both wait: what is told to the bundle leads to blocks, so these do not
-  /// pile up while more is told.
+  /// The scheduling order of ready task sources. Notifications produce blocks, so blocks run first;
+  /// otherwise blocks would pile up during a burst of notifications.
   enum class Order { blocks, notifications };
 
-  /// Does one piece of work; false where none is left behind it.
+  /// Performs one unit of work; returns whether more is pending.
   using Step = std::function<bool()>;
 
-  /// One kind of work.
-  /// Threads: as its share. Owns: a share of the share, and the step. Errors: none.
+  /// A kind of work that is scheduled under the throttle of its context.
   class TaskSource {
    public:
     TaskSource(GMainContext* context, Order order, Step step);
@@ -39,17 +40,17 @@ class MainLoopThrottle : public std::enable_shared_from_this<MainLoopThrottle> {
     TaskSource(const TaskSource&) = delete;
     TaskSource& operator=(const TaskSource&) = delete;
 
-    /// There is something to do.
+    /// Schedules the step.
     void ready();
 
    private:
     friend class MainLoopThrottle;
     struct State;
-    std::shared_ptr<MainLoopThrottle> share_;
+    std::shared_ptr<MainLoopThrottle> throttle_;
     std::shared_ptr<State> state_;
   };
 
-  /// That of a context, null being the default one; made at first use.
+  /// The throttle of a context, created at first use. Null means the default context.
   static std::shared_ptr<MainLoopThrottle> of(GMainContext* context);
 
   explicit MainLoopThrottle(GMainContext* context);
@@ -59,28 +60,28 @@ class MainLoopThrottle : public std::enable_shared_from_this<MainLoopThrottle> {
 
  private:
   struct Source;
-  GSource* attached(GMainContext* context, GSourceFuncs& functions, int priority);
-  static MainLoopThrottle& shareOf(GSource* source);
+  GSource* attachSource(GMainContext* context, GSourceFuncs& functions, int priority);
+  static MainLoopThrottle& throttleOf(GSource* source);
   static gboolean prepare(GSource* source, gint* timeout) noexcept;
   static gboolean dispatch(GSource* source, GSourceFunc function, gpointer data) noexcept;
-  static gboolean othersHadTheirTurn(GSource* source, GSourceFunc function, gpointer data) noexcept;
+  static gboolean lowerPrioritiesRan(GSource* source, GSourceFunc function, gpointer data) noexcept;
 
   void add(std::shared_ptr<TaskSource::State> taskSource);
   void remove(const std::shared_ptr<TaskSource::State>& taskSource);
-  void workIsThere();
+  void workArrived();
   void runBatch();
   std::shared_ptr<TaskSource::State> next();
-  void rest();
-  void turned();
-  void goOn() REQUIRES(mutex_);
+  void pause();
+  void loopIterated();
+  void resume() REQUIRES(mutex_);
 
   GSource* work_ = nullptr;
-  GSource* others_ = nullptr;  ///< runs when nothing of the host is left to do
+  GSource* resume_ = nullptr;  ///< has the lowest priority; its dispatch ends the pause
   Mutex mutex_;
   std::vector<std::shared_ptr<TaskSource::State>> taskSources_
-      GUARDED_BY(mutex_);  ///< in their order
-  bool resting_ GUARDED_BY(mutex_) = false;
-  int turns_ GUARDED_BY(mutex_) = 0;  ///< of the loop, since the rest began
+      GUARDED_BY(mutex_);  ///< sorted by order
+  bool paused_ GUARDED_BY(mutex_) = false;
+  int iterations_ GUARDED_BY(mutex_) = 0;  ///< of the main loop, since the pause began
 };
 
 }  // namespace wevora::platform

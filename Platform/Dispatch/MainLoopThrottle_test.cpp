@@ -19,24 +19,24 @@ using testing_host::runMainLoopUntil;
 using TaskSource = MainLoopThrottle::TaskSource;
 using Order = MainLoopThrottle::Order;
 
-/// When a host draws.
+/// The priority at which a host draws.
 constexpr int kRedraw = G_PRIORITY_HIGH_IDLE + 20;
 
-/// A source of the host that always has something to do, and the work of ours between its turns.
+/// A host source that is always ready. Counts its dispatches, and the steps of ours between them.
 class HostWork {
  public:
-  explicit HostWork(int priority) : source_(g_idle_add_full(priority, &turn, this, nullptr)) {}
+  explicit HostWork(int priority) : source_(g_idle_add_full(priority, &dispatch, this, nullptr)) {}
   ~HostWork() { g_source_remove(source_); }
   HostWork(const HostWork&) = delete;
   HostWork& operator=(const HostWork&) = delete;
 
-  void worked() { longest = std::max(longest, ++since_); }
-  int turns = 0;
+  void countStep() { longest = std::max(longest, ++since_); }
+  int dispatches = 0;
   int longest = 0;
 
  private:
-  static gboolean turn(gpointer self) noexcept {
-    ++static_cast<HostWork*>(self)->turns;
+  static gboolean dispatch(gpointer self) noexcept {
+    ++static_cast<HostWork*>(self)->dispatches;
     static_cast<HostWork*>(self)->since_ = 0;
     return G_SOURCE_CONTINUE;
   }
@@ -44,52 +44,52 @@ class HostWork {
   guint source_;
 };
 
-TEST(MainLoopThrottleTest, ASourceOfLowerPriorityHasATurnAfterEachBatch) {
+TEST(MainLoopThrottleTest, ASourceOfLowerPriorityRunsAfterEachBatch) {
   for (const int priority : {G_PRIORITY_DEFAULT, kRedraw, G_PRIORITY_DEFAULT_IDLE}) {
     HostWork host(priority);
     int left = 10000;
     TaskSource taskSource(nullptr, Order::blocks, [&] {
-      host.worked();
+      host.countStep();
       return --left > 0;
     });
     taskSource.ready();
     ASSERT_TRUE(runMainLoopUntil([&] { return left == 0; }));
-    EXPECT_LE(host.longest, MainLoopThrottle::kStepsOfBatch) << priority;
-    EXPECT_GE(host.turns, 10000 / MainLoopThrottle::kStepsOfBatch) << priority;
+    EXPECT_LE(host.longest, MainLoopThrottle::kMaxBatchSteps) << priority;
+    EXPECT_GE(host.dispatches, 10000 / MainLoopThrottle::kMaxBatchSteps) << priority;
   }
 }
 
-TEST(MainLoopThrottleTest, TwoKindsOfWorkTakeTheirTurnsTogether) {
+TEST(MainLoopThrottleTest, TwoTaskSourcesShareOneBatch) {
   HostWork host(kRedraw);
   int notifications = 0;
   int blocks = 0;
   int waiting = 0;
   int most = 0;
   TaskSource second(nullptr, Order::blocks, [&] {
-    host.worked();
+    host.countStep();
     ++blocks;
     return --waiting > 0;
   });
   TaskSource first(nullptr, Order::notifications, [&] {
-    host.worked();
+    host.countStep();
     most = std::max(most, waiting += 2);
     second.ready();
     return ++notifications < 5000;
   });
   first.ready();
   ASSERT_TRUE(runMainLoopUntil([&] { return blocks == 10000; }));
-  EXPECT_LE(host.longest, MainLoopThrottle::kStepsOfBatch);
-  EXPECT_EQ(most, 2);  // what notifications lead to does not pile up
+  EXPECT_LE(host.longest, MainLoopThrottle::kMaxBatchSteps);
+  EXPECT_EQ(most, 2);  // the blocks of notifications do not pile up
 }
 
-TEST(MainLoopThrottleTest, WorkThatTakesLongEndsItsBatch) {
+TEST(MainLoopThrottleTest, ASlowStepEndsItsBatch) {
   HostWork host(kRedraw);
   int steps = 0;
   TaskSource taskSource(nullptr, Order::blocks, [&] {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(7);
     while (std::chrono::steady_clock::now() < end) {
     }
-    host.worked();
+    host.countStep();
     return ++steps < 5;
   });
   taskSource.ready();
@@ -97,16 +97,16 @@ TEST(MainLoopThrottleTest, WorkThatTakesLongEndsItsBatch) {
   EXPECT_EQ(host.longest, 1);
 }
 
-TEST(MainLoopThrottleTest, WorkGoesOnBesideASourceThatNeverRests) {
+TEST(MainLoopThrottleTest, AHostSourceThatIsAlwaysReadyDoesNotStarveOurWork) {
   HostWork host(kRedraw);
   int steps = 0;
   TaskSource taskSource(nullptr, Order::blocks, [&] { return ++steps < 1000; });
   taskSource.ready();
   EXPECT_TRUE(runMainLoopUntil([&] { return steps == 1000; }));
-  EXPECT_LE(host.turns, 1000);
+  EXPECT_LE(host.dispatches, 1000);
 }
 
-TEST(MainLoopThrottleTest, WorkThatComesIsDoneInTheNextTurn) {
+TEST(MainLoopThrottleTest, NewWorkRunsInTheNextIteration) {
   int steps = 0;
   TaskSource taskSource(nullptr, Order::blocks, [&] {
     ++steps;
@@ -119,7 +119,7 @@ TEST(MainLoopThrottleTest, WorkThatComesIsDoneInTheNextTurn) {
   EXPECT_EQ(steps, 1);
 }
 
-TEST(MainLoopThrottleTest, WorkFromOtherThreadsIsNeverForgotten) {
+TEST(MainLoopThrottleTest, WorkFromOtherThreadsIsNeverLost) {
   std::atomic<int> waiting{0};
   int done = 0;
   TaskSource taskSource(nullptr, Order::blocks, [&] {
@@ -137,7 +137,7 @@ TEST(MainLoopThrottleTest, WorkFromOtherThreadsIsNeverForgotten) {
   other.join();
 }
 
-TEST(MainLoopThrottleTest, AStepMayThrowAndMayEndItsLane) {
+TEST(MainLoopThrottleTest, AStepMayThrowAndMayDestroyItsTaskSource) {
   int steps = 0;
   std::optional<TaskSource> taskSource;
   taskSource.emplace(nullptr, Order::blocks, [&]() -> bool {

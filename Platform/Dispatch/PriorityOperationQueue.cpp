@@ -10,14 +10,14 @@
 namespace wevora::platform {
 namespace {
 
-/// Niceness steps away from the process's own for a thread priority: 0.5 is none, 0.0 is 19.
+/// The change of niceness for a thread priority: 0 for 0.5, +19 for 0.0, -19 for 1.0.
 int nicenessFor(double threadPriority) {
   const double p = std::clamp(threadPriority, 0.0, 1.0);
   return static_cast<int>(std::lround((0.5 - p) * 38.0));
 }
 
-/// Gives the calling thread a niceness and takes it back.
-/// Threads: one. Owns: nothing. Errors: a change that the system refuses is left out.
+/// Changes the niceness of the calling thread and restores it.
+/// Errors: ignores a change that the kernel rejects.
 class Niceness {
  public:
   explicit Niceness(int steps) {
@@ -27,7 +27,7 @@ class Niceness {
     base_ = now;
     changed_ = ::setpriority(PRIO_PROCESS, 0, std::clamp(now + steps, -20, 19)) == 0;
   }
-  /// False when the thread had to stay as it is.
+  /// False if the kernel refuses to restore the niceness.
   bool restore() const { return !changed_ || ::setpriority(PRIO_PROCESS, 0, base_) == 0; }
 
  private:
@@ -46,7 +46,7 @@ std::shared_ptr<PriorityOperationQueue> PriorityOperationQueue::create(
 void PriorityOperationQueue::addOperation(std::shared_ptr<Operation> operation) {
   {
     const MutexLock lock(mutex_);
-    waiting_[operation->queuePriority()].push_back(std::move(operation));
+    pending_[operation->queuePriority()].push_back(std::move(operation));
     ++unfinished_;
     if (runners_ == maxConcurrent_) return;
     ++runners_;
@@ -55,11 +55,11 @@ void PriorityOperationQueue::addOperation(std::shared_ptr<Operation> operation) 
 }
 
 std::shared_ptr<Operation> PriorityOperationQueue::takeNext() {
-  if (waiting_.empty()) return nullptr;
-  const auto highest = waiting_.begin();
+  if (pending_.empty()) return nullptr;
+  const auto highest = pending_.begin();
   auto operation = std::move(highest->second.front());
   highest->second.pop_front();
-  if (highest->second.empty()) waiting_.erase(highest);
+  if (highest->second.empty()) pending_.erase(highest);
   return operation;
 }
 
@@ -81,7 +81,7 @@ WorkerPool::Afterwards PriorityOperationQueue::runOne() {
   {
     const MutexLock lock(mutex_);
     if (--unfinished_ == 0) finished_.notify_all();
-    more = !waiting_.empty();
+    more = !pending_.empty();
     if (!more) --runners_;
   }
   if (more) pool_->run([self = shared_from_this()] { return self->runOne(); });
@@ -89,9 +89,9 @@ WorkerPool::Afterwards PriorityOperationQueue::runOne() {
 }
 
 void PriorityOperationQueue::cancelAllOperations() {
-  Waiting cancelled;
+  PendingOperations cancelled;
   const MutexLock lock(mutex_);
-  cancelled.swap(waiting_);
+  cancelled.swap(pending_);
   for (const auto& [priority, operations] : cancelled) unfinished_ -= operations.size();
   if (unfinished_ == 0) finished_.notify_all();
 }

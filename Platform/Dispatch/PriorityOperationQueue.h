@@ -12,9 +12,8 @@
 
 namespace wevora::platform {
 
-/// The operation queue on a pool of workers.
-/// Threads: any. Owns: its operations; lives as long as one of them runs.
-/// Errors: none.
+/// OperationQueue on a WorkerPool.
+/// Ownership: stays alive while one of its operations runs.
 class PriorityOperationQueue : public OperationQueue,
                                public std::enable_shared_from_this<PriorityOperationQueue> {
  public:
@@ -30,7 +29,7 @@ class PriorityOperationQueue : public OperationQueue,
   PriorityOperationQueue(std::shared_ptr<WorkerPool> pool, std::size_t maxConcurrent)
       : pool_(std::move(pool)), maxConcurrent_(maxConcurrent) {}
 
-  using Waiting = std::map<int, std::deque<std::shared_ptr<Operation>>, std::greater<>>;
+  using PendingOperations = std::map<int, std::deque<std::shared_ptr<Operation>>, std::greater<>>;
 
   WorkerPool::Afterwards runOne();
   std::shared_ptr<Operation> takeNext() REQUIRES(mutex_);
@@ -40,7 +39,7 @@ class PriorityOperationQueue : public OperationQueue,
   std::atomic<std::size_t> unfinished_{0};
   Mutex mutex_;
   Condition finished_;
-  Waiting waiting_ GUARDED_BY(mutex_);
+  PendingOperations pending_ GUARDED_BY(mutex_);
   std::size_t runners_ GUARDED_BY(mutex_) = 0;
 };
 

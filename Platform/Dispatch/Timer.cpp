@@ -7,17 +7,19 @@
 
 namespace wevora::platform {
 
-Timer::Timer(std::chrono::milliseconds delay, Call call)
+Timer::Timer(std::chrono::milliseconds delay, Callback callback)
     : source_(g_timeout_source_new(static_cast<guint>(delay.count()))) {
-  auto kept = std::make_unique<Call>(std::move(call));
+  auto held = std::make_unique<Callback>(std::move(callback));
   g_source_set_callback(
       source_,
       [](gpointer data) noexcept -> gboolean {
-        catchAll(*static_cast<Call*>(data));
+        catchAll(*static_cast<Callback*>(data));
         return G_SOURCE_REMOVE;
       },
-      kept.release(),
-      [](gpointer data) noexcept { const std::unique_ptr<Call> owned(static_cast<Call*>(data)); });
+      held.release(),
+      [](gpointer data) noexcept {
+        const std::unique_ptr<Callback> owned(static_cast<Callback*>(data));
+      });
   g_source_attach(source_, g_main_context_get_thread_default());
 }
 

@@ -7,15 +7,15 @@
 
 namespace wevora::platform {
 
-/// Calls something once, after a while, from the main loop of the thread that made it.
-/// Threads: one.
-/// Owns: a source of the main context, until destroyed; the call may destroy it.
-/// Errors: none; what the call throws ends there.
+/// A one-shot timer on the thread-default main context of the creating thread.
+/// Thread-safety: one thread.
+/// Ownership: destroying the timer cancels it; the callback may destroy the timer.
+/// Errors: exceptions thrown by the callback are discarded.
 class Timer {
  public:
-  using Call = std::function<void()>;
+  using Callback = std::function<void()>;
 
-  Timer(std::chrono::milliseconds delay, Call call);
+  Timer(std::chrono::milliseconds delay, Callback callback);
   ~Timer();
   Timer(const Timer&) = delete;
   Timer& operator=(const Timer&) = delete;

@@ -8,7 +8,7 @@
 namespace wevora::platform {
 namespace {
 
-/// Starts a thread that takes no signal: those are the host's business.
+/// Starts a thread with all signals blocked: the host's own threads must handle them.
 template <class Body>
 std::thread startedThread(const char* name, Body body) {
   sigset_t all;
@@ -26,13 +26,13 @@ std::thread startedThread(const char* name, Body body) {
 class WorkerPool::Delayed : public DelayedBlock, public std::enable_shared_from_this<Delayed> {
  public:
   Delayed(std::weak_ptr<WorkerPool> pool, Block block)
-      : due(std::move(block)), pool_(std::move(pool)) {}
+      : callback(std::move(block)), pool_(std::move(pool)) {}
 
   void expedite() override {
     if (const auto pool = pool_.lock()) pool->expedite(shared_from_this());
   }
 
-  Block due;
+  Block callback;
   Time time;
 
  private:
@@ -44,31 +44,31 @@ WorkerPool::~WorkerPool() {
 }
 
 void WorkerPool::run(Job job) {
-  Condition* awaited = nullptr;
+  Condition* condition = nullptr;
   {
     const MutexLock lock(mutex_);
     if (stopping_) return;
     jobs_.push_back(std::move(job));
     if (jobs_.size() <= idle_) {
-      awaited = &workCame_;
+      condition = &workArrived_;
     } else if (jobs_.size() > idle_ + starting_) {
       ++starting_;
       startTimekeeper();
-      awaited = &timekeeperWanted_;
+      condition = &timekeeperWakeup_;
     }
   }
-  // Behind the lock, or the woken thread would at once wait for it.
-  if (awaited != nullptr) awaited->notify_one();
+  // Notify after unlocking, so that the woken thread does not block on the mutex at once.
+  if (condition != nullptr) condition->notify_one();
 }
 
-std::shared_ptr<DelayedBlock> WorkerPool::at(std::chrono::nanoseconds delay, Block due) {
-  auto delayed = std::make_shared<Delayed>(weak_from_this(), std::move(due));
+std::shared_ptr<DelayedBlock> WorkerPool::after(std::chrono::nanoseconds delay, Block callback) {
+  auto delayed = std::make_shared<Delayed>(weak_from_this(), std::move(callback));
   delayed->time = std::chrono::steady_clock::now() + delay;
   const MutexLock lock(mutex_);
   if (stopping_) return delayed;
   const auto place = timers_.emplace(delayed->time, delayed);
   startTimekeeper();
-  if (place == timers_.begin()) timekeeperWanted_.notify_one();
+  if (place == timers_.begin()) timekeeperWakeup_.notify_one();
   return delayed;
 }
 
@@ -80,7 +80,7 @@ void WorkerPool::expedite(const std::shared_ptr<Delayed>& delayed) {
     if (from == to) return;
     timers_.erase(from);
   }
-  catchAll(delayed->due);
+  catchAll(delayed->callback);
 }
 
 void WorkerPool::startTimekeeper() {
@@ -101,17 +101,17 @@ void WorkerPool::keepTime() {
     }
     if (!due.empty() || !ended.empty()) {
       lock.unlock();
-      for (const auto& delayed : due) catchAll(delayed->due);
+      for (const auto& delayed : due) catchAll(delayed->callback);
       due.clear();
       for (auto& thread : ended) thread.join();
       lock.lock();
     } else if (!started) {
-      timekeeperWanted_.wait_until(lock, now + kThreadRetry);
+      timekeeperWakeup_.wait_until(lock, now + kThreadRetry);
     } else if (timers_.empty()) {
-      timekeeperWanted_.wait(lock);
+      timekeeperWakeup_.wait(lock);
     } else {
       const Time next = timers_.begin()->first;
-      timekeeperWanted_.wait_until(lock, next);
+      timekeeperWakeup_.wait_until(lock, next);
     }
   }
 }
@@ -120,12 +120,12 @@ bool WorkerPool::startWorkers() {
   for (; starting_ > 0; --starting_) {
     workers_.emplace_back();
     const auto self = std::prev(workers_.end());
-    // Counted as idle from here on, so that a job that comes before the thread runs wakes it
-    // rather than another new one.
+    // Count the worker as idle before its thread runs, so that a job that arrives meanwhile does
+    // not start another worker.
     ++idle_;
     try {
       *self = startedThread("wevora-worker", [this, self] { work(self); });
-    } catch (...) {  // No thread can be had now.
+    } catch (...) {  // The system is out of threads; keepTime retries.
       workers_.erase(self);
       --idle_;
       return false;
@@ -137,7 +137,7 @@ bool WorkerPool::startWorkers() {
 void WorkerPool::work(Threads::iterator self) {
   MutexLock lock(mutex_);
   for (;;) {
-    while (!stopping_ && jobs_.empty()) workCame_.wait(lock);
+    while (!stopping_ && jobs_.empty()) workArrived_.wait(lock);
     --idle_;
     if (stopping_) break;
     Job job = std::move(jobs_.front());
@@ -149,11 +149,11 @@ void WorkerPool::work(Threads::iterator self) {
     if (stopping_ || afterwards == Afterwards::retire || idle_ >= kMaxIdleWorkers) break;
     ++idle_;
   }
-  // `stop` joins what it finds in workers_; while the pool lives, the timekeeper does.
+  // The timekeeper joins ended workers; once the pool stops, `stop` joins them.
   if (stopping_) return;
   if (jobs_.size() > idle_ + starting_) ++starting_;
   ended_.splice(ended_.end(), workers_, self);
-  timekeeperWanted_.notify_one();
+  timekeeperWakeup_.notify_one();
 }
 
 void WorkerPool::stop() {
@@ -166,10 +166,10 @@ void WorkerPool::stop() {
     jobs.swap(jobs_);
     timers.swap(timers_);
     if (timekeeper_.joinable()) threads.push_back(std::move(timekeeper_));
-    workCame_.notify_all();
-    timekeeperWanted_.notify_all();
+    workArrived_.notify_all();
+    timekeeperWakeup_.notify_all();
   }
-  // The timekeeper first: after it nobody starts or joins a worker but this function.
+  // Join the timekeeper first: after that only this function starts or joins workers.
   for (auto& thread : threads) thread.join();
   threads.clear();
   {

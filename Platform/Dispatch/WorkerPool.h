@@ -13,27 +13,27 @@
 
 namespace wevora::platform {
 
-/// Worker threads that come when there is work, and one thread that keeps the time for delayed
-/// blocks and starts the others. It starts with the first piece of work; until then the pool
-/// costs nothing.
+/// Worker threads that start on demand, and a timekeeper thread that runs timers and starts and
+/// joins the workers. The first job starts the timekeeper; an unused pool has no threads.
 ///
-/// Workers are only ever started from the timekeeper, because a thread inherits the niceness of
-/// its starter, and a worker whose niceness was raised may not be allowed to lower it again.
+/// Only the timekeeper starts workers. A thread inherits its creator's niceness, and an
+/// unprivileged process cannot lower a niceness that a worker has raised.
 ///
-/// Threads: any; `stop` not from a worker. Owns: its threads and the work that has not run.
-/// Errors: none; work given after `stop` is dropped.
+/// Thread-safety: any thread; `stop` must not run on a worker.
+/// Errors: drops jobs that are added after `stop`.
 class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
  public:
-  /// What a worker does after a job: take the next one, or end its thread.
+  /// What a worker does after a job: take the next job, or end its thread.
   enum class Afterwards { stay, retire };
   using Job = std::function<Afterwards()>;
 
   ~WorkerPool();
 
   void run(Job job);
-  /// Calls `due` on the timekeeper at its time; `due` must be quick. The answer can expedite it.
-  std::shared_ptr<DelayedBlock> at(std::chrono::nanoseconds delay, Block due);
-  /// Ends: drops what has not started and waits for what runs.
+  /// Calls `callback` on the timekeeper thread after the delay, or on the calling thread of
+  /// DelayedBlock::expedite. `callback` must not block.
+  std::shared_ptr<DelayedBlock> after(std::chrono::nanoseconds delay, Block callback);
+  /// Drops pending jobs and timers, and waits for running jobs.
   void stop();
 
  private:
@@ -44,7 +44,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
 
   void startTimekeeper() REQUIRES(mutex_);
   void keepTime();
-  /// False when the system gives no thread now; the rest is tried again in a moment.
+  /// False if the system cannot start a thread now; the timekeeper retries after kThreadRetry.
   bool startWorkers() REQUIRES(mutex_);
   void work(Threads::iterator self);
   void expedite(const std::shared_ptr<Delayed>& delayed);
@@ -53,8 +53,8 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
   static constexpr std::chrono::milliseconds kThreadRetry{100};
 
   Mutex mutex_;
-  Condition workCame_;
-  Condition timekeeperWanted_;
+  Condition workArrived_;
+  Condition timekeeperWakeup_;
   std::deque<Job> jobs_ GUARDED_BY(mutex_);
   Timers timers_ GUARDED_BY(mutex_);
   Threads workers_ GUARDED_BY(mutex_);

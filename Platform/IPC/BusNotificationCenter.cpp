@@ -16,9 +16,7 @@
 namespace wevora::platform {
 namespace {
 
-constexpr std::chrono::seconds kPatience{2};
-
-/// A text as a match rule has it: an apostrophe stands outside of the quotes.
+/// Quotes a text for a match rule; an apostrophe must be outside the quotes.
 std::string quoted(const std::string& text) {
   std::string result = "'";
   for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -32,20 +30,20 @@ std::string matchRule(const std::string& name, const std::optional<std::string>&
   return rule;
 }
 
-/// The bus ends the connection of who sends what is nested more deeply than 64 containers; each of
-/// ours is up to three of them.
-constexpr int kDeepest = 16;
+/// The bus disconnects a sender whose message is nested more deeply than 64 containers. Each of our
+/// containers uses up to three D-Bus containers.
+constexpr int kMaxDepth = 16;
 
 bool fits(const Value& value, int depth);
 
 bool fits(const Array& values, int depth) {
-  return depth < kDeepest && std::ranges::all_of(values, [depth](const Value& value) {
+  return depth < kMaxDepth && std::ranges::all_of(values, [depth](const Value& value) {
            return fits(value, depth + 1);
          });
 }
 
 bool fits(const Dictionary& entries, int depth) {
-  return depth < kDeepest && std::ranges::all_of(entries, [depth](const auto& entry) {
+  return depth < kMaxDepth && std::ranges::all_of(entries, [depth](const auto& entry) {
            return fits(entry.second, depth + 1);
          });
 }
@@ -58,27 +56,27 @@ bool fits(const Value& value, int depth) {
 
 }  // namespace
 
-/// All of the center; its observations know it weakly.
+/// The state of the center. Observations hold it weakly, because they may outlive the center.
 struct BusNotificationCenter::State {
   State()
-      : dispatcher([this](const DistributedNotification& one) { observers.tell(one); }),
-        link(std::make_shared<SessionBusConnection>(dispatcher, [this] { observeAnew(); })) {}
+      : dispatcher([this](const DistributedNotification& one) { observers.deliver(one); }),
+        connection(std::make_shared<SessionBusConnection>(dispatcher, [this] { restoreRules(); })) {
+  }
 
-  /// A bus that has come knows no rules.
-  void observeAnew() {
+  /// A restarted bus has no match rules of ours.
+  void restoreRules() {
     for (const auto& observer : observers.all())
-      link->tell("AddMatch", matchRule(observer->name, observer->object));
+      connection->callWithoutReply("AddMatch", matchRule(observer->name, observer->object));
   }
 
   Observers observers;
   NotificationDispatcher dispatcher;
-  const std::shared_ptr<SessionBusConnection> link;
+  const std::shared_ptr<SessionBusConnection> connection;
 };
 
-/// A match rule on the bus that is there, and an observer. The connection's own rules are of no
-/// use: they do not stand an apostrophe in an object, and a bus that is gone makes it complain.
-/// Threads: the main thread. Owns: the observer and, while the center lasts, the rule.
-/// Errors: none.
+/// An observer and its match rule on the bus; the destructor removes both. Does not use
+/// g_dbus_connection_signal_subscribe: it does not escape an apostrophe in the object, and it logs
+/// warnings when the bus is gone.
 class BusNotificationCenter::BusObservation : public Observation {
  public:
   BusObservation(std::weak_ptr<State> state, std::shared_ptr<const Observers::Observer> observer)
@@ -86,7 +84,7 @@ class BusNotificationCenter::BusObservation : public Observation {
   ~BusObservation() override {
     const auto rule = matchRule(observer_->name, observer_->object);
     observer_.reset();
-    if (const auto state = state_.lock()) state->link->tell("RemoveMatch", rule);
+    if (const auto state = state_.lock()) state->connection->callWithoutReply("RemoveMatch", rule);
   }
   BusObservation(const BusObservation&) = delete;
   BusObservation& operator=(const BusObservation&) = delete;
@@ -102,14 +100,14 @@ BusNotificationCenter::~BusNotificationCenter() = default;
 std::unique_ptr<DistributedNotificationCenter::Observation> BusNotificationCenter::observe(
     const std::string& name, const std::optional<std::string>& object, Handler handler) {
   if (g_dbus_is_member_name(name.c_str()) == FALSE || (object && !isUtf8(*object))) return nullptr;
-  state_->link->connection();  // the first use looks for the bus
+  state_->connection->connection();  // the first use connects to the bus
   auto observer = state_->observers.add({name, object, std::move(handler)});
-  state_->link->tell("AddMatch", matchRule(name, object));
+  state_->connection->callWithoutReply("AddMatch", matchRule(name, object));
   return std::make_unique<BusObservation>(state_, std::move(observer));
 }
 
 bool BusNotificationCenter::post(const DistributedNotification& notification) {
-  auto* bus = state_->link->connection();
+  auto* bus = state_->connection->connection();
   if (bus == nullptr || g_dbus_is_member_name(notification.name.c_str()) == FALSE) return false;
   const std::string object = notification.object.value_or("");
   if (!isUtf8(object) || !fits(notification.userInfo, 0)) return false;
@@ -121,9 +119,9 @@ bool BusNotificationCenter::post(const DistributedNotification& notification) {
 }
 
 bool BusNotificationCenter::flush() {
-  auto* bus = state_->link->connection();
+  auto* bus = state_->connection->connection();
   if (bus == nullptr) return false;
-  const Deadline deadline(kPatience);
+  const Deadline deadline(kFlushTimeout);
   return g_dbus_connection_flush_sync(bus, deadline.cancellable(), nullptr) != FALSE;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -12,17 +13,20 @@ inline constexpr const char* kDistributedNotificationInterface =
 inline constexpr const char* kDistributedNotificationPath =
     "/com/Wevora/DistributedNotificationCenter";
 
-/// Notifications as signals on the session bus: the member is the notification's name, its
-/// arguments are the object ("" is none) and the userInfo (a{sv}). An observer's object is part of
-/// its match rule, so that the bus itself keeps other objects' notifications away.
+/// Sends notifications as signals on the session bus. The member is the notification's name; the
+/// arguments are the object ("" for no object) and the userInfo (a{sv}). An observer's object is
+/// part of its match rule, so the bus filters out notifications of other objects and never wakes
+/// this process for them.
 ///
-/// The road to the bus is this object's own, taken at first use, and waited for two seconds at
-/// most, once: the process goes on when the bus goes away, and observers hear again when it is
-/// back. Threads: the main thread. Owns: the connection to the bus. Errors: none; without a bus
-/// nothing is heard, and posting answers false, as it does for what the
-///   bus cannot carry. What the bus cannot carry has no observation.
+/// The center has its own connection (SessionBusConnection), which connects at first use and
+/// reconnects after a restart of the bus; observers then receive notifications again.
+/// Thread-safety: main thread only.
+/// Errors: without a bus, `post` returns false and observers receive nothing. `post` also returns
+///   false, and `observe` returns null, if D-Bus cannot represent the name, object or userInfo.
 class BusNotificationCenter : public DistributedNotificationCenter {
  public:
+  static constexpr std::chrono::seconds kFlushTimeout{2};
+
   BusNotificationCenter();
   ~BusNotificationCenter() override;
   BusNotificationCenter(const BusNotificationCenter&) = delete;
@@ -32,8 +36,8 @@ class BusNotificationCenter : public DistributedNotificationCenter {
                                        const std::optional<std::string>& object,
                                        Handler handler) override;
   bool post(const DistributedNotification& notification) override;
-  /// Waits until everything posted has left this process, two seconds at most; for a process that
-  /// is about to end. False where it has not.
+  /// Blocks until all posted notifications have been sent, for at most kFlushTimeout. For a process
+  /// that is about to exit. Returns false on timeout or without a bus.
   bool flush();
 
  private:

@@ -12,14 +12,14 @@ namespace wevora::platform {
 /// A notification between processes.
 struct DistributedNotification {
   std::string name;
-  std::optional<std::string> object;  ///< whose it is; none is nobody's
+  std::optional<std::string> object;  ///< the sender's object; nullopt if it has none
   Dictionary userInfo;
 };
 
-/// Hands notifications to the observers of their name in all processes of this user.
-/// Threads: the main thread, from whose main loop observers are called.
-/// Owns: the observers' handlers, each until its Observation goes.
-/// Errors: none; where nothing can be heard, nothing is.
+/// Delivers notifications to the observers of their name in all processes of this user.
+/// Thread-safety: main thread only; handlers are called from its main loop.
+/// Ownership: keeps each handler until its Observation is destroyed.
+/// Errors: without a connection, observers receive nothing until it is restored.
 class DistributedNotificationCenter {
  public:
   using Handler = std::function<void(const DistributedNotification&)>;
@@ -31,11 +31,11 @@ class DistributedNotificationCenter {
   };
 
   virtual ~DistributedNotificationCenter() = default;
-  /// Hears of one object, or of all where it is none.
+  /// Observes the notifications of one object, or of all objects if `object` is nullopt.
   virtual std::unique_ptr<Observation> observe(const std::string& name,
                                                const std::optional<std::string>& object,
                                                Handler handler) = 0;
-  /// False where it cannot be sent. It is on its way when this returns.
+  /// Queues the notification for sending. Returns false if it cannot be sent.
   virtual bool post(const DistributedNotification& notification) = 0;
 };
 

@@ -9,40 +9,42 @@
 
 namespace wevora::platform {
 
-/// Posted in this process, on the main thread, when the peer of a connection is gone; its object
-/// is the Connection.
+/// Posted in this process, on the main thread, when a connection is closed by its peer or after a
+/// call timeout. The object is the Connection.
 inline constexpr const char* kNSConnectionDidDieNotification = "NSConnectionDidDieNotification";
 
-/// A protocol as it stands on the wire: an interface and its methods.
+/// A protocol on the wire: a D-Bus interface and its introspection XML.
 struct WireProtocol {
   std::string interfaceName;
   std::string introspectionXml;
 };
 
-/// Where a service can be reached: it accepted us.
-/// Threads: one. Owns: the way there. Errors: none.
+/// A service that has accepted our connection.
+/// Ownership: owns the connected socket until connectionWithSendPort takes it.
 class SendPort {
  public:
   virtual ~SendPort() = default;
 };
 
-/// The object that a service offers.
-/// Threads: any, once its connection is switched to multi-threaded use.
-/// Owns: a share of its connection's road. Errors: none is the answer of a call that failed.
+/// A proxy for the root object of a service.
+/// Thread-safety: any thread, after Connection::enableMultipleThreads.
+/// Ownership: shares the transport with its connection.
+/// Errors: a failed call returns false or nullopt.
 class RootProxy {
  public:
   virtual ~RootProxy() = default;
-  /// Asks the peer.
+  /// Queries the peer; blocks.
   virtual bool conformsToProtocol(const WireProtocol& protocol) = 0;
-  /// Calls a method of the protocol; the answer is its result, where it has one, and then its out
-  /// arguments.
+  /// Calls a method of the protocol; blocks until the reply or the call timeout. Returns the
+  /// result, if the method has one, followed by the out arguments.
   virtual std::optional<Array> call(const WireProtocol& protocol, std::string_view method,
                                     const Array& arguments) = 0;
 };
 
-/// A connection to a service. When its peer goes, kNSConnectionDidDieNotification is posted.
-/// Threads: made and destroyed on the main thread. Owns: the road to the peer.
-/// Errors: none; a dead connection answers no call.
+/// A connection to a service. Posts kNSConnectionDidDieNotification when it is closed by the peer
+/// or after a call timeout.
+/// Thread-safety: created and destroyed on the main thread.
+/// Errors: on a closed connection every call fails.
 class Connection {
  public:
   virtual ~Connection() = default;
@@ -50,8 +52,9 @@ class Connection {
   virtual std::shared_ptr<RootProxy> rootProxy() = 0;
 };
 
-/// The services of this user, by name.
-/// Threads: the main thread. Owns: nothing. Errors: null for everything that cannot be had.
+/// Looks up and connects to the services of this user.
+/// Thread-safety: main thread only.
+/// Errors: returns null if the service does not exist or cannot be reached.
 class DistributedObjects {
  public:
   virtual ~DistributedObjects() = default;

@@ -52,8 +52,8 @@ std::optional<Array> greet(const std::string& method, const Array& arguments) {
   return std::nullopt;
 }
 
-/// A socket that listens, with nobody behind who speaks.
-Descriptor muteSocket(const std::string& path) {
+/// A socket that listens but never accepts or replies.
+Descriptor unresponsiveSocket(const std::string& path) {
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
   const auto address = UnixAddress::of(path);
   EXPECT_EQ(::bind(socket.get(), address->get(), UnixAddress::size()), 0);
@@ -61,17 +61,17 @@ Descriptor muteSocket(const std::string& path) {
   return socket;
 }
 
-/// Counts what it costs to reach somebody; the other side's user can be another.
+/// Counts calls of connect(2), and can fake the uid of the peer.
 struct CountingCalls : SocketCalls {
   int connects = 0;
-  uid_t moreThanUser = 0;
+  uid_t addedToPeerUid = 0;
   int connect(int socket, const UnixAddress& address) override {
     ++connects;
     return SocketCalls::connect(socket, address);
   }
   std::optional<ucred> peerOf(int socket) override {
     auto peer = SocketCalls::peerOf(socket);
-    if (peer) peer->uid += moreThanUser;
+    if (peer) peer->uid += addedToPeerUid;
     return peer;
   }
 };
@@ -112,7 +112,7 @@ TEST_F(DistributedObjectsTest, AServiceIsASocketOfItsNameForItsUserOnly) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }
 
-TEST_F(DistributedObjectsTest, AMethodIsAnsweredWithItsResultAndThenItsOutArguments) {
+TEST_F(DistributedObjectsTest, AMethodReturnsItsResultAndThenItsOutArguments) {
   ASSERT_TRUE(publish());
   const auto connection = connect();
   ASSERT_TRUE(connection);
@@ -122,7 +122,7 @@ TEST_F(DistributedObjectsTest, AMethodIsAnsweredWithItsResultAndThenItsOutArgume
   EXPECT_EQ(root->call(kGreeting, "count", {}), (Array{std::int64_t{2}, Array{"a", "b"}}));
 }
 
-TEST_F(DistributedObjectsTest, AServiceAnswersToEveryProtocolThatItOffers) {
+TEST_F(DistributedObjectsTest, AServiceImplementsEveryProtocolThatItOffers) {
   const WireProtocol other{"com.Wevora.Other", R"(<node><interface name="com.Wevora.Other">
   <method name="end"><arg type="s" direction="out"/></method></interface></node>)"};
   thread.perform([&] {
@@ -141,7 +141,7 @@ TEST_F(DistributedObjectsTest, AServiceAnswersToEveryProtocolThatItOffers) {
   EXPECT_EQ(root->call(other, "end", {}), Array{"ended"});
 }
 
-TEST_F(DistributedObjectsTest, ACallThatFailsHasNoAnswerAndTheConnectionGoesOn) {
+TEST_F(DistributedObjectsTest, AFailedCallReturnsNothingAndTheConnectionStaysOpen) {
   ASSERT_TRUE(publish());
   const auto connection = connect();
   ASSERT_TRUE(connection);
@@ -155,7 +155,7 @@ TEST_F(DistributedObjectsTest, ACallThatFailsHasNoAnswerAndTheConnectionGoesOn) 
   EXPECT_TRUE(root->call(kGreeting, "greet_", {"you"}));
 }
 
-TEST_F(DistributedObjectsTest, ARootObjectConformsWhenItHasEveryMethodWithTheSameTypes) {
+TEST_F(DistributedObjectsTest, ARootObjectConformsIfItHasEveryMethodWithTheSameTypes) {
   ASSERT_TRUE(publish());
   const auto connection = connect();
   ASSERT_TRUE(connection);
@@ -166,15 +166,15 @@ TEST_F(DistributedObjectsTest, ARootObjectConformsWhenItHasEveryMethodWithTheSam
   EXPECT_FALSE(root->conformsToProtocol({"com.Wevora.Absent", "<node/>"}));
 }
 
-TEST_F(DistributedObjectsTest, AStaleSocketIsNoPortAndIsTakenOver) {
-  { const Descriptor gone = muteSocket(folder.path("service")); }
+TEST_F(DistributedObjectsTest, AStaleSocketIsNotAPortAndIsReplaced) {
+  { const Descriptor gone = unresponsiveSocket(folder.path("service")); }
   EXPECT_FALSE(objects.portForName("service"));
   ASSERT_TRUE(publish());
   EXPECT_TRUE(objects.portForName("service"));
 }
 
-TEST_F(DistributedObjectsTest, AListenerThatHasNoTimeKeepsItsName) {
-  const Descriptor busy = muteSocket(folder.path("service"));
+TEST_F(DistributedObjectsTest, AListenerWithAFullBacklogKeepsItsName) {
+  const Descriptor busy = unresponsiveSocket(folder.path("service"));
   std::vector<Descriptor> waiting;
   SocketCalls calls;
   int error = 0;
@@ -189,14 +189,14 @@ TEST_F(DistributedObjectsTest, AListenerThatHasNoTimeKeepsItsName) {
   EXPECT_FALSE(publish());
 }
 
-TEST_F(DistributedObjectsTest, WhatIsNoSocketIsNotTakenOver) {
+TEST_F(DistributedObjectsTest, AFileThatIsNotASocketIsNotReplaced) {
   std::ofstream(folder.path("service")) << "x";
   EXPECT_FALSE(publish());
   EXPECT_EQ(std::filesystem::file_size(folder.path("service")), 1U);
 }
 
-TEST_F(DistributedObjectsTest, ANameThatAnotherIsJustTakingIsNotTaken) {
-  { const Descriptor gone = muteSocket(folder.path("service")); }
+TEST_F(DistributedObjectsTest, ANameThatAnotherProcessIsTakingIsNotTaken) {
+  { const Descriptor gone = unresponsiveSocket(folder.path("service")); }
   {
     const SocketLockFile other(folder.path("service"));
     ASSERT_TRUE(other);
@@ -206,11 +206,11 @@ TEST_F(DistributedObjectsTest, ANameThatAnotherIsJustTakingIsNotTaken) {
   EXPECT_FALSE(std::filesystem::exists(folder.path("service.lock")));
 }
 
-TEST_F(DistributedObjectsTest, OfTwoThatStartAtOnceExactlyOneHasTheName) {
+TEST_F(DistributedObjectsTest, OfTwoServicesThatStartAtOnceExactlyOneGetsTheName) {
   ServiceThread secondThread;
   for (int round = 0; round < 50; ++round) {
     end();
-    { const Descriptor gone = muteSocket(folder.path("service")); }
+    { const Descriptor gone = unresponsiveSocket(folder.path("service")); }
     std::unique_ptr<PublishedService> second;
     std::thread other([&] {
       secondThread.perform(
@@ -225,7 +225,7 @@ TEST_F(DistributedObjectsTest, OfTwoThatStartAtOnceExactlyOneHasTheName) {
   }
 }
 
-TEST_F(DistributedObjectsTest, ANameThatIsServedIsNotTakenOver) {
+TEST_F(DistributedObjectsTest, TheNameOfARunningServiceIsNotTakenOver) {
   ASSERT_TRUE(publish());
   bool second = true;
   thread.perform([&] {
@@ -235,21 +235,21 @@ TEST_F(DistributedObjectsTest, ANameThatIsServedIsNotTakenOver) {
   EXPECT_TRUE(connect());
 }
 
-TEST_F(DistributedObjectsTest, AnEndedServiceLeavesNoSocket) {
+TEST_F(DistributedObjectsTest, AnEndedServiceRemovesItsSocket) {
   ASSERT_TRUE(publish());
   end();
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
-TEST_F(DistributedObjectsTest, AnEndedServiceLeavesTheSocketThatTookItsNameAlone) {
+TEST_F(DistributedObjectsTest, AnEndedServiceKeepsASocketThatReplacedItsOwn) {
   ASSERT_TRUE(publish());
   std::filesystem::remove(folder.path("service"));
-  const Descriptor other = muteSocket(folder.path("service"));
+  const Descriptor other = unresponsiveSocket(folder.path("service"));
   end();
   EXPECT_TRUE(std::filesystem::exists(folder.path("service")));
 }
 
-TEST_F(DistributedObjectsTest, NamesThatAreNoFileNamesAreRefused) {
+TEST_F(DistributedObjectsTest, NamesThatAreNotFileNamesAreRejected) {
   for (const char* name : {"", ".", "..", "a/b", "/tmp/x"}) {
     EXPECT_FALSE(objects.portForName(name)) << name;
     EXPECT_FALSE(publish(name)) << name;
@@ -258,7 +258,7 @@ TEST_F(DistributedObjectsTest, NamesThatAreNoFileNamesAreRefused) {
   EXPECT_FALSE(objects.portForName(std::string("a\0b", 3)));
 }
 
-TEST_F(DistributedObjectsTest, WhatIsNoSocketIsNoPort) {
+TEST_F(DistributedObjectsTest, AFileThatIsNotASocketIsNotAPort) {
   std::ofstream(folder.path("file")) << "x";
   std::filesystem::create_directory(folder.path("folder"));
   ASSERT_TRUE(publish());
@@ -267,64 +267,64 @@ TEST_F(DistributedObjectsTest, WhatIsNoSocketIsNoPort) {
     EXPECT_FALSE(objects.portForName(name)) << name;
 }
 
-TEST_F(DistributedObjectsTest, AnotherUsersSocketIsNoPort) {
+TEST_F(DistributedObjectsTest, AnotherUsersSocketIsNotAPort) {
   ASSERT_TRUE(publish());
   EXPECT_TRUE(connectToOwnSocket(folder.path("service")));
   EXPECT_FALSE(connectToOwnSocket(folder.path("service"), ::getuid() + 1));
 }
 
-TEST_F(DistributedObjectsTest, OurOwnSocketOnWhichAnotherUserListensIsNoPort) {
+TEST_F(DistributedObjectsTest, OurOwnSocketOnWhichAnotherUserListensIsNotAPort) {
   ASSERT_TRUE(publish());
   const auto calls = std::make_shared<CountingCalls>();
-  SocketConnections asked(center, folder.path(), std::chrono::seconds(1),
-                          std::make_shared<SystemClock>(), calls);
-  EXPECT_TRUE(asked.portForName("service"));
-  calls->moreThanUser = 1;
-  EXPECT_FALSE(asked.portForName("service"));
-  EXPECT_EQ(calls->connects, 2);  // nothing but who listens is in the way
+  SocketConnections connections(center, folder.path(), std::chrono::seconds(1),
+                                std::make_shared<SystemClock>(), calls);
+  EXPECT_TRUE(connections.portForName("service"));
+  calls->addedToPeerUid = 1;
+  EXPECT_FALSE(connections.portForName("service"));
+  EXPECT_EQ(calls->connects, 2);  // only the listener's uid differs
   EXPECT_EQ(reachOwnSocket(folder.path("service"), *calls).error, EACCES);
 }
 
 TEST_F(DistributedObjectsTest, AnAbsentNameCostsNoConnectAndAStaleSocketOne) {
   const auto calls = std::make_shared<CountingCalls>();
-  SocketConnections asked(center, folder.path(), std::chrono::seconds(1),
-                          std::make_shared<SystemClock>(), calls);
-  EXPECT_FALSE(asked.portForName("absent"));
+  SocketConnections connections(center, folder.path(), std::chrono::seconds(1),
+                                std::make_shared<SystemClock>(), calls);
+  EXPECT_FALSE(connections.portForName("absent"));
   EXPECT_EQ(calls->connects, 0);
-  { const Descriptor gone = muteSocket(folder.path("stale")); }
-  EXPECT_FALSE(asked.portForName("stale"));
+  { const Descriptor gone = unresponsiveSocket(folder.path("stale")); }
+  EXPECT_FALSE(connections.portForName("stale"));
   EXPECT_EQ(calls->connects, 1);
   ASSERT_TRUE(publish());
-  EXPECT_TRUE(asked.connectionWithSendPort(asked.portForName("service")));
+  EXPECT_TRUE(connections.connectionWithSendPort(connections.portForName("service")));
   EXPECT_EQ(calls->connects, 2);
 }
 
-TEST_F(DistributedObjectsTest, APeerThatNeverSaysWhoItIsIsSentAway) {
+TEST_F(DistributedObjectsTest, APeerThatDoesNotAuthenticateIsDisconnectedAfterTheTimeout) {
   thread.perform([&] {
     service = PublishedService::publish("service", {{kGreeting, greet}}, folder.path(),
                                         std::chrono::milliseconds(50));
   });
   const auto connection = connect();
   ASSERT_TRUE(connection);
-  const Descriptor mute = connectToOwnSocket(folder.path("service"));
-  ASSERT_TRUE(mute);
-  pollfd hungUp{mute.get(), POLLIN, 0};
+  const Descriptor unresponsive = connectToOwnSocket(folder.path("service"));
+  ASSERT_TRUE(unresponsive);
+  pollfd hungUp{unresponsive.get(), POLLIN, 0};
   ASSERT_EQ(::poll(&hungUp, 1, 10000), 1);
   char byte = 0;
-  EXPECT_EQ(::recv(mute.get(), &byte, 1, 0), 0);
+  EXPECT_EQ(::recv(unresponsive.get(), &byte, 1, 0), 0);
   EXPECT_TRUE(connection->rootProxy()->call(kGreeting, "count", {}));
 }
 
-TEST_F(DistributedObjectsTest, AServiceMayEndWhileAPeerHasNotSaidWhoItIs) {
+TEST_F(DistributedObjectsTest, AServiceMayEndWhileAPeerIsAuthenticating) {
   ASSERT_TRUE(publish());
-  const Descriptor mute = connectToOwnSocket(folder.path("service"));
-  ASSERT_TRUE(connect());  // the one before it has been received
+  const Descriptor unresponsive = connectToOwnSocket(folder.path("service"));
+  ASSERT_TRUE(connect());  // accepted after the unresponsive peer
   end();
-  pollfd hungUp{mute.get(), POLLIN, 0};
+  pollfd hungUp{unresponsive.get(), POLLIN, 0};
   EXPECT_EQ(::poll(&hungUp, 1, 10000), 1);
 }
 
-TEST_F(DistributedObjectsTest, WaitsForOnePeerAddUp) {
+TEST_F(DistributedObjectsTest, SlowCallsExhaustTheWaitBudgetOfAConnection) {
   const auto clock = std::make_shared<VirtualClock>();
   thread.perform([&] {
     service = PublishedService::publish(
@@ -335,8 +335,8 @@ TEST_F(DistributedObjectsTest, WaitsForOnePeerAddUp) {
         },
         folder.path());
   });
-  SocketConnections asked(center, folder.path(), std::chrono::seconds(2), clock);
-  const auto connection = asked.connectionWithSendPort(asked.portForName("service"));
+  SocketConnections connections(center, folder.path(), std::chrono::seconds(2), clock);
+  const auto connection = connections.connectionWithSendPort(connections.portForName("service"));
   ASSERT_TRUE(connection);
   const auto root = connection->rootProxy();
   bool dead = false;
@@ -347,33 +347,33 @@ TEST_F(DistributedObjectsTest, WaitsForOnePeerAddUp) {
   EXPECT_TRUE(runMainLoopUntil([&] { return dead; }));
   const auto before = clock->uptime();
   EXPECT_FALSE(root->call(kGreeting, "count", {}));
-  EXPECT_EQ(clock->uptime(), before);  // it was not even asked
+  EXPECT_EQ(clock->uptime(), before);  // the call was not sent
 }
 
-TEST_F(DistributedObjectsTest, AProcessThatLeftACallUnansweredHasNoPortUntilItAnswers) {
+TEST_F(DistributedObjectsTest, AProcessThatTimedOutHasNoPortUntilItReplies) {
   ASSERT_TRUE(publish());
   const auto connection = connect();
   ASSERT_TRUE(connection);
-  thread.perform([&] {  // nobody answers meanwhile
+  thread.perform([&] {  // blocks the service's thread meanwhile
     EXPECT_FALSE(connection->rootProxy()->call(kGreeting, "count", {}));
     EXPECT_FALSE(objects.portForName("service"));
   });
-  std::shared_ptr<Connection> anew;
+  std::shared_ptr<Connection> reconnected;
   ASSERT_TRUE(runMainLoopUntil([&] {
     g_main_context_wakeup(nullptr);
-    return (anew = connect()) != nullptr;
+    return (reconnected = connect()) != nullptr;
   }));
-  EXPECT_TRUE(anew->rootProxy()->call(kGreeting, "count", {}));
+  EXPECT_TRUE(reconnected->rootProxy()->call(kGreeting, "count", {}));
 }
 
-TEST_F(DistributedObjectsTest, APeerThatAcceptsAndNeverSpeaksIsNoConnection) {
-  const Descriptor mute = muteSocket(folder.path("service"));
+TEST_F(DistributedObjectsTest, APeerThatNeverAuthenticatesIsNotConnected) {
+  const Descriptor unresponsive = unresponsiveSocket(folder.path("service"));
   EXPECT_TRUE(objects.portForName("service"));
   EXPECT_FALSE(connect());
 }
 
 TEST_F(DistributedObjectsTest, TheSocketOfAPeerThatRejectsUsIsClosed) {
-  const Descriptor listener = muteSocket(folder.path("service"));
+  const Descriptor listener = unresponsiveSocket(folder.path("service"));
   bool hungUp = false;
   std::thread rejecting([&] {
     const Descriptor peer(::accept(listener.get(), nullptr, nullptr));
@@ -381,9 +381,9 @@ TEST_F(DistributedObjectsTest, TheSocketOfAPeerThatRejectsUsIsClosed) {
     const timeval most{10, 0};
     ::setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &most, sizeof most);
     if (::send(peer.get(), twice.data(), twice.size(), MSG_NOSIGNAL) < 0) return;
-    std::array<char, 256> heard{};
+    std::array<char, 256> received{};
     ssize_t got = 1;
-    while (got > 0) got = ::recv(peer.get(), heard.data(), heard.size(), 0);
+    while (got > 0) got = ::recv(peer.get(), received.data(), received.size(), 0);
     hungUp = got == 0 || errno == ECONNRESET;
   });
   EXPECT_FALSE(connect());
@@ -399,7 +399,7 @@ TEST_F(DistributedObjectsTest, APortServesOneConnection) {
   EXPECT_FALSE(objects.connectionWithSendPort(nullptr));
 }
 
-TEST_F(DistributedObjectsTest, TheDeathOfThePeerIsToldOfItsConnectionOnTheMainThread) {
+TEST_F(DistributedObjectsTest, TheDeathOfThePeerIsPostedForItsConnectionOnTheMainThread) {
   ASSERT_TRUE(publish());
   const auto connection = connect();
   ASSERT_TRUE(connection);
@@ -417,7 +417,7 @@ TEST_F(DistributedObjectsTest, TheDeathOfThePeerIsToldOfItsConnectionOnTheMainTh
   EXPECT_FALSE(root->call(kGreeting, "count", {}));
 }
 
-TEST_F(DistributedObjectsTest, APeerThatLeavesACallUnansweredIsTakenForDead) {
+TEST_F(DistributedObjectsTest, ACallTimeoutClosesTheConnection) {
   ASSERT_TRUE(publish());
   const auto connection = connect();
   ASSERT_TRUE(connection);
@@ -426,15 +426,15 @@ TEST_F(DistributedObjectsTest, APeerThatLeavesACallUnansweredIsTakenForDead) {
   bool dead = false;
   const auto observation = center.observe(
       kNSConnectionDidDieNotification, [&](const Notification&) { dead = true; }, connection.get());
-  std::optional<Array> answer = Array();
-  // While the service's thread is busy here, nobody answers.
-  thread.perform([&] { answer = root->call(kGreeting, "count", {}); });
-  EXPECT_FALSE(answer);
+  std::optional<Array> reply = Array();
+  // The service cannot reply while its thread is busy here.
+  thread.perform([&] { reply = root->call(kGreeting, "count", {}); });
+  EXPECT_FALSE(reply);
   EXPECT_FALSE(root->call(kGreeting, "count", {}));
   EXPECT_TRUE(runMainLoopUntil([&] { return dead; }));
 }
 
-TEST_F(DistributedObjectsTest, AConnectionThatIsLetGoTellsNothingMore) {
+TEST_F(DistributedObjectsTest, AReleasedConnectionPostsNothing) {
   ASSERT_TRUE(publish());
   auto connection = connect();
   ASSERT_TRUE(connection);
@@ -451,27 +451,28 @@ TEST_F(DistributedObjectsTest, AConnectionThatIsLetGoTellsNothingMore) {
   EXPECT_EQ(deaths, 0);
 }
 
-TEST(DescriptionTest, AProtocolsTextIsParsedOnce) {
+TEST(DescriptionTest, AProtocolIsParsedOnce) {
   const auto first = descriptionOf(kGreeting);
   EXPECT_EQ(descriptionOf(WireProtocol(kGreeting)), first);
   EXPECT_NE(descriptionOf(kLarger), first);
   EXPECT_NE(first->method("greet_"), nullptr);
 }
 
-/// A process of another user's that listens on a socket which it has made over to us; where we may
-/// not become another user, one of our own.
+/// A process of another user that listens on a socket whose owner is changed to us. Without the
+/// privilege to change users, the process has our own uid.
 class OtherUser {
  public:
   explicit OtherUser(const std::string& path) {
     std::array<int, 2> pipe{};
-    if (::pipe(pipe.data()) != 0) throw std::runtime_error("no pipe");
-    const Descriptor told(pipe[0]);
-    Descriptor telling(pipe[1]);
+    if (::pipe(pipe.data()) != 0) throw std::runtime_error("cannot create a pipe");
+    const Descriptor readEnd(pipe[0]);
+    Descriptor writeEnd(pipe[1]);
     pid_ = ::fork();
-    if (pid_ == 0) listen(path, telling.get());
-    telling = Descriptor();
+    if (pid_ == 0) listen(path, writeEnd.get());
+    writeEnd = Descriptor();
     char byte = 0;
-    listens_ = ::read(told.get(), &byte, 1) == 1 && ::chown(path.c_str(), ::getuid(), kSame) == 0;
+    listens_ =
+        ::read(readEnd.get(), &byte, 1) == 1 && ::chown(path.c_str(), ::getuid(), kSame) == 0;
   }
   ~OtherUser() {
     ::kill(pid_, SIGKILL);
@@ -483,12 +484,12 @@ class OtherUser {
 
  private:
   static constexpr gid_t kSame = static_cast<gid_t>(-1);
-  [[noreturn]] static void listen(const std::string& path, int telling) {
+  [[noreturn]] static void listen(const std::string& path, int writeEnd) {
     const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
     const auto address = UnixAddress::of(path);
     if ((::getuid() != 0 || ::setuid(65534) == 0) &&
         ::bind(socket, address->get(), UnixAddress::size()) == 0 && ::listen(socket, 4) == 0 &&
-        ::write(telling, "x", 1) == 1)
+        ::write(writeEnd, "x", 1) == 1)
       while (true) ::pause();
     ::_exit(1);
   }
@@ -496,7 +497,7 @@ class OtherUser {
   bool listens_ = false;
 };
 
-TEST(ServiceNamesTest, WhoListensIsAskedOfTheSystem) {
+TEST(ServiceNamesTest, TheListenersUserIsReadFromTheSocket) {
   const TemporaryFolder folder;
   std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
   const auto path = folder.path("service");
@@ -507,8 +508,8 @@ TEST(ServiceNamesTest, WhoListensIsAskedOfTheSystem) {
   EXPECT_EQ(calls.connects, 1);
   EXPECT_EQ(static_cast<bool>(reached.socket), ::getuid() != 0);
   EXPECT_EQ(reached.error, ::getuid() != 0 ? 0 : EACCES);
-  // As the other user's own service it would be one.
-  calls.moreThanUser = ::getuid() != 0 ? 0 : static_cast<uid_t>(-65534);
+  // With a matching uid the socket is accepted.
+  calls.addedToPeerUid = ::getuid() != 0 ? 0 : static_cast<uid_t>(-65534);
   EXPECT_TRUE(reachOwnSocket(path, calls).socket);
 }
 

@@ -11,9 +11,9 @@
 namespace wevora::platform {
 namespace {
 
-/// What was parsed so far: the few protocols that a process speaks.
-/// Threads: any. Owns: the descriptions. Errors: as InterfaceDescription.
-class Descriptions {
+/// Cache of parsed descriptions. It never evicts: a process uses only a few protocols.
+/// Thread-safety: any thread.
+class DescriptionCache {
  public:
   std::shared_ptr<const InterfaceDescription> of(const WireProtocol& protocol) {
     const MutexLock lock(mutex_);
@@ -55,8 +55,8 @@ bool InterfaceDescription::isContainedIn(const InterfaceDescription& other) cons
 }
 
 std::shared_ptr<const InterfaceDescription> descriptionOf(const WireProtocol& protocol) {
-  static NeverDestroyed<Descriptions> descriptions;
-  return descriptions->of(protocol);
+  static NeverDestroyed<DescriptionCache> cache;
+  return cache->of(protocol);
 }
 
 std::string tupleSignature(GDBusArgInfo* const* arguments) {

@@ -14,16 +14,16 @@ struct NodeInfoUnref {
   void operator()(GDBusNodeInfo* info) const noexcept { g_dbus_node_info_unref(info); }
 };
 
-/// A parsed introspection text.
-/// Threads: any. Owns: what was parsed. Errors: a text that cannot be parsed has no interface.
+/// A D-Bus interface, parsed from introspection XML. Immutable.
+/// Errors: `interface` is null if the XML is invalid or does not contain the interface.
 class InterfaceDescription {
  public:
   InterfaceDescription(std::string_view introspectionXml, const std::string& interfaceName);
 
   GDBusInterfaceInfo* interface() const noexcept { return interface_; }
-  /// Null where there is none.
+  /// Null if the interface has no such method.
   const GDBusMethodInfo* method(const std::string& name) const;
-  /// Whether the other has every method of this one, with the same types.
+  /// Whether the other interface has every method of this one, with the same types.
   bool isContainedIn(const InterfaceDescription& other) const;
 
  private:
@@ -31,17 +31,18 @@ class InterfaceDescription {
   GDBusInterfaceInfo* interface_ = nullptr;
 };
 
-/// A protocol's description; its text is parsed once in a process. Any thread.
+/// The parsed description of a protocol. Cached: each protocol is parsed once per process.
+/// Thread-safety: any thread.
 std::shared_ptr<const InterfaceDescription> descriptionOf(const WireProtocol& protocol);
 
-/// The types of arguments, as one tuple: "(sb)".
+/// The type of a tuple of the arguments, such as "(sb)".
 std::string tupleSignature(GDBusArgInfo* const* arguments);
 
-/// The arguments as one tuple, each of its type; null where their number or a type is wrong. Not
-/// floating.
+/// Builds a tuple of the values with the types of the arguments. Returns null if their number or a
+/// type does not match. The result is not floating.
 GVariant* tupleOf(const Array& values, GDBusArgInfo* const* arguments);
 
-/// The members of a tuple; one that has no counterpart makes the whole answer none.
+/// The members of a tuple; nullopt if any member has no counterpart.
 std::optional<Array> membersOf(GVariant* tuple);
 
 }  // namespace wevora::platform

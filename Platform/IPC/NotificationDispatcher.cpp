@@ -29,18 +29,18 @@ DistributedNotification notificationOf(std::string name, GVariant* arguments) {
   return notification;
 }
 
-NotificationDispatcher::NotificationDispatcher(Tell tell, NotificationQueue::Limits limits)
-    : waiting_(std::make_shared<NotificationQueue>(limits)),
+NotificationDispatcher::NotificationDispatcher(Deliver deliver, NotificationQueue::Limits limits)
+    : queue_(std::make_shared<NotificationQueue>(limits)),
       taskSource_(g_main_context_get_thread_default(), MainLoopThrottle::Order::notifications,
-                  [waiting = waiting_, tell = std::move(tell)] {
-                    const auto next = waiting->take();
+                  [queue = queue_, deliver = std::move(deliver)] {
+                    const auto next = queue->take();
                     if (!next) return false;
-                    catchAll([&] { tell(notificationOf(next->name, next->arguments.get())); });
-                    return waiting->count() > 0;
+                    catchAll([&] { deliver(notificationOf(next->name, next->arguments.get())); });
+                    return queue->count() > 0;
                   }) {}
 
 void NotificationDispatcher::add(std::string name, VariantPtr arguments) {
-  waiting_->add(std::move(name), std::move(arguments));
+  queue_->add(std::move(name), std::move(arguments));
   taskSource_.ready();
 }
 

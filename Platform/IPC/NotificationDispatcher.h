@@ -11,25 +11,26 @@
 
 namespace wevora::platform {
 
-/// Notifications that have come and wait to be told, a few for each turn of the main loop: a burst
-/// of them does not keep the host's other work waiting.
-/// Threads: made and destroyed on one, from whose main context they are told; added from any.
-/// Owns: what waits; it goes untold when the deliveries end.
-/// Errors: none; what is thrown where they are told ends there.
+/// Queues received notifications and delivers them from the main loop under MainLoopThrottle, so
+/// that a burst does not starve the host's other work.
+/// Thread-safety: created and destroyed on one thread, which also runs the callback; `add` may be
+///   called from any thread.
+/// Ownership: destroying the dispatcher drops the notifications that are still queued.
+/// Errors: exceptions thrown by the callback are discarded.
 class NotificationDispatcher {
  public:
-  using Tell = std::function<void(const DistributedNotification&)>;
+  using Deliver = std::function<void(const DistributedNotification&)>;
 
-  explicit NotificationDispatcher(Tell tell, NotificationQueue::Limits limits = {});
+  explicit NotificationDispatcher(Deliver deliver, NotificationQueue::Limits limits = {});
 
   void add(std::string name, VariantPtr arguments);
 
  private:
-  std::shared_ptr<NotificationQueue> waiting_;
+  std::shared_ptr<NotificationQueue> queue_;
   MainLoopThrottle::TaskSource taskSource_;
 };
 
-/// A notification from a signal's arguments: what is missing or of another type is absent.
+/// Builds a notification from a signal's arguments. Missing or mistyped arguments are ignored.
 DistributedNotification notificationOf(std::string name, GVariant* arguments);
 
 }  // namespace wevora::platform

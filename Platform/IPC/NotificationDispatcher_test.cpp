@@ -21,7 +21,7 @@ VariantPtr arguments(const char* text) {
   return parsed;
 }
 
-TEST(NotificationOfTest, AnObjectAndAUserInfoAreTaken) {
+TEST(NotificationOfTest, TheObjectAndTheUserInfoAreRead) {
   const auto notification =
       notificationOf("Name", arguments("('agent', {'Paths': <['/a']>, 'On': <true>})").get());
   EXPECT_EQ(notification.name, "Name");
@@ -29,11 +29,11 @@ TEST(NotificationOfTest, AnObjectAndAUserInfoAreTaken) {
   EXPECT_EQ(notification.userInfo, (Dictionary{{"Paths", Array{"/a"}}, {"On", true}}));
 }
 
-TEST(NotificationOfTest, AnEmptyObjectIsNone) {
+TEST(NotificationOfTest, AnEmptyObjectIsNullopt) {
   EXPECT_EQ(notificationOf("Name", arguments("('', @a{sv} {})").get()).object, std::nullopt);
 }
 
-TEST(NotificationOfTest, WhatIsMissingOrOfAnotherTypeIsAbsent) {
+TEST(NotificationOfTest, MissingOrMistypedArgumentsAreIgnored) {
   for (const char* text : {"()", "(7,)", "(7, 'x')", "(['agent'], {'a': 1})", "({'a': <1>}, '')"}) {
     const auto notification = notificationOf("Name", arguments(text).get());
     EXPECT_EQ(notification.object, std::nullopt) << text;
@@ -46,7 +46,7 @@ TEST(NotificationOfTest, WhatIsMissingOrOfAnotherTypeIsAbsent) {
   }
 }
 
-TEST(NotificationOfTest, ArgumentsBehindTheSecondAreNotLookedAt) {
+TEST(NotificationOfTest, ArgumentsAfterTheSecondAreIgnored) {
   const auto notification = notificationOf("Name", arguments("('a', {'k': <7>}, 8, 'x')").get());
   EXPECT_EQ(notification.object, "a");
   EXPECT_EQ(notification.userInfo, (Dictionary{{"k", std::int64_t{7}}}));
@@ -54,26 +54,26 @@ TEST(NotificationOfTest, ArgumentsBehindTheSecondAreNotLookedAt) {
 
 constexpr const char* kNothing = "('', @a{sv} {})";
 
-TEST(NotificationDispatcherTest, NotificationsComeInTheirOrderFromTheMainLoop) {
-  std::vector<std::string> heard;
-  NotificationDispatcher dispatcher([&](const auto& one) { heard.push_back(one.name); });
+TEST(NotificationDispatcherTest, NotificationsAreDeliveredInOrderFromTheMainLoop) {
+  std::vector<std::string> received;
+  NotificationDispatcher dispatcher([&](const auto& one) { received.push_back(one.name); });
   std::vector<std::string> sent;
   for (int i = 0; i < 1000; ++i) {
     sent.push_back(std::to_string(i));
     dispatcher.add(sent.back(), arguments(kNothing));
   }
-  EXPECT_TRUE(heard.empty());
-  ASSERT_TRUE(runMainLoopUntil([&] { return heard.size() == sent.size(); }));
-  EXPECT_EQ(heard, sent);
+  EXPECT_TRUE(received.empty());
+  ASSERT_TRUE(runMainLoopUntil([&] { return received.size() == sent.size(); }));
+  EXPECT_EQ(received, sent);
 }
 
-TEST(NotificationDispatcherTest, ABurstLeavesTurnsToTheHostsOtherSources) {
+TEST(NotificationDispatcherTest, ABurstDoesNotStarveTheHostsOtherSources) {
   for (const int priority : {G_PRIORITY_DEFAULT, G_PRIORITY_HIGH_IDLE + 20}) {
-    std::size_t heard = 0;
+    std::size_t received = 0;
     std::size_t longest = 0;
     std::size_t since = 0;
     NotificationDispatcher dispatcher([&](const auto&) {
-      ++heard;
+      ++received;
       longest = std::max(longest, ++since);
     });
     const guint other = g_idle_add_full(
@@ -84,45 +84,45 @@ TEST(NotificationDispatcherTest, ABurstLeavesTurnsToTheHostsOtherSources) {
         },
         &since, nullptr);
     for (int i = 0; i < 10000; ++i) dispatcher.add("Name", arguments(kNothing));
-    EXPECT_TRUE(runMainLoopUntil([&] { return heard == 10000; }));
+    EXPECT_TRUE(runMainLoopUntil([&] { return received == 10000; }));
     g_source_remove(other);
     EXPECT_LE(longest, 64U) << priority;
   }
 }
 
-TEST(NotificationDispatcherTest, WhatComesFromAnotherThreadIsToldOnTheirOwn) {
-  int heard = 0;
+TEST(NotificationDispatcherTest, NotificationsOfAnotherThreadAreDeliveredOnTheOwnersThread) {
+  int received = 0;
   const auto own = std::this_thread::get_id();
   NotificationDispatcher dispatcher(
-      [&](const auto&) { heard += std::this_thread::get_id() == own ? 1 : 1000; });
+      [&](const auto&) { received += std::this_thread::get_id() == own ? 1 : 1000; });
   std::thread([&] {
     for (int i = 0; i < 100; ++i) dispatcher.add("Name", arguments(kNothing));
   }).join();
-  ASSERT_TRUE(runMainLoopUntil([&] { return heard >= 100; }));
-  EXPECT_EQ(heard, 100);
+  ASSERT_TRUE(runMainLoopUntil([&] { return received >= 100; }));
+  EXPECT_EQ(received, 100);
 }
 
-TEST(NotificationDispatcherTest, WhatIsThrownEndsThere) {
-  int heard = 0;
+TEST(NotificationDispatcherTest, ACallbackThatThrowsDoesNotBlockTheNext) {
+  int received = 0;
   NotificationDispatcher dispatcher([&](const auto&) {
-    if (++heard == 1) throw std::runtime_error("thrown");
+    if (++received == 1) throw std::runtime_error("thrown");
   });
   for (int i = 0; i < 2; ++i) dispatcher.add("Name", arguments("()"));
-  EXPECT_TRUE(runMainLoopUntil([&] { return heard == 2; }));
+  EXPECT_TRUE(runMainLoopUntil([&] { return received == 2; }));
 }
 
-TEST(NotificationDispatcherTest, TheyMayEndInsideACallAndWhatStillWaitsGoesUntold) {
-  int heard = 0;
+TEST(NotificationDispatcherTest, TheCallbackMayDestroyTheDispatcherAndTheRestIsDropped) {
+  int received = 0;
   std::optional<NotificationDispatcher> dispatcher;
   dispatcher.emplace([&](const auto&) {
-    ++heard;
+    ++received;
     dispatcher.reset();
   });
   for (int i = 0; i < 3; ++i) dispatcher->add("Name", arguments("()"));
   ASSERT_TRUE(runMainLoopUntil([&] { return !dispatcher; }));
   while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
   }
-  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(received, 1);
 }
 
 }  // namespace

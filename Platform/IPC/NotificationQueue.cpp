@@ -8,7 +8,7 @@
 namespace wevora::platform {
 namespace {
 
-/// Of what a notification says: its name, and its arguments with their types.
+/// A hash of a notification's name and its typed arguments.
 std::size_t digestOf(const std::string& name, GVariant* arguments) {
   const auto* data = static_cast<const char*>(g_variant_get_data(arguments));
   const std::hash<std::string_view> hash;
@@ -29,39 +29,39 @@ void NotificationQueue::add(std::string name, VariantPtr arguments) {
   if (isFull() && digests_.contains(digest)) return;
   bytes_ += g_variant_get_size(arguments.get());
   ++digests_[digest];
-  waiting_.push_back({std::move(name), std::move(arguments), digest});
-  while (isOver() && waiting_.size() > 1) dropOneFor(waiting_.back().name);
+  entries_.push_back({std::move(name), std::move(arguments), digest});
+  while (exceedsLimits() && entries_.size() > 1) dropOneFor(entries_.back().name);
 }
 
-std::optional<NotificationQueue::Waiting> NotificationQueue::take() {
+std::optional<NotificationQueue::Entry> NotificationQueue::take() {
   const MutexLock lock(mutex_);
-  if (waiting_.empty()) return std::nullopt;
-  return remove(waiting_.begin());
+  if (entries_.empty()) return std::nullopt;
+  return remove(entries_.begin());
 }
 
 std::size_t NotificationQueue::count() const {
   const MutexLock lock(mutex_);
-  return waiting_.size();
+  return entries_.size();
 }
 
 bool NotificationQueue::isFull() const {
-  return waiting_.size() >= limits_.count || bytes_ >= limits_.bytes;
+  return entries_.size() >= limits_.count || bytes_ >= limits_.bytes;
 }
 
-bool NotificationQueue::isOver() const {
-  return waiting_.size() > limits_.count || bytes_ > limits_.bytes;
+bool NotificationQueue::exceedsLimits() const {
+  return entries_.size() > limits_.count || bytes_ > limits_.bytes;
 }
 
 void NotificationQueue::dropOneFor(const std::string& name) {
-  const auto newest = std::prev(waiting_.end());
+  const auto newest = std::prev(entries_.end());
   const auto oldest =
-      std::find_if(waiting_.begin(), newest, [&](const Waiting& one) { return one.name == name; });
-  remove(oldest != newest ? oldest : waiting_.begin());
+      std::find_if(entries_.begin(), newest, [&](const Entry& one) { return one.name == name; });
+  remove(oldest != newest ? oldest : entries_.begin());
 }
 
-NotificationQueue::Waiting NotificationQueue::remove(std::deque<Waiting>::iterator place) {
-  Waiting removed = std::move(*place);
-  waiting_.erase(place);
+NotificationQueue::Entry NotificationQueue::remove(std::deque<Entry>::iterator place) {
+  Entry removed = std::move(*place);
+  entries_.erase(place);
   bytes_ -= g_variant_get_size(removed.arguments.get());
   const auto same = digests_.find(removed.digest);
   if (--same->second == 0) digests_.erase(same);

@@ -11,18 +11,19 @@
 
 namespace wevora::platform {
 
-/// Notifications in the order in which they came. While a sender outruns the host they do not grow
-/// without end: beyond the limits one that says the same as one that waits is not kept, as
-/// observers look at the state of things when they are told; and any other takes the place of the
-/// oldest of its name. So a flood of one kind never costs another kind its last word.
-/// Threads: any. Owns: what waits. Errors: none.
+/// A bounded FIFO queue of received notifications. When a sender outruns the host, the queue stays
+/// within its limits: it drops a new notification that equals a queued one, because observers read
+/// the current state when they are notified. Otherwise it drops the oldest notification of the same
+/// name, or the oldest of all if there is none. So a flood of one name never evicts
+/// the latest notification of another name.
+/// Thread-safety: any thread. `mutex_` is a leaf lock.
 class NotificationQueue {
  public:
   struct Limits {
     std::size_t count = 16384;
-    std::size_t bytes = std::size_t{32} << 20U;  ///< of arguments; one alone may have more
+    std::size_t bytes = std::size_t{32} << 20U;  ///< of arguments; a single entry may exceed it
   };
-  struct Waiting {
+  struct Entry {
     std::string name;
     VariantPtr arguments;
     std::size_t digest = 0;
@@ -32,20 +33,21 @@ class NotificationQueue {
   explicit NotificationQueue(Limits limits) : limits_(limits) {}
 
   void add(std::string name, VariantPtr arguments);
-  /// The oldest; none where none waits.
-  std::optional<Waiting> take();
+  /// Removes and returns the oldest entry; nullopt if the queue is empty.
+  std::optional<Entry> take();
   std::size_t count() const;
 
  private:
   bool isFull() const REQUIRES(mutex_);
-  bool isOver() const REQUIRES(mutex_);
+  bool exceedsLimits() const REQUIRES(mutex_);
   void dropOneFor(const std::string& name) REQUIRES(mutex_);
-  Waiting remove(std::deque<Waiting>::iterator place) REQUIRES(mutex_);
+  Entry remove(std::deque<Entry>::iterator place) REQUIRES(mutex_);
 
   const Limits limits_;
   mutable Mutex mutex_;
-  std::deque<Waiting> waiting_ GUARDED_BY(mutex_);
-  std::unordered_map<std::size_t, std::size_t> digests_ GUARDED_BY(mutex_);  ///< how many have it
+  std::deque<Entry> entries_ GUARDED_BY(mutex_);
+  std::unordered_map<std::size_t, std::size_t> digests_
+      GUARDED_BY(mutex_);  ///< number of entries by digest
   std::size_t bytes_ GUARDED_BY(mutex_) = 0;
 };
 

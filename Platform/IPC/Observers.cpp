@@ -13,9 +13,9 @@ std::shared_ptr<const Observers::Observer> Observers::add(Observer observer) {
   return added;
 }
 
-void Observers::tell(const DistributedNotification& notification) {
-  const auto listening = observers_;  // handlers may change the list
-  for (const auto& weak : listening) {
+void Observers::deliver(const DistributedNotification& notification) {
+  const auto snapshot = observers_;  // handlers may change the list
+  for (const auto& weak : snapshot) {
     const auto observer = weak.lock();
     if (!observer || observer->name != notification.name) continue;
     if (observer->object && *observer->object != notification.object.value_or("")) continue;
@@ -24,10 +24,10 @@ void Observers::tell(const DistributedNotification& notification) {
 }
 
 std::vector<std::shared_ptr<const Observers::Observer>> Observers::all() {
-  std::vector<std::shared_ptr<const Observer>> lasting;
+  std::vector<std::shared_ptr<const Observer>> alive;
   for (const auto& weak : observers_)
-    if (auto observer = weak.lock()) lasting.push_back(std::move(observer));
-  return lasting;
+    if (auto observer = weak.lock()) alive.push_back(std::move(observer));
+  return alive;
 }
 
 }  // namespace wevora::platform

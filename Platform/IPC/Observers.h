@@ -9,21 +9,23 @@
 
 namespace wevora::platform {
 
-/// Who observes what.
-/// Threads: one. Owns: nothing; an observer lasts as long as who added it keeps it.
-/// Errors: none; what a handler throws ends there.
+/// The observers of distributed notifications in this process.
+/// Thread-safety: one thread.
+/// Ownership: holds weak references; an observer is removed when the caller releases it.
+/// Errors: exceptions thrown by a handler are discarded.
 class Observers {
  public:
   struct Observer {
     std::string name;
-    std::optional<std::string> object;  ///< none: of all objects
+    std::optional<std::string> object;  ///< nullopt: of all objects
     DistributedNotificationCenter::Handler handler;
   };
 
   std::shared_ptr<const Observer> add(Observer observer);
-  /// Handlers may add and end observers; one that has ended hears nothing more.
-  void tell(const DistributedNotification& notification);
-  /// Those that last still, in the order in which they came.
+  /// Calls the matching handlers. Handlers may add and remove observers; a removed observer is not
+  /// called.
+  void deliver(const DistributedNotification& notification);
+  /// The observers that are still alive, in the order in which they were added.
   std::vector<std::shared_ptr<const Observer>> all();
 
  private:

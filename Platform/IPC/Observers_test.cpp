@@ -9,50 +9,50 @@
 namespace wevora::platform {
 namespace {
 
-TEST(ObserversTest, ThoseOfTheNameAndOfTheObjectOrOfAllHear) {
+TEST(ObserversTest, ObserversMatchByNameAndByObject) {
   Observers observers;
-  std::string heard;
-  const auto note = [&](const char* who) {
-    return [&heard, who](const DistributedNotification&) { heard += who; };
+  std::string received;
+  const auto record = [&](const char* who) {
+    return [&received, who](const DistributedNotification&) { received += who; };
   };
-  const auto all = observers.add({"Name", std::nullopt, note("a")});
-  const auto one = observers.add({"Name", "object", note("o")});
-  const auto nobodys = observers.add({"Name", "", note("n")});
-  const auto other = observers.add({"Other", std::nullopt, note("x")});
-  observers.tell({"Name", "object", {}});
-  EXPECT_EQ(std::exchange(heard, ""), "ao");
-  observers.tell({"Name", "another", {}});
-  EXPECT_EQ(std::exchange(heard, ""), "a");
-  observers.tell({"Name", std::nullopt, {}});
-  EXPECT_EQ(std::exchange(heard, ""), "an");
+  const auto all = observers.add({"Name", std::nullopt, record("a")});
+  const auto one = observers.add({"Name", "object", record("o")});
+  const auto withoutObject = observers.add({"Name", "", record("n")});
+  const auto other = observers.add({"Other", std::nullopt, record("x")});
+  observers.deliver({"Name", "object", {}});
+  EXPECT_EQ(std::exchange(received, ""), "ao");
+  observers.deliver({"Name", "another", {}});
+  EXPECT_EQ(std::exchange(received, ""), "a");
+  observers.deliver({"Name", std::nullopt, {}});
+  EXPECT_EQ(std::exchange(received, ""), "an");
 }
 
-TEST(ObserversTest, OneMayEndItselfAndTheOneAfterItAndAddAnother) {
+TEST(ObserversTest, AHandlerMayRemoveAndAddObservers) {
   Observers observers;
-  std::vector<std::shared_ptr<const Observers::Observer>> kept;
+  std::vector<std::shared_ptr<const Observers::Observer>> alive;
   int calls = 0;
   for (int i = 0; i < 2; ++i)
-    kept.push_back(observers.add(
+    alive.push_back(observers.add(
         {"Name", std::nullopt, [&](const auto&) {
            ++calls;
-           kept.clear();
-           kept.push_back(observers.add({"Name", std::nullopt, [&](const auto&) { ++calls; }}));
+           alive.clear();
+           alive.push_back(observers.add({"Name", std::nullopt, [&](const auto&) { ++calls; }}));
          }}));
-  observers.tell({"Name", std::nullopt, {}});
+  observers.deliver({"Name", std::nullopt, {}});
   EXPECT_EQ(calls, 1);
-  EXPECT_EQ(observers.all(), kept);
-  observers.tell({"Name", std::nullopt, {}});
+  EXPECT_EQ(observers.all(), alive);
+  observers.deliver({"Name", std::nullopt, {}});
   EXPECT_EQ(calls, 2);
 }
 
-TEST(ObserversTest, WhatOneThrowsEndsThere) {
+TEST(ObserversTest, AHandlerThatThrowsDoesNotBlockTheNext) {
   Observers observers;
-  bool heard = false;
+  bool received = false;
   const auto first = observers.add(
       {"Name", std::nullopt, [](const auto&) { throw std::runtime_error("thrown"); }});
-  const auto second = observers.add({"Name", std::nullopt, [&](const auto&) { heard = true; }});
-  observers.tell({"Name", std::nullopt, {}});
-  EXPECT_TRUE(heard);
+  const auto second = observers.add({"Name", std::nullopt, [&](const auto&) { received = true; }});
+  observers.deliver({"Name", std::nullopt, {}});
+  EXPECT_TRUE(received);
 }
 
 }  // namespace

@@ -11,31 +11,34 @@
 
 namespace wevora::platform {
 
-/// A service that this process offers to the other processes of its user, under a name.
-/// Threads: the main thread, from whose main loop it is served.
-/// Owns: the socket and its name, and the connections of its peers, until destroyed.
-/// Errors: a call with wrong arguments, or whose handler throws or has no answer, is answered with
-///   an error of the bus; the service goes on.
+/// A named service on a Unix socket for other processes of this user, peer to peer over D-Bus.
+/// Thread-safety: main thread only; serves calls from its main loop.
+/// Ownership: the destructor removes the socket and closes all connections.
+/// Errors: a call with invalid arguments, or whose handler throws or returns nullopt, gets a D-Bus
+///   error reply; the service continues.
 class PublishedService {
  public:
-  /// Answers a method: its result, where it has one, and then its out arguments. A property is
-  /// asked for like a method of its name.
+  /// Implements the methods. Returns the result, if the method has one, followed by the out
+  /// arguments. A property is read by a call with its name and no arguments.
   using Handler =
       std::function<std::optional<Array>(const std::string& method, const Array& arguments)>;
 
-  /// A protocol that the service's object answers to.
+  /// A protocol that the service's root object implements.
   struct Offer {
     WireProtocol protocol;
     Handler handler;
   };
 
-  /// Takes over what a service that ended without cleaning up has left. Null where a running
-  /// service has the name or one is just taking it, or where the socket cannot be made. A peer that
-  /// has not said within `patience` who it is, is sent away.
+  /// Default authentication timeout; a peer that has not authenticated by then is disconnected.
+  static constexpr std::chrono::milliseconds kAuthenticationTimeout = std::chrono::seconds(2);
+
+  /// Creates the socket; replaces a stale socket that a killed service has left. Returns null if a
+  /// running service has the name, if another process is just taking it, or if the socket cannot be
+  /// created.
   static std::unique_ptr<PublishedService> publish(
       const std::string& name, std::vector<Offer> offers,
       const std::string& folder = userRuntimeFolder(),
-      std::chrono::milliseconds patience = std::chrono::seconds(2));
+      std::chrono::milliseconds authenticationTimeout = kAuthenticationTimeout);
   static std::unique_ptr<PublishedService> publish(const std::string& name,
                                                    const WireProtocol& protocol, Handler handler,
                                                    const std::string& folder = userRuntimeFolder());
@@ -43,6 +46,7 @@ class PublishedService {
   PublishedService(const PublishedService&) = delete;
   PublishedService& operator=(const PublishedService&) = delete;
 
+  /// The number of authenticated peers.
   std::size_t peers() const;
 
  private:

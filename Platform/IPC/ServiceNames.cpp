@@ -9,7 +9,7 @@
 namespace wevora::platform {
 namespace {
 
-/// 0 for a socket of the user's.
+/// 0 if the path is a socket that the user owns; otherwise an errno value.
 int errorOf(const std::string& path, uid_t user) {
   struct stat facts {};
   if (::lstat(path.c_str(), &facts) != 0) return errno;
@@ -45,7 +45,7 @@ ReachedSocket reachOwnSocket(const std::string& path, SocketCalls& calls, uid_t 
   if (const int error = errorOf(path, user)) return {{}, error, 0};
   const auto address = UnixAddress::of(path);
   if (!address) return {{}, ENAMETOOLONG, 0};
-  // Not blocking: a listener whose queue is full refuses instead of making us wait.
+  // Non-blocking: connect(2) fails with EAGAIN if the listener's backlog is full.
   Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!socket) return {{}, errno, 0};
   if (const int error = calls.connect(socket.get(), *address)) return {{}, error, 0};

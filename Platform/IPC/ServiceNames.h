@@ -13,38 +13,37 @@
 
 namespace wevora::platform {
 
-/// The folder in which this user's services have their sockets.
+/// The folder of this user's service sockets.
 std::string userRuntimeFolder();
 
-/// The socket of a service; none for a name that is no file name, and for a path too long for a
-/// socket.
+/// The path of a service's socket; nullopt if the name is not a valid file name or the path is too
+/// long for a socket address.
 std::optional<std::string> socketPath(const std::string& folder, const std::string& name);
 
-/// What is asked of the system about another's socket; a test counts, or answers in its stead.
-/// Threads: any. Owns: nothing. Errors: as the system calls.
+/// The system calls on a peer's socket; tests override them to count calls or to inject results.
+/// Thread-safety: any thread.
 class SocketCalls {
  public:
   virtual ~SocketCalls() = default;
-  /// 0, or why not.
+  /// Returns 0 or an errno value.
   virtual int connect(int socket, const UnixAddress& address);
-  /// Who listens on the other side.
+  /// The credentials of the listening process.
   virtual std::optional<ucred> peerOf(int socket);
 };
 
-/// A socket that has accepted us, or why there is none.
+/// The result of connecting to a service: a connected socket or an error.
 struct ReachedSocket {
   Descriptor socket;
-  /// 0 with a socket. ENOENT: nothing has the name; ECONNREFUSED: a socket has it, on which nobody
-  /// listens; EACCES: what has it is no socket of the user, or another user listens; otherwise as
-  /// connect(2) has it.
+  /// 0 on success. ENOENT: no such file. ECONNREFUSED: a stale socket, nobody listens. EACCES: the
+  /// file is not a socket of the user, or another user listens. Otherwise as for connect(2).
   int error = 0;
   pid_t listener = 0;
 };
 
-/// Connects to a socket that the user owns and listens on himself; costs one connect(2), never
-/// waits.
+/// Connects to a socket that the user owns and on which a process of the user listens. Costs at
+/// most one connect(2) and never blocks.
 ReachedSocket reachOwnSocket(const std::string& path, SocketCalls& calls, uid_t user = ::getuid());
-/// No descriptor where there is none, where nobody listens, and where somebody else does.
+/// Like reachOwnSocket; returns an empty descriptor on any error.
 Descriptor connectToOwnSocket(const std::string& path, uid_t user = ::getuid());
 
 }  // namespace wevora::platform

@@ -14,14 +14,10 @@
 namespace wevora::platform {
 namespace {
 
-constexpr std::chrono::seconds kPatience{2};
-constexpr std::chrono::milliseconds kFirstDelay{250};
-constexpr std::chrono::milliseconds kLongestDelay = std::chrono::minutes(1);
-
 constexpr auto kFlags = static_cast<GDBusConnectionFlags>(
     G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
 
-/// Where the session bus is. None is started where there is none.
+/// The address of the session bus; nullopt if there is none. Never autostarts a bus.
 std::optional<std::string> sessionBusAddress() {
   if (const char* address = g_getenv("DBUS_SESSION_BUS_ADDRESS"))
     return *address == '\0' ? std::nullopt : std::optional<std::string>(address);
@@ -48,9 +44,10 @@ VariantPtr argumentsOf(GDBusMessage* message) {
                                     : g_variant_ref_sink(g_variant_new_tuple(nullptr, 0)));
 }
 
-/// Where the threads that read find who listens, for as long as somebody does: a filter may still
-/// run when it has been taken away.
-/// Threads: any. Owns: nothing but the list. Errors: none; what comes for nobody is dropped.
+/// Maps inbox ids to dispatchers for GDBus's reading threads. A message filter may still run after
+/// its removal, so it holds an id instead of a pointer.
+/// Thread-safety: any thread. `mutex_` is held while a dispatcher queues a notification.
+/// Errors: drops notifications for a closed inbox.
 class Inboxes {
  public:
   std::size_t open(NotificationDispatcher& dispatcher) {
@@ -82,36 +79,36 @@ Inboxes& inboxes() {
 }  // namespace
 
 SessionBusConnection::SessionBusConnection(NotificationDispatcher& dispatcher,
-                                           std::function<void()> reached)
-    : inbox_(inboxes().open(dispatcher)), reached_(std::move(reached)), delay_(kFirstDelay) {}
+                                           std::function<void()> reconnected)
+    : inbox_(inboxes().open(dispatcher)), reconnected_(std::move(reconnected)) {}
 
 SessionBusConnection::~SessionBusConnection() {
   inboxes().close(inbox_);
-  if (attempt_) g_cancellable_cancel(attempt_.get());
-  letGo();
+  if (pendingConnect_) g_cancellable_cancel(pendingConnect_.get());
+  disconnect();
 }
 
 GDBusConnection* SessionBusConnection::connection() {
-  if (std::exchange(asked_, true)) return connection_.get();
+  if (std::exchange(attempted_, true)) return connection_.get();
   if (const auto address = sessionBusAddress()) {
-    const Deadline deadline(kPatience);
-    use(GObjectPtr<GDBusConnection>(g_dbus_connection_new_for_address_sync(
+    const Deadline deadline(kConnectTimeout);
+    adopt(GObjectPtr<GDBusConnection>(g_dbus_connection_new_for_address_sync(
         address->c_str(), kFlags, nullptr, deadline.cancellable(), nullptr)));
   }
   if (!connection_) scheduleReconnect();
   return connection_.get();
 }
 
-void SessionBusConnection::tell(const char* method, const std::string& rule) {
-  // Nobody waits for the answer: a bus that does not take the rule sends nothing.
+void SessionBusConnection::callWithoutReply(const char* method, const std::string& rule) {
+  // The reply is of no use: if the bus rejects the rule, no signals arrive.
   if (connection_)
     g_dbus_connection_call(connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
                            "org.freedesktop.DBus", method, g_variant_new("(s)", rule.c_str()),
                            nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr, nullptr);
 }
 
-GDBusMessage* SessionBusConnection::read(GDBusConnection* /*bus*/, GDBusMessage* message,
-                                         gboolean incoming, gpointer inbox) noexcept {
+GDBusMessage* SessionBusConnection::filterMessage(GDBusConnection* /*bus*/, GDBusMessage* message,
+                                                  gboolean incoming, gpointer inbox) noexcept {
   if (incoming == FALSE || !isNotification(message)) return message;
   catchAll([&] {
     inboxes().add(GPOINTER_TO_SIZE(inbox), g_dbus_message_get_member(message),
@@ -121,65 +118,66 @@ GDBusMessage* SessionBusConnection::read(GDBusConnection* /*bus*/, GDBusMessage*
   return nullptr;
 }
 
-void SessionBusConnection::use(GObjectPtr<GDBusConnection> bus) {
+void SessionBusConnection::adopt(GObjectPtr<GDBusConnection> bus) {
   if (!bus || g_dbus_connection_is_closed(bus.get()) != FALSE) return;
   connection_ = std::move(bus);
-  delay_ = kFirstDelay;
-  closed_ = g_signal_connect(connection_.get(), "closed", G_CALLBACK(&SessionBusConnection::closed),
-                             this);
-  filter_ = g_dbus_connection_add_filter(connection_.get(), &SessionBusConnection::read,
+  reconnectDelay_ = kFirstReconnectDelay;
+  closedHandler_ = g_signal_connect(connection_.get(), "closed",
+                                    G_CALLBACK(&SessionBusConnection::onClosed), this);
+  filter_ = g_dbus_connection_add_filter(connection_.get(), &SessionBusConnection::filterMessage,
                                          GSIZE_TO_POINTER(inbox_), nullptr);
 }
 
-void SessionBusConnection::letGo() {
+void SessionBusConnection::disconnect() {
   if (!connection_) return;
-  g_signal_handler_disconnect(connection_.get(), closed_);
+  g_signal_handler_disconnect(connection_.get(), closedHandler_);
   g_dbus_connection_remove_filter(connection_.get(), filter_);
   g_dbus_connection_close(connection_.get(), nullptr, nullptr, nullptr);
   connection_.reset();
 }
 
-void SessionBusConnection::closed(GDBusConnection* /*bus*/, gboolean /*vanished*/,
-                                  GError* /*reason*/, gpointer self) noexcept {
+void SessionBusConnection::onClosed(GDBusConnection* /*bus*/, gboolean /*vanished*/,
+                                    GError* /*reason*/, gpointer self) noexcept {
   catchAll([&] {
-    auto* link = static_cast<SessionBusConnection*>(self);
-    link->letGo();
-    link->scheduleReconnect();
+    auto* connection = static_cast<SessionBusConnection*>(self);
+    connection->disconnect();
+    connection->scheduleReconnect();
   });
 }
 
 void SessionBusConnection::scheduleReconnect() {
-  timer_.emplace(delay_, [this] { look(); });
-  delay_ = std::min(delay_ * 2, kLongestDelay);
+  timer_.emplace(reconnectDelay_, [this] { connect(); });
+  reconnectDelay_ = std::min(reconnectDelay_ * 2, kMaxReconnectDelay);
 }
 
-/// Nothing here waits: the main thread is the host's.
-void SessionBusConnection::look() {
+/// Asynchronous: must not block the host's main thread.
+void SessionBusConnection::connect() {
   const auto address = sessionBusAddress();
   if (!address) return scheduleReconnect();
-  attempt_.reset(g_cancellable_new());
-  timer_.emplace(kPatience, [attempt = attempt_.get()] { g_cancellable_cancel(attempt); });
+  pendingConnect_.reset(g_cancellable_new());
+  timer_.emplace(kConnectTimeout,
+                 [pending = pendingConnect_.get()] { g_cancellable_cancel(pending); });
   auto self = std::make_unique<std::weak_ptr<SessionBusConnection>>(weak_from_this());
-  g_dbus_connection_new_for_address(address->c_str(), kFlags, nullptr, attempt_.get(),
-                                    &SessionBusConnection::answered, self.release());
+  g_dbus_connection_new_for_address(address->c_str(), kFlags, nullptr, pendingConnect_.get(),
+                                    &SessionBusConnection::onConnectFinished, self.release());
 }
 
-void SessionBusConnection::answered(GObject* /*source*/, GAsyncResult* result,
-                                    gpointer weak) noexcept {
+void SessionBusConnection::onConnectFinished(GObject* /*source*/, GAsyncResult* result,
+                                             gpointer weak) noexcept {
   const std::unique_ptr<std::weak_ptr<SessionBusConnection>> owned(
       static_cast<std::weak_ptr<SessionBusConnection>*>(weak));
   GObjectPtr<GDBusConnection> bus(g_dbus_connection_new_for_address_finish(result, nullptr));
   catchAll([&] {
-    if (const auto self = owned->lock()) self->found(std::move(bus));
+    if (const auto self = owned->lock()) self->connectFinished(std::move(bus));
   });
 }
 
-void SessionBusConnection::found(GObjectPtr<GDBusConnection> bus) {
-  attempt_.reset();
+void SessionBusConnection::connectFinished(GObjectPtr<GDBusConnection> bus) {
+  pendingConnect_.reset();
   timer_.reset();
-  use(std::move(bus));
+  adopt(std::move(bus));
   if (connection_)
-    reached_();
+    reconnected_();
   else
     scheduleReconnect();
 }

@@ -17,54 +17,57 @@ namespace {
 
 constexpr const char* kRootPath = "/";
 
-/// The road to a peer, shared by a connection and its proxies.
-/// Threads: any. Owns: the bus connection. Errors: null where a call has no answer.
-class Road {
+/// The D-Bus transport to one peer, shared by a connection and its proxies.
+/// Thread-safety: any thread.
+/// Errors: a failed call returns null.
+class Transport {
  public:
-  /// Who is there, and how long it is waited for.
+  /// The peer process, and the budget that limits how long its calls may block.
   struct Peer {
     std::optional<PeerProcess> process;
-    std::shared_ptr<WaitBudget> patience;
+    std::shared_ptr<WaitBudget> budget;
     std::shared_ptr<const Clock> clock;
-    std::shared_ptr<UnresponsivePeers> silent;
+    std::shared_ptr<UnresponsivePeers> unresponsive;
   };
 
-  /// Null where the peer cannot be talked to.
-  static std::shared_ptr<Road> over(Descriptor socket, Peer peer);
+  /// Authenticates on the socket. Returns null on failure or timeout.
+  static std::shared_ptr<Transport> open(Descriptor socket, Peer peer);
 
-  Road(GObjectPtr<GDBusConnection> bus, Peer peer) : bus_(std::move(bus)), peer_(std::move(peer)) {}
-  ~Road() { close(); }
-  Road(const Road&) = delete;
-  Road& operator=(const Road&) = delete;
+  Transport(GObjectPtr<GDBusConnection> bus, Peer peer)
+      : bus_(std::move(bus)), peer_(std::move(peer)) {}
+  ~Transport() { close(); }
+  Transport(const Transport&) = delete;
+  Transport& operator=(const Transport&) = delete;
 
   GDBusConnection* bus() const noexcept { return bus_.get(); }
 
   VariantPtr call(const std::string& interface, const std::string& method, GVariant* arguments,
-                  const std::string& answerType) {
+                  const std::string& replyType) {
     if (closed_.load()) return nullptr;
     GError* failed = nullptr;
-    const auto begun = peer_.clock->uptime();
-    VariantPtr answer(g_dbus_connection_call_sync(
+    const auto start = peer_.clock->uptime();
+    VariantPtr reply(g_dbus_connection_call_sync(
         bus_.get(), nullptr, kRootPath, interface.c_str(), method.c_str(), arguments,
-        G_VARIANT_TYPE(answerType.c_str()), G_DBUS_CALL_FLAGS_NONE,
-        static_cast<gint>(peer_.patience->left().count()), nullptr, &failed));
-    const bool unanswered = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
+        G_VARIANT_TYPE(replyType.c_str()), G_DBUS_CALL_FLAGS_NONE,
+        static_cast<gint>(peer_.budget->remaining().count()), nullptr, &failed));
+    const bool timedOut = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
     g_clear_error(&failed);
-    if (!peer_.patience->bears(peer_.clock->uptime() - begun) || unanswered) {
-      giveUp();
+    if (!peer_.budget->charge(peer_.clock->uptime() - start) || timedOut) {
+      abandon();
       return nullptr;
     }
-    return answer;
+    return reply;
   }
   VariantPtr introspect() {
     return call("org.freedesktop.DBus.Introspectable", "Introspect", nullptr, "(s)");
   }
-  /// From here on it is waited for so long.
-  void bear(std::shared_ptr<WaitBudget> patience) { peer_.patience = std::move(patience); }
+  /// Replaces the budget for subsequent calls. Not thread-safe: call it before sharing the
+  /// transport.
+  void setBudget(std::shared_ptr<WaitBudget> budget) { peer_.budget = std::move(budget); }
 
  private:
-  void giveUp() {
-    peer_.silent->add(peer_.process);
+  void abandon() {
+    peer_.unresponsive->add(peer_.process);
     close();
   }
   void close() {
@@ -76,51 +79,51 @@ class Road {
   std::atomic<bool> closed_{false};
 };
 
-/// Null where the socket is of no use; the descriptor is closed in every case.
-GObjectPtr<GIOStream> streamOver(Descriptor descriptor) {
+/// Null if the descriptor is not a usable socket. Always consumes the descriptor.
+GObjectPtr<GIOStream> streamOn(Descriptor descriptor) {
   const GObjectPtr<GSocket> socket(g_socket_new_from_fd(descriptor.get(), nullptr));
   if (!socket) return nullptr;
-  descriptor.release();  // the socket's own from here
+  descriptor.release();  // owned by the GSocket now
   return GObjectPtr<GIOStream>(
       G_IO_STREAM(g_socket_connection_factory_create_connection(socket.get())));
 }
 
-std::shared_ptr<Road> Road::over(Descriptor socket, Peer peer) {
-  const auto stream = streamOver(std::move(socket));
+std::shared_ptr<Transport> Transport::open(Descriptor socket, Peer peer) {
+  const auto stream = streamOn(std::move(socket));
   if (!stream) return nullptr;
-  const auto begun = peer.clock->uptime();
-  const Deadline deadline(peer.patience->left());
+  const auto start = peer.clock->uptime();
+  const Deadline deadline(peer.budget->remaining());
   GError* failed = nullptr;
   GObjectPtr<GDBusConnection> bus(g_dbus_connection_new_sync(
       stream.get(), nullptr, G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr,
       deadline.cancellable(), &failed));
-  const bool unanswered = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE;
+  const bool timedOut = g_error_matches(failed, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE;
   g_clear_error(&failed);
-  // A peer that rejects us twice makes GIO forget a reference, and the socket with it.
+  // GIO leaks a reference to the stream if the peer rejects us twice; close the socket explicitly.
   if (!bus) g_io_stream_close(stream.get(), nullptr, nullptr);
-  if (!peer.patience->bears(peer.clock->uptime() - begun) || unanswered) {
-    peer.silent->add(peer.process);
+  if (!peer.budget->charge(peer.clock->uptime() - start) || timedOut) {
+    peer.unresponsive->add(peer.process);
     return nullptr;
   }
-  return bus ? std::make_shared<Road>(std::move(bus), std::move(peer)) : nullptr;
+  return bus ? std::make_shared<Transport>(std::move(bus), std::move(peer)) : nullptr;
 }
 
-/// A service that has accepted us on a socket.
-/// Threads: one. Owns: the socket, and the road where it has been opened already. Errors: none.
+/// A service that has accepted our connection: a socket, or a transport if the probe of an
+/// unresponsive process has already opened one.
 struct SocketPort : SendPort {
   Descriptor socket;
-  std::shared_ptr<Road> road;
+  std::shared_ptr<Transport> transport;
   std::optional<PeerProcess> process;
 };
 
 class SocketProxy : public RootProxy {
  public:
-  explicit SocketProxy(std::shared_ptr<Road> road) : road_(std::move(road)) {}
+  explicit SocketProxy(std::shared_ptr<Transport> transport) : transport_(std::move(transport)) {}
 
   bool conformsToProtocol(const WireProtocol& protocol) override {
-    const auto answer = road_->introspect();
-    if (!answer) return false;
-    const VariantPtr text(g_variant_get_child_value(answer.get(), 0));
+    const auto reply = transport_->introspect();
+    if (!reply) return false;
+    const VariantPtr text(g_variant_get_child_value(reply.get(), 0));
     const InterfaceDescription found(g_variant_get_string(text.get(), nullptr),
                                      protocol.interfaceName);
     return descriptionOf(protocol)->isContainedIn(found);
@@ -134,56 +137,58 @@ class SocketProxy : public RootProxy {
     if (wanted == nullptr) return std::nullopt;
     const VariantPtr tuple(tupleOf(arguments, wanted->in_args));
     if (!tuple) return std::nullopt;
-    const auto answer =
-        road_->call(protocol.interfaceName, name, tuple.get(), tupleSignature(wanted->out_args));
-    return answer ? membersOf(answer.get()) : std::nullopt;
+    const auto reply = transport_->call(protocol.interfaceName, name, tuple.get(),
+                                        tupleSignature(wanted->out_args));
+    return reply ? membersOf(reply.get()) : std::nullopt;
   }
 
  private:
-  std::shared_ptr<Road> road_;
+  std::shared_ptr<Transport> transport_;
 };
 
 class SocketConnection : public Connection {
  public:
-  SocketConnection(std::shared_ptr<Road> road, LocalNotificationCenter& center)
-      : road_(std::move(road)),
+  SocketConnection(std::shared_ptr<Transport> transport, LocalNotificationCenter& center)
+      : transport_(std::move(transport)),
         center_(center),
-        closed_(g_signal_connect(road_->bus(), "closed", G_CALLBACK(&SocketConnection::closed),
-                                 this)) {}
-  ~SocketConnection() override { g_signal_handler_disconnect(road_->bus(), closed_); }
+        closedHandler_(g_signal_connect(transport_->bus(), "closed",
+                                        G_CALLBACK(&SocketConnection::onClosed), this)) {}
+  ~SocketConnection() override { g_signal_handler_disconnect(transport_->bus(), closedHandler_); }
   SocketConnection(const SocketConnection&) = delete;
   SocketConnection& operator=(const SocketConnection&) = delete;
 
-  /// The road serves any thread from the start.
+  /// Does nothing: Transport is thread-safe.
   void enableMultipleThreads() override {}
-  std::shared_ptr<RootProxy> rootProxy() override { return std::make_shared<SocketProxy>(road_); }
+  std::shared_ptr<RootProxy> rootProxy() override {
+    return std::make_shared<SocketProxy>(transport_);
+  }
 
  private:
-  static void closed(GDBusConnection* /*bus*/, gboolean /*remotePeerVanished*/, GError* /*reason*/,
-                     gpointer self) noexcept {
+  static void onClosed(GDBusConnection* /*bus*/, gboolean /*remotePeerVanished*/,
+                       GError* /*reason*/, gpointer self) noexcept {
     catchAll([&] {
       auto* connection = static_cast<SocketConnection*>(self);
       connection->center_.post({kNSConnectionDidDieNotification, connection});
     });
   }
 
-  std::shared_ptr<Road> road_;
+  std::shared_ptr<Transport> transport_;
   LocalNotificationCenter& center_;
-  gulong closed_;
+  gulong closedHandler_;
 };
 
 }  // namespace
 
 SocketConnections::SocketConnections(LocalNotificationCenter& center, std::string folder,
-                                     std::chrono::milliseconds patience,
+                                     std::chrono::milliseconds callTimeout,
                                      std::shared_ptr<const Clock> clock,
                                      std::shared_ptr<SocketCalls> calls)
     : center_(center),
       folder_(std::move(folder)),
-      patience_(patience),
+      callTimeout_(callTimeout),
       clock_(std::move(clock)),
       calls_(std::move(calls)),
-      silent_(std::make_shared<UnresponsivePeers>()) {}
+      unresponsive_(std::make_shared<UnresponsivePeers>()) {}
 
 std::shared_ptr<SendPort> SocketConnections::portForName(const std::string& name) {
   const auto path = socketPath(folder_, name);
@@ -193,16 +198,17 @@ std::shared_ptr<SendPort> SocketConnections::portForName(const std::string& name
   auto port = std::make_shared<SocketPort>();
   port->process = PeerProcess::of(reached.listener);
   port->socket = std::move(reached.socket);
-  if (!silent_->contains(port->process)) return port;
+  if (!unresponsive_->contains(port->process)) return port;
 
-  // It has kept us waiting once, and is not waited for again: it is there when it answers promptly.
+  // The process was unresponsive: probe it with a short timeout, and use it only if it replies.
   if (port->process->isStopped()) return nullptr;
-  const auto whole = std::make_shared<WaitBudget>(patience_, clock_);
-  const auto prompt = std::make_shared<WaitBudget>(whole->prompt(), clock_);
-  port->road = Road::over(std::move(port->socket), {port->process, prompt, clock_, silent_});
-  if (!port->road || !port->road->introspect()) return nullptr;
-  port->road->bear(whole);
-  silent_->remove(port->process);
+  const auto whole = std::make_shared<WaitBudget>(callTimeout_, clock_);
+  const auto probe = std::make_shared<WaitBudget>(whole->promptLimit(), clock_);
+  port->transport =
+      Transport::open(std::move(port->socket), {port->process, probe, clock_, unresponsive_});
+  if (!port->transport || !port->transport->introspect()) return nullptr;
+  port->transport->setBudget(whole);
+  unresponsive_->remove(port->process);
   return port;
 }
 
@@ -210,12 +216,12 @@ std::shared_ptr<Connection> SocketConnections::connectionWithSendPort(
     const std::shared_ptr<SendPort>& sendPort) {
   auto* port = dynamic_cast<SocketPort*>(sendPort.get());
   if (port == nullptr) return nullptr;
-  auto road = std::move(port->road);
-  if (!road && port->socket)
-    road = Road::over(
+  auto transport = std::move(port->transport);
+  if (!transport && port->socket)
+    transport = Transport::open(
         std::move(port->socket),
-        {port->process, std::make_shared<WaitBudget>(patience_, clock_), clock_, silent_});
-  return road ? std::make_shared<SocketConnection>(std::move(road), center_) : nullptr;
+        {port->process, std::make_shared<WaitBudget>(callTimeout_, clock_), clock_, unresponsive_});
+  return transport ? std::make_shared<SocketConnection>(std::move(transport), center_) : nullptr;
 }
 
 }  // namespace wevora::platform

@@ -13,20 +13,24 @@ namespace wevora::platform {
 
 class UnresponsivePeers;
 
-/// Services on Unix sockets that speak D-Bus without a bus between: the socket of a service has the
-/// service's name, its object is "/". Only what this user owns and runs is a service.
+/// The default call timeout: how long the agent, or any other peer, may block the caller in total.
+inline constexpr std::chrono::milliseconds kCallTimeout = std::chrono::seconds(2);
+
+/// Connects to services on Unix sockets, peer to peer over D-Bus (no bus daemon). The socket has
+/// the name of the service; the root object is "/". Only a socket that this user owns, and on which
+/// a process of this user listens, is a service.
 ///
-/// A peer that keeps us waiting for `patience` in all, in one question or in several, is taken for
-/// dead: the connection is closed, the question has no answer, and the death is told like any
-/// other. Such a process has no port, and nobody waits for it, until it answers promptly.
-/// Threads: the main thread; a connection's proxies from any.
-/// Owns: nothing; the notification center must outlive its connections.
-/// Errors: null or none for everything that cannot be had.
+/// `callTimeout` limits one call and, through a WaitBudget, the total of slow calls on a
+/// connection. On a timeout the call fails, the connection is closed and
+/// kNSConnectionDidDieNotification is posted. The process is then recorded as unresponsive:
+/// portForName probes it with a short timeout and returns null until it replies promptly.
+/// Thread-safety: main thread only; the proxies of a connection may be used from any thread.
+/// Ownership: the notification center must outlive the connections.
 class SocketConnections : public DistributedObjects {
  public:
   explicit SocketConnections(LocalNotificationCenter& center,
                              std::string folder = userRuntimeFolder(),
-                             std::chrono::milliseconds patience = std::chrono::seconds(2),
+                             std::chrono::milliseconds callTimeout = kCallTimeout,
                              std::shared_ptr<const Clock> clock = std::make_shared<SystemClock>(),
                              std::shared_ptr<SocketCalls> calls = std::make_shared<SocketCalls>());
 
@@ -37,10 +41,10 @@ class SocketConnections : public DistributedObjects {
  private:
   LocalNotificationCenter& center_;
   std::string folder_;
-  std::chrono::milliseconds patience_;
+  std::chrono::milliseconds callTimeout_;
   std::shared_ptr<const Clock> clock_;
   std::shared_ptr<SocketCalls> calls_;
-  std::shared_ptr<UnresponsivePeers> silent_;
+  std::shared_ptr<UnresponsivePeers> unresponsive_;
 };
 
 }  // namespace wevora::platform

@@ -6,9 +6,10 @@
 
 namespace wevora::platform {
 
-/// Keeps other processes from taking a service's name while it is looked whether the name is free,
-/// and taken. The lock is a file beside the socket, gone with the lock.
-/// Threads: one. Owns: the lock, until destroyed. Errors: not held where another has it.
+/// An exclusive lock on a service's name. It makes checking that the name is free and taking it
+/// atomic between processes. The lock is flock(2) on a file next to the socket; the destructor
+/// removes the file.
+/// Errors: converts to false if another process holds the lock or the file cannot be opened.
 class SocketLockFile {
  public:
   explicit SocketLockFile(const std::string& socketPath);

@@ -8,37 +8,38 @@
 namespace wevora::platform {
 namespace {
 
-/// What the system says of a process behind its name, which may hold anything: its state first.
-struct Facts {
+/// Fields of /proc/PID/stat. Parsing starts after the process name, which may contain any
+/// character.
+struct Stat {
   char state = 0;
   std::uint64_t started = 0;
 };
 
-std::optional<Facts> factsOf(pid_t pid) {
+std::optional<Stat> statOf(pid_t pid) {
   std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
   const std::string all{std::istreambuf_iterator<char>(file), {}};
   const auto name = all.rfind(')');
   if (name == std::string::npos) return std::nullopt;
   std::istringstream fields(all.substr(name + 1));
   constexpr int kFieldsBetween = 18;  // from the state (3rd) to the start (22nd)
-  Facts facts;
-  fields >> facts.state;
+  Stat stat;
+  fields >> stat.state;
   std::string skipped;
   for (int i = 0; i < kFieldsBetween; ++i) fields >> skipped;
-  fields >> facts.started;
-  return fields ? std::optional(facts) : std::nullopt;
+  fields >> stat.started;
+  return fields ? std::optional(stat) : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<PeerProcess> PeerProcess::of(pid_t pid) {
-  const auto facts = pid > 0 ? factsOf(pid) : std::nullopt;
-  return facts ? std::optional(PeerProcess{pid, facts->started}) : std::nullopt;
+  const auto stat = pid > 0 ? statOf(pid) : std::nullopt;
+  return stat ? std::optional(PeerProcess{pid, stat->started}) : std::nullopt;
 }
 
 bool PeerProcess::isStopped() const {
-  const auto facts = factsOf(pid);
-  return facts && facts->started == started && (facts->state == 'T' || facts->state == 't');
+  const auto stat = statOf(pid);
+  return stat && stat->started == started && (stat->state == 'T' || stat->state == 't');
 }
 
 void UnresponsivePeers::add(const std::optional<PeerProcess>& peer) {

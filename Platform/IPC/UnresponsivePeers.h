@@ -9,20 +9,20 @@
 
 namespace wevora::platform {
 
-/// A process, told from another that has got its number later.
+/// Identifies a process by pid and start time, so that a reused pid is a different process.
 struct PeerProcess {
   pid_t pid = 0;
-  std::uint64_t started = 0;  ///< in ticks since the system began
+  std::uint64_t started = 0;  ///< clock ticks since boot
 
-  /// None for a process that is not there, or cannot be seen from here.
+  /// nullopt if the process does not exist or is not visible in /proc.
   static std::optional<PeerProcess> of(pid_t pid);
-  /// By a signal or a debugger: it answers nobody until it is let go.
+  /// Whether a signal or a debugger has stopped the process, so that it cannot reply.
   bool isStopped() const;
   friend bool operator==(const PeerProcess&, const PeerProcess&) = default;
 };
 
-/// The processes that have left us without an answer.
-/// Threads: any. Owns: the list; who has ended leaves it. Errors: none.
+/// The processes that did not reply before a timeout. Processes that have ended are removed.
+/// Thread-safety: any thread. `mutex_` is a leaf lock.
 class UnresponsivePeers {
  public:
   void add(const std::optional<PeerProcess>& peer);

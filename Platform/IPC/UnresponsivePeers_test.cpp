@@ -9,7 +9,7 @@
 namespace wevora::platform {
 namespace {
 
-/// A process that does nothing.
+/// A child process that only sleeps.
 class Idler {
  public:
   Idler() : pid_(::fork()) {
@@ -36,7 +36,7 @@ class Idler {
   pid_t pid_;
 };
 
-TEST(PeerProcessTest, AProcessIsKnownByItsNumberAndItsStart) {
+TEST(PeerProcessTest, AProcessIsIdentifiedByPidAndStartTime) {
   const auto self = PeerProcess::of(::getpid());
   ASSERT_TRUE(self);
   EXPECT_EQ(self->pid, ::getpid());
@@ -46,7 +46,7 @@ TEST(PeerProcessTest, AProcessIsKnownByItsNumberAndItsStart) {
   EXPECT_FALSE(PeerProcess::of(-1));
 }
 
-TEST(PeerProcessTest, AStoppedProcessIsSeenToBeStopped) {
+TEST(PeerProcessTest, AStoppedProcessIsDetected) {
   const Idler idler;
   const auto process = PeerProcess::of(idler.pid());
   ASSERT_TRUE(process);
@@ -56,7 +56,7 @@ TEST(PeerProcessTest, AStoppedProcessIsSeenToBeStopped) {
   EXPECT_FALSE((PeerProcess{process->pid, process->started + 1}.isStopped()));
 }
 
-TEST(UnresponsivePeersTest, AProcessIsSilentUntilItIsTakenOffTheList) {
+TEST(UnresponsivePeersTest, AProcessIsUnresponsiveUntilItIsRemoved) {
   UnresponsivePeers peers;
   const auto self = PeerProcess::of(::getpid());
   EXPECT_FALSE(peers.contains(self));
@@ -67,7 +67,7 @@ TEST(UnresponsivePeersTest, AProcessIsSilentUntilItIsTakenOffTheList) {
   EXPECT_FALSE(peers.contains(self));
 }
 
-TEST(UnresponsivePeersTest, WhoHasEndedLeavesTheList) {
+TEST(UnresponsivePeersTest, AProcessThatHasEndedIsRemoved) {
   UnresponsivePeers peers;
   Idler idler;
   const auto ended = PeerProcess::of(idler.pid());
@@ -77,7 +77,7 @@ TEST(UnresponsivePeersTest, WhoHasEndedLeavesTheList) {
   EXPECT_FALSE(peers.contains(ended));
 }
 
-TEST(UnresponsivePeersTest, WhoIsNotKnownIsNotOnIt) {
+TEST(UnresponsivePeersTest, AnUnknownProcessIsNeverListed) {
   UnresponsivePeers peers;
   peers.add(std::nullopt);
   EXPECT_FALSE(peers.contains(std::nullopt));

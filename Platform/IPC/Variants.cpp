@@ -48,7 +48,7 @@ string bytesOf(GVariant* variant) {
   gsize size = 0;
   const void* bytes = g_variant_get_fixed_array(variant, &size, 1);
   string text(static_cast<const char*>(bytes), size);
-  if (!text.empty() && text.back() == '\0') text.pop_back();  // as the bus writes byte strings
+  if (!text.empty() && text.back() == '\0') text.pop_back();  // D-Bus byte strings end in a NUL
   return text;
 }
 
@@ -100,7 +100,7 @@ VariantPtr textVariant(const string& text) {
   return bytesVariant(text.c_str(), text.size() + 1);
 }
 
-/// Texts, each of which the bus can carry as one; none where one cannot.
+/// An array of type as; null if a member is not a UTF-8 text.
 VariantPtr textsVariant(const Value& value) {
   const auto* values = value.as<Array>();
   if (values == nullptr) return nullptr;

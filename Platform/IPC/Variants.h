@@ -15,20 +15,20 @@ struct VariantUnref {
 };
 using VariantPtr = std::unique_ptr<GVariant, VariantUnref>;
 
-/// A value that came over the bus. Every integer is 64 bits wide here; bytes are a text, which
-/// is how one travels that is not UTF-8, but for those that are data. What has no counterpart is
-/// none, and is left out of the array or dictionary around it. Depth is bounded by the bus.
+/// Converts a received D-Bus value. All integers become 64 bits wide. A byte string (ay) becomes a
+/// text, because texts that are not UTF-8 are sent that way; (ay) becomes data. Returns nullopt for
+/// a type without a counterpart; containers omit such members. D-Bus limits the nesting depth.
 std::optional<Value> valueOf(GVariant* variant);
 
-/// A value as the bus carries it, with the type that it has by itself: b, x, d, s, as, av, a{sv},
-/// and t where x is too narrow; a date is a double of seconds since 1970, a text that is not UTF-8
-/// is ay and ends in a NUL, data is (ay). Null for what has no counterpart there, which is left out
-/// as above. Not floating.
+/// Converts a value to D-Bus with its natural type: b, x, d, s, as, av, a{sv}, and t for integers
+/// that exceed x. A date is a double of seconds since 1970, a text that is not UTF-8 is ay with a
+/// final NUL, data is (ay). Returns null for a value without a counterpart; containers omit such
+/// members. The result is not floating.
 VariantPtr variantOf(const Value& value);
 VariantPtr variantOf(const Dictionary& entries);
 
-/// The same with the type that a signature asks for (a basic type, "as", "av", "a{sv}",
-/// "aa{sv}"); null where the value cannot be of that type.
+/// Converts a value to the type of a signature (a basic type, "as", "av", "a{sv}" or "aa{sv}").
+/// Returns null if the value cannot have that type.
 VariantPtr variantOf(const Value& value, std::string_view signature);
 
 }  // namespace wevora::platform

@@ -14,7 +14,7 @@ std::optional<Value> parsed(const char* text) {
   return valueOf(variant.get());
 }
 
-TEST(VariantsTest, ValuesComeBackAsTheyWent) {
+TEST(VariantsTest, ValuesSurviveARoundTrip) {
   const Dictionary entries{{"flag", Value(true)},
                            {"number", Value(std::int64_t{-7})},
                            {"half", Value(0.5)},
@@ -27,7 +27,7 @@ TEST(VariantsTest, ValuesComeBackAsTheyWent) {
   EXPECT_EQ(*valueOf(variantOf(entries).get()), Value(entries));
 }
 
-TEST(VariantsTest, DataComesBackAsDataWhateverItsLastByte) {
+TEST(VariantsTest, DataSurvivesARoundTripWithAnyLastByte) {
   for (const auto& data :
        {Data{}, Data{std::byte{0}}, Data{std::byte{0xFF}, std::byte{0}},
         Data{std::byte{'a'}, std::byte{0}, std::byte{'b'}, std::byte{0}, std::byte{0}}}) {
@@ -37,18 +37,18 @@ TEST(VariantsTest, DataComesBackAsDataWhateverItsLastByte) {
   }
 }
 
-TEST(VariantsTest, ATextKeepsTheNulsThatItHolds) {
+TEST(VariantsTest, ATextKeepsItsNulBytes) {
   for (const auto& text :
        {std::string(1, '\0'), std::string("a\0b\0", 4), std::string("\xFF\0", 2)})
     EXPECT_EQ(*valueOf(variantOf(Value(text)).get()), Value(text));
   EXPECT_EQ(*parsed("b'/a'"), Value("/a"));
 }
 
-TEST(VariantsTest, ADateTravelsAsSecondsSince1970) {
+TEST(VariantsTest, ADateIsSentAsSecondsSince1970) {
   EXPECT_EQ(*valueOf(variantOf(Value(Date{1.5})).get()), Value(1.5));
 }
 
-TEST(VariantsTest, EveryIntegerIsReadWithAllItsBits) {
+TEST(VariantsTest, IntegersOfEveryTypeKeepAllBits) {
   for (const char* text : {"byte 7", "int16 7", "uint16 7", "int32 7", "uint32 7", "int64 7",
                            "uint64 7", "<uint32 7>"})
     EXPECT_EQ(*parsed(text), Value(std::int64_t{7})) << text;
@@ -63,7 +63,7 @@ TEST(VariantsTest, EveryIntegerIsReadWithAllItsBits) {
   EXPECT_EQ(*valueOf(variantOf(Value(std::int64_t{-1}), "t").get()), Value(std::int64_t{0}));
 }
 
-TEST(VariantsTest, WhatHasNoCounterpartIsLeftOut) {
+TEST(VariantsTest, ValuesWithoutACounterpartAreOmitted) {
   EXPECT_FALSE(parsed("(1, 2)"));
   EXPECT_EQ(*parsed("[<(1, 2)>, <'a'>]"), Value(Array{"a"}));
   EXPECT_EQ(*parsed("{'a': <(1, 2)>, 'b': <'x'>}"), Value(Dictionary{{"b", Value("x")}}));
@@ -76,7 +76,7 @@ TEST(VariantsTest, WhatHasNoCounterpartIsLeftOut) {
             Value(Dictionary{{"b", true}}));
 }
 
-TEST(VariantsTest, ASignatureGivesTheTypeOrNothing) {
+TEST(VariantsTest, ASignatureDeterminesTheTypeOrTheResultIsNull) {
   EXPECT_EQ(typeOf(variantOf(Value(std::int64_t{5000000000}), "i")), "i");
   EXPECT_EQ(typeOf(variantOf(Value(std::int64_t{-1}), "t")), "t");
   EXPECT_EQ(typeOf(variantOf(Value(true), "b")), "b");

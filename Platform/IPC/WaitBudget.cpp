@@ -6,33 +6,34 @@
 namespace wevora::platform {
 namespace {
 
-/// A peer that is always slow takes a thirtieth of the host's time at most.
-constexpr int kTimesSlower = 30;
+/// The budget refills by one second in thirty, so a peer that is always slow blocks us for at most
+/// a thirtieth of the time.
+constexpr int kRefillDivisor = 30;
 
 }  // namespace
 
-WaitBudget::WaitBudget(std::chrono::milliseconds whole, std::shared_ptr<const Clock> clock)
-    : whole_(whole), clock_(std::move(clock)), asOf_(clock_->uptime()) {}
+WaitBudget::WaitBudget(std::chrono::milliseconds total, std::shared_ptr<const Clock> clock)
+    : total_(total), clock_(std::move(clock)), refilledAt_(clock_->uptime()) {}
 
-std::chrono::milliseconds WaitBudget::left() {
+std::chrono::milliseconds WaitBudget::remaining() {
   const MutexLock lock(mutex_);
-  comeBack();
-  return std::max(prompt(),
-                  std::chrono::duration_cast<std::chrono::milliseconds>(whole_ - missing_));
+  refill();
+  return std::max(promptLimit(),
+                  std::chrono::duration_cast<std::chrono::milliseconds>(total_ - spent_));
 }
 
-bool WaitBudget::bears(std::chrono::nanoseconds waited) {
+bool WaitBudget::charge(std::chrono::nanoseconds waited) {
   const MutexLock lock(mutex_);
-  comeBack();
-  if (waited <= prompt()) return true;
-  missing_ += waited;
-  return missing_ <= whole_;
+  refill();
+  if (waited <= promptLimit()) return true;
+  spent_ += waited;
+  return spent_ <= total_;
 }
 
-void WaitBudget::comeBack() {
+void WaitBudget::refill() {
   const auto now = clock_->uptime();
-  missing_ = std::max(std::chrono::nanoseconds(0), missing_ - (now - asOf_) / kTimesSlower);
-  asOf_ = now;
+  spent_ = std::max(std::chrono::nanoseconds(0), spent_ - (now - refilledAt_) / kRefillDivisor);
+  refilledAt_ = now;
 }
 
 }  // namespace wevora::platform

@@ -8,29 +8,29 @@
 
 namespace wevora::platform {
 
-/// How long one peer may keep us waiting, in one wait or in several: what was waited is missing
-/// from the next, and comes back slowly. An answer that is prompt costs nothing, however many there
-/// are, so that a healthy peer is borne for ever.
-/// Threads: any. Owns: a share of the clock. Errors: none.
+/// Limits the total time for which calls to one peer may block us. The time of each slow call is
+/// charged to the budget, which refills slowly. Prompt replies are free, so a healthy peer never
+/// exhausts its budget.
+/// Thread-safety: any thread. `mutex_` is a leaf lock.
 class WaitBudget {
  public:
-  WaitBudget(std::chrono::milliseconds whole, std::shared_ptr<const Clock> clock);
+  WaitBudget(std::chrono::milliseconds total, std::shared_ptr<const Clock> clock);
 
-  /// For a wait that begins now. Never less than a prompt answer takes.
-  std::chrono::milliseconds left();
-  /// Whether a wait that long, just over, can still be borne.
-  bool bears(std::chrono::nanoseconds waited);
-  /// The longest wait that costs nothing: a twentieth of the whole.
-  std::chrono::milliseconds prompt() const noexcept { return whole_ / 20; }
+  /// The timeout for a call that starts now; at least promptLimit().
+  std::chrono::milliseconds remaining();
+  /// Charges the duration of a finished call. Returns false if the budget is exhausted.
+  bool charge(std::chrono::nanoseconds waited);
+  /// Calls up to this duration are free: a twentieth of the total.
+  std::chrono::milliseconds promptLimit() const noexcept { return total_ / 20; }
 
  private:
-  void comeBack() REQUIRES(mutex_);
+  void refill() REQUIRES(mutex_);
 
-  const std::chrono::milliseconds whole_;
+  const std::chrono::milliseconds total_;
   const std::shared_ptr<const Clock> clock_;
   Mutex mutex_;
-  std::chrono::nanoseconds missing_ GUARDED_BY(mutex_){0};
-  std::chrono::nanoseconds asOf_ GUARDED_BY(mutex_);
+  std::chrono::nanoseconds spent_ GUARDED_BY(mutex_){0};
+  std::chrono::nanoseconds refilledAt_ GUARDED_BY(mutex_);
 };
 
 }  // namespace wevora::platform

@@ -36,7 +36,7 @@ std::any Object::instanceVariableValue(std::string_view name) const {
   return found == variables_.end() ? std::any() : found->second;
 }
 
-// A class is an instance of itself as far as `isa` goes; its messages go to its class methods.
+// The `isa` of a class is the class itself; messages to it call its class methods.
 Class::Class(std::string_view name, Class* superclass)
     : Object(*this), name_(name), superclass_(superclass) {}
 

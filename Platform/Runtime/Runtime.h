@@ -22,22 +22,20 @@ class Class;
 class Object;
 class Runtime;
 
-/// A reference to an object of the runtime; a null one is "nothing", to which anything may be sent.
+/// A reference to an object of the runtime. Every message may be sent to a null Id.
 using Id = std::shared_ptr<Object>;
 
 template <class Result, class... Arguments>
 Result send(const Id& receiver, std::string_view selector, Arguments... arguments);
 
-/// What a host's object raises, and what a message that nobody understands raises.
-/// Threads: any. Owns: its text. Errors: is one.
+/// The exception of host objects, of unrecognized selectors and of calls with wrong types.
 class HostException : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The body of a method, its C++ types erased: a function of (receiver, arguments...).
-/// Threads: a value; calling it is as safe as the function. Owns: the function.
-/// Errors: invoking with other types than it was made with raises HostException.
+/// The type-erased body of a method: a function of (receiver, arguments...). Copies share the body.
+/// Errors: `invoke` throws HostException if the types differ from those of the function.
 class Implementation {
  public:
   Implementation() = default;
@@ -55,12 +53,12 @@ class Implementation {
     return a.body_ == b.body_;
   }
 
-  /// Calls the function directly, with no look-up.
+  /// Calls the function directly, without method look-up.
   template <class Result, class... Arguments>
   Result invoke(const Id& self, Arguments... arguments) const {
     using Wanted = typename Typed<Result(Arguments...)>::Body;
     const auto* body = dynamic_cast<const Wanted*>(body_.get());
-    if (body == nullptr) throw HostException("method called with other types than its own");
+    if (body == nullptr) throw HostException("method called with wrong argument or result types");
     return body->function(self, std::forward<Arguments>(arguments)...);
   }
 
@@ -86,18 +84,16 @@ struct Implementation::Typed<Result(Arguments...)> {
   }
 };
 
-/// A method: its body, and the text that encodes its types ("v@:B").
-/// Threads: a value. Owns: both. Errors: none.
+/// A method: its body and its type encoding ("v@:B").
 struct Method {
   Implementation implementation;
   std::string typeEncoding;
 };
-/// A method that was looked up, as it was then; null where there is none.
+/// A snapshot of a method from a look-up; null if the method does not exist.
 using MethodRef = std::shared_ptr<const Method>;
 
-/// A message that its receiver has no method for: what it may hand to another object.
-/// Threads: one. Owns: the arguments and the answer, which is a default value until a target gave
-/// one. Errors: those of the target's method.
+/// A message for which its receiver has no method. The receiver may forward it to another object.
+/// Errors: those of the target's method.
 class Invocation {
  public:
   explicit Invocation(std::string_view selector) : selector_(selector) {}
@@ -106,16 +102,15 @@ class Invocation {
   Invocation& operator=(const Invocation&) = delete;
 
   std::string_view selector() const noexcept { return selector_; }
-  /// Sends the message to another object; its answer becomes this one's.
+  /// Sends the message to another object; its result becomes the result of this message.
   virtual void invokeWithTarget(const Id& target) = 0;
 
  private:
   const std::string_view selector_;
 };
 
-/// Something that can be sent messages.
-/// Threads: as its methods. Owns: its instance variables.
-/// Errors: none of its own.
+/// An object that can receive messages.
+/// Thread-safety: instance variables may be used from any thread; methods as their implementations.
 class Object {
  public:
   explicit Object(Class& isa) : isa_(isa) {}
@@ -126,12 +121,12 @@ class Object {
   Class& isa() const noexcept { return isa_; }
   bool isKindOf(const Class* wanted) const;
   virtual bool respondsToSelector(std::string_view selector) const;
-  /// The text that encodes the types of the method; none where there is none.
+  /// The type encoding of the method; nullopt if the method does not exist.
   virtual std::optional<std::string> methodSignatureForSelector(std::string_view selector) const;
-  /// What becomes of a message that the object has no method for: it raises HostException.
+  /// Called for a message without a method. Throws HostException unless overridden.
   virtual void forwardInvocation(Invocation& invocation);
 
-  /// Instance variables, by name; a name that was never set reads as none.
+  /// Instance variables by name. An unset variable, or one of another type, reads as nullopt.
   void setInstanceVariable(std::string_view name, std::any value);
   template <class T>
   std::optional<T> instanceVariable(std::string_view name) const {
@@ -141,7 +136,7 @@ class Object {
   }
 
  protected:
-  /// The method that a message of this name reaches, superclasses included.
+  /// Looks up the method for a selector, including superclasses.
   virtual MethodRef methodFor(std::string_view selector) const;
 
  private:
@@ -154,10 +149,9 @@ class Object {
   std::map<std::string, std::any, std::less<>> variables_ GUARDED_BY(mutex_);
 };
 
-/// A class: a name, a superclass, instance methods and class methods. It is itself an object, and
-/// what is sent to it reaches its class methods.
-/// Threads: any. Owns: its method tables.
-/// Errors: none; an operation that cannot be done answers false.
+/// A class: a name, a superclass, instance methods and class methods. A class is itself an object;
+/// messages sent to it call its class methods.
+/// Thread-safety: any thread. `tables_` is a leaf lock; it is not held while a method runs.
 class Class : public Object {
  public:
   Class(std::string_view name, Class* superclass);
@@ -166,16 +160,16 @@ class Class : public Object {
   Class* superclass() const noexcept { return superclass_; }
   bool isSubclassOf(const Class* wanted) const;
 
-  /// False, and nothing changed, where this very class already has a method of that name.
+  /// Returns false and changes nothing if this class itself already has a method of that name.
   bool addMethod(std::string_view selector, Implementation implementation,
                  std::string_view typeEncoding);
   bool addClassMethod(std::string_view selector, Implementation implementation,
                       std::string_view typeEncoding);
-  /// Exchanges the bodies of two methods that the class has or inherits, each in the class that
-  /// has it. False where one of them is missing.
+  /// Exchanges the bodies of two own or inherited methods, each in the class that defines it. The
+  /// type encodings stay. Returns false if one of them does not exist.
   bool exchangeImplementations(std::string_view first, std::string_view second);
 
-  /// The method that instances answer with, superclasses included.
+  /// Look-up including superclasses.
   MethodRef instanceMethod(std::string_view selector) const;
   MethodRef classMethod(std::string_view selector) const;
 
@@ -183,8 +177,8 @@ class Class : public Object {
   MethodRef methodFor(std::string_view selector) const override { return classMethod(selector); }
 
  private:
-  // Looking a method up copies nothing of it: it is shared, and another takes its place when it is
-  // exchanged.
+  // Methods are immutable and shared: a look-up copies only a pointer, and an exchange replaces the
+  // pointer.
   using Methods = std::map<std::string, MethodRef, std::less<>>;
   static bool add(Methods& methods, std::string_view selector, Implementation implementation,
                   std::string_view typeEncoding);
@@ -201,20 +195,20 @@ class Class : public Object {
   Methods classMethods_ GUARDED_BY(tables_);
 };
 
-/// The classes of a host, by name.
-/// Threads: any. Owns: its classes, as long as it lives.
-/// Errors: a class that is not there is a null pointer.
+/// The registry of a host's classes, by name.
+/// Thread-safety: any thread.
 class Runtime {
  public:
   Runtime() = default;
   Runtime(const Runtime&) = delete;
   Runtime& operator=(const Runtime&) = delete;
 
-  /// The one of the process.
+  /// The runtime of this process.
   static Runtime& shared();
 
-  /// Null where the name is taken.
+  /// Null if the name is taken.
   std::shared_ptr<Class> registerClass(std::string_view name, Class* superclass = nullptr);
+  /// Null if there is no such class.
   std::shared_ptr<Class> classNamed(std::string_view name) const;
 
  private:
@@ -222,8 +216,8 @@ class Runtime {
   std::map<std::string, std::shared_ptr<Class>, std::less<>> classes_ GUARDED_BY(mutex_);
 };
 
-/// A message of certain types that waits for its target.
-/// Threads: one. Owns: as Invocation. Errors: as Invocation.
+/// An Invocation with the argument and result types of its message. The result is a default value
+/// until a target has returned one.
 template <class Result, class... Arguments>
 class TypedInvocation : public Invocation {
  public:
@@ -236,23 +230,23 @@ class TypedInvocation : public Invocation {
           if constexpr (std::is_void_v<Result>)
             send<void, Arguments...>(target, selector(), std::forward<Arguments>(arguments)...);
           else
-            answer_ = send<Result, Arguments...>(target, selector(),
+            result_ = send<Result, Arguments...>(target, selector(),
                                                  std::forward<Arguments>(arguments)...);
         },
         arguments_);
   }
-  Result answer() {
-    if constexpr (!std::is_void_v<Result>) return std::move(answer_);
+  Result result() {
+    if constexpr (!std::is_void_v<Result>) return std::move(result_);
   }
 
  private:
   std::tuple<Arguments...> arguments_;
-  std::conditional_t<std::is_void_v<Result>, std::monostate, Result> answer_{};
+  std::conditional_t<std::is_void_v<Result>, std::monostate, Result> result_{};
 };
 
-/// Sends a message. Nothing (a null receiver) answers a default value of the result's type; a
-/// receiver that does not know the selector forwards the message or raises HostException; one whose
-/// method has other types raises it. No lock is held while the method runs.
+/// Sends a message. A null receiver returns a default value of the result type. A receiver without
+/// a method for the selector forwards the message or throws HostException. A method with other
+/// types throws HostException. No lock is held while the method runs.
 template <class Result, class... Arguments>
 Result send(const Id& receiver, std::string_view selector, Arguments... arguments) {
   if (!receiver) return Result();
@@ -261,7 +255,7 @@ Result send(const Id& receiver, std::string_view selector, Arguments... argument
         receiver, std::forward<Arguments>(arguments)...);
   TypedInvocation<Result, Arguments...> invocation(selector, std::forward<Arguments>(arguments)...);
   receiver->forwardInvocation(invocation);
-  return invocation.answer();
+  return invocation.result();
 }
 
 }  // namespace wevora::platform

@@ -14,7 +14,7 @@ class RuntimeTest : public testing::Test {
   std::shared_ptr<Class> derived = runtime.registerClass("Derived", base.get());
 };
 
-TEST_F(RuntimeTest, ClassesAreFoundByNameAndANameIsTakenOnce) {
+TEST_F(RuntimeTest, ClassesAreFoundByNameAndNamesAreUnique) {
   EXPECT_EQ(runtime.classNamed("Base"), base);
   EXPECT_EQ(runtime.classNamed("Absent"), nullptr);
   EXPECT_EQ(runtime.registerClass("Base"), nullptr);
@@ -37,23 +37,23 @@ TEST_F(RuntimeTest, ArgumentsByReferenceStayReferences) {
   EXPECT_EQ(text, "filled");
 }
 
-TEST_F(RuntimeTest, SendingToNothingYieldsNothing) {
+TEST_F(RuntimeTest, SendingToNullReturnsADefaultValue) {
   EXPECT_EQ(send<int>(nullptr, "count"), 0);
   EXPECT_EQ(send<Id>(nullptr, "child"), nullptr);
   send<void>(nullptr, "setNeedsDisplay:", true);
 }
 
-TEST_F(RuntimeTest, SendingAnUnknownSelectorRaisesTheHostException) {
+TEST_F(RuntimeTest, SendingAnUnknownSelectorThrows) {
   EXPECT_THROW(send<void>(make(base), "unknown"), HostException);
 }
 
-TEST_F(RuntimeTest, CallingAMethodWithOtherTypesRaisesTheHostException) {
+TEST_F(RuntimeTest, CallingAMethodWithOtherTypesThrows) {
   base->addMethod("flag:", Implementation::of<void(bool)>([](const Id&, bool) {}), "v@:B");
   EXPECT_THROW(send<void>(make(base), "flag:", 1), HostException);
   EXPECT_THROW(send<int>(make(base), "flag:", true), HostException);
 }
 
-TEST_F(RuntimeTest, AddingAMethodFailsOnlyWhereTheVeryClassHasTheName) {
+TEST_F(RuntimeTest, AddingAMethodFailsOnlyIfTheClassItselfHasTheName) {
   const auto one = Implementation::of<int()>([](const Id&) { return 1; });
   const auto two = Implementation::of<int()>([](const Id&) { return 2; });
   EXPECT_TRUE(base->addMethod("n", one, "i@:"));
@@ -73,7 +73,7 @@ TEST_F(RuntimeTest, ExchangingImplementationsSwapsTheTwoBodies) {
   EXPECT_FALSE(base->exchangeImplementations("one", "absent"));
 }
 
-TEST_F(RuntimeTest, AnImplementationCanBeTakenAndInvokedDirectly) {
+TEST_F(RuntimeTest, AnImplementationCanBeInvokedDirectly) {
   base->addMethod("n", Implementation::of<int()>([](const Id&) { return 7; }), "i@:");
   const auto method = derived->instanceMethod("n");
   ASSERT_TRUE(method);
@@ -81,14 +81,14 @@ TEST_F(RuntimeTest, AnImplementationCanBeTakenAndInvokedDirectly) {
   EXPECT_EQ(method->implementation, base->instanceMethod("n")->implementation);
 }
 
-TEST_F(RuntimeTest, LookingAMethodUpCopiesNothingOfIt) {
+TEST_F(RuntimeTest, ALookUpDoesNotCopyTheMethod) {
   base->addMethod("n", Implementation::of<int()>([](const Id&) { return 7; }), "i@:");
   base->addClassMethod("m", Implementation::of<int()>([](const Id&) { return 7; }), "i@:");
   EXPECT_EQ(base->instanceMethod("n"), derived->instanceMethod("n"));
   EXPECT_EQ(base->classMethod("m"), derived->classMethod("m"));
 }
 
-TEST_F(RuntimeTest, AMethodThatWasLookedUpStaysAsItWasWhenItIsExchanged) {
+TEST_F(RuntimeTest, AnExchangeDoesNotChangeAMethodThatWasLookedUpBefore) {
   base->addMethod("one", Implementation::of<int()>([](const Id&) { return 1; }), "i@:");
   base->addMethod("two", Implementation::of<int()>([](const Id&) { return 2; }), "l@:");
   const auto before = base->instanceMethod("one");
@@ -98,14 +98,14 @@ TEST_F(RuntimeTest, AMethodThatWasLookedUpStaysAsItWasWhenItIsExchanged) {
   EXPECT_EQ(base->instanceMethod("one")->typeEncoding, "i@:") << "the encodings stay";
 }
 
-TEST_F(RuntimeTest, AClassAnswersItsClassMethodsAndThoseOfItsSuperclass) {
+TEST_F(RuntimeTest, AClassHasItsOwnClassMethodsAndThoseOfItsSuperclass) {
   base->addClassMethod("shared", Implementation::of<int()>([](const Id&) { return 3; }), "i@:");
   EXPECT_EQ(send<int>(derived, "shared"), 3);
   EXPECT_TRUE(derived->respondsToSelector("shared"));
   EXPECT_FALSE(make(derived)->respondsToSelector("shared"));
 }
 
-/// Hands every message that it has no method for to another object, if there is one.
+/// Forwards every message for which it has no method to a target, if that is not null.
 class Forwarder : public Object {
  public:
   Forwarder(Class& isa, Id target) : Object(isa), target_(std::move(target)) {}
@@ -117,7 +117,7 @@ class Forwarder : public Object {
   Id target_;
 };
 
-TEST_F(RuntimeTest, AMessageWithoutAMethodIsForwardedAndItsAnswerComesBack) {
+TEST_F(RuntimeTest, AForwardedMessageReturnsTheResultOfItsTarget) {
   base->addMethod("join:and:",
                   Implementation::of<std::string(std::string, int)>(
                       [](const Id&, const std::string& a, int b) { return a + std::to_string(b); }),
@@ -132,7 +132,7 @@ TEST_F(RuntimeTest, AMessageWithoutAMethodIsForwardedAndItsAnswerComesBack) {
   EXPECT_THROW(send<void>(forwarder, "unknown"), HostException);
 }
 
-TEST_F(RuntimeTest, AMessageThatIsForwardedToNothingYieldsZero) {
+TEST_F(RuntimeTest, AMessageWithoutATargetReturnsZero) {
   const Id forwarder = std::make_shared<Forwarder>(*base, nullptr);
   EXPECT_EQ(send<double>(forwarder, "height"), 0.0);
   send<void>(forwarder, "call", 1);
@@ -144,7 +144,7 @@ TEST_F(RuntimeTest, TheSignatureOfAMethodIsItsTypeEncoding) {
   EXPECT_EQ(make(derived)->methodSignatureForSelector("m"), std::nullopt);
 }
 
-TEST_F(RuntimeTest, KindOfIncludesSuperclassesAndNothingElse) {
+TEST_F(RuntimeTest, KindOfIncludesOnlySuperclasses) {
   EXPECT_TRUE(make(derived)->isKindOf(base.get()));
   EXPECT_FALSE(make(base)->isKindOf(derived.get()));
   EXPECT_FALSE(make(base)->isKindOf(nullptr));

@@ -1,4 +1,4 @@
-// The bundle's side of the agent link, with everything real but the engine: sockets, a session bus,
+// The bundle's side of the agent link. Everything but the engine is real: sockets, a session bus,
 // and peers in other processes.
 
 #include <algorithm>
@@ -26,7 +26,7 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-/// What the link has led to.
+/// Records the calls of the connector to the engine.
 class CountingEngine : public StatusEngine {
  public:
   bool turnedOn = false;
@@ -34,7 +34,7 @@ class CountingEngine : public StatusEngine {
   int desktops = 0;
   int windows = 0;
   std::vector<std::string> paths;
-  WVFinderTools* tools = nullptr;  ///< that redraw, where a host is there
+  WVFinderTools* tools = nullptr;  ///< redraw the windows; null without a host
 
   void setTurnedOn(bool on) override { turnedOn = on; }
   void reinit() override {}
@@ -55,14 +55,14 @@ class NoSettings : public SettingsReader {
   }
 };
 
-/// The services of this user, and what was asked of them.
+/// Forwards to real services and counts look-ups, connects and open connections.
 class CountingObjects : public platform::DistributedObjects {
  public:
   explicit CountingObjects(platform::DistributedObjects& real) : real_(real) {}
 
   int lookups = 0;
   int connects = 0;
-  /// Connections that are kept.
+  /// The number of connections that are alive.
   std::size_t connections() const {
     return static_cast<std::size_t>(
         std::ranges::count_if(made_, [](const auto& one) { return !one.expired(); }));
@@ -85,7 +85,7 @@ class CountingObjects : public platform::DistributedObjects {
   std::vector<std::weak_ptr<platform::Connection>> made_;
 };
 
-/// The names of the notifications that rules are about, in their order.
+/// The notification names in the match rules, sorted.
 std::vector<std::string> namesIn(const std::vector<std::string>& rules) {
   std::vector<std::string> names;
   for (const auto& rule : rules) {
@@ -105,10 +105,10 @@ const std::vector<std::string> kObservedWhileConnected = {
 class AgentLinkTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    settle();  // the road to the bus, and all that GLib opens once
+    settle();  // connects to the bus and opens GLib's per-process descriptors
     descriptors_ = openDescriptors();
   }
-  /// The tests' agents are gone: what each of them leaves is a link that waits, and then nothing.
+  /// All agents have ended: the link returns to waiting, and without the connector nothing remains.
   void TearDown() override {
     EXPECT_TRUE(turnsOff());
     if (onTheBus_) {
@@ -123,14 +123,14 @@ class AgentLinkTest : public ::testing::Test {
     })) << openDescriptors()
         << " instead of " << descriptors_;
   }
-  /// Whether the bus comes to hold exactly one rule for each of these.
+  /// Waits until the bus has exactly one match rule for each of these names.
   bool observes(const std::vector<std::string>& names) {
     return runMainLoopUntil([&] {
       g_main_context_wakeup(nullptr);
       return namesIn(matchRules(bus_.address())) == names;
     });
   }
-  /// Connected, once.
+  /// Expects exactly one connection, with its observers.
   void expectOneLink() {
     EXPECT_TRUE(engine_.turnedOn);
     EXPECT_TRUE(observes(kObservedWhileConnected));
@@ -159,12 +159,12 @@ class AgentLinkTest : public ::testing::Test {
   bool turnsOff() {
     return runMainLoopUntil([&] { return !engine_.turnedOn; });
   }
-  bool hearsEvents() {
+  bool receivesEvents() {
     const int before = engine_.desktops;
     return runMainLoopUntil([&] { return engine_.desktops > before + 2; });
   }
   void post(const char* name) { ASSERT_TRUE(center_.post({name, std::nullopt, {}})); }
-  /// Lets everything that this process has sent come back to it.
+  /// Waits until everything that this process has sent has been delivered.
   void settle() {
     bool back = false;
     const auto observation =
@@ -180,26 +180,26 @@ class AgentLinkTest : public ::testing::Test {
   CountingObjects objects_{sockets_};
   platform::BusNotificationCenter center_;
   std::optional<WVAgentConnector> connector_;
-  std::size_t descriptors_ = 0;  ///< that are open without a link
+  std::size_t descriptors_ = 0;  ///< open descriptors without a link
   bool onTheBus_ = true;
 };
 
-TEST_F(AgentLinkTest, AnAgentThatStartsLateIsFollowed) {
+TEST_F(AgentLinkTest, AnAgentThatStartsLateIsConnected) {
   load();
   EXPECT_FALSE(engine_.turnedOn);
   const auto agent = startAgent(0, "late");
   EXPECT_TRUE(turnsOn());
   EXPECT_EQ(engine_.account, "42");
-  EXPECT_TRUE(hearsEvents());
+  EXPECT_TRUE(receivesEvents());
   EXPECT_EQ(engine_.paths, std::vector<std::string>{"/volumes/a"});
   expectOneLink();
 }
 
-TEST_F(AgentLinkTest, AnAgentKilledTwoHundredTimesIsFollowedEachTimeAndNothingIsLeaked) {
+TEST_F(AgentLinkTest, AnAgentKilledTwoHundredTimesIsReconnectedWithoutLeaks) {
   load();
   auto agent = startAgent(29, "agent");
   ASSERT_TRUE(turnsOn());
-  ASSERT_TRUE(hearsEvents());
+  ASSERT_TRUE(receivesEvents());
   const auto descriptors = openDescriptors();
   expectOneLink();
   for (unsigned round = 0; round < 200; ++round) {
@@ -211,7 +211,7 @@ TEST_F(AgentLinkTest, AnAgentKilledTwoHundredTimesIsFollowedEachTimeAndNothingIs
     ASSERT_TRUE(turnsOn()) << round;
     ASSERT_EQ(engine_.account, name);
   }
-  EXPECT_TRUE(hearsEvents());
+  EXPECT_TRUE(receivesEvents());
   EXPECT_EQ(openDescriptors(), descriptors);
   expectOneLink();
 }
@@ -229,7 +229,7 @@ TEST_F(AgentLinkTest, OfTwoAgentsTheOneWithTheLowerSeedIsUsed) {
   expectOneLink();
 }
 
-TEST_F(AgentLinkTest, AStoppedAgentUnderALowerSeedDoesNotStandBeforeALiveOne) {
+TEST_F(AgentLinkTest, AStoppedAgentWithALowerSeedDoesNotHideALiveOne) {
   const auto stopped = startAgent(0, "stopped", "0");
   load();
   ASSERT_TRUE(turnsOn());
@@ -241,20 +241,20 @@ TEST_F(AgentLinkTest, AStoppedAgentUnderALowerSeedDoesNotStandBeforeALiveOne) {
   const auto live = startAgent(5, "live", "5");
   EXPECT_TRUE(turnsOn());
   EXPECT_EQ(engine_.account, "5");
-  EXPECT_EQ(objects_.connects, 2);  // none more to the one that does not answer
+  EXPECT_EQ(objects_.connects, 2);  // no new connect to the unresponsive agent
   expectOneLink();
 }
 
-TEST_F(AgentLinkTest, ASocketThatAcceptsAndNeverAnswersIsNoAgent) {
-  auto mute = start({"mute", "0"});
+TEST_F(AgentLinkTest, AnUnresponsiveSocketIsNotAnAgent) {
+  auto peer = start({"unresponsive", "0"});
   load();
   EXPECT_FALSE(engine_.turnedOn);
-  mute.reset();
+  peer.reset();
   const auto agent = startAgent(0, "after it");
   EXPECT_TRUE(turnsOn());
 }
 
-TEST_F(AgentLinkTest, PeersThatSpeakGarbageAreNoAgents) {
+TEST_F(AgentLinkTest, PeersThatSendGarbageAreNotAgents) {
   for (const char* kind : {"garbage", "noise"}) {
     const auto peer = start({kind, "0"});
     connector_.reset();
@@ -264,21 +264,21 @@ TEST_F(AgentLinkTest, PeersThatSpeakGarbageAreNoAgents) {
   }
 }
 
-TEST_F(AgentLinkTest, AStoppedAgentTurnsBadgesOffAndIsAskedAgainOnlyWhenItAnnouncesItself) {
+TEST_F(AgentLinkTest, AStoppedAgentTurnsBadgesOffAndIsRetriedOnlyAfterAnAnnouncement) {
   const auto agent = startAgent(0, "sleeper");
   load();
   ASSERT_TRUE(turnsOn());
   agent->signal(SIGSTOP);
   post(kFinderOverlayChanged);
   ASSERT_TRUE(turnsOff());
-  // The death is handled; from here on nobody is asked.
+  // The death has been handled; from now on nothing is looked up.
   ASSERT_TRUE(observes(kObservedWhileWaiting));
   const int lookups = objects_.lookups;
   for (int i = 0; i < 3; ++i) post(kFinderOverlayChanged);
   settle();
   EXPECT_FALSE(engine_.turnedOn);
   EXPECT_EQ(objects_.lookups, lookups);
-  // Nor is it waited for when somebody announces himself: it has no port.
+  // An announcement triggers a look-up, but the stopped agent has no port and does not block.
   post(kIDaemonConnectionBecomeAvailableNotification);
   settle();
   EXPECT_FALSE(engine_.turnedOn);
@@ -293,8 +293,8 @@ TEST_F(AgentLinkTest, AStoppedAgentTurnsBadgesOffAndIsAskedAgainOnlyWhenItAnnoun
 TEST_F(AgentLinkTest, NotificationsOfAnotherObjectDoNotReachTheProcess) {
   const auto agent = startAgent(0, "ours");
   load();
-  ASSERT_TRUE(hearsEvents());
-  agent->signal(SIGSTOP);  // no events of its own from here on
+  ASSERT_TRUE(receivesEvents());
+  agent->signal(SIGSTOP);  // stop its own events
   settle();
   const int before = engine_.desktops;
   EXPECT_EQ(ranToItsEnd({WEVORA_LINK_PEER, "storm", "100", "another's"}).status, 0);
@@ -306,7 +306,7 @@ TEST_F(AgentLinkTest, NotificationsOfAnotherObjectDoNotReachTheProcess) {
   EXPECT_EQ(ours, 3);
 }
 
-/// A host with one window, which is as busy drawing as can be.
+/// A host with one window that redraws continuously.
 class BusyHost {
  public:
   explicit BusyHost(CountingEngine& engine)
@@ -318,19 +318,19 @@ class BusyHost {
   BusyHost(const BusyHost&) = delete;
   BusyHost& operator=(const BusyHost&) = delete;
 
-  /// How often the bundle has walked through the window's items.
-  int walks() const { return window_->view->redraws; }
-  /// The most of it between two turns.
+  /// How often the bundle has visited the window's items.
+  int visits() const { return window_->view->redraws; }
+  /// The maximum number of visits between two dispatches of the host's drawing.
   int longest() const { return longest_; }
-  int turns() const { return turns_; }
+  int dispatches() const { return dispatches_; }
   int redrawsOf(std::size_t item) const { return window_->items[item].controlView->redraws; }
 
  private:
   static gboolean draw(gpointer data) noexcept {
     auto* self = static_cast<BusyHost*>(data);
-    ++self->turns_;
-    self->longest_ = std::max(self->longest_, self->walks() - self->before_);
-    self->before_ = self->walks();
+    ++self->dispatches_;
+    self->longest_ = std::max(self->longest_, self->visits() - self->before_);
+    self->before_ = self->visits();
     return G_SOURCE_CONTINUE;
   }
 
@@ -341,11 +341,11 @@ class BusyHost {
   std::shared_ptr<Browser> window_;
   int before_ = 0;
   int longest_ = 0;
-  int turns_ = 0;
+  int dispatches_ = 0;
   guint drawing_;
 };
 
-TEST_F(AgentLinkTest, AStormOfTenThousandEventsIsHeardWhileTheMainLoopGoesOn) {
+TEST_F(AgentLinkTest, ABurstOfTenThousandEventsDoesNotBlockTheMainLoop) {
   const auto agent = startAgent(0, "stormy");
   load();
   ASSERT_TRUE(turnsOn());
@@ -354,20 +354,20 @@ TEST_F(AgentLinkTest, AStormOfTenThousandEventsIsHeardWhileTheMainLoopGoesOn) {
   const int before = engine_.desktops;
   const BusyHost host(engine_);
   const ChildProcess storm({WEVORA_LINK_PEER, "storm", "10000", "stormy"});
-  EXPECT_TRUE(runMainLoopUntil([&] { return host.walks() >= 10000; }));
+  EXPECT_TRUE(runMainLoopUntil([&] { return host.visits() >= 10000; }));
   engine_.tools = nullptr;
   EXPECT_EQ(engine_.desktops, before + 10000);
   EXPECT_EQ(engine_.paths, std::vector<std::string>{"/volumes/9999"});
   EXPECT_EQ(host.redrawsOf(0), 1);
   EXPECT_EQ(host.redrawsOf(1), 1);
   EXPECT_LE(host.longest(), 64);
-  EXPECT_GE(host.turns(), 2 * 10000 / 64);  // each event is heard, and then walked for
+  EXPECT_GE(host.dispatches(), 2 * 10000 / 64);  // each event is delivered, then visits the items
 }
 
-TEST_F(AgentLinkTest, AnotherProgramsSignalsDriveTheLink) {
+TEST_F(AgentLinkTest, SignalsOfOtherProgramsAreHandled) {
   const auto agent = startAgent(0, "ours");
   load();
-  ASSERT_TRUE(hearsEvents());
+  ASSERT_TRUE(receivesEvents());
   agent->signal(SIGSTOP);
   settle();
   const auto emit = [&](const std::string& name, const std::string& object,
@@ -385,7 +385,7 @@ TEST_F(AgentLinkTest, AnotherProgramsSignalsDriveTheLink) {
   EXPECT_TRUE(runMainLoopUntil([&] { return engine_.windows == 1; }));
   EXPECT_EQ(engine_.paths, std::vector<std::string>{"/volumes/x/a.txt"});
 
-  // What makes no sense is an event without paths.
+  // Mistyped arguments make an event without paths.
   const int before = engine_.desktops;
   emit(event, "ours", "{'" + event + "EventsKey': <7>, '" + event + "PathsKey': <{'a': <true>}>}");
   EXPECT_TRUE(runMainLoopUntil([&] { return engine_.desktops == before + 1; }));
@@ -393,7 +393,7 @@ TEST_F(AgentLinkTest, AnotherProgramsSignalsDriveTheLink) {
   EXPECT_TRUE(engine_.paths.empty());
 }
 
-TEST_F(AgentLinkTest, WithoutASessionBusTheAgentIsFoundAndItsDeathIsNoticed) {
+TEST_F(AgentLinkTest, WithoutASessionBusTheAgentIsConnectedAndItsDeathIsDetected) {
   auto agent = startAgent(0, "ours");
   platform::BusNotificationCenter nowhere;
   ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);

@@ -1,5 +1,5 @@
-// wevora-status beside a running agent, as a person uses it: real programs, a real volume, a
-// session bus and settings of the test's own.
+// End-to-end tests of wevora-status with a running agent: real programs, a real volume, and a
+// private session bus and settings.
 
 #include <csignal>
 #include <fstream>
@@ -14,8 +14,8 @@
 #include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/Mounts/InMountNamespace.h"
 #include "Tests/Mounts/MountedVolume.h"
-#include "Tests/SettingsFiles/OwnSettings.h"
 #include "Tests/SessionBus/SessionBus.h"
+#include "Tests/SettingsFiles/OwnSettings.h"
 
 namespace wevora::testing_host {
 namespace {
@@ -28,7 +28,7 @@ class StatusWatchTest : public ::testing::Test {
     std::ofstream(letter_) << "x";
   }
 
-  /// An agent that has announced itself.
+  /// Starts an agent and waits until wevora-status finds it.
   std::unique_ptr<ChildProcess> startAgent(const std::string& seed = "0") const {
     auto agent = std::make_unique<ChildProcess>(
         std::vector<std::string>{WEVORA_AGENT_SIM, "serve", "--account", "7", "--seed", seed,
@@ -42,7 +42,7 @@ class StatusWatchTest : public ::testing::Test {
     command.insert(command.end(), paths.begin(), paths.end());
     return std::make_unique<ChildProcess>(command);
   }
-  static std::string tell(const std::vector<std::string>& words) {
+  static std::string errorsOf(const std::vector<std::string>& words) {
     return ranToItsEnd(words).errors;
   }
 
@@ -52,7 +52,7 @@ class StatusWatchTest : public ::testing::Test {
   const std::string letter_ = volume_.path("Letter");
 };
 
-TEST_F(StatusWatchTest, WithoutAnAgentTheStatusIsThreeAndOneLineSaysSo) {
+TEST_F(StatusWatchTest, WithoutAnAgentTheExitStatusIsThreeWithOneMessage) {
   for (const std::vector<std::string>& words :
        {std::vector<std::string>{WEVORA_STATUS, letter_}, {WEVORA_STATUS, "--watch", letter_}}) {
     const auto outcome = ranToItsEnd(words);
@@ -63,7 +63,7 @@ TEST_F(StatusWatchTest, WithoutAnAgentTheStatusIsThreeAndOneLineSaysSo) {
   }
 }
 
-TEST_F(StatusWatchTest, TheRunningAgentSaysWhoseBackupIsAskedFor) {
+TEST_F(StatusWatchTest, TheRunningAgentDeterminesTheAccount) {
   const auto agent = startAgent("29");
   const auto watcher = watch({letter_});
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_));
@@ -73,7 +73,7 @@ TEST_F(StatusWatchTest, TheRunningAgentSaysWhoseBackupIsAskedFor) {
   EXPECT_EQ(outcome.errors, "");
 }
 
-TEST_F(StatusWatchTest, ALineIsPrintedAgainWhenItsWordChangesAndOnlyThen) {
+TEST_F(StatusWatchTest, ALineIsPrintedAgainOnlyWhenItsStatusChanges) {
   const auto agent = startAgent();
   const std::string later = volume_.path("Later");
   const auto watcher = watch({later, letter_});
@@ -81,7 +81,7 @@ TEST_F(StatusWatchTest, ALineIsPrintedAgainWhenItsWordChangesAndOnlyThen) {
   ASSERT_TRUE(watcher->waitForOutput("unreadable\t" + later));
   std::ofstream(later) << "x";
   EXPECT_TRUE(watcher->waitForOutput("green\t" + later));
-  EXPECT_EQ(tell({WEVORA_BADGES, "off"}), "");
+  EXPECT_EQ(errorsOf({WEVORA_BADGES, "off"}), "");
   EXPECT_TRUE(watcher->waitForOutput("none\t" + later));
   EXPECT_TRUE(watcher->waitForOutput("none\t" + letter_));
   watcher->signal(SIGINT);
@@ -94,12 +94,12 @@ TEST_F(StatusWatchTest, ALineIsPrintedAgainWhenItsWordChangesAndOnlyThen) {
   EXPECT_EQ(last[letter_], "none");
 }
 
-TEST_F(StatusWatchTest, AFileIsBlueUntilTheAgentHasBackedItUpAndThenGreen) {
+TEST_F(StatusWatchTest, AFileIsBlueUntilTheAgentHasBackedItUp) {
   const auto agent = startAgent();
   const std::string later = volume_.path("Later");
   const auto watcher = watch({letter_, later});
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_));
-  // While it is logging in, nothing is backed up.
+  // The agent backs up nothing while it is logging in.
   ASSERT_EQ(ranToItsEnd({WEVORA_AGENT_SIM, "ctl", "status", "1"}).status, 0);
   std::ofstream(later) << "x";
   ASSERT_TRUE(watcher->waitForOutput("blue\t" + later));
@@ -107,20 +107,20 @@ TEST_F(StatusWatchTest, AFileIsBlueUntilTheAgentHasBackedItUpAndThenGreen) {
   EXPECT_TRUE(watcher->waitForOutput("blue\t" + later + "\ngreen\t" + later + "\n"));
 }
 
-TEST_F(StatusWatchTest, TheSwitchEmptiesTheWordsAndBringsThemBack) {
+TEST_F(StatusWatchTest, TheBadgeSwitchTurnsTheStatusToNoneAndBack) {
   const auto agent = startAgent();
   const auto watcher = watch({letter_});
   ASSERT_TRUE(watcher->waitForOutput("green\t"));
-  EXPECT_EQ(tell({WEVORA_BADGES, "off"}), "");
+  EXPECT_EQ(errorsOf({WEVORA_BADGES, "off"}), "");
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_ + "\nnone\t" + letter_ + "\n"));
   const auto meanwhile = ranToItsEnd({WEVORA_STATUS, letter_});
   EXPECT_EQ(meanwhile.output, "none\t" + letter_ + "\n");
   EXPECT_EQ(meanwhile.errors, "wevora-status: badges are switched off (wevora-badges on)\n");
-  EXPECT_EQ(tell({WEVORA_BADGES, "on"}), "");
+  EXPECT_EQ(errorsOf({WEVORA_BADGES, "on"}), "");
   EXPECT_TRUE(watcher->waitForOutput("none\t" + letter_ + "\ngreen\t" + letter_ + "\n"));
 }
 
-TEST_F(StatusWatchTest, AnAgentThatIsKilledAndComesBackUnderAnotherSeedIsFollowed) {
+TEST_F(StatusWatchTest, AnAgentThatRestartsWithAnotherSeedIsReconnected) {
   auto agent = startAgent("3");
   const auto watcher = watch({letter_});
   ASSERT_TRUE(watcher->waitForOutput("green\t"));

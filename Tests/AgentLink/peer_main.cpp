@@ -1,11 +1,11 @@
-// A peer of the bundle in a process of its own.
-//   link-peer agent SEED OBJECT ACCOUNT   an agent that announces itself and posts events all the
-//                                         time, until it is killed
-//   link-peer mute SEED                   accepts, and never says anything
-//   link-peer garbage SEED                answers whatever it is sent with noise
-//   link-peer noise SEED                  greets like an agent, and then speaks noise
-//   link-peer storm COUNT OBJECT          posts that many events as fast as it can, and ends
-// Every one prints "ready" when it can be found.
+// A peer of the bundle in a separate process.
+//   link-peer agent SEED OBJECT ACCOUNT   an agent that announces itself and posts events
+//                                         continuously, until it is killed
+//   link-peer unresponsive SEED           listens, and never accepts or sends anything
+//   link-peer garbage SEED                replies to everything with random bytes
+//   link-peer noise SEED                  authenticates like an agent, then sends random bytes
+//   link-peer storm COUNT OBJECT          posts COUNT events as fast as possible, and exits
+// Each prints "ready" when its service can be found; storm prints nothing.
 
 #include <array>
 #include <cstdlib>
@@ -60,7 +60,7 @@ struct EventSource {
 
 gboolean postNext(gpointer data) noexcept {
   auto* events = static_cast<EventSource*>(data);
-  // Again from time to time, for who has not yet noticed the death of the last agent.
+  // Repeat the announcement for clients that have not yet noticed the death of the previous agent.
   if (++events->posted % 100 == 0) announce(events->center);
   return postEvent(events->center, events->object, "/Volumes/A") ? G_SOURCE_CONTINUE
                                                                  : G_SOURCE_REMOVE;
@@ -96,51 +96,51 @@ int listenOn(const std::string& name) {
   return socket;
 }
 
-int runMute(const std::string& seed) {
+int runUnresponsive(const std::string& seed) {
   if (listenOn(nameOfSeed(seed)) < 0) return 1;
   while (true) ::pause();
 }
 
-void say(int peer, std::string_view text) {
+void sendText(int peer, std::string_view text) {
   if (::send(peer, text.data(), text.size(), MSG_NOSIGNAL) < 0) return;
 }
 
-void sayNoise(int peer) {
+void sendNoise(int peer) {
   unsigned state = 12345;
   std::string noise(4096, '\0');
   for (char& byte : noise) {
     state = state * 1103515245U + 12345U;
     byte = static_cast<char>(state >> 16U);
   }
-  noise.front() = 'l';  // as a message of the bus begins
-  say(peer, noise);
+  noise.front() = 'l';  // first byte of a little-endian D-Bus message
+  sendText(peer, noise);
 }
 
-/// Whatever the peer asks is answered as its kind of garbage.
-void answer(int peer, bool greets) {
-  std::array<char, 4096> heard{};
+/// Replies to the peer with random bytes; `authenticates` first lets the authentication succeed.
+void reply(int peer, bool authenticates) {
+  std::array<char, 4096> received{};
   while (true) {
-    const auto got = ::recv(peer, heard.data(), heard.size(), 0);
+    const auto got = ::recv(peer, received.data(), received.size(), 0);
     if (got <= 0) break;
-    const std::string_view text(heard.data(), static_cast<std::size_t>(got));
-    if (!greets || text.find("BEGIN") != std::string_view::npos)
-      sayNoise(peer);
+    const std::string_view text(received.data(), static_cast<std::size_t>(got));
+    if (!authenticates || text.find("BEGIN") != std::string_view::npos)
+      sendNoise(peer);
     else if (text.find("NEGOTIATE_UNIX_FD") != std::string_view::npos)
-      say(peer, "AGREE_UNIX_FD\r\n");
+      sendText(peer, "AGREE_UNIX_FD\r\n");
     else if (text.find("AUTH EXTERNAL ") != std::string_view::npos)
-      say(peer, "OK 0123456789abcdef0123456789abcdef\r\n");
+      sendText(peer, "OK 0123456789abcdef0123456789abcdef\r\n");
     else
-      say(peer, "REJECTED EXTERNAL\r\n");
+      sendText(peer, "REJECTED EXTERNAL\r\n");
   }
   ::close(peer);
 }
 
-int runGarbage(const std::string& seed, bool greets) {
+int runGarbage(const std::string& seed, bool authenticates) {
   const int socket = listenOn(nameOfSeed(seed));
   if (socket < 0) return 1;
   while (true) {
     const int peer = ::accept4(socket, nullptr, nullptr, SOCK_CLOEXEC);
-    if (peer >= 0) answer(peer, greets);
+    if (peer >= 0) reply(peer, authenticates);
   }
 }
 
@@ -157,7 +157,7 @@ int run(const std::vector<std::string>& words) {
     return words.size() == count + 1 && words.front() == kind;
   };
   if (is("agent", 3)) return runAgent(words[1], words[2], words[3]);
-  if (is("mute", 1)) return runMute(words[1]);
+  if (is("unresponsive", 1)) return runUnresponsive(words[1]);
   if (is("garbage", 1)) return runGarbage(words[1], false);
   if (is("noise", 1)) return runGarbage(words[1], true);
   if (is("storm", 2)) return runStorm(words[1], words[2]);

@@ -27,13 +27,13 @@ using platform::Descriptor;
 using platform::Mutex;
 using platform::MutexLock;
 
-constexpr int kCannotBeStarted = 127;
+constexpr int kCannotExecute = 127;
 
 struct Pipe {
   Descriptor reading;
   Descriptor writing;
 
-  static Pipe made() {
+  static Pipe create() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
       throw std::system_error(errno, std::generic_category(), "pipe2");
@@ -67,8 +67,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   return pointers;
 }
 
-/// In the child, where only plain system calls are safe.
-[[noreturn]] void become(char* const* command, char* const* environment, int output, int errors) {
+/// Runs in the forked child: only async-signal-safe calls are allowed.
+[[noreturn]] void execute(char* const* command, char* const* environment, int output, int errors) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   sigset_t none;
   sigemptyset(&none);
@@ -79,7 +79,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   ::dup2(output, STDOUT_FILENO);
   ::dup2(errors, STDERR_FILENO);
   ::execvpe(command[0], command, environment);
-  ::_exit(kCannotBeStarted);
+  ::_exit(kCannotExecute);
 }
 
 int shellStatus(int waited) {
@@ -91,7 +91,7 @@ int shellStatus(int waited) {
 struct ChildProcess::State {
   pid_t pid = -1;
   Descriptor process;
-  std::array<Pipe, 2> pipes{Pipe::made(), Pipe::made()};
+  std::array<Pipe, 2> pipes{Pipe::create(), Pipe::create()};
   std::thread reader;
 
   mutable Mutex mutex;
@@ -99,8 +99,8 @@ struct ChildProcess::State {
   std::array<std::string, 2> texts GUARDED_BY(mutex);
   std::optional<int> status GUARDED_BY(mutex);
 
-  bool waitUntil(std::chrono::milliseconds allowed, const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + allowed;
+  bool waitUntil(std::chrono::milliseconds timeout, const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + timeout;
     MutexLock lock(mutex);
     while (!condition()) {
       if (std::chrono::steady_clock::now() >= end) return false;
@@ -114,16 +114,16 @@ struct ChildProcess::State {
     return texts[which];
   }
 
-  bool waitForText(std::size_t which, std::string_view wanted, std::chrono::milliseconds allowed) {
+  bool waitForText(std::size_t which, std::string_view wanted, std::chrono::milliseconds timeout) {
     bool found = false;
-    waitUntil(allowed, [&]() NO_THREAD_SAFETY_ANALYSIS {
+    waitUntil(timeout, [&]() NO_THREAD_SAFETY_ANALYSIS {
       found = texts[which].find(wanted) != std::string::npos;
       return found || status.has_value();
     });
     return found;
   }
 
-  void tell(const std::function<void()>& change) {
+  void update(const std::function<void()>& change) {
     {
       const MutexLock lock(mutex);
       change();
@@ -132,18 +132,18 @@ struct ChildProcess::State {
     g_main_context_wakeup(nullptr);
   }
 
-  /// False at the end of the text, and where there is nothing to be read.
+  /// Returns false at end of file, or if no data is available.
   bool readSome(std::size_t which) {
     std::array<char, 65536> buffer{};
     const auto count = ::read(pipes[which].reading.get(), buffer.data(), buffer.size());
     if (count <= 0) return false;
-    tell([&]() NO_THREAD_SAFETY_ANALYSIS {
+    update([&]() NO_THREAD_SAFETY_ANALYSIS {
       texts[which].append(buffer.data(), static_cast<std::size_t>(count));
     });
     return true;
   }
 
-  void follow() {
+  void readUntilExit() {
     for (auto& pipe : pipes) ::fcntl(pipe.reading.get(), F_SETFL, O_NONBLOCK);
     std::array<pollfd, 3> waited{pollfd{pipes[0].reading.get(), POLLIN, 0},
                                  pollfd{pipes[1].reading.get(), POLLIN, 0},
@@ -158,7 +158,7 @@ struct ChildProcess::State {
       }
     int ended = 0;
     ::waitpid(pid, &ended, 0);
-    tell([&]() NO_THREAD_SAFETY_ANALYSIS { status = shellStatus(ended); });
+    update([&]() NO_THREAD_SAFETY_ANALYSIS { status = shellStatus(ended); });
   }
 };
 
@@ -171,11 +171,11 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const Enviro
   state_->pid = ::fork();
   if (state_->pid < 0) throw std::system_error(errno, std::generic_category(), "fork");
   if (state_->pid == 0)
-    become(arguments.data(), environment.data(), state_->pipes[0].writing.get(),
-           state_->pipes[1].writing.get());
+    execute(arguments.data(), environment.data(), state_->pipes[0].writing.get(),
+            state_->pipes[1].writing.get());
   for (auto& pipe : state_->pipes) pipe.writing = Descriptor();
   state_->process = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, state_->pid, 0)));
-  state_->reader = std::thread([state = state_.get()] { state->follow(); });
+  state_->reader = std::thread([state = state_.get()] { state->readUntilExit(); });
 }
 
 ChildProcess::~ChildProcess() {
@@ -188,7 +188,7 @@ pid_t ChildProcess::pid() const noexcept {
 }
 
 void ChildProcess::signal(int number) {
-  // Of the descriptor, not of the number, which may be another's by now.
+  // Signal the pidfd, because the pid may have been reused.
   ::syscall(SYS_pidfd_send_signal, state_->process.get(), number, nullptr, 0);
 }
 
@@ -204,17 +204,17 @@ std::optional<int> ChildProcess::status() const {
   return state_->status;
 }
 
-std::optional<int> ChildProcess::waitForEnd(std::chrono::milliseconds allowed) {
-  state_->waitUntil(allowed, [state = state_.get()]()
+std::optional<int> ChildProcess::waitForEnd(std::chrono::milliseconds timeout) {
+  state_->waitUntil(timeout, [state = state_.get()]()
                                  NO_THREAD_SAFETY_ANALYSIS { return state->status.has_value(); });
   return status();
 }
 
-bool ChildProcess::waitForOutput(std::string_view text, std::chrono::milliseconds allowed) {
-  return state_->waitForText(0, text, allowed);
+bool ChildProcess::waitForOutput(std::string_view text, std::chrono::milliseconds timeout) {
+  return state_->waitForText(0, text, timeout);
 }
-bool ChildProcess::waitForErrors(std::string_view text, std::chrono::milliseconds allowed) {
-  return state_->waitForText(1, text, allowed);
+bool ChildProcess::waitForErrors(std::string_view text, std::chrono::milliseconds timeout) {
+  return state_->waitForText(1, text, timeout);
 }
 
 Outcome ranToItsEnd(const std::vector<std::string>& command, const Environment& changes) {

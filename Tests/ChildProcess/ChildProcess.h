@@ -11,21 +11,22 @@
 
 namespace wevora::testing_host {
 
-/// Variables that a child has beside this process's own; none takes one away.
+/// Changes to the environment of a child process; nullopt removes a variable.
 using Environment = std::map<std::string, std::optional<std::string>>;
 
-/// Another program, and what it says. Its output is read all the time, so that it never waits for
-/// us; each piece of it, and its end, wakes the default main context: a condition about them can
-/// be waited for with runMainLoopUntil.
-/// Threads: any; it ends with the thread that made it.
-/// Owns: the process, which is killed when the object goes, and a thread.
-/// Errors: a program that cannot be started ends with 127, as in a shell; throws where there is no
-///   process to be had.
+/// A child process whose output is captured. A thread reads the output continuously, so the child
+/// never blocks on a full pipe. New output and the exit wake the default main context, so that
+/// runMainLoopUntil can wait for them.
+/// Thread-safety: any thread. The child is killed when the thread that started it exits.
+/// Ownership: the destructor kills the process.
+/// Errors: a program that cannot be executed exits with 127, as in a shell. Throws if fork or pipe
+///   fails.
 class ChildProcess {
  public:
-  static constexpr std::chrono::seconds kPatience{10};
+  /// Default timeout of the waiting functions.
+  static constexpr std::chrono::seconds kTimeout{10};
 
-  /// The first word is the program, looked for in PATH.
+  /// The first word is the program; searched in PATH.
   explicit ChildProcess(const std::vector<std::string>& command, const Environment& changes = {});
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -39,31 +40,32 @@ class ChildProcess {
   std::string output() const;
   /// Standard error so far.
   std::string errors() const;
-  /// As a shell tells it: the exit status, or 128 and the signal; none while it runs.
+  /// As in a shell: the exit status, or 128 + the signal number. nullopt while the child runs.
   std::optional<int> status() const;
 
-  // These block; the main loop of this process rests meanwhile.
+  // These functions block; the main loop does not run meanwhile.
 
-  /// Its status once it has ended and all its output is read; none where it is not over in time.
-  std::optional<int> waitForEnd(std::chrono::milliseconds allowed = kPatience);
-  /// Whether the standard output holds the text in time; false too when it ends without.
-  bool waitForOutput(std::string_view text, std::chrono::milliseconds allowed = kPatience);
-  bool waitForErrors(std::string_view text, std::chrono::milliseconds allowed = kPatience);
+  /// Waits until the child has exited and all its output is read. Returns nullopt on timeout.
+  std::optional<int> waitForEnd(std::chrono::milliseconds timeout = kTimeout);
+  /// Waits until the standard output contains the text. Returns false on timeout, or if the child
+  /// exits without printing it.
+  bool waitForOutput(std::string_view text, std::chrono::milliseconds timeout = kTimeout);
+  bool waitForErrors(std::string_view text, std::chrono::milliseconds timeout = kTimeout);
 
  private:
   struct State;
   std::unique_ptr<State> state_;
 };
 
-/// What a program that has ended has left.
+/// The result of a program run.
 struct Outcome {
-  int status = -1;  ///< -1: it was not over in time
+  int status = -1;  ///< -1 on timeout
   std::string output;
   std::string errors;
 };
-/// Runs a program to its end.
+/// Runs a program and waits for its exit.
 Outcome ranToItsEnd(const std::vector<std::string>& command, const Environment& changes = {});
-/// The same for a line of the shell, which may take a minute; its errors stand among its output.
+/// Runs a shell command line with a timeout of one minute. `output` includes standard error.
 Outcome ranInShell(const std::string& line);
 
 }  // namespace wevora::testing_host

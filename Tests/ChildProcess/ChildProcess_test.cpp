@@ -7,25 +7,25 @@
 namespace wevora::testing_host {
 namespace {
 
-TEST(ChildProcessTest, OutputErrorsAndStatusAreKeptApart) {
+TEST(ChildProcessTest, OutputErrorsAndStatusAreSeparate) {
   const auto outcome = ranToItsEnd({"sh", "-c", "echo said; echo complained >&2; exit 3"});
   EXPECT_EQ(outcome.output, "said\n");
   EXPECT_EQ(outcome.errors, "complained\n");
   EXPECT_EQ(outcome.status, 3);
 }
 
-TEST(ChildProcessTest, AProgramThatIsNotThereEndsAsInAShell) {
+TEST(ChildProcessTest, AMissingProgramExitsAsInAShell) {
   EXPECT_EQ(ranToItsEnd({"/no/such/program"}).status, 127);
 }
 
-TEST(ChildProcessTest, VariablesAreSetAndTakenAway) {
+TEST(ChildProcessTest, VariablesAreSetAndRemoved) {
   ::setenv("WEVORA_TEST_A", "a", 1);
   const auto outcome = ranToItsEnd({"sh", "-c", "echo ${WEVORA_TEST_A-none} $WEVORA_TEST_B"},
                                    {{"WEVORA_TEST_A", std::nullopt}, {"WEVORA_TEST_B", "b"}});
   EXPECT_EQ(outcome.output, "none b\n");
 }
 
-TEST(ChildProcessTest, OutputIsWaitedForWhileTheChildRuns) {
+TEST(ChildProcessTest, OutputIsAvailableWhileTheChildRuns) {
   ChildProcess child({"sh", "-c", "echo ready; exec sleep 1000"});
   EXPECT_TRUE(child.waitForOutput("ready\n"));
   EXPECT_FALSE(child.status());
@@ -34,7 +34,7 @@ TEST(ChildProcessTest, OutputIsWaitedForWhileTheChildRuns) {
   EXPECT_FALSE(child.waitForOutput("never"));
 }
 
-TEST(ChildProcessTest, MoreThanAPipeHoldsIsRead) {
+TEST(ChildProcessTest, OutputLargerThanAPipeBufferIsRead) {
   EXPECT_EQ(ranToItsEnd({"sh", "-c", "head -c 1000000 /dev/zero"}).output.size(), 1000000U);
 }
 

@@ -16,7 +16,7 @@ namespace {
 using platform::GObjectPtr;
 using platform::VariantPtr;
 
-/// Null where the bus does not tell.
+/// Null if the bus cannot be reached or does not provide its statistics.
 VariantPtr rulesByConnection(const std::string& address) {
   const GObjectPtr<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(
       address.c_str(),
@@ -24,12 +24,12 @@ VariantPtr rulesByConnection(const std::string& address) {
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, nullptr, nullptr));
   if (!bus) return nullptr;
-  VariantPtr told(g_dbus_connection_call_sync(
+  VariantPtr reply(g_dbus_connection_call_sync(
       bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
       "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules", nullptr, G_VARIANT_TYPE("(a{sas})"),
       G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
   g_dbus_connection_close_sync(bus.get(), nullptr, nullptr);
-  return told;
+  return reply;
 }
 
 }  // namespace
@@ -40,10 +40,12 @@ std::size_t openDescriptors() {
 }
 
 std::vector<std::string> matchRules(const std::string& address) {
-  const auto told = rulesByConnection(address);
-  if (!told) throw std::runtime_error("the bus does not tell its match rules");
+  const auto reply = rulesByConnection(address);
+  if (!reply)
+    throw std::runtime_error(
+        "the bus does not list its match rules (org.freedesktop.DBus.Debug.Stats)");
   std::vector<std::string> ours;
-  const VariantPtr connections(g_variant_get_child_value(told.get(), 0));
+  const VariantPtr connections(g_variant_get_child_value(reply.get(), 0));
   for (gsize i = 0; i < g_variant_n_children(connections.get()); ++i) {
     const VariantPtr connection(g_variant_get_child_value(connections.get(), i));
     const VariantPtr rules(g_variant_get_child_value(connection.get(), 1));

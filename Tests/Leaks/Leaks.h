@@ -6,11 +6,11 @@
 
 namespace wevora::testing_host {
 
-/// What this process has open, the look itself included.
+/// The number of open descriptors of this process, including the one that counts them.
 std::size_t openDescriptors();
 
-/// The match rules about our notifications that a bus holds for all its connections, as the bus
-/// itself tells them. Throws where it does not.
+/// The match rules for our notifications of all connections, as listed by the bus at `address`.
+/// Throws if the bus does not provide its statistics.
 std::vector<std::string> matchRules(const std::string& address);
 
 }  // namespace wevora::testing_host

@@ -1,5 +1,4 @@
-// Notifications between processes, on a session bus of the test's own and beside programs that are
-// not ours.
+// Notifications between processes on a private session bus, including signals of other programs.
 
 #include <algorithm>
 #include <csignal>
@@ -34,7 +33,7 @@ using platform::VariantPtr;
 
 constexpr const char* kEvent = "kIDaemonConnectionWVREventNotification";
 
-/// Another program's road to the bus, which sends what no center of ours would.
+/// A raw bus connection that can send signals that BusNotificationCenter never sends.
 class ForeignSender {
  public:
   explicit ForeignSender(const std::string& address)
@@ -44,7 +43,7 @@ class ForeignSender {
                                               G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
             nullptr, nullptr, nullptr)) {}
 
-  /// Takes over arguments that are floating.
+  /// Consumes floating arguments.
   bool emit(const char* name, GVariant* arguments,
             const char* path = platform::kDistributedNotificationPath) {
     return g_dbus_connection_emit_signal(connection_.get(), nullptr, path,
@@ -64,17 +63,17 @@ class NotificationBusTest : public ::testing::Test {
  protected:
   using Observation = std::unique_ptr<BusNotificationCenter::Observation>;
 
-  /// Notes what comes.
+  /// Records received notifications.
   Observation observe(const std::string& name, const std::optional<std::string>& object = {}) {
     auto observation =
-        center.observe(name, object, [this](const auto& one) { heard.push_back(one); });
+        center.observe(name, object, [this](const auto& one) { received.push_back(one); });
     EXPECT_TRUE(observation);
     return observation;
   }
-  bool hears(std::size_t count) {
-    return runMainLoopUntil([&] { return heard.size() >= count; });
+  bool receives(std::size_t count) {
+    return runMainLoopUntil([&] { return received.size() >= count; });
   }
-  /// Lets everything that this process has sent come back to it.
+  /// Waits until everything that this process has sent has been delivered.
   void settle() {
     bool back = false;
     const auto observation =
@@ -96,21 +95,21 @@ class NotificationBusTest : public ::testing::Test {
 
   SessionBus bus;
   BusNotificationCenter center;
-  std::vector<DistributedNotification> heard;
+  std::vector<DistributedNotification> received;
 };
 
-TEST_F(NotificationBusTest, ANotificationReachesAnotherConnectionWhole) {
+TEST_F(NotificationBusTest, ANotificationReachesAnotherConnectionUnchanged) {
   const auto observation = observe(kEvent);
   BusNotificationCenter other;
   const Dictionary userInfo{{"Paths", Array{"/Volumes/X/\xC3\xA9", "/a\nb"}}, {"On", true}};
   ASSERT_TRUE(other.post({kEvent, "agent", userInfo}));
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].name, kEvent);
-  EXPECT_EQ(heard[0].object, "agent");
-  EXPECT_EQ(heard[0].userInfo, userInfo);
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].name, kEvent);
+  EXPECT_EQ(received[0].object, "agent");
+  EXPECT_EQ(received[0].userInfo, userInfo);
 }
 
-TEST_F(NotificationBusTest, AnObserverOfOneObjectIsNotWokenForAnothers) {
+TEST_F(NotificationBusTest, TheBusFiltersNotificationsOfOtherObjects) {
   const auto own = observe(kEvent, "mine");
   settle();
   ForeignSender sender(bus.address());
@@ -124,52 +123,52 @@ TEST_F(NotificationBusTest, AnObserverOfOneObjectIsNotWokenForAnothers) {
   for (int i = 0; i < 100; ++i) sender.emit(kEvent, "('another', @a{sv} {})");
   sender.emit(kEvent, "('', @a{sv} {})");
   sender.emit(kEvent, "('mine', @a{sv} {})");
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].object, "mine");
-  EXPECT_EQ(heard.size(), 1U);
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].object, "mine");
+  EXPECT_EQ(received.size(), 1U);
 }
 
-TEST_F(NotificationBusTest, AnObserverOfNoObjectHearsOfAll) {
+TEST_F(NotificationBusTest, AnObserverWithoutAnObjectReceivesAll) {
   const auto observation = observe(kEvent);
   for (const std::optional<std::string>& object :
        {std::optional<std::string>("a"), std::optional<std::string>("b"),
         std::optional<std::string>()})
     ASSERT_TRUE(center.post({kEvent, object, {}}));
-  ASSERT_TRUE(hears(3));
-  EXPECT_EQ(heard[0].object, "a");
-  EXPECT_EQ(heard[1].object, "b");
-  EXPECT_EQ(heard[2].object, std::nullopt);
+  ASSERT_TRUE(receives(3));
+  EXPECT_EQ(received[0].object, "a");
+  EXPECT_EQ(received[1].object, "b");
+  EXPECT_EQ(received[2].object, std::nullopt);
 }
 
-TEST_F(NotificationBusTest, AnObjectWithAQuoteInItsNameIsOneObject) {
+TEST_F(NotificationBusTest, AnObjectWithAQuoteInItsNameIsMatchedExactly) {
   const std::string odd = "it's \\ 'odd', arg1='x'";
   const auto observation = observe(kEvent, odd);
   ASSERT_TRUE(center.post({kEvent, "it's", {}}));
   ASSERT_TRUE(center.post({kEvent, odd, {}}));
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].object, odd);
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].object, odd);
 }
 
-TEST_F(NotificationBusTest, OtherNamesAndOtherPathsAreNotHeard) {
+TEST_F(NotificationBusTest, OtherNamesAndOtherPathsAreNotReceived) {
   const auto observation = observe(kEvent);
   ForeignSender sender(bus.address());
   sender.emit("kFinderOverlayChanged", "('', @a{sv} {})");
   sender.emit(kEvent, g_variant_new("(sa{sv})", "elsewhere", nullptr), "/elsewhere");
   sender.emit(kEvent, "('here', @a{sv} {})");
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].object, "here");
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].object, "here");
 }
 
-TEST_F(NotificationBusTest, AnEndedObservationHearsNothingMore) {
+TEST_F(NotificationBusTest, AnEndedObservationReceivesNothing) {
   auto observation = observe(kEvent);
   ASSERT_TRUE(center.post({kEvent, std::nullopt, {}}));
   settle();
-  const auto before = heard.size();
+  const auto before = received.size();
   ASSERT_TRUE(center.post({kEvent, std::nullopt, {}}));
   ASSERT_TRUE(center.flush());
   observation.reset();
   settle();
-  EXPECT_EQ(heard.size(), before);
+  EXPECT_EQ(received.size(), before);
 }
 
 TEST_F(NotificationBusTest, AnObserverMayEndItsOwnObservation) {
@@ -184,30 +183,30 @@ TEST_F(NotificationBusTest, AnObserverMayEndItsOwnObservation) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST_F(NotificationBusTest, MalformedNotificationsAreHeardWithoutWhatMakesNoSense) {
+TEST_F(NotificationBusTest, MalformedArgumentsAreIgnored) {
   const auto observation = observe(kEvent);
   ForeignSender sender(bus.address());
   const std::vector<std::string> malformed = {
       "()", "(7,)", "('agent',)", "('agent', 7)", "('agent', ['/a'])", "(['agent'], {'a': 1})"};
   for (const auto& arguments : malformed) ASSERT_TRUE(sender.emit(kEvent, arguments)) << arguments;
-  ASSERT_TRUE(hears(malformed.size()));
-  for (const auto& one : heard) EXPECT_TRUE(one.userInfo.empty());
+  ASSERT_TRUE(receives(malformed.size()));
+  for (const auto& one : received) EXPECT_TRUE(one.userInfo.empty());
 }
 
-TEST_F(NotificationBusTest, WrongTypesInTheUserInfoAreWhatTheyAre) {
+TEST_F(NotificationBusTest, UnexpectedTypesInTheUserInfoArePreserved) {
   const auto observation = observe(kEvent);
   ForeignSender sender(bus.address());
   ASSERT_TRUE(sender.emit(kEvent,
                           "('agent', {'Paths': <7>, 'Events': <{'a': <true>}>, 'Mixed': "
                           "<[<'x'>, <8>]>, 'Nothing': <(1, 'x')>, 'Nested': <<<'deep'>>>})"));
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].userInfo, (Dictionary{{"Paths", std::int64_t{7}},
-                                           {"Events", Dictionary{{"a", true}}},
-                                           {"Mixed", Array{"x", std::int64_t{8}}},
-                                           {"Nested", "deep"}}));
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].userInfo, (Dictionary{{"Paths", std::int64_t{7}},
+                                              {"Events", Dictionary{{"a", true}}},
+                                              {"Mixed", Array{"x", std::int64_t{8}}},
+                                              {"Nested", "deep"}}));
 }
 
-TEST_F(NotificationBusTest, ThousandsOfEntriesAndOddPathsArriveWhole) {
+TEST_F(NotificationBusTest, ThousandsOfEntriesAndOddPathsArriveUnchanged) {
   const auto observation = observe(kEvent);
   Array paths = {"",
                  "/",
@@ -223,14 +222,14 @@ TEST_F(NotificationBusTest, ThousandsOfEntriesAndOddPathsArriveWhole) {
   for (int i = 0; i < 5000; ++i) userInfo.append("Key " + std::to_string(i), true);
   BusNotificationCenter other;
   ASSERT_TRUE(other.post({kEvent, "agent", userInfo}));
-  ASSERT_TRUE(hears(1));
-  const auto* arrived = platform::valueAs<Array>(heard[0].userInfo, "Paths");
+  ASSERT_TRUE(receives(1));
+  const auto* arrived = platform::valueAs<Array>(received[0].userInfo, "Paths");
   ASSERT_NE(arrived, nullptr);
   EXPECT_EQ(*arrived, paths);
-  EXPECT_EQ(heard[0].userInfo.size(), 5001U);
+  EXPECT_EQ(received[0].userInfo.size(), 5001U);
 }
 
-TEST_F(NotificationBusTest, WhatTheBusCannotCarryIsNotPostedAndDoesNoHarm) {
+TEST_F(NotificationBusTest, ANotificationThatDBusCannotRepresentIsRejected) {
   const auto observation = observe(kEvent);
   EXPECT_FALSE(center.post({"no name", std::nullopt, {}}));
   EXPECT_FALSE(center.post({"", std::nullopt, {}}));
@@ -241,21 +240,22 @@ TEST_F(NotificationBusTest, WhatTheBusCannotCarryIsNotPostedAndDoesNoHarm) {
   EXPECT_FALSE(center.post({kEvent, std::nullopt, {{"Deep", std::move(deep)}}}));
   EXPECT_EQ(center.observe("no name", std::nullopt, [](const auto&) {}), nullptr);
   ASSERT_TRUE(center.post({kEvent, "last", {}}));
-  ASSERT_TRUE(runMainLoopUntil([&] { return !heard.empty() && heard.back().object == "last"; }));
+  ASSERT_TRUE(
+      runMainLoopUntil([&] { return !received.empty() && received.back().object == "last"; }));
 }
 
-TEST_F(NotificationBusTest, AUserInfoAsDeepAsIsAllowedArrivesWhole) {
+TEST_F(NotificationBusTest, AUserInfoOfMaximumDepthArrivesUnchanged) {
   const auto observation = observe(kEvent);
   Value deep = "deep";
   for (int i = 0; i < 15; ++i) deep = Dictionary{{"inner", std::move(deep)}};
   const Dictionary userInfo{{"Deep", deep}};
   ASSERT_TRUE(center.post({kEvent, std::nullopt, userInfo}));
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].userInfo, userInfo);
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].userInfo, userInfo);
   EXPECT_FALSE(center.post({kEvent, std::nullopt, {{"Deeper", userInfo}}}));
 }
 
-TEST_F(NotificationBusTest, ObservingAThousandTimesLeaksNoRuleNoDescriptorAndNoHandler) {
+TEST_F(NotificationBusTest, AThousandObservationsLeakNoRuleNoDescriptorAndNoHandler) {
   settle();
   const auto rules = matchRules(bus.address()).size();
   const auto descriptors = openDescriptors();
@@ -269,25 +269,25 @@ TEST_F(NotificationBusTest, ObservingAThousandTimesLeaksNoRuleNoDescriptorAndNoH
   }
   settle();
   EXPECT_EQ(held.use_count(), 1);
-  // The first count may have had one that the call to the bus was about to let go.
+  // The first count may include a descriptor that the bus call had not closed yet.
   EXPECT_LE(openDescriptors(), descriptors);
   EXPECT_EQ(matchRules(bus.address()).size(), rules);
 }
 
-TEST_F(NotificationBusTest, AThousandObserversAtOnceAllHearAndAllGo) {
+TEST_F(NotificationBusTest, AThousandConcurrentObserversAllReceiveAndAreAllRemoved) {
   {
     std::vector<Observation> observations;
     for (int i = 0; i < 1000; ++i) observations.push_back(observe(kEvent));
     ASSERT_TRUE(center.post({kEvent, std::nullopt, {}}));
-    ASSERT_TRUE(hears(1000));
+    ASSERT_TRUE(receives(1000));
     EXPECT_EQ(matchRules(bus.address()).size(), 1000U);
   }
   settle();
-  settle();  // until the first one's own rule has gone
+  settle();  // until the rule of the first settle is removed
   EXPECT_LE(matchRules(bus.address()).size(), 1U);
 }
 
-TEST_F(NotificationBusTest, TenThousandSignalsInABurstKeepTheMainLoopAnswering) {
+TEST_F(NotificationBusTest, ABurstOfTenThousandSignalsDoesNotBlockTheMainLoop) {
   std::size_t count = 0;
   std::size_t longest = 0;
   std::size_t since = 0;
@@ -312,16 +312,16 @@ TEST_F(NotificationBusTest, TenThousandSignalsInABurstKeepTheMainLoopAnswering) 
   EXPECT_LE(longest, 64U);
 }
 
-TEST_F(NotificationBusTest, GdbusEmitIsHeard) {
+TEST_F(NotificationBusTest, GdbusEmitIsReceived) {
   const auto observation = observe(kEvent, "agent");
   const auto sent = gdbusEmit(kEvent, {"'agent'", "{'Paths': <['/Volumes/X/A.TXT']>}"});
   ASSERT_EQ(sent.status, 0) << sent.errors;
-  ASSERT_TRUE(hears(1));
-  EXPECT_EQ(heard[0].userInfo, (Dictionary{{"Paths", Array{"/Volumes/X/A.TXT"}}}));
+  ASSERT_TRUE(receives(1));
+  EXPECT_EQ(received[0].userInfo, (Dictionary{{"Paths", Array{"/Volumes/X/A.TXT"}}}));
 }
 
-TEST_F(NotificationBusTest, GdbusMonitorSeesWhatIsPosted) {
-  // It follows one connection: that of this center, the only one with a rule of ours.
+TEST_F(NotificationBusTest, GdbusMonitorShowsPostedNotifications) {
+  // gdbus monitors one connection: that of this center.
   const auto observation = observe(kEvent);
   settle();
   const auto names =
@@ -331,18 +331,18 @@ TEST_F(NotificationBusTest, GdbusMonitorSeesWhatIsPosted) {
   ChildProcess monitor({"gdbus", "monitor", "--session", "--dest", ":1.0", "--object-path",
                         platform::kDistributedNotificationPath});
   ASSERT_TRUE(monitor.waitForOutput("is owned by :1.0"));
-  const std::string told = "DistributedNotificationCenter." + std::string(kEvent) +
+  const std::string line = "DistributedNotificationCenter." + std::string(kEvent) +
                            " ('agent', {'Paths': <['/Volumes/X/A.TXT']>})\n";
-  // It begins to listen some time after it has said so.
+  // gdbus starts listening some time after it prints this line.
   bool seen = false;
   for (int round = 0; round < 50 && !seen; ++round) {
     ASSERT_TRUE(center.post({kEvent, "agent", {{"Paths", Array{"/Volumes/X/A.TXT"}}}}));
-    seen = monitor.waitForOutput(told, std::chrono::milliseconds(200));
+    seen = monitor.waitForOutput(line, std::chrono::milliseconds(200));
   }
   EXPECT_TRUE(seen) << monitor.output();
 }
 
-TEST_F(NotificationBusTest, WhenTheBusGoesAwayTheProcessGoesOn) {
+TEST_F(NotificationBusTest, TheProcessSurvivesTheEndOfTheBus) {
   const auto observation = observe(kEvent);
   settle();
   bus.stop();
@@ -351,7 +351,7 @@ TEST_F(NotificationBusTest, WhenTheBusGoesAwayTheProcessGoesOn) {
   observe("kFinderOverlayChanged").reset();
 }
 
-TEST_F(NotificationBusTest, WhenTheBusIsBackObserversHearAgain) {
+TEST_F(NotificationBusTest, ObserversReceiveAgainAfterARestartOfTheBus) {
   const auto before = observe(kEvent, "object");
   const auto idle = observe("kIdle");
   auto ending = observe("kEnding");
@@ -363,22 +363,22 @@ TEST_F(NotificationBusTest, WhenTheBusIsBackObserversHearAgain) {
   bus.start();
   ASSERT_TRUE(runMainLoopUntil([&] { return center.post({kEvent, "object", {}}); }));
   ASSERT_TRUE(center.post({"kMeanwhile", std::nullopt, {}}));
-  ASSERT_TRUE(hears(2));
-  EXPECT_EQ(heard[0].name, kEvent);
-  EXPECT_EQ(heard[1].name, "kMeanwhile");
+  ASSERT_TRUE(receives(2));
+  EXPECT_EQ(received[0].name, kEvent);
+  EXPECT_EQ(received[1].name, "kMeanwhile");
   EXPECT_EQ(matchRules(bus.address()).size(), 3U);
 }
 
-TEST_F(NotificationBusTest, ABusThatComesLaterIsFound) {
+TEST_F(NotificationBusTest, ABusThatStartsLaterIsConnected) {
   bus.stop();
   const auto observation = observe(kEvent);
   EXPECT_FALSE(center.post({kEvent, std::nullopt, {}}));
   bus.start();
   ASSERT_TRUE(runMainLoopUntil([&] { return center.post({kEvent, std::nullopt, {}}); }));
-  EXPECT_TRUE(hears(1));
+  EXPECT_TRUE(receives(1));
 }
 
-TEST(NoSessionBusTest, ObservingDoesNothingAndNothingFails) {
+TEST(NoSessionBusTest, ObservingSucceedsAndPostingReturnsFalse) {
   const platform::TemporaryFolder folder;
   ::setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
   const std::vector<std::string> addresses = {"", "unix:path=/nowhere", "garbage",
@@ -396,7 +396,7 @@ TEST(NoSessionBusTest, ObservingDoesNothingAndNothingFails) {
   EXPECT_FALSE(center.post({kEvent, std::nullopt, {}}));
 }
 
-TEST(NoSessionBusTest, ABusThatAcceptsAndNeverAnswersIsNone) {
+TEST(NoSessionBusTest, ConnectingToAnUnresponsiveBusTimesOut) {
   const platform::TemporaryFolder folder;
   const std::string path = folder.path("bus");
   const platform::Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));

@@ -9,7 +9,7 @@ ServiceThread::ServiceThread()
   thread_ = std::thread([this] {
     g_main_context_push_thread_default(context_);
     g_main_loop_run(loop_);
-    // What was closed is told in the loop's last turns.
+    // Run the pending callbacks of closed connections.
     while (g_main_context_iteration(context_, FALSE) != FALSE) {
     }
     g_main_context_pop_thread_default(context_);
@@ -27,7 +27,7 @@ void ServiceThread::perform(const std::function<void()>& work) {
   std::packaged_task<void()> task([&work] { work(); });
   auto done = task.get_future();
   {
-    // Handed over under a lock of ours: the thread sanitizer does not see GLib's.
+    // Pass the task under our own mutex: ThreadSanitizer does not see GLib's locks.
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
   }
@@ -48,17 +48,17 @@ gboolean ServiceThread::performNext(gpointer self) noexcept {
 }
 
 bool runMainLoopUntil(const std::function<bool()>& condition) {
-  bool late = false;
-  const guint alarm = g_timeout_add_seconds(
+  bool timedOut = false;
+  const guint timeout = g_timeout_add_seconds(
       10,
       [](gpointer data) -> gboolean {
         *static_cast<bool*>(data) = true;
         return G_SOURCE_CONTINUE;
       },
-      &late);
-  while (!condition() && !late) g_main_context_iteration(nullptr, TRUE);
-  g_source_remove(alarm);
-  return !late;
+      &timedOut);
+  while (!condition() && !timedOut) g_main_context_iteration(nullptr, TRUE);
+  g_source_remove(timeout);
+  return !timedOut;
 }
 
 }  // namespace wevora::testing_host

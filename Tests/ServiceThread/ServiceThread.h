@@ -11,9 +11,8 @@
 
 namespace wevora::testing_host {
 
-/// A thread with a main loop of its own, so that a service can answer a caller of the same test
-/// that waits.
-/// Threads: the test's. Owns: the thread, until destroyed. Errors: none.
+/// A thread with its own main loop. A service on it can reply while the test's main thread blocks
+/// in a call.
 class ServiceThread {
  public:
   ServiceThread();
@@ -21,20 +20,21 @@ class ServiceThread {
   ServiceThread(const ServiceThread&) = delete;
   ServiceThread& operator=(const ServiceThread&) = delete;
 
-  /// Runs the work in the thread and waits for its end.
+  /// Runs the work on the thread and waits until it has finished.
   void perform(const std::function<void()>& work);
 
  private:
   static gboolean performNext(gpointer self) noexcept;
 
   std::mutex mutex_;
-  std::deque<std::packaged_task<void()>> tasks_;  // under mutex_
+  std::deque<std::packaged_task<void()>> tasks_;  // guarded by mutex_
   GMainContext* context_;
   GMainLoop* loop_;
   std::thread thread_;
 };
 
-/// Runs the default main context until the condition holds; false after ten seconds without.
+/// Iterates the default main context until the condition holds. Returns false after a timeout of
+/// ten seconds.
 bool runMainLoopUntil(const std::function<bool()>& condition);
 
 }  // namespace wevora::testing_host

@@ -30,7 +30,7 @@ void SessionBus::start() {
       std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog",
                                "--print-address", "--address=" + address_});
   if (!daemon_->waitForOutput("\n"))
-    throw std::runtime_error("dbus-daemon does not come up: " + daemon_->errors());
+    throw std::runtime_error("dbus-daemon does not start: " + daemon_->errors());
 }
 
 }  // namespace wevora::testing_host

@@ -9,11 +9,10 @@
 
 namespace wevora::testing_host {
 
-/// A session bus of its own. This process and the children that it starts find it, and a runtime
-/// folder of its own, in DBUS_SESSION_BUS_ADDRESS and XDG_RUNTIME_DIR. (GLib asks for the latter
-/// once in a process: make it first.)
-/// Threads: one. Owns: the bus's process, the folder, and the two variables until destroyed.
-/// Errors: throws where the bus does not come up.
+/// A private dbus-daemon and runtime folder for a test. Sets DBUS_SESSION_BUS_ADDRESS and
+/// XDG_RUNTIME_DIR for this process and its children until destroyed. GLib caches XDG_RUNTIME_DIR,
+/// so create the bus before the first use of GLib's runtime folder.
+/// Errors: throws if the bus does not start.
 class SessionBus {
  public:
   SessionBus();
@@ -23,13 +22,13 @@ class SessionBus {
 
   const std::string& address() const noexcept { return address_; }
   const std::string& runtimeFolder() const noexcept { return folder_.path(); }
-  /// The bus goes away; its address stays in the environment.
+  /// Stops the bus; its address stays in the environment.
   void stop() { daemon_.reset(); }
-  /// A bus comes, at the same address.
+  /// Starts a new bus at the same address.
   void start();
 
  private:
-  /// A variable of the environment, put back as it was.
+  /// Sets an environment variable; the destructor restores it.
   class Variable {
    public:
     Variable(std::string name, const std::string& value);

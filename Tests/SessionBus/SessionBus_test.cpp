@@ -10,24 +10,24 @@
 namespace wevora::testing_host {
 namespace {
 
-TEST(SessionBusTest, NotificationsTravelOverItAndTheEnvironmentIsPutBack) {
+TEST(SessionBusTest, NotificationsArriveAndTheEnvironmentIsRestored) {
   ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
   {
     const SessionBus bus;
     EXPECT_EQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), bus.address());
     EXPECT_EQ(std::getenv("XDG_RUNTIME_DIR"), bus.runtimeFolder());
     platform::BusNotificationCenter center;
-    bool heard = false;
+    bool received = false;
     const auto observation =
-        center.observe("Something", std::nullopt, [&](const auto&) { heard = true; });
+        center.observe("Something", std::nullopt, [&](const auto&) { received = true; });
     ASSERT_TRUE(observation);
     EXPECT_TRUE(center.post({"Something", std::nullopt, {}}));
-    EXPECT_TRUE(runMainLoopUntil([&] { return heard; }));
+    EXPECT_TRUE(runMainLoopUntil([&] { return received; }));
   }
   EXPECT_STREQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/nowhere");
 }
 
-TEST(SessionBusTest, AStoppedBusTakesNothing) {
+TEST(SessionBusTest, AStoppedBusAcceptsNoNotifications) {
   SessionBus bus;
   bus.stop();
   platform::BusNotificationCenter center;

@@ -8,8 +8,7 @@
 
 namespace wevora::testing_host {
 
-/// An agent that answers what a test sets, and notes what it was asked.
-/// Threads: one. Owns: its answers and notes. Errors: none.
+/// A fake agent: returns the values that a test sets and records the calls.
 class TestAgent : public IDaemonConnection {
  public:
   std::int32_t status = CONNECTION_STATUS_LOGGEDIN;
@@ -55,7 +54,7 @@ class TestAgent : public IDaemonConnection {
   Text distributedNotificationObject() override;
 
  private:
-  void note(const char* call, std::initializer_list<Text> arguments = {});
+  void record(const char* call, std::initializer_list<Text> arguments = {});
 };
 
 }  // namespace wevora::testing_host
