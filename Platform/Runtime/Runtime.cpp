@@ -26,8 +26,9 @@ MethodRef Object::methodFor(std::string_view selector) const {
 }
 
 void Object::setInstanceVariable(std::string_view name, std::any value) {
+  // The old value is destroyed after the unlock: its destructor may send a message to this object.
   const MutexLock lock(mutex_);
-  variables_.insert_or_assign(std::string(name), std::move(value));
+  std::swap(variables_[std::string(name)], value);
 }
 
 std::any Object::instanceVariableValue(std::string_view name) const {

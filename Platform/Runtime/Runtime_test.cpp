@@ -150,6 +150,18 @@ TEST_F(RuntimeTest, KindOfIncludesOnlySuperclasses) {
   EXPECT_FALSE(make(base)->isKindOf(nullptr));
 }
 
+TEST_F(RuntimeTest, AReplacedInstanceVariableMayUseItsObjectWhileItIsDestroyed) {
+  const Id object = make(base);
+  std::optional<int> seen;
+  auto reader = std::shared_ptr<void>(
+      nullptr, [&](void*) { seen = object->instanceVariable<int>("_count"); });
+  object->setInstanceVariable("_count", 7);
+  object->setInstanceVariable("_node", reader);
+  reader.reset();
+  object->setInstanceVariable("_node", 0);
+  EXPECT_EQ(seen, 7);
+}
+
 TEST_F(RuntimeTest, InstanceVariablesAreReadByNameAndType) {
   const Id object = make(base);
   object->setInstanceVariable("_node", 42);
