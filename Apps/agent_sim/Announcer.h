@@ -35,8 +35,8 @@ class Announcer {
   /// Announces the agent now, and again after 1, 3 and 10 s: a listener that is still handling the
   /// exit of the previous agent misses the first announcement.
   bool becomeAvailable();
-  /// Posts the event soon, and posts "Settled" five seconds after the path's last event: listeners
-  /// cache what they have read of an item for four seconds.
+  /// Posts the event soon and, unless the item was removed, "Settled" five seconds after its last
+  /// event: listeners cache what they have read of an item for four seconds.
   void event(const std::string& path, const std::string& word);
   /// Posts the event soon, and nothing later.
   void eventAsGiven(const std::string& path, const std::string& word);

@@ -14,9 +14,10 @@ inline constexpr const char* kNoBadge = "none";
 /// The word to print for the provider's word of a path.
 std::string wordShown(const std::string& path, const WVIconProvider::Word& word);
 
-/// Queries the provider as a host does: requests each color, waits for the refreshes, requests
-/// again. Thread-safety: main thread only, outside the main loop. Errors: an unreadable item has
-/// the word "unreadable".
+/// Queries the provider as a host does: requests each color, waits for the refreshes, and requests
+/// it again.
+/// Thread-safety: main thread only, outside the main loop.
+/// Errors: an unreadable item has the word "unreadable".
 class StatusAsker {
  public:
   /// `runMainLoopUntil` runs the main loop until the given condition holds.

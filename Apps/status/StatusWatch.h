@@ -12,9 +12,9 @@
 namespace wevora::status {
 
 /// Follows the words of items: queries the provider whenever the bundle requests a redraw, and
-/// every five seconds, as scrolling in a file manager would. Thread-safety: main thread only,
-/// inside the main loop. Ownership: queued blocks refer to it; it must live until the main loop
-/// ends.
+/// every five seconds, as scrolling in a file manager would.
+/// Thread-safety: main thread only, inside the main loop.
+/// Ownership: queued blocks refer to it; it must live until the main loop ends.
 class StatusWatch {
  public:
   /// Called with an item's new word.
