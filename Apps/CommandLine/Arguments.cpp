@@ -2,19 +2,26 @@
 
 namespace wevora::command_line {
 
-std::optional<std::string> Arguments::value(const std::string& argument, std::string_view name) {
-  if (argument == name) {
-    if (!more()) throw WrongUsage(std::string(name) + " needs a value");
-    return take();
-  }
-  if (argument.starts_with(std::string(name) + "=")) return argument.substr(name.size() + 1);
-  return std::nullopt;
+std::vector<std::string> Arguments::values(std::string_view option) const {
+  const auto found = options_.find(option);
+  return found == options_.end() ? std::vector<std::string>() : found->second;
+}
+
+std::optional<std::string> Arguments::value(std::string_view option) const {
+  const auto found = options_.find(option);
+  return found == options_.end() ? std::nullopt : std::optional(found->second.back());
 }
 
 Format formatNamed(const std::string& name) {
   if (name == "text") return Format::text;
   if (name == "json") return Format::json;
-  throw WrongUsage("--format is text or json, not '" + name + "'");
+  throw WrongUsage("--format: expected 'text' or 'json', not '" + name + "'");
+}
+
+void requireAccountId(const std::string& id, std::string_view argument) {
+  if (id.empty()) throw WrongUsage(std::string(argument) + " needs a non-empty value");
+  if (id.find('/') != std::string::npos)
+    throw WrongUsage(std::string(argument) + ": expected an ID without '/', not '" + id + "'");
 }
 
 }  // namespace wevora::command_line

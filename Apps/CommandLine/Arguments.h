@@ -1,39 +1,49 @@
 #pragma once
 
+#include <map>
 #include <optional>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace wevora::command_line {
 
-/// A wrong call, with the reason in one line.
+/// A usage error, with the reason in one line.
 class WrongUsage : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The arguments of a program, taken one after another.
-/// Threads: one. Owns: nothing. Errors: throws WrongUsage.
+/// The parsed arguments of one call. Values and operands are bytes, not checked for UTF-8.
 class Arguments {
  public:
-  explicit Arguments(std::span<const char* const> all) : all_(all) {}
+  /// What --help, the command "help" and --version ask for instead of running the command.
+  enum class Information { nothing, help, version };
 
-  bool more() const { return next_ < all_.size(); }
-  std::string take() { return all_[next_++]; }
+  Information information = Information::nothing;
+  std::string_view command;  ///< as the program's table spells it
+  std::vector<std::string> operands;
 
-  /// The value of "--name VALUE" or "--name=VALUE"; none where `argument`, which was just taken, is
-  /// another one.
-  std::optional<std::string> value(const std::string& argument, std::string_view name);
+  void addOption(std::string_view name, std::string value) {
+    options_[name].push_back(std::move(value));
+  }
+  bool has(std::string_view option) const { return options_.contains(option); }
+  /// All values of an option that may be repeated.
+  std::vector<std::string> values(std::string_view option) const;
+  /// The last value; nullopt when the option is not given.
+  std::optional<std::string> value(std::string_view option) const;
 
  private:
-  std::span<const char* const> all_;
-  std::size_t next_ = 0;
+  std::map<std::string_view, std::vector<std::string>> options_;
 };
 
 enum class Format { text, json };
 /// Throws WrongUsage for another name.
 Format formatNamed(const std::string& name);
+
+/// Throws WrongUsage for an ID that is empty or contains '/': it becomes part of a file name.
+/// `argument` is the option or command that it was given to.
+void requireAccountId(const std::string& id, std::string_view argument = "--account");
 
 }  // namespace wevora::command_line

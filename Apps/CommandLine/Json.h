@@ -5,8 +5,8 @@
 
 namespace wevora::command_line {
 
-/// A text as a JSON string. A byte that is not UTF-8 becomes the lone surrogate U+DC00 plus the
-/// byte, as Python's "surrogateescape" writes it, so that no path is lost.
+/// Encodes a text as a JSON string. A byte that is not UTF-8 becomes the lone surrogate U+DC00 plus
+/// the byte, as in Python's "surrogateescape", so that every path can be restored.
 std::string jsonString(std::string_view text);
 
 }  // namespace wevora::command_line

@@ -10,10 +10,13 @@
 #include "Platform/Files/WorkingFolder.h"
 
 namespace wevora::command_line {
+
 std::string pathArgument(const std::string& path) {
-  if (path.empty()) throw WrongUsage("a PATH is empty");
+  requireNonEmptyPaths({&path, 1});
   const auto here = platform::absolutePath(path.starts_with('/') ? "/" : ".");
-  if (!here) throw std::runtime_error("the current folder is gone; give absolute paths");
+  if (!here)
+    throw std::runtime_error("cannot resolve '" + path +
+                             "': the current folder was deleted (use absolute paths)");
   const std::string whole = path.starts_with('/') ? path : *here + "/" + path;
   const auto components = platform::pathComponents(whole);
   if (std::ranges::find(components, "..") == components.end())
@@ -22,6 +25,11 @@ std::string pathArgument(const std::string& path) {
   return platform::pathByAppendingComponent(
       platform::resolvedPath(std::string(platform::pathWithoutLastComponent(whole))),
       components.back());
+}
+
+void requireNonEmptyPaths(std::span<const std::string> paths) {
+  if (std::ranges::any_of(paths, &std::string::empty))
+    throw WrongUsage("expected a non-empty PATH");
 }
 
 std::string oneLine(std::string_view text) {

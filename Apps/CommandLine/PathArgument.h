@@ -1,16 +1,20 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
 namespace wevora::command_line {
 
-/// A path as a person wrote it, made absolute. A ".." leads where the kernel would go, a link
-/// before it followed; a link at the end stays a link. Throws WrongUsage for an empty path, and a
-/// runtime_error when there is no current folder.
+/// Makes a path of the command line absolute. A ".." leads where the kernel would go, through links
+/// before it; a link at the end stays a link. Throws WrongUsage for an empty path, and
+/// runtime_error when the current folder was deleted.
 std::string pathArgument(const std::string& path);
 
-/// A text in one line: control characters become "\x0a".
+/// Throws WrongUsage when a path is empty.
+void requireNonEmptyPaths(std::span<const std::string> paths);
+
+/// The text with control characters escaped, as in "\x0a".
 std::string oneLine(std::string_view text);
 
 }  // namespace wevora::command_line

@@ -6,11 +6,11 @@
 
 namespace wevora::command_line {
 
-/// Tells in one line of a terminal how many bytes were handled, once they are many. The line is
-/// gone with the object. Threads: one. Owns: nothing. Errors: those of the stream.
+/// Shows in one line of a terminal how many bytes are done, from 16 MiB on. The destructor clears
+/// the line.
 class TransferProgress {
  public:
-  /// `terminal` is written to when `wanted`; `total` is 0 when it is not known.
+  /// Writes nothing unless `wanted`. `total` is 0 when it is unknown.
   TransferProgress(std::ostream& terminal, bool wanted, std::string what, std::uint64_t total = 0);
   ~TransferProgress();
   TransferProgress(const TransferProgress&) = delete;

@@ -13,12 +13,10 @@
 namespace wevora::agent_sim {
 namespace {
 
-using agent_sim::DatabaseValue;
-using agent_sim::DatabaseWriter;
 using std::string;
 using namespace file_table;
 
-/// A name as SQL wants it, whatever the name is.
+/// Quotes a name as an SQL identifier.
 string quoted(const string& name) {
   return "\"" + name + "\"";
 }
@@ -54,11 +52,11 @@ string schema() {
          kCurrentTransactionsTableName + "(" + kID + " TEXT PRIMARY KEY NOT NULL, started TEXT);";
 }
 
-/// A path's place below the mount point, without a leading separator.
+/// The path relative to the mount point.
 string relative(const string& mountPoint, const string& path) {
   const auto standardized = platform::standardizedPath(path);
   if (!WVRFileTools::filePathBelongsToDirectoryAtPath(standardized, mountPoint))
-    throw Failure(path + " is not on the volume " + mountPoint);
+    throw Failure("'" + path + "' is not on the volume '" + mountPoint + "'");
   const std::size_t cut = mountPoint == "/" ? 1 : mountPoint.size() + 1;
   return standardized.size() > cut ? standardized.substr(cut) : string();
 }
@@ -74,7 +72,8 @@ std::string databasePath(const std::string& mountPoint, const std::string& accou
 std::string folderOfRule(const std::string& mountPoint, const std::string& folder) {
   const auto path = platform::standardizedPath(
       folder.starts_with("/") ? folder : platform::pathByAppendingComponent(mountPoint, folder));
-  if (!platform::fileExistsAtPath(path).isDirectory) throw Failure(path + " is no folder");
+  if (!platform::fileExistsAtPath(path).isDirectory)
+    throw Failure("'" + path + "' is not a folder");
   return relative(mountPoint, path);
 }
 
@@ -146,17 +145,17 @@ AgentDatabase::ScanResult AgentDatabase::scan(const std::function<void(const std
       ++result.items;
       result.added += item.fate == Fate::added ? 1 : 0;
       result.changed += item.fate == Fate::changed ? 1 : 0;
-      // Another file system below this one has a database of its own.
+      // A file system that is mounted below this one has its own database.
       if (item.isFolder && item.isOfVolume)
         folders.push_back({platform::pathByAppendingComponent(folder.path, item.name), item.id});
     }
   }
-  noteScan();
+  recordScan();
   transaction.commit();
   return result;
 }
 
-void AgentDatabase::noteScan() {
+void AgentDatabase::recordScan() {
   writer_.run("UPDATE " + kFile + " SET " + kFileTableColumnScannedDate + "=? WHERE " + kParent +
                   " IS NULL",
               {dateValue(clock_.now())});
@@ -178,7 +177,8 @@ std::optional<std::string> AgentDatabase::knownIdentifierOf(const std::string& p
 
 std::string AgentDatabase::identifierOf(const std::string& path) {
   auto id = knownIdentifierOf(path);
-  if (!id) throw Failure(path + " is not in the database (scan the volume first)");
+  if (!id)
+    throw Failure("'" + path + "' is not in the database (run 'wevora-agent-sim scan' first)");
   return std::move(*id);
 }
 
@@ -212,8 +212,8 @@ AgentDatabase::Updates::Updates(AgentDatabase& database, RowScan::Warn warn)
             RowScan::Touch::changedRows, std::move(warn), [this] { step(); }) {}
 
 void AgentDatabase::Updates::step() {
-  // Readers wait while a batch is written: batches are small.
-  if (++steps_ % kItemsInBatch != 0) return;
+  // Commit in small transactions: each blocks the readers while it is written.
+  if (++steps_ % kItemsInTransaction != 0) return;
   commit();
   transaction_ = std::make_unique<DatabaseWriter::Transaction>(database_.writer_);
 }

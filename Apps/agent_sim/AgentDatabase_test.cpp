@@ -27,19 +27,18 @@ class AgentDatabaseTest : public testing::Test {
   void write(const std::string& name, const std::string& text = "x") {
     std::ofstream(volume.path(name)) << text;
   }
-  agent_sim::DatabaseValue value(const std::string& query,
-                                 const std::vector<agent_sim::DatabaseValue>& values = {}) {
-    agent_sim::DatabaseWriter reader(path, agent_sim::DatabaseWriter::Mode::mustExist);
+  DatabaseValue value(const std::string& query, const std::vector<DatabaseValue>& values = {}) {
+    DatabaseWriter reader(path, DatabaseWriter::Mode::mustExist);
     const auto rows = reader.run(query, values);
-    return rows.empty() ? agent_sim::DatabaseValue(std::string("no row")) : rows.front().front();
+    return rows.empty() ? DatabaseValue(std::string("no row")) : rows.front().front();
   }
-  agent_sim::DatabaseValue count(const std::string& condition) {
+  DatabaseValue count(const std::string& condition) {
     return value("SELECT count(*) FROM file WHERE " + condition);
   }
-  agent_sim::DatabaseValue of(const std::string& column, const std::string& name) {
+  DatabaseValue of(const std::string& column, const std::string& name) {
     return value("SELECT " + column + " FROM file WHERE name_long=?", {name});
   }
-  static agent_sim::DatabaseValue number(std::int64_t n) { return n; }
+  static DatabaseValue number(std::int64_t n) { return n; }
 
   platform::TemporaryFolder volume;
   platform::TemporaryFolder elsewhere;
@@ -53,12 +52,12 @@ TEST_F(AgentDatabaseTest, ScanningGivesEveryItemARowUnderItsFolder) {
   write("a/b/file", "12345");
   EXPECT_EQ(scan().items, 3);
   EXPECT_EQ(of("parent_id", "a"),
-            agent_sim::DatabaseValue(std::string("00000000-0000-0000-0000-000000000000")));
+            DatabaseValue(std::string("00000000-0000-0000-0000-000000000000")));
   EXPECT_EQ(of("parent_id", "file"), of("file_id", "b"));
   EXPECT_EQ(of("is_folder", "b"), number(1));
   EXPECT_EQ(of("size", "file"), number(5));
-  EXPECT_EQ(of("name_short", "file"), agent_sim::DatabaseValue(std::string("file")));
-  EXPECT_EQ(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
+  EXPECT_EQ(of("name_short", "file"), DatabaseValue(std::string("file")));
+  EXPECT_EQ(of("synchronized", "file"), DatabaseValue(nullptr));
   EXPECT_EQ(count("parent_id IS NULL AND is_folder AND "
                   "file_id='00000000-0000-0000-0000-000000000000'"),
             number(1));
@@ -79,19 +78,19 @@ TEST_F(AgentDatabaseTest, ScanningAgainKeepsIdentifiersAndWhatIsBackedUp) {
   const auto again = scan();
   EXPECT_EQ(again.added + again.changed + again.gone, 0);
   EXPECT_EQ(of("file_id", "file"), id);
-  EXPECT_NE(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
+  EXPECT_NE(of("synchronized", "file"), DatabaseValue(nullptr));
 }
 
-TEST_F(AgentDatabaseTest, AChangedFileWaitsForItsBackupAgain) {
+TEST_F(AgentDatabaseTest, AChangedFileIsPendingAgain) {
   write("file");
   scan();
   opened().mark({volume.path("file")}, true);
   write("file", "longer");
   EXPECT_EQ(scan().changed, 1);
-  EXPECT_EQ(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
+  EXPECT_EQ(of("synchronized", "file"), DatabaseValue(nullptr));
 }
 
-TEST_F(AgentDatabaseTest, AFolderThatIsGoneLosesItsRowAndThoseBelow) {
+TEST_F(AgentDatabaseTest, ADeletedFolderLosesItsRowAndAllRowsBelow) {
   fs::create_directories(volume.path("a/b"));
   write("a/b/file");
   write("stays");
@@ -121,14 +120,14 @@ TEST_F(AgentDatabaseTest, LinksAreItemsAndAreNotFollowed) {
   EXPECT_EQ(count("name_long='inside'"), number(1));
 }
 
-TEST_F(AgentDatabaseTest, TheServicesOwnFilesAreLeftOut) {
+TEST_F(AgentDatabaseTest, TheAgentsOwnFilesAreSkipped) {
   fs::create_directory(volume.path(".wevora"));
   write("Wevora-Account-1.db");
   write("Wevora-Account-1.db-journal");
   EXPECT_EQ(scan().items, 0);
 }
 
-TEST_F(AgentDatabaseTest, MarkingAFolderMarksAllBelow) {
+TEST_F(AgentDatabaseTest, MarkingAFolderMarksEverythingBelow) {
   fs::create_directories(volume.path("a/b"));
   write("a/b/file");
   write("other");
@@ -136,7 +135,7 @@ TEST_F(AgentDatabaseTest, MarkingAFolderMarksAllBelow) {
   EXPECT_EQ(opened().mark({volume.path("a")}, true), 3);
   EXPECT_EQ(count("synchronized IS NOT NULL"), number(3));
   EXPECT_EQ(opened().mark({volume.path("a/b/file")}, false), 1);
-  EXPECT_EQ(of("synchronized", "file"), agent_sim::DatabaseValue(nullptr));
+  EXPECT_EQ(of("synchronized", "file"), DatabaseValue(nullptr));
 }
 
 TEST_F(AgentDatabaseTest, MarkingAnUnknownPathChangesNothing) {
@@ -147,7 +146,7 @@ TEST_F(AgentDatabaseTest, MarkingAnUnknownPathChangesNothing) {
   EXPECT_EQ(count("synchronized IS NOT NULL"), number(0));
 }
 
-TEST_F(AgentDatabaseTest, MarksThatAreNotCommittedAreUndone) {
+TEST_F(AgentDatabaseTest, UncommittedMarksAreRolledBack) {
   write("file");
   scan();
   {
@@ -157,9 +156,8 @@ TEST_F(AgentDatabaseTest, MarksThatAreNotCommittedAreUndone) {
   EXPECT_EQ(count("synchronized IS NOT NULL"), number(0));
 }
 
-TEST_F(AgentDatabaseTest, AnItemThatIsThereButCannotBeReachedIsReportedAndKeepsItsRows) {
-  // Folders so deep that a path to the last ones is longer than the system takes: the one way that
-  // holds for every user, root too.
+TEST_F(AgentDatabaseTest, AnUnreachableItemIsReportedAndKeepsItsRows) {
+  // Folders nested beyond PATH_MAX cannot be reached by any user, not even by root.
   const std::string name(250, 'd');
   int folder = ::open(volume.path().c_str(), O_DIRECTORY | O_PATH | O_CLOEXEC);
   for (int depth = 0; depth < 20; ++depth) {
@@ -169,13 +167,13 @@ TEST_F(AgentDatabaseTest, AnItemThatIsThereButCannotBeReachedIsReportedAndKeepsI
     folder = next;
   }
   ::close(folder);
-  write("beside");
+  write("sibling");
   const auto reached = scan().items;
   EXPECT_LT(reached, 21);
   EXPECT_EQ(warnings.size(), 1U);
-  EXPECT_EQ(count("name_long='beside'"), number(1));
+  EXPECT_EQ(count("name_long='sibling'"), number(1));
 
-  agent_sim::DatabaseWriter(path, agent_sim::DatabaseWriter::Mode::mustExist)
+  DatabaseWriter(path, DatabaseWriter::Mode::mustExist)
       .runScript(
           "INSERT INTO file(file_id, parent_id, is_folder, name_long) SELECT 'known', file_id, 1, "
           "name_long FROM file WHERE is_folder AND file_id NOT IN (SELECT parent_id FROM file "
@@ -191,27 +189,27 @@ TEST_F(AgentDatabaseTest, RulesAreAddedOnceAndRelativeToTheVolume) {
   EXPECT_EQ(opened().addRules({volume.path("Documents"), volume.path()}, {"Documents/Private"}), 3);
   EXPECT_EQ(opened().addRules({"Documents"}, {}), 0);
   EXPECT_EQ(value("SELECT group_concat(root_folder || exclude, ' ') FROM fscr"),
-            agent_sim::DatabaseValue(std::string("Documents0 0 Documents/Private1")));
+            DatabaseValue(std::string("Documents0 0 Documents/Private1")));
 }
 
-TEST_F(AgentDatabaseTest, ARuleForWhatIsNoFolderOfTheVolumeAddsNothing) {
+TEST_F(AgentDatabaseTest, ARuleForAPathThatIsNotAFolderOfTheVolumeAddsNothing) {
   fs::create_directory(volume.path("good"));
   EXPECT_THROW(opened().addRules({"good", "absent"}, {}), Failure);
   EXPECT_THROW(opened().addRules({elsewhere.path()}, {}), Failure);
   EXPECT_EQ(value("SELECT count(*) FROM fscr"), number(0));
 }
 
-TEST_F(AgentDatabaseTest, MakingTheDatabaseAgainKeepsItsRows) {
+TEST_F(AgentDatabaseTest, CreatingTheDatabaseAgainKeepsItsRows) {
   write("file");
   scan();
   opened();
   EXPECT_EQ(count("name_long='file'"), number(1));
 }
 
-TEST_F(AgentDatabaseTest, ADatabaseThatMustExistIsNotMade) {
+TEST_F(AgentDatabaseTest, ADatabaseThatMustExistIsNotCreated) {
   EXPECT_THROW(AgentDatabase(elsewhere.path("none.db"), volume.path(), clock,
                              AgentDatabase::Mode::mustExist),
-               agent_sim::DatabaseFailure);
+               DatabaseFailure);
   EXPECT_FALSE(fs::exists(elsewhere.path("none.db")));
 }
 

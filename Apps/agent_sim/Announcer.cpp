@@ -19,30 +19,30 @@ platform::Array valuesOf(const std::vector<std::string>& texts) {
 bool Announcer::post(const std::string& name, const platform::Dictionary& userInfo) {
   const bool sent = center_.post({name, object_, userInfo});
   if (!sent && !std::exchange(warned_, true))
-    warn_("no session bus can be reached: file managers are not told what happens");
+    warn_("cannot reach a session bus: file managers are not notified of changes");
   return sent;
 }
 
 bool Announcer::becomeAvailable() {
-  const bool told = post(kIDaemonConnectionBecomeAvailableNotification);
+  const bool posted = post(kIDaemonConnectionBecomeAvailableNotification);
   for (const int seconds : {1, 3, 10})
     dispatch_.mainQueue().after(std::chrono::seconds(seconds), [weak = std::weak_ptr(self_)] {
       if (const auto self = weak.lock())
         (*self)->post(kIDaemonConnectionBecomeAvailableNotification);
     });
-  return told;
+  return posted;
 }
 
 void Announcer::event(const std::string& path, const std::string& word) {
-  if (word != kEventRemoved) moved_.insert(path);
+  if (word != kEventRemoved) changed_.insert(path);
   eventAsGiven(path, word);
 }
 
-void Announcer::rememberWhatMoved() {
-  if (moved_.empty()) return;
-  for (const auto& path : moved_) ++unsettled_[path];
+void Announcer::scheduleSettled() {
+  if (changed_.empty()) return;
+  for (const auto& path : changed_) ++unsettled_[path];
   dispatch_.mainQueue().after(kSettled,
-                              [weak = std::weak_ptr(self_), paths = std::exchange(moved_, {})] {
+                              [weak = std::weak_ptr(self_), paths = std::exchange(changed_, {})] {
                                 if (const auto self = weak.lock())
                                   for (const auto& path : paths) (*self)->settled(path);
                               });
@@ -57,26 +57,26 @@ void Announcer::settled(const std::string& path) {
 
 void Announcer::eventAsGiven(const std::string& path, const std::string& word) {
   events_.add(path, word);
-  if (telling_) return;
-  // Later even where it is due: what happens in one go is told as one.
-  telling_ = true;
-  tellEventsAfter(*events_.untilDue());
+  if (scheduled_) return;
+  // Never at once, even when it is due: events of the same burst share one notification.
+  scheduled_ = true;
+  postEventsAfter(*events_.untilDue());
 }
 
-void Announcer::tellEvents() {
-  rememberWhatMoved();
+void Announcer::postEvents() {
+  scheduleSettled();
   if (const auto batch = events_.take())
     post(kIDaemonConnectionWVREventNotification,
          {{kIDaemonConnectionWVREventNotificationPathsKey, valuesOf(batch->paths)},
           {kIDaemonConnectionWVREventNotificationEventsKey, valuesOf(batch->words)}});
   const auto wait = events_.untilDue();
-  telling_ = wait.has_value();
-  if (wait) tellEventsAfter(*wait);
+  scheduled_ = wait.has_value();
+  if (wait) postEventsAfter(*wait);
 }
 
-void Announcer::tellEventsAfter(std::chrono::nanoseconds wait) {
+void Announcer::postEventsAfter(std::chrono::nanoseconds wait) {
   dispatch_.mainQueue().after(wait, [weak = std::weak_ptr(self_)] {
-    if (const auto self = weak.lock()) (*self)->tellEvents();
+    if (const auto self = weak.lock()) (*self)->postEvents();
   });
 }
 

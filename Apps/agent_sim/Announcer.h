@@ -13,10 +13,10 @@
 
 namespace wevora::agent_sim {
 
-/// Tells the other processes of the user what the agent does, in notifications that carry the
-/// agent's object.
-/// Threads: the main thread. Owns: the events that wait to be told.
-/// Errors: what cannot be told is warned of once.
+/// Posts the agent's notifications to the other processes of the user; each carries the agent's
+/// object.
+/// Thread-safety: main thread only.
+/// Errors: the first notification that cannot be posted causes a warning.
 class Announcer {
  public:
   using Warn = std::function<void(const std::string&)>;
@@ -30,21 +30,21 @@ class Announcer {
 
   const std::string& object() const noexcept { return object_; }
 
-  /// False where nobody can be told.
+  /// Returns false when there is no session bus.
   bool post(const std::string& name, const platform::Dictionary& userInfo = {});
-  /// Now, and again after a while: a listener that is just noticing the end of the agent before
-  /// this one begins to listen only then.
+  /// Announces the agent now, and again after 1, 3 and 10 s: a listener that is still handling the
+  /// exit of the previous agent misses the first announcement.
   bool becomeAvailable();
-  /// Told soon, and, when nothing more has happened to the path, once again after five seconds: a
-  /// listener that has just read an item takes it for unchanged until it is four seconds old.
+  /// Posts the event soon and, unless the item was removed, "Settled" five seconds after its last
+  /// event: listeners cache what they have read of an item for four seconds.
   void event(const std::string& path, const std::string& word);
-  /// Told soon, and only once.
+  /// Posts the event soon, and nothing later.
   void eventAsGiven(const std::string& path, const std::string& word);
 
  private:
-  void tellEvents();
-  void tellEventsAfter(std::chrono::nanoseconds wait);
-  void rememberWhatMoved();
+  void postEvents();
+  void postEventsAfter(std::chrono::nanoseconds wait);
+  void scheduleSettled();
   void settled(const std::string& path);
 
   platform::DistributedNotificationCenter& center_;
@@ -52,11 +52,12 @@ class Announcer {
   const std::string object_;
   Warn warn_;
   EventCoalescer events_;
-  std::set<std::string> moved_;           ///< since events were told last
-  std::map<std::string, int> unsettled_;  ///< how often a path waits to be told again
-  bool telling_ = false;                  ///< a time is set
+  std::set<std::string> changed_;         ///< paths with events since the last post
+  std::map<std::string, int> unsettled_;  ///< pending "settled" timers of each path
+  bool scheduled_ = false;                ///< postEvents is scheduled
   bool warned_ = false;
-  std::shared_ptr<Announcer*> self_ = std::make_shared<Announcer*>(this);  ///< for delayed blocks
+  std::shared_ptr<Announcer*> self_ =
+      std::make_shared<Announcer*>(this);  ///< weakly referenced by delayed blocks
 };
 
 }  // namespace wevora::agent_sim

@@ -14,7 +14,7 @@ namespace {
 using namespace std::chrono_literals;
 using platform::DistributedNotification;
 
-/// Notes what is posted, while it can be.
+/// Records notifications while it is reachable.
 class RecordingCenter : public platform::DistributedNotificationCenter {
  public:
   std::unique_ptr<Observation> observe(const std::string& /*name*/,
@@ -59,7 +59,7 @@ TEST_F(AnnouncerTest, TheAgentIsAnnouncedAtOnceAndAfterOneThreeAndTenSeconds) {
   }
 }
 
-TEST_F(AnnouncerTest, EventsThatHappenInOneGoAreToldInOneNotification) {
+TEST_F(AnnouncerTest, EventsOfOneBurstShareANotification) {
   announcer.event("/a", "Created");
   announcer.event("/b", "Removed");
   dispatch.advance(0s);
@@ -71,7 +71,7 @@ TEST_F(AnnouncerTest, EventsThatHappenInOneGoAreToldInOneNotification) {
             platform::Value(platform::Array{"Created", "Removed"}));
 }
 
-TEST_F(AnnouncerTest, EventsAreToldAtMostFiveTimesASecond) {
+TEST_F(AnnouncerTest, EventsArePostedAtMostFiveTimesASecond) {
   for (int i = 0; i < 999; ++i) {
     announcer.event("/" + std::to_string(i), "Changed");
     dispatch.advance(1ms);
@@ -81,7 +81,7 @@ TEST_F(AnnouncerTest, EventsAreToldAtMostFiveTimesASecond) {
   EXPECT_EQ(center.posted.size(), 6U);
 }
 
-TEST_F(AnnouncerTest, APathIsToldAgainOnceWhenNothingMoreHasHappenedToItForFiveSeconds) {
+TEST_F(AnnouncerTest, APathIsPostedAsSettledFiveSecondsAfterItsLastEvent) {
   announcer.event("/a", "Created");
   dispatch.advance(3s);
   announcer.event("/a", "Synchronized");
@@ -98,13 +98,13 @@ TEST_F(AnnouncerTest, APathIsToldAgainOnceWhenNothingMoreHasHappenedToItForFiveS
   EXPECT_EQ(center.posted.size(), 3U);
 }
 
-TEST_F(AnnouncerTest, WhatWasRemovedIsToldOnce) {
+TEST_F(AnnouncerTest, ARemovedItemIsPostedOnce) {
   announcer.event("/a", "Removed");
   dispatch.advance(60s);
   EXPECT_EQ(center.posted.size(), 1U);
 }
 
-TEST_F(AnnouncerTest, WhereNobodyCanBeToldItIsSaidOnce) {
+TEST_F(AnnouncerTest, WithoutABusThereIsOneWarning) {
   center.reachable = false;
   EXPECT_FALSE(announcer.becomeAvailable());
   announcer.event("/a", "Created");
@@ -112,7 +112,7 @@ TEST_F(AnnouncerTest, WhereNobodyCanBeToldItIsSaidOnce) {
   EXPECT_EQ(warnings.size(), 1U);
 }
 
-TEST_F(AnnouncerTest, AnEventAsGivenIsToldOnceAndNeverSettles) {
+TEST_F(AnnouncerTest, AnEventAsGivenIsPostedOnceAndNeverSettles) {
   announcer.eventAsGiven("/v/a", "Created");
   dispatch.advance(60s);
   ASSERT_EQ(center.posted.size(), 1U);

@@ -18,8 +18,9 @@ void say(std::string_view text) {
 
 std::string mounted(const std::string& volume) {
   if (!platform::SystemVolumes().fileSystemTypeOf(volume))
-    throw Failure(volume + " is not the mount point of a volume");
-  if (!platform::fileExistsAtPath(volume).isDirectory) throw Failure(volume + " is no folder");
+    throw Failure("'" + volume + "' is not the mount point of a volume");
+  if (!platform::fileExistsAtPath(volume).isDirectory)
+    throw Failure("'" + volume + "' is not a folder");
   return volume;
 }
 

@@ -12,12 +12,12 @@ using command_line::oneLine;
 using command_line::pathArgument;
 using command_line::WrongUsage;
 
-/// One line on the standard output, at once.
+/// Prints one line on standard output, and flushes it.
 void say(std::string_view text);
-/// One line on the standard error.
+/// Prints one line on standard error.
 void complain(std::string_view text);
 
-/// The same mount point, of a volume that is there; throws Failure otherwise.
+/// Returns the path when a volume is mounted there; throws Failure otherwise.
 std::string mounted(const std::string& volume);
 
 }  // namespace wevora::agent_sim

@@ -32,8 +32,8 @@ const platform::WireProtocol& controlProtocol() {
   return protocol;
 }
 
-std::optional<Array> answerOfControl(Controlled& agent, const std::string& method,
-                                     const Array& arguments) {
+std::optional<Array> handleControlCall(Controlled& agent, const std::string& method,
+                                       const Array& arguments) {
   const auto text = [&](std::size_t i) {
     const auto* held = i < arguments.size() ? arguments[i].as<std::string>() : nullptr;
     return held == nullptr ? std::string() : *held;

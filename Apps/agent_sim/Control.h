@@ -14,10 +14,10 @@ inline constexpr const char* kControlSetAccount = "setAccount";
 inline constexpr const char* kControlPostEvent = "postEvent";
 inline constexpr const char* kControlQuit = "quit";
 
-/// How a person's commands reach a running agent: a protocol of its own at the agent's service.
+/// The protocol of `wevora-agent-sim ctl`, served next to the agent's own.
 const platform::WireProtocol& controlProtocol();
 
-/// What a running agent does on command.
+/// The commands that a running agent executes.
 class Controlled {
  public:
   virtual ~Controlled() = default;
@@ -27,11 +27,11 @@ class Controlled {
   virtual void quit() = 0;
 };
 
-/// Answers a method of the protocol; none where the command cannot be followed.
-std::optional<platform::Array> answerOfControl(Controlled& agent, const std::string& method,
-                                               const platform::Array& arguments);
+/// Handles a method call of the protocol. Returns its reply; nullopt when the call is invalid.
+std::optional<platform::Array> handleControlCall(Controlled& agent, const std::string& method,
+                                                 const platform::Array& arguments);
 
-/// Whether an account may have this name: it becomes part of a file's.
+/// Whether an account may have this name, which becomes part of a file name.
 bool isAccountName(const std::string& name);
 
 }  // namespace wevora::agent_sim

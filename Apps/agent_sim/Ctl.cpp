@@ -4,7 +4,6 @@
 #include <string>
 
 #include "Apps/agent_sim/AgentDatabase.h"
-#include "Apps/agent_sim/AgentOptions.h"
 #include "Apps/agent_sim/Console.h"
 #include "Apps/agent_sim/Control.h"
 #include "Connector/DaemonConnectionNames.h"
@@ -15,31 +14,31 @@ namespace {
 
 constexpr int kNoAgent = 3;
 
-/// A running agent that takes commands.
-struct Reached {
+/// A running agent that accepts commands; `root` is null when there is none.
+struct Peer {
   std::shared_ptr<platform::Connection> connection;
   std::shared_ptr<platform::RootProxy> root;
 };
 
-Reached reachedAt(platform::DistributedObjects& objects, const std::string& name) {
-  Reached reached;
+Peer peerAt(platform::DistributedObjects& objects, const std::string& name) {
+  Peer peer;
   const auto port = objects.portForName(name);
-  if (port) reached.connection = objects.connectionWithSendPort(port);
-  if (reached.connection) reached.root = reached.connection->rootProxy();
-  if (reached.root && !reached.root->conformsToProtocol(controlProtocol())) reached.root = nullptr;
-  return reached;
+  if (port) peer.connection = objects.connectionWithSendPort(port);
+  if (peer.connection) peer.root = peer.connection->rootProxy();
+  if (peer.root && !peer.root->conformsToProtocol(controlProtocol())) peer.root = nullptr;
+  return peer;
 }
 
-/// With no seed, the first agent that answers.
-Reached reached(platform::DistributedObjects& objects, const CtlOptions& options) {
+/// Without a seed, the first agent that responds.
+Peer findPeer(platform::DistributedObjects& objects, const CtlOptions& options) {
   const auto names = daemonConnectionNames(options.user);
-  if (options.seed) return reachedAt(objects, names.at(*options.seed));
+  if (options.seed) return peerAt(objects, names.at(*options.seed));
   for (const auto& name : names)
-    if (auto found = reachedAt(objects, name); found.root) return found;
+    if (auto found = peerAt(objects, name); found.root) return found;
   return {};
 }
 
-bool follows(platform::RootProxy& agent, const CtlOptions& options) {
+bool execute(platform::RootProxy& agent, const CtlOptions& options) {
   const auto call = [&](const char* method, const platform::Array& arguments) {
     return agent.call(controlProtocol(), method, arguments).has_value();
   };
@@ -53,17 +52,17 @@ bool follows(platform::RootProxy& agent, const CtlOptions& options) {
 
 }  // namespace
 
-int runCtl(std::span<const char* const> arguments) {
-  const auto options = ctlOptions(arguments);
+int runCtl(const CtlOptions& options) {
   platform::LocalNotificationCenter center;
   platform::SocketConnections objects(center);
-  const auto agent = reached(objects, options);
+  const auto agent = findPeer(objects, options);
   if (!agent.root) {
-    complain("no agent of user " + options.user + " runs" +
-             (options.seed ? " under seed " + std::to_string(*options.seed) : ""));
+    complain("no agent of user " + options.user + " is running" +
+             (options.seed ? " with seed " + std::to_string(*options.seed) : "") +
+             " (start one with 'wevora-agent-sim serve')");
     return kNoAgent;
   }
-  if (!follows(*agent.root, options)) throw Failure("the agent does not follow the command");
+  if (!execute(*agent.root, options)) throw Failure("the agent rejected '" + options.command + "'");
   return 0;
 }
 

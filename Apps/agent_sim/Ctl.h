@@ -1,11 +1,10 @@
 #pragma once
 
-#include <span>
+#include "Apps/agent_sim/AgentOptions.h"
 
 namespace wevora::agent_sim {
 
-/// The command `ctl`: gives a command to a running agent. Answers the exit status; throws
-/// WrongUsage and Failure.
-int runCtl(std::span<const char* const> arguments);
+/// Sends a command to a running agent, and returns the exit status. Throws Failure.
+int runCtl(const CtlOptions& options);
 
 }  // namespace wevora::agent_sim

@@ -42,14 +42,15 @@ DatabaseWriter::DatabaseWriter(const std::string& path, Mode mode) : path_(path)
   const int create = mode == Mode::createIfMissing ? SQLITE_OPEN_CREATE : 0;
   const int code = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | create, nullptr);
   handle_.reset(handle);
-  if (code != SQLITE_OK) fail("cannot be opened");
+  if (code != SQLITE_OK) fail("open");
   sqlite3_busy_timeout(handle, kBusyTimeoutMilliseconds);
 }
 
 DatabaseWriter::~DatabaseWriter() = default;
 
 void DatabaseWriter::fail(std::string_view what) const {
-  throw DatabaseFailure(path_ + " " + std::string(what) + ": " + sqlite3_errmsg(handle_.get()));
+  throw DatabaseFailure("cannot " + std::string(what) + " '" + path_ +
+                        "': " + sqlite3_errmsg(handle_.get()));
 }
 
 sqlite3_stmt& DatabaseWriter::prepared(std::string_view sql) {
@@ -58,7 +59,7 @@ sqlite3_stmt& DatabaseWriter::prepared(std::string_view sql) {
   sqlite3_stmt* statement = nullptr;
   if (sqlite3_prepare_v3(handle_.get(), sql.data(), static_cast<int>(sql.size()),
                          SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK)
-    fail("refuses a statement");
+    fail("prepare a statement for");
   prepared_.emplace_back(std::string(sql), Prepared(statement));
   return *statement;
 }
@@ -77,7 +78,7 @@ void DatabaseWriter::bind(sqlite3_stmt& statement, const std::vector<DatabaseVal
       code = sqlite3_bind_double(&statement, position, *real);
     else
       code = sqlite3_bind_null(&statement, position);
-    if (code != SQLITE_OK) fail("refuses a value");
+    if (code != SQLITE_OK) fail("bind a value for");
   }
 }
 
@@ -93,7 +94,7 @@ std::vector<DatabaseWriter::Row> DatabaseWriter::run(std::string_view sql,
   for (;;) {
     const int code = sqlite3_step(&statement);
     if (code == SQLITE_DONE) return rows;
-    if (code != SQLITE_ROW) fail("cannot be read or written");
+    if (code != SQLITE_ROW) fail("read or write");
     Row& row = rows.emplace_back();
     for (int i = 0; i < sqlite3_column_count(&statement); ++i)
       row.push_back(valueOf(&statement, i));
@@ -102,7 +103,7 @@ std::vector<DatabaseWriter::Row> DatabaseWriter::run(std::string_view sql,
 
 void DatabaseWriter::runScript(const std::string& sql) {
   if (sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
-    fail("refuses a script");
+    fail("run a script on");
 }
 
 std::int64_t DatabaseWriter::changes() const {

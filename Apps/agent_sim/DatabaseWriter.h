@@ -13,17 +13,16 @@ struct sqlite3_stmt;
 
 namespace wevora::agent_sim {
 
-/// A database call of a tool that failed, with the reason.
+/// A database call that failed, with the reason.
 class DatabaseFailure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A value to store, or one that was read.
+/// A column value.
 using DatabaseValue = std::variant<std::nullptr_t, std::int64_t, double, std::string>;
 
-/// A database that a tool writes. Nothing that runs inside a file manager uses it.
-/// Threads: one. Owns: the open file and its prepared queries.
+/// An SQLite database that a tool writes; code inside file managers only reads databases.
 /// Errors: throws DatabaseFailure.
 class DatabaseWriter {
  public:
@@ -35,14 +34,14 @@ class DatabaseWriter {
   DatabaseWriter& operator=(const DatabaseWriter&) = delete;
 
   using Row = std::vector<DatabaseValue>;
-  /// Runs one statement with bound values; answers its rows.
+  /// Runs one statement with bound values, and returns its rows.
   std::vector<Row> run(std::string_view sql, const std::vector<DatabaseValue>& values = {});
   /// Runs a script of several statements without values.
   void runScript(const std::string& sql);
-  /// Rows that the latest statement changed.
+  /// The number of rows that the last statement changed.
   std::int64_t changes() const;
 
-  /// Undone when destroyed before `commit`.
+  /// The destructor rolls back unless `commit` was called.
   class Transaction {
    public:
     explicit Transaction(DatabaseWriter& writer);

@@ -9,18 +9,18 @@ namespace {
 
 using platform::TemporaryFolder;
 
-TEST(DatabaseWriterTest, ATransactionThatIsNotCommittedIsUndone) {
+TEST(DatabaseWriterTest, AnUncommittedTransactionIsRolledBack) {
   const TemporaryFolder folder;
   DatabaseWriter writer(folder.path("w.db"), DatabaseWriter::Mode::createIfMissing);
   writer.runScript("CREATE TABLE t(a)");
   {
-    const DatabaseWriter::Transaction undone(writer);
+    const DatabaseWriter::Transaction uncommitted(writer);
     writer.run("INSERT INTO t VALUES(1)");
   }
   {
-    DatabaseWriter::Transaction done(writer);
+    DatabaseWriter::Transaction committed(writer);
     writer.run("INSERT INTO t VALUES(2)");
-    done.commit();
+    committed.commit();
   }
   EXPECT_EQ(writer.run("SELECT a FROM t"), std::vector<DatabaseWriter::Row>{{std::int64_t{2}}});
   EXPECT_THROW(writer.run("SELECT * FROM absent"), DatabaseFailure);

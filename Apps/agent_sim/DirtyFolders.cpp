@@ -10,7 +10,7 @@ void DirtyFolders::addItem(const std::string& folder, const std::string& name) {
   auto& names = place->second.names;
   if (!names) return;
   names->insert(name);
-  if (names->size() > kNamesWorthTelling) names.reset();
+  if (names->size() > kMaximalNames) names.reset();
 }
 
 void DirtyFolders::addDeep(const std::string& folder) {

@@ -7,7 +7,7 @@ namespace {
 
 using Taken = std::vector<DirtyFolder>;
 
-TEST(DirtyFoldersTest, AFolderWaitsOnceAndInItsTurn) {
+TEST(DirtyFoldersTest, AFolderIsQueuedOnceInFifoOrder) {
   DirtyFolders folders;
   folders.addItem("/b", "x");
   folders.addItem("/a", "y");
@@ -16,7 +16,7 @@ TEST(DirtyFoldersTest, AFolderWaitsOnceAndInItsTurn) {
   EXPECT_TRUE(folders.empty());
 }
 
-TEST(DirtyFoldersTest, AFolderThatIsScannedWithAllBelowNeedsNoNames) {
+TEST(DirtyFoldersTest, ADeepScanNeedsNoNames) {
   DirtyFolders folders;
   folders.addItem("/a", "x");
   folders.addDeep("/a");
@@ -24,13 +24,13 @@ TEST(DirtyFoldersTest, AFolderThatIsScannedWithAllBelowNeedsNoNames) {
   EXPECT_EQ(folders.take(1), (Taken{{"/a", true, {}}}));
 }
 
-TEST(DirtyFoldersTest, ManyItemsAreAllItems) {
+TEST(DirtyFoldersTest, TooManyNamesBecomeAllItems) {
   DirtyFolders folders;
   for (int i = 0; i < 300; ++i) folders.addItem("/a", std::to_string(i));
   EXPECT_EQ(folders.take(1), (Taken{{"/a", false, {}}}));
 }
 
-TEST(DirtyFoldersTest, WhatIsPutBackComesFirstAndKeepsWhatCameMeanwhile) {
+TEST(DirtyFoldersTest, AFolderThatIsPutBackComesFirstAndIsMergedWithLaterItems) {
   DirtyFolders folders;
   for (const auto* path : {"/a", "/b", "/c"}) folders.addItem(path, "x");
   auto taken = folders.take(2);

@@ -13,20 +13,19 @@
 
 namespace wevora::agent_sim {
 
-// What happened to an item, in the words of an event. Listeners know "Removed".
+// The words of an event. Listeners interpret only "Removed".
 inline constexpr const char* kEventCreated = "Created";
 inline constexpr const char* kEventChanged = "Changed";
 inline constexpr const char* kEventRemoved = "Removed";
 inline constexpr const char* kEventSynchronized = "Synchronized";
-/// Nothing more has happened for a while.
+/// No further event of the path for a while.
 inline constexpr const char* kEventSettled = "Settled";
 
-/// Gathers events, so that they are told at most five times a second however many there are.
-/// Threads: one. Owns: the events that wait. Errors: none.
+/// Batches events, at most five batches per second.
 class EventCoalescer {
  public:
-  /// What one notification tells: each path once, and each word once, because a listener does the
-  /// same work again for each.
+  /// The content of one notification. Paths and words are unique: a listener repeats its work for
+  /// each.
   struct Batch {
     std::vector<std::string> paths;
     std::vector<std::string> words;
@@ -35,9 +34,9 @@ class EventCoalescer {
   explicit EventCoalescer(const platform::Clock& clock) : clock_(clock) {}
 
   void add(const std::string& path, const std::string& word);
-  /// Until something is to be told; none where nothing waits.
+  /// Time until `take` returns a batch; nullopt when no event is queued.
   std::optional<std::chrono::nanoseconds> untilDue() const;
-  /// What is to be told now; none where nothing is due.
+  /// Returns the batch that is due; nullopt when none is.
   std::optional<Batch> take();
 
  private:
@@ -47,8 +46,8 @@ class EventCoalescer {
 
   const platform::Clock& clock_;
   std::deque<Event> waiting_;
-  std::set<Event> known_;
-  std::optional<std::chrono::nanoseconds> told_;  ///< when it was last
+  std::set<Event> queued_;
+  std::optional<std::chrono::nanoseconds> lastTaken_;  ///< uptime of the last batch
 };
 
 }  // namespace wevora::agent_sim

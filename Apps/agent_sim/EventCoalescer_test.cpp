@@ -16,7 +16,7 @@ class EventCoalescerTest : public testing::Test {
   EventCoalescer events{clock};
 };
 
-TEST_F(EventCoalescerTest, AnEventAfterAQuietTimeIsToldAtOnce) {
+TEST_F(EventCoalescerTest, AnEventAfterAnIdleTimeIsDueAtOnce) {
   EXPECT_FALSE(events.untilDue());
   EXPECT_FALSE(events.take());
   events.add("/a", kEventCreated);
@@ -25,23 +25,23 @@ TEST_F(EventCoalescerTest, AnEventAfterAQuietTimeIsToldAtOnce) {
   EXPECT_FALSE(events.take());
 }
 
-TEST_F(EventCoalescerTest, HoweverManyEventsThereAreTheyAreToldFiveTimesASecond) {
-  int told = 0;
+TEST_F(EventCoalescerTest, ManyEventsMakeFiveBatchesASecond) {
+  int batches = 0;
   std::size_t paths = 0;
   for (int i = 0; i < 1000; ++i, clock.advance(1ms)) {
     events.add("/" + std::to_string(i), kEventChanged);
     if (const auto batch = events.take()) {
-      ++told;
+      ++batches;
       paths += batch->paths.size();
     }
   }
-  EXPECT_EQ(told, 5);
+  EXPECT_EQ(batches, 5);
   EXPECT_EQ(paths, 801U);
   EXPECT_EQ(events.untilDue(), 0ns);
   EXPECT_EQ(events.take()->paths.size(), 199U);
 }
 
-TEST_F(EventCoalescerTest, APathAndAWordAreToldOnceInANotification) {
+TEST_F(EventCoalescerTest, PathsAndWordsAreUniqueInABatch) {
   events.add("/a", kEventRemoved);
   events.add("/b", kEventRemoved);
   events.add("/a", kEventRemoved);
@@ -52,7 +52,7 @@ TEST_F(EventCoalescerTest, APathAndAWordAreToldOnceInANotification) {
   EXPECT_EQ(batch->words, (Texts{"Removed", "Created"}));
 }
 
-TEST_F(EventCoalescerTest, WhatHappensAgainIsToldAgain) {
+TEST_F(EventCoalescerTest, ARepeatedEventIsBatchedAgain) {
   events.add("/a", kEventChanged);
   events.take();
   events.add("/a", kEventChanged);
@@ -61,7 +61,7 @@ TEST_F(EventCoalescerTest, WhatHappensAgainIsToldAgain) {
   EXPECT_EQ(events.take()->paths, Texts{"/a"});
 }
 
-TEST_F(EventCoalescerTest, AStormIsToldInPieces) {
+TEST_F(EventCoalescerTest, ABatchHasALimitedSize) {
   for (int i = 0; i < 5000; ++i) events.add("/" + std::to_string(i), kEventCreated);
   EXPECT_EQ(events.take()->paths.size(), 4096U);
   EXPECT_FALSE(events.take());

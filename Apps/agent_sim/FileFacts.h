@@ -11,19 +11,19 @@
 
 namespace wevora::agent_sim {
 
-/// What the disk says of an item; a link is not followed.
+/// The metadata of an item; links are not followed.
 struct FileFacts {
   bool isFolder = false;
   dev_t device = 0;
   std::int64_t size = 0;  ///< bytes
-  platform::Date date;    ///< of its last change
-  std::string modified;   ///< the same, as the database writes it
+  platform::Date date;    ///< modification time
+  std::string modified;   ///< the same in database format
 
   static std::optional<FileFacts> at(const std::string& path, std::error_code& failed);
 };
 
-/// Whether an item at a volume's top is the agent's own: its folder, or a database with what
-/// belongs to it.
+/// Whether an item in the root folder of a volume belongs to the agent: its folder, or a database
+/// and its journal files.
 bool isOwnFile(std::string_view name);
 
 }  // namespace wevora::agent_sim

@@ -8,7 +8,7 @@
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
-// The names and values of the file table, as statements are put together from them.
+// Names and value conversions of the file table, for building statements.
 namespace wevora::agent_sim::file_table {
 
 inline const std::string kFile = kFileTableName;
@@ -17,14 +17,14 @@ inline const std::string kParent = kFileTableColumnParentID;
 inline const std::string kName = kFileTableColumnNameLong;
 inline const std::string kSynchronized = kFileTableColumnSyncDate;
 
-inline std::string textOf(const agent_sim::DatabaseValue& value) {
+inline std::string textOf(const DatabaseValue& value) {
   const auto* text = std::get_if<std::string>(&value);
   return text == nullptr ? std::string() : *text;
 }
 
-inline agent_sim::DatabaseValue dateValue(const platform::Date& date) {
+inline DatabaseValue dateValue(const platform::Date& date) {
   auto text = dbFormat(date);
-  return text ? agent_sim::DatabaseValue(std::move(*text)) : agent_sim::DatabaseValue(nullptr);
+  return text ? DatabaseValue(std::move(*text)) : DatabaseValue(nullptr);
 }
 
 }  // namespace wevora::agent_sim::file_table

@@ -45,8 +45,8 @@ FolderEvent::Kind kindOf(std::uint32_t mask) {
 }  // namespace
 
 struct FolderWatch::State {
-  explicit State(Handler told)
-      : handler(std::move(told)), inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  explicit State(Handler eventHandler)
+      : handler(std::move(eventHandler)), inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     if (!inotify) unavailable = lastError();
   }
 
@@ -57,7 +57,7 @@ struct FolderWatch::State {
     if (number < 0) return lastError();
     forgetPathOf(number);
     if (const auto other = numbers.find(folder); other != numbers.end()) {
-      // Another folder had this path once.
+      // An earlier folder with this path, which was moved.
       ::inotify_rm_watch(inotify.get(), other->second);
       paths.erase(other->second);
     }
@@ -79,7 +79,7 @@ struct FolderWatch::State {
     auto place = numbers.lower_bound(folder);
     while (place != numbers.end() && place->first.starts_with(folder)) {
       if (place->first != folder && !place->first.starts_with(below)) {
-        ++place;  // a sibling whose name begins alike
+        ++place;  // a sibling with this prefix in its name
         continue;
       }
       ::inotify_rm_watch(inotify.get(), place->second);
@@ -88,17 +88,17 @@ struct FolderWatch::State {
     }
   }
 
-  /// None for a watch that has ended.
+  /// Returns nullopt for a removed watch.
   std::optional<FolderEvent> eventOf(const inotify_event& event) {
     const auto kind = kindOf(event.mask);
     if (kind == FolderEvent::Kind::lost) return FolderEvent{kind, "", ""};
     const MutexLock lock(mutex);
     const auto known = paths.find(event.wd);
     if (known == paths.end()) return std::nullopt;
-    FolderEvent told{kind, known->second, event.len > 0 ? event.name : ""};
+    FolderEvent result{kind, known->second, event.len > 0 ? event.name : ""};
     if ((event.mask & (IN_IGNORED | IN_UNMOUNT)) != 0) forgetPathOf(event.wd);
     if ((event.mask & IN_IGNORED) != 0) return std::nullopt;
-    return told;
+    return result;
   }
 
   std::vector<FolderEvent> readSome() {
@@ -108,16 +108,16 @@ struct FolderWatch::State {
     for (std::size_t at = 0; count > 0 && at < static_cast<std::size_t>(count);) {
       const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
       at += sizeof(inotify_event) + event->len;
-      // A folder that is written to tells the same again and again.
-      if (auto told = eventOf(*event); told && (events.empty() || events.back() != *told))
-        events.push_back(std::move(*told));
+      // Repeated writes cause runs of equal events.
+      if (auto read = eventOf(*event); read && (events.empty() || events.back() != *read))
+        events.push_back(std::move(*read));
     }
     return events;
   }
 
   static gboolean readable(gint /*descriptor*/, GIOCondition /*condition*/,
                            gpointer self) noexcept {
-    // Kept alive: the handler may end the watch, and is not called from then on.
+    // Holds a reference: the handler may destroy the watch, and is not called after that.
     const auto state = *static_cast<std::shared_ptr<State>*>(self);
     catchAll([&] {
       for (const auto& event : state->readSome()) {
@@ -144,12 +144,13 @@ struct FolderWatch::State {
 
 FolderWatch::FolderWatch(Handler handler) : state_(std::make_shared<State>(std::move(handler))) {
   if (!state_->inotify) return;
-  auto kept = std::make_unique<std::shared_ptr<State>>(state_);
-  state_->source = g_unix_fd_add_full(G_PRIORITY_DEFAULT, state_->inotify.get(), G_IO_IN,
-                                      &State::readable, kept.release(), [](gpointer held) noexcept {
-                                        const std::unique_ptr<std::shared_ptr<State>> owned(
-                                            static_cast<std::shared_ptr<State>*>(held));
-                                      });
+  auto reference = std::make_unique<std::shared_ptr<State>>(state_);
+  state_->source =
+      g_unix_fd_add_full(G_PRIORITY_DEFAULT, state_->inotify.get(), G_IO_IN, &State::readable,
+                         reference.release(), [](gpointer held) noexcept {
+                           const std::unique_ptr<std::shared_ptr<State>> owned(
+                               static_cast<std::shared_ptr<State>*>(held));
+                         });
 }
 
 FolderWatch::~FolderWatch() {

@@ -23,7 +23,7 @@ using Kind = FolderEvent::Kind;
 class FolderWatchTest : public testing::Test {
  protected:
   void write(const std::string& name) { std::ofstream(folder.path(name)) << "x"; }
-  bool told(const FolderEvent& event) {
+  bool reported(const FolderEvent& event) {
     return runMainLoopUntil(
         [&] { return std::find(events.begin(), events.end(), event) != events.end(); });
   }
@@ -33,37 +33,37 @@ class FolderWatchTest : public testing::Test {
   FolderWatch watch{[this](const FolderEvent& event) { events.push_back(event); }};
 };
 
-TEST_F(FolderWatchTest, WhatComesChangesAndGoesIsTold) {
+TEST_F(FolderWatchTest, CreatedChangedAndDeletedItemsAreReported) {
   ASSERT_FALSE(watch.watch(folder.path()));
   write("file");
-  EXPECT_TRUE(told({Kind::item, folder.path(), "file"}));
+  EXPECT_TRUE(reported({Kind::item, folder.path(), "file"}));
   events.clear();
   fs::remove(folder.path("file"));
-  EXPECT_TRUE(told({Kind::item, folder.path(), "file"}));
+  EXPECT_TRUE(reported({Kind::item, folder.path(), "file"}));
 }
 
-TEST_F(FolderWatchTest, AFolderThatComesOrGoesIsToldAsOne) {
+TEST_F(FolderWatchTest, ACreatedOrDeletedFolderIsReportedAsAFolder) {
   ASSERT_FALSE(watch.watch(folder.path()));
   fs::create_directory(folder.path("sub"));
-  EXPECT_TRUE(told({Kind::folderArrived, folder.path(), "sub"}));
+  EXPECT_TRUE(reported({Kind::folderArrived, folder.path(), "sub"}));
   fs::remove(folder.path("sub"));
-  EXPECT_TRUE(told({Kind::folderLeft, folder.path(), "sub"}));
+  EXPECT_TRUE(reported({Kind::folderLeft, folder.path(), "sub"}));
 }
 
-TEST_F(FolderWatchTest, AFolderThatMovesIsWatchedUnderTheNameThatItIsGivenAnew) {
+TEST_F(FolderWatchTest, AMovedFolderIsWatchedUnderItsNewPath) {
   fs::create_directories(folder.path("a/inner"));
   ASSERT_FALSE(watch.watch(folder.path()));
   ASSERT_FALSE(watch.watch(folder.path("a")));
   ASSERT_FALSE(watch.watch(folder.path("a/inner")));
   fs::rename(folder.path("a"), folder.path("b"));
   ASSERT_FALSE(watch.watch(folder.path("b")));
-  EXPECT_TRUE(told({Kind::folderArrived, folder.path(), "b"}));
-  EXPECT_EQ(watch.watched(), 2U);  // the folder that was inside waits to be given again
+  EXPECT_TRUE(reported({Kind::folderArrived, folder.path(), "b"}));
+  EXPECT_EQ(watch.watched(), 2U);  // a/inner is not watched under its new path yet
   write("b/file");
-  EXPECT_TRUE(told({Kind::item, folder.path("b"), "file"}));
+  EXPECT_TRUE(reported({Kind::item, folder.path("b"), "file"}));
 }
 
-TEST_F(FolderWatchTest, ForgettingAFolderSparesTheOneWhoseNameBeginsAlike) {
+TEST_F(FolderWatchTest, ForgettingAFolderSparesSiblingsWithTheSamePrefix) {
   for (const auto* name : {"a", "a/x", "a b", "ab"}) {
     fs::create_directories(folder.path(name));
     ASSERT_FALSE(watch.watch(folder.path(name)));
@@ -71,14 +71,14 @@ TEST_F(FolderWatchTest, ForgettingAFolderSparesTheOneWhoseNameBeginsAlike) {
   watch.forgetBelow(folder.path("a"));
   EXPECT_EQ(watch.watched(), 2U);
   write("ab/file");
-  EXPECT_TRUE(told({Kind::item, folder.path("ab"), "file"}));
+  EXPECT_TRUE(reported({Kind::item, folder.path("ab"), "file"}));
 }
 
-TEST_F(FolderWatchTest, AHandlerThatEndsTheWatchIsNotCalledForTheRestOfWhatHappened) {
-  int told = 0;
+TEST_F(FolderWatchTest, AHandlerThatDestroysTheWatchGetsNoFurtherEvents) {
+  int calls = 0;
   std::optional<FolderWatch> ended;
   ended.emplace([&](const FolderEvent&) {
-    ++told;
+    ++calls;
     ended.reset();
   });
   ASSERT_FALSE(ended->watch(folder.path()));
@@ -87,11 +87,11 @@ TEST_F(FolderWatchTest, AHandlerThatEndsTheWatchIsNotCalledForTheRestOfWhatHappe
   write("second");
   ASSERT_TRUE(runMainLoopUntil([&] { return !ended; }));
   write("third");
-  ASSERT_TRUE(this->told({Kind::item, folder.path(), "third"}));
-  EXPECT_EQ(told, 1);
+  ASSERT_TRUE(reported({Kind::item, folder.path(), "third"}));
+  EXPECT_EQ(calls, 1);
 }
 
-TEST_F(FolderWatchTest, WhatIsNoFolderCannotBeWatched) {
+TEST_F(FolderWatchTest, OnlyAFolderCanBeWatched) {
   write("file");
   fs::create_directory_symlink(folder.path(), folder.path("link"));
   EXPECT_EQ(watch.watch(folder.path("file")), std::errc::not_a_directory);

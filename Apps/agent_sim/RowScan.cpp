@@ -11,10 +11,9 @@
 namespace wevora::agent_sim {
 
 using namespace file_table;
-using agent_sim::DatabaseValue;
 using std::string;
 
-/// What the database says of an item.
+/// An item's row.
 struct RowScan::Row {
   string id;
   bool isFolder = false;
@@ -23,8 +22,8 @@ struct RowScan::Row {
   bool synchronized = false;
 };
 
-RowScan::RowScan(agent_sim::DatabaseWriter& writer, const string& mountPoint, platform::Date now,
-                 Touch touch, Warn warn, Step step)
+RowScan::RowScan(DatabaseWriter& writer, const string& mountPoint, platform::Date now, Touch touch,
+                 Warn warn, Step step)
     : writer_(writer),
       top_(mountPoint),
       now_(dateValue(now)),
@@ -33,7 +32,7 @@ RowScan::RowScan(agent_sim::DatabaseWriter& writer, const string& mountPoint, pl
       step_(std::move(step)) {
   std::error_code failed;
   const auto top = FileFacts::at(top_, failed);
-  if (!top || !top->isFolder) throw Failure(top_ + " is no folder");
+  if (!top || !top->isFolder) throw Failure("'" + top_ + "' is not a folder");
   device_ = top->device;
 }
 
@@ -54,7 +53,7 @@ std::optional<std::vector<ScannedItem>> RowScan::folder(const string& path, cons
     if (path == top_ && isOwnFile(name)) continue;
     const string itemPath = platform::pathByAppendingComponent(path, name);
     const auto found = FileFacts::at(itemPath, failed);
-    // Where it is gone by now its row goes, below.
+    // Its row is removed below.
     if (!found && failed == std::errc::no_such_file_or_directory) continue;
     std::optional<Row> row;
     if (const auto place = rows.find(name); place != rows.end()) {
@@ -64,7 +63,7 @@ std::optional<std::vector<ScannedItem>> RowScan::folder(const string& path, cons
     if (found)
       scanItem(id, name, *found, std::move(row), items);
     else
-      warnOf(itemPath, failed);  // It is there, whatever it is: what is known of it stays.
+      warnOf(itemPath, failed);  // It exists: keep its row.
     step_();
   }
   for (const auto& [name, row] : rows) {
@@ -75,7 +74,7 @@ std::optional<std::vector<ScannedItem>> RowScan::folder(const string& path, cons
 }
 
 void RowScan::warnOf(const string& path, const std::error_code& failed) const {
-  warn_(path + " cannot be read: " + failed.message());
+  warn_("cannot read '" + path + "': " + failed.message());
 }
 
 std::optional<RowScan::Names> RowScan::listed(const string& path) {
@@ -94,7 +93,7 @@ RowScan::Rows RowScan::rowsBelow(const string& parent, const Names* names) {
                        kFileTableColumnFileSize + "," + kFileTableColumnModifyDate + "," +
                        kSynchronized + " FROM " + kFile + " WHERE " + kParent + "=?";
   Rows rows;
-  const auto take = [&](std::vector<agent_sim::DatabaseWriter::Row> found) {
+  const auto take = [&](std::vector<DatabaseWriter::Row> found) {
     for (auto& row : found) {
       const auto* isFolder = std::get_if<std::int64_t>(&row[2]);
       const auto* size = std::get_if<std::int64_t>(&row[3]);

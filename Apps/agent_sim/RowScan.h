@@ -15,23 +15,23 @@
 
 namespace wevora::agent_sim {
 
-/// What became of an item's row.
+/// What a scan did to an item's row.
 struct ScannedItem {
   enum class Fate { same, added, changed, removed };
   std::string name;
   std::string id;
   Fate fate = Fate::same;
   bool isFolder = false;
-  bool isOfVolume = true;  ///< not of another file system that is mounted there
-  bool waits = false;      ///< a file that is not backed up
-  platform::Date date{};   ///< of its last change on disk
-  std::int64_t rows = 1;   ///< that went with it, where it was removed
+  bool isOfVolume = true;  ///< false for a mount point of another file system
+  bool waits = false;      ///< a file that is pending
+  platform::Date date{};   ///< modification time on disk
+  std::int64_t rows = 1;   ///< removed rows, for Fate::removed
 };
 
-/// Brings the rows of folders in step with the disk, each for itself.
-/// Threads: one. Owns: nothing; writer and mount point outlive it.
-/// Errors: throws DatabaseFailure; Failure where the mount point is no folder. What cannot be read
-///   is reported, and its rows stay.
+/// Synchronizes the rows of single folders with the disk.
+/// Ownership: the writer and the mount point must outlive it.
+/// Errors: throws DatabaseFailure, and Failure when the mount point is not a folder. Unreadable
+/// items are reported and keep their rows.
 class RowScan {
  public:
   enum class Touch { everyRow, changedRows };
@@ -41,11 +41,11 @@ class RowScan {
   using Step = std::function<void()>;
 
   RowScan(
-      agent_sim::DatabaseWriter& writer, const std::string& mountPoint, platform::Date now,
-      Touch touch, Warn warn, Step step = [] {});
+      DatabaseWriter& writer, const std::string& mountPoint, platform::Date now, Touch touch,
+      Warn warn, Step step = [] {});
 
-  /// The items right in a folder, all of them or those of some names. None where the folder is not
-  /// there, or is of another volume.
+  /// Scans a folder's direct items, or only those with the given names. Returns nullopt when the
+  /// folder is missing or on another volume.
   std::optional<std::vector<ScannedItem>> folder(const std::string& path, const std::string& id,
                                                  const Names* names = nullptr);
 
@@ -63,9 +63,9 @@ class RowScan {
   void remove(const std::string& name, const Row& row, std::vector<ScannedItem>& items);
   void warnOf(const std::string& path, const std::error_code& failed) const;
 
-  agent_sim::DatabaseWriter& writer_;
+  DatabaseWriter& writer_;
   const std::string& top_;
-  agent_sim::DatabaseValue now_;
+  DatabaseValue now_;
   Touch touch_;
   Warn warn_;
   Step step_;

@@ -12,41 +12,42 @@
 namespace wevora::agent_sim {
 namespace {
 
-/// As long as file managers leave a volume alone that is to be unmounted.
+/// Equal to the time for which file managers release a volume that is to be unmounted.
 constexpr std::chrono::seconds kUnmountTime{5};
 constexpr std::chrono::milliseconds kBatchTime{500};
-/// An answer leaves before the process ends.
-constexpr std::chrono::milliseconds kAnswerTime{100};
-constexpr std::size_t kWarningsRemembered = 1000;
+/// Lets the reply to `quit` leave before the process exits.
+constexpr std::chrono::milliseconds kReplyTime{100};
+constexpr std::size_t kMaximalWarnings = 1000;
 
 }  // namespace
 
 RunningAgent::RunningAgent(const ServeOptions& options, std::string object,
                            Dependencies dependencies)
-    : around_(std::move(dependencies)),
-      announcer_(around_.notifications, around_.dispatch, around_.clock, object,
+    : dependencies_(std::move(dependencies)),
+      announcer_(dependencies_.notifications, dependencies_.dispatch, dependencies_.clock, object,
                  [this](const std::string& text) { warn(text); }),
       root_(options.account, options.volumes, object,
             {.post = [this](const char* name) { announcer_.post(name); },
-             .statusChanged = [this] { holdOrGoOn(); },
+             .statusChanged = [this] { updateHold(); },
              .log = [](const std::string& line) { say(line); }}),
-      queue_(around_.clock, options.syncRate),
-      worker_(around_.dispatch.serialQueue("volumes")),
-      watch_(std::make_shared<FolderWatch>([this](const FolderEvent& event) { noticed(event); })) {
+      queue_(dependencies_.clock, options.syncRate),
+      worker_(dependencies_.dispatch.serialQueue("volumes")),
+      watch_(std::make_shared<FolderWatch>(
+          [this](const FolderEvent& event) { handleFolderEvent(event); })) {
   for (const auto& volume : options.volumes)
     keepers_.push_back(std::make_shared<VolumeKeeper>(
-        volume,
-        VolumeKeeper::Dependencies{around_.dispatch, worker_, watch_, around_.clock, *this}));
+        volume, VolumeKeeper::Dependencies{dependencies_.dispatch, worker_, watch_,
+                                           dependencies_.clock, *this}));
 }
 
 RunningAgent::~RunningAgent() {
-  if (unmounts_) unmounts_->unregisterUnmountApproval(&RunningAgent::unmountAsked, this);
+  if (unmounts_) unmounts_->unregisterUnmountApproval(&RunningAgent::onUnmountRequest, this);
 }
 
 bool RunningAgent::start() {
-  const bool told = announcer_.becomeAvailable();
+  const bool announced = announcer_.becomeAvailable();
   useAccount(root_.accountInfo()->clientID().value_or(""));
-  return told;
+  return announced;
 }
 
 void RunningAgent::watchUnmounts(platform::UnmountApprovals& approvals) {
@@ -54,7 +55,7 @@ void RunningAgent::watchUnmounts(platform::UnmountApprovals& approvals) {
   unmounts_ = approvals.createSession();
   if (!unmounts_) return;
   unmounts_->scheduleOnMainLoop();
-  unmounts_->registerUnmountApproval(&RunningAgent::unmountAsked, this);
+  unmounts_->registerUnmountApproval(&RunningAgent::onUnmountRequest, this);
 }
 
 void RunningAgent::setStatus(std::int32_t status) {
@@ -72,7 +73,7 @@ void RunningAgent::useAccount(const std::string& account) {
   for (const auto& keeper : keepers_) unprepared_.insert(keeper->mountPoint());
   queue_.clear();
   for (const auto& keeper : keepers_) keeper->useAccount(account);
-  holdOrGoOn();
+  updateHold();
   if (unprepared_.empty()) announceAccount();
 }
 
@@ -81,8 +82,8 @@ void RunningAgent::volumeIsPrepared(const std::string& mountPoint) {
   if (unprepared_.empty()) announceAccount();
 }
 
-/// Told when the account's databases are there. An account that changes leaves the windows of file
-/// managers as they are; it is the status, asked for anew, that makes them draw.
+/// Called when all databases of the account exist. File managers do not redraw for a changed
+/// account, only for a changed status; so both are posted.
 void RunningAgent::announceAccount() {
   if (!std::exchange(accountChanged_, false)) return;
   announcer_.post(kIDaemonConnectionAccountInfoChangedNotification);
@@ -90,12 +91,11 @@ void RunningAgent::announceAccount() {
 }
 
 void RunningAgent::postEvent(const std::string& word, const std::vector<std::string>& paths) {
-  // What a person has announced is announced as it is.
   for (const auto& path : paths) announcer_.eventAsGiven(path, word);
 }
 
 void RunningAgent::quit() {
-  around_.dispatch.mainQueue().after(kAnswerTime, around_.quit);
+  dependencies_.dispatch.mainQueue().after(kReplyTime, dependencies_.quit);
 }
 
 void RunningAgent::itemHas(const std::string& path, const char* word) {
@@ -104,7 +104,7 @@ void RunningAgent::itemHas(const std::string& path, const char* word) {
 
 void RunningAgent::fileWaits(const std::string& path, platform::Date since) {
   queue_.add(path, since);
-  synchronizeLater();
+  scheduleSynchronize();
 }
 
 void RunningAgent::itemIsGone(const std::string& path, bool isFolder) {
@@ -114,7 +114,7 @@ void RunningAgent::itemIsGone(const std::string& path, bool isFolder) {
 
 void RunningAgent::volumeIsScanned(const std::string& mountPoint, std::size_t items) {
   say("scanned " + mountPoint + ", " + std::to_string(items) + " items");
-  holdOrGoOn();
+  updateHold();
 }
 
 void RunningAgent::volumeIsGone(const std::string& mountPoint) {
@@ -122,7 +122,7 @@ void RunningAgent::volumeIsGone(const std::string& mountPoint) {
 }
 
 void RunningAgent::warn(const std::string& text) {
-  if (warnings_.size() > kWarningsRemembered) warnings_.clear();
+  if (warnings_.size() > kMaximalWarnings) warnings_.clear();
   if (warnings_.insert(text).second) complain(text);
 }
 
@@ -135,29 +135,29 @@ VolumeKeeper* RunningAgent::keeperOf(const std::string& path) {
   return innermost;
 }
 
-void RunningAgent::noticed(const FolderEvent& event) {
+void RunningAgent::handleFolderEvent(const FolderEvent& event) {
   if (event.kind == FolderEvent::Kind::lost) {
     for (const auto& keeper : keepers_) keeper->scanAll();
   } else if (auto* keeper = keeperOf(event.folder)) {
-    keeper->noticed(event);
+    keeper->handleFolderEvent(event);
   }
 }
 
-/// The oldest of all files cannot be known before all of them are; and without a connection nothing
-/// is backed up.
-void RunningAgent::holdOrGoOn() {
+/// Nothing is backed up before every volume is scanned, as the oldest file is backed up first, nor
+/// while the agent is not logged in.
+void RunningAgent::updateHold() {
   bool scanned = true;
   for (const auto& keeper : keepers_) scanned = scanned && keeper->isScanned();
   queue_.hold(!scanned || root_.connectionStatus() != CONNECTION_STATUS_LOGGEDIN);
-  synchronizeLater();
+  scheduleSynchronize();
 }
 
-void RunningAgent::synchronizeLater() {
+void RunningAgent::scheduleSynchronize() {
   const auto wait = queue_.untilDue();
   if (!wait || std::exchange(synchronizing_, true)) return;
-  // Not for each file by itself where the rate is high: a batch is one write of the database.
+  // At a high rate several files share one database transaction.
   const auto atLeast = std::chrono::nanoseconds(std::chrono::milliseconds(100));
-  around_.dispatch.mainQueue().after(std::max(*wait, atLeast), [weak = std::weak_ptr(self_)] {
+  dependencies_.dispatch.mainQueue().after(std::max(*wait, atLeast), [weak = std::weak_ptr(self_)] {
     if (const auto self = weak.lock()) (*self)->synchronizeDue();
   });
 }
@@ -168,25 +168,26 @@ void RunningAgent::synchronizeDue() {
   for (auto& path : queue_.take())
     if (auto* keeper = keeperOf(path)) due[keeper].push_back(std::move(path));
   for (const auto& [keeper, paths] : due) keeper->synchronize(paths);
-  synchronizeLater();
+  scheduleSynchronize();
 }
 
-void RunningAgent::letGo(const std::string& mountPoint) {
+void RunningAgent::releaseVolume(const std::string& mountPoint) {
   for (const auto& keeper : keepers_) {
     if (keeper->mountPoint() != mountPoint) continue;
     keeper->pause(kUnmountTime);
-    // The slice that runs now has the volume's database open.
+    // The batch that is running has the database open.
     const auto ended = std::make_shared<std::promise<void>>();
     worker_->async([ended] { ended->set_value(); });
     ended->get_future().wait_for(kBatchTime);
   }
 }
 
-std::optional<platform::Dissenter> RunningAgent::unmountAsked(const platform::Disk& disk,
-                                                              void* self) noexcept {
+std::optional<platform::Dissenter> RunningAgent::onUnmountRequest(const platform::Disk& disk,
+                                                                  void* self) noexcept {
   platform::catchAll([&] {
     const auto path = disk.description.find(platform::kDiskDescriptionVolumePathKey);
-    if (path != disk.description.end()) static_cast<RunningAgent*>(self)->letGo(path->second);
+    if (path != disk.description.end())
+      static_cast<RunningAgent*>(self)->releaseVolume(path->second);
   });
   return std::nullopt;
 }

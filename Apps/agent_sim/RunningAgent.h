@@ -17,9 +17,10 @@
 
 namespace wevora::agent_sim {
 
-/// All of the agent behind its service: the account, the volumes, the queue of files that wait,
-/// and what is announced.
-/// Threads: the main thread. Owns: its parts. Errors: told on the console; it goes on.
+/// The agent behind its service: the account, the volumes, the queue of pending files, and the
+/// notifications.
+/// Thread-safety: main thread only.
+/// Errors: printed on the console; the agent continues.
 class RunningAgent : public VolumeListener, public Controlled {
  public:
   struct Dependencies {
@@ -35,9 +36,9 @@ class RunningAgent : public VolumeListener, public Controlled {
   RunningAgent& operator=(const RunningAgent&) = delete;
 
   IDaemonConnection& rootObject() noexcept { return root_; }
-  /// Announces the agent, and begins to keep the volumes. False where there is nobody to tell.
+  /// Announces the agent, and starts to follow the volumes. Returns false without a session bus.
   bool start();
-  /// Leaves volumes alone that are about to be unmounted.
+  /// Closes the database of a volume that is about to be unmounted, and pauses its keeper.
   void watchUnmounts(platform::UnmountApprovals& approvals);
 
   void setStatus(std::int32_t status) override;
@@ -55,17 +56,17 @@ class RunningAgent : public VolumeListener, public Controlled {
 
  private:
   VolumeKeeper* keeperOf(const std::string& path);
-  void noticed(const FolderEvent& event);
+  void handleFolderEvent(const FolderEvent& event);
   void useAccount(const std::string& account);
   void announceAccount();
-  void holdOrGoOn();
-  void synchronizeLater();
+  void updateHold();
+  void scheduleSynchronize();
   void synchronizeDue();
-  void letGo(const std::string& mountPoint);
-  static std::optional<platform::Dissenter> unmountAsked(const platform::Disk& disk,
-                                                         void* self) noexcept;
+  void releaseVolume(const std::string& mountPoint);
+  static std::optional<platform::Dissenter> onUnmountRequest(const platform::Disk& disk,
+                                                             void* self) noexcept;
 
-  Dependencies around_;
+  Dependencies dependencies_;
   Announcer announcer_;
   SimulatedAgent root_;
   SyncQueue queue_;
@@ -73,10 +74,10 @@ class RunningAgent : public VolumeListener, public Controlled {
   std::shared_ptr<FolderWatch> watch_;
   std::vector<std::shared_ptr<VolumeKeeper>> keepers_;
   std::unique_ptr<platform::ApprovalSession> unmounts_;
-  std::set<std::string> unprepared_;  ///< volumes whose database the new account has not yet
-  bool accountChanged_ = false;       ///< and nobody was told
-  bool synchronizing_ = false;        ///< a time is set
-  std::set<std::string> warnings_;    ///< that were said
+  std::set<std::string> unprepared_;  ///< volumes without a database of the new account
+  bool accountChanged_ = false;       ///< not announced yet
+  bool synchronizing_ = false;        ///< synchronizeDue is scheduled
+  std::set<std::string> warnings_;    ///< already printed
   std::shared_ptr<RunningAgent*> self_ = std::make_shared<RunningAgent*>(this);
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 using std::chrono_literals::operator""s;
 
-/// Notes the names of what is posted.
+/// Records the names of notifications.
 struct RecordingCenter : platform::DistributedNotificationCenter {
   std::vector<std::string> posted;
   std::unique_ptr<Observation> observe(const std::string& /*name*/,
@@ -27,7 +27,7 @@ struct RecordingCenter : platform::DistributedNotificationCenter {
   }
 };
 
-TEST(RunningAgentTest, AnEventThatIsAskedForIsToldOnceAndNotAgainAsSettled) {
+TEST(RunningAgentTest, ARequestedEventIsPostedOnceAndNotAsSettled) {
   platform::VirtualClock clock;
   platform::ManualDispatch dispatch(clock);
   RecordingCenter center;

@@ -25,15 +25,15 @@ namespace {
 
 using platform::PublishedService;
 
-/// The main loop, which signals end.
-/// Threads: the main thread. Owns: the loop and its signal handlers. Errors: none.
+/// The main loop, which SIGTERM, SIGINT and SIGHUP end.
+/// Thread-safety: main thread only.
 class MainLoop {
  public:
   MainLoop() : loop_(g_main_loop_new(nullptr, FALSE)) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
       if (!isIgnored(signal))
-        sources_.push_back(g_unix_signal_add(signal, &MainLoop::ended, loop_));
-    std::signal(SIGPIPE, SIG_IGN);  // who reads what is said may go away
+        sources_.push_back(g_unix_signal_add(signal, &MainLoop::onSignal, loop_));
+    std::signal(SIGPIPE, SIG_IGN);  // the reader of the output may exit first
   }
   ~MainLoop() {
     for (const guint source : sources_) g_source_remove(source);
@@ -46,12 +46,12 @@ class MainLoop {
   void quit() { g_main_loop_quit(loop_); }
 
  private:
-  /// By whoever started us, such as nohup.
+  /// The parent process, such as nohup, may have disabled the signal.
   static bool isIgnored(int signal) {
     struct sigaction action {};
     return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
   }
-  static gboolean ended(gpointer loop) noexcept {
+  static gboolean onSignal(gpointer loop) noexcept {
     g_main_loop_quit(static_cast<GMainLoop*>(loop));
     return G_SOURCE_CONTINUE;
   }
@@ -60,7 +60,7 @@ class MainLoop {
   std::vector<guint> sources_;
 };
 
-/// Of this process alone.
+/// Unique to this process.
 std::string notificationObject(const ServeOptions& options) {
   return "com.Wevora.client." + options.user + "." + std::to_string(options.seed) + "." +
          std::to_string(::getpid());
@@ -74,19 +74,19 @@ std::unique_ptr<PublishedService> published(const std::string& name, RunningAgen
           return answerOfDaemonConnection(agent.rootObject(), method, arguments);
         }},
        {controlProtocol(), [&agent](const std::string& method, const platform::Array& arguments) {
-          return answerOfControl(agent, method, arguments);
+          return handleControlCall(agent, method, arguments);
         }}});
   if (service) return service;
   platform::LocalNotificationCenter center;
   if (platform::SocketConnections(center).portForName(name))
-    throw Failure("an agent runs already under the name " + name + " (take another --seed)");
-  throw Failure("the socket " + platform::userRuntimeFolder() + "/" + name + " cannot be made");
+    throw Failure("an agent is already running as " + name + " (use another --seed)");
+  throw Failure("cannot create the socket '" + platform::userRuntimeFolder() + "/" + name +
+                "': check that the folder exists and that you may write to it");
 }
 
 }  // namespace
 
-int runServe(std::span<const char* const> arguments) {
-  const auto options = serveOptions(arguments);
+int runServe(const ServeOptions& options) {
   for (const auto& volume : options.volumes) mounted(volume);
   const auto name = daemonConnectionNameAndSeed(options.user, options.seed).value_or("");
 
@@ -101,7 +101,7 @@ int runServe(std::span<const char* const> arguments) {
   const auto service = published(name, agent);
   for (const auto& volume : options.volumes) prepareDatabase(volume, options.account, clock);
   say("serving " + name);
-  // Without a bus there is only GIO's own monitor; others would complain, each in its own words.
+  // Without a bus GIO's other volume monitors fail, and each prints a warning of its own.
   if (!agent.start()) ::setenv("GIO_USE_VOLUME_MONITOR", "unix", 0);
   agent.watchUnmounts(unmounts);
   loop.run();

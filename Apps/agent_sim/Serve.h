@@ -1,11 +1,11 @@
 #pragma once
 
-#include <span>
+#include "Apps/agent_sim/AgentOptions.h"
 
 namespace wevora::agent_sim {
 
-/// The command `serve`: runs as the agent until a signal or a command ends it. Answers the exit
-/// status; throws WrongUsage, Failure and DatabaseFailure.
-int runServe(std::span<const char* const> arguments);
+/// Runs as the agent until a signal or a command ends it, and returns the exit status. Throws
+/// Failure and DatabaseFailure.
+int runServe(const ServeOptions& options);
 
 }  // namespace wevora::agent_sim

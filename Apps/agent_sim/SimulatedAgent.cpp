@@ -72,7 +72,7 @@ Dictionary SimulatedAgent::getFolderTreeForDeviceWithUID(const Text& deviceUID) 
   return device == devices_.end() ? Dictionary() : device->second.folderTree;
 }
 
-// No action of the agent waits for a person.
+// The agent has no actions that wait for the user.
 void SimulatedAgent::cancelUserAction() {}
 void SimulatedAgent::retryUserAction() {}
 void SimulatedAgent::userNotifiedAboutWaitingOfAction() {}
@@ -119,7 +119,7 @@ void SimulatedAgent::updateBandwidthOptions(const Dictionary& options) {
 }
 
 Dictionary SimulatedAgent::currentBandwidth() {
-  return {{kUploadKey, std::int64_t{0}}};  // nothing goes anywhere
+  return {{kUploadKey, std::int64_t{0}}};  // nothing is uploaded
 }
 
 Dictionary SimulatedAgent::bandwidthOptions() {
@@ -140,13 +140,13 @@ Array SimulatedAgent::deviceList() {
 }
 
 void SimulatedAgent::sendLog(const Text& log, std::int32_t logLevel, bool withBacktrace) {
-  // A backtrace would be the sender's, who is elsewhere.
+  // The backtrace of another process is not available here.
   hooks_.log("log " + std::to_string(logLevel) + (withBacktrace ? " (backtrace)" : "") + ": " +
              log.value_or(""));
 }
 
 Text SimulatedAgent::lastPassword() {
-  return std::nullopt;  // none is ever kept
+  return std::nullopt;  // passwords are not stored
 }
 
 Text SimulatedAgent::lastLoginEmail() {
@@ -185,7 +185,8 @@ void SimulatedAgent::updateUDIDWithLocation(const Text& location) {
   hooks_.post(kIDaemonConnectionAutoLoginUDIDChangedNotification);
 }
 
-void SimulatedAgent::performCallback(const Text& /*callback*/) {}  // none is ever asked for
+void SimulatedAgent::performCallback(const Text& /*callback*/) {
+}  // the agent requests no callbacks
 
 Text SimulatedAgent::distributedNotificationObject() {
   return object_;

@@ -10,11 +10,10 @@
 namespace wevora::agent_sim {
 
 /// The agent's root object: one account, whose devices are the volumes.
-/// Threads: the main thread. Owns: the account's record, and what it was told to remember.
-/// Errors: none.
+/// Thread-safety: main thread only.
 class SimulatedAgent : public IDaemonConnection {
  public:
-  /// What the rest of the agent does when something changes here.
+  /// Callbacks into the rest of the agent.
   struct Hooks {
     std::function<void(const char* notification)> post;
     std::function<void()> statusChanged;
@@ -25,7 +24,7 @@ class SimulatedAgent : public IDaemonConnection {
                  Hooks hooks);
 
   void setStatus(std::int32_t status);
-  /// Posts nothing: the account's databases may have to be made first.
+  /// Posts nothing: the caller announces the account when its databases exist.
   void setAccount(const std::string& account);
 
   std::int32_t connectionStatus() override;

@@ -5,7 +5,7 @@
 namespace wevora::agent_sim {
 namespace {
 
-/// How much a process that could not run may catch up.
+/// The backlog that a process catches up on after it was stopped.
 constexpr std::chrono::seconds kCatchUp{1};
 
 }  // namespace
@@ -16,8 +16,8 @@ SyncQueue::SyncQueue(const platform::Clock& clock, double rate) : clock_(clock) 
         std::chrono::duration<double>(std::min(1 / rate, 1e9)));
 }
 
-/// Nothing is backed up in the moment in which it begins to wait.
-void SyncQueue::startTurn() {
+/// The first path becomes due after a whole interval.
+void SyncQueue::startInterval() {
   next_ = clock_.uptime() + interval_.value_or(std::chrono::nanoseconds(0));
 }
 
@@ -25,7 +25,7 @@ void SyncQueue::add(const std::string& path, platform::Date since) {
   const Place place{since.secondsSince1970, added_};
   if (!places_.emplace(path, place).second) return;
   ++added_;
-  if (order_.empty()) startTurn();
+  if (order_.empty()) startInterval();
   order_.emplace(place, path);
 }
 
@@ -51,7 +51,7 @@ void SyncQueue::clear() {
 }
 
 void SyncQueue::hold(bool held) {
-  if (held_ && !held) startTurn();
+  if (held_ && !held) startInterval();
   held_ = held;
 }
 

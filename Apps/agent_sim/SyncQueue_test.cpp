@@ -17,7 +17,7 @@ class SyncQueueTest : public testing::Test {
   SyncQueue queue{clock, 10};
 };
 
-TEST_F(SyncQueueTest, TheOneThatWaitsLongestIsFirst) {
+TEST_F(SyncQueueTest, TheOldestFileIsFirst) {
   queue.add("/new", Date{300});
   queue.add("/old", Date{100});
   queue.add("/middle", Date{200});
@@ -26,7 +26,7 @@ TEST_F(SyncQueueTest, TheOneThatWaitsLongestIsFirst) {
   EXPECT_EQ(queue.take(), (Texts{"/old", "/middle", "/middle too", "/new"}));
 }
 
-TEST_F(SyncQueueTest, SoManyASecondAreDueAndNoneAtOnce) {
+TEST_F(SyncQueueTest, FilesBecomeDueAtTheRateAndNotAtOnce) {
   for (int i = 0; i < 100; ++i) queue.add("/" + std::to_string(i), Date{0});
   EXPECT_TRUE(queue.take().empty());
   EXPECT_EQ(queue.untilDue(), 100ms);
@@ -36,7 +36,7 @@ TEST_F(SyncQueueTest, SoManyASecondAreDueAndNoneAtOnce) {
   EXPECT_EQ(queue.take().size(), 1U);
 }
 
-TEST_F(SyncQueueTest, AFileThatChangesWhileItWaitsKeepsItsPlace) {
+TEST_F(SyncQueueTest, AFileThatChangesWhileQueuedKeepsItsPlace) {
   queue.add("/a", Date{100});
   queue.add("/b", Date{200});
   queue.add("/a", Date{300});
@@ -45,7 +45,7 @@ TEST_F(SyncQueueTest, AFileThatChangesWhileItWaitsKeepsItsPlace) {
   EXPECT_EQ(queue.size(), 1U);
 }
 
-TEST_F(SyncQueueTest, WhatIsGoneIsNotBackedUp) {
+TEST_F(SyncQueueTest, ADeletedFileIsNotBackedUp) {
   for (const auto* path : {"/f/a", "/f/sub/b", "/f", "/f b/c", "/g"}) queue.add(path, Date{0});
   queue.removeBelow("/f");
   queue.remove("/g");

@@ -11,12 +11,12 @@
 namespace wevora::agent_sim {
 namespace {
 
-constexpr std::chrono::milliseconds kTimeForFolders{50};
+constexpr std::chrono::milliseconds kTimeSlice{50};
 
 class WorkBatchRun {
  public:
-  WorkBatchRun(const WorkBatch& slice, FolderWatch& watch, const platform::Clock& clock)
-      : batch_(slice), watch_(watch), clock_(clock) {}
+  WorkBatchRun(const WorkBatch& batch, FolderWatch& watch, const platform::Clock& clock)
+      : batch_(batch), watch_(watch), clock_(clock) {}
 
   WorkBatchResult run() {
     try {
@@ -36,13 +36,13 @@ class WorkBatchRun {
     AgentDatabase::Updates updates(
         database, [this](const std::string& text) { result_.warnings.push_back(text); });
     for (const auto& path : batch_.synchronize)
-      if (updates.synchronize(path)) tell(path, kEventSynchronized, false);
+      if (updates.synchronize(path)) report(path, kEventSynchronized, false);
     scanFolders(updates);
     updates.commit();
   }
 
   void scanFolders(AgentDatabase::Updates& updates) {
-    const auto end = clock_.uptime() + kTimeForFolders;
+    const auto end = clock_.uptime() + kTimeSlice;
     for (const auto& folder : batch_.folders)
       if (clock_.uptime() < end)
         scanFolder(updates, folder);
@@ -51,7 +51,7 @@ class WorkBatchRun {
   }
 
   void scanFolder(AgentDatabase::Updates& updates, const DirtyFolder& folder) {
-    // Watched first: what happens after the scan is told.
+    // Watch before the scan, so that no change is missed.
     if (!folder.names) watch(folder.path);
     const auto items = updates.scanFolder(folder.path, folder.names ? &*folder.names : nullptr);
     if (!items) return;
@@ -61,7 +61,7 @@ class WorkBatchRun {
 
   void watch(const std::string& folder) {
     const auto failed = watch_.watch(folder);
-    // One that is gone, or hidden from us, the scan of the folder around it deals with.
+    // The scan of the parent folder handles a missing or unreadable folder.
     if (failed && failed != std::errc::no_such_file_or_directory &&
         failed != std::errc::not_a_directory && failed != std::errc::permission_denied)
       result_.unwatched.push_back({folder, failed});
@@ -70,15 +70,15 @@ class WorkBatchRun {
   void take(const DirtyFolder& folder, const ScannedItem& item) {
     using Fate = ScannedItem::Fate;
     const auto path = platform::pathByAppendingComponent(folder.path, item.name);
-    if (item.fate == Fate::removed) return tell(path, kEventRemoved, item.isFolder);
-    if (item.fate == Fate::added) tell(path, kEventCreated, item.isFolder);
-    if (item.fate == Fate::changed) tell(path, kEventChanged, item.isFolder);
+    if (item.fate == Fate::removed) return report(path, kEventRemoved, item.isFolder);
+    if (item.fate == Fate::added) report(path, kEventCreated, item.isFolder);
+    if (item.fate == Fate::changed) report(path, kEventChanged, item.isFolder);
     if (item.waits) result_.waiting.push_back({path, item.date});
     if (item.isFolder && item.isOfVolume && (folder.deep || item.fate == Fate::added))
       result_.foldersBelow.push_back(path);
   }
 
-  void tell(std::string path, const char* word, bool isFolder) {
+  void report(std::string path, const char* word, bool isFolder) {
     result_.events.push_back({std::move(path), word, isFolder});
   }
 
@@ -94,11 +94,11 @@ void prepareDatabase(const std::string& mountPoint, const std::string& account,
                      const platform::Clock& clock) {
   const auto path = databasePath(mounted(mountPoint), account);
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  const AgentDatabase made(path, mountPoint, clock, AgentDatabase::Mode::createIfMissing);
+  const AgentDatabase created(path, mountPoint, clock, AgentDatabase::Mode::createIfMissing);
 }
 
-WorkBatchResult runBatch(const WorkBatch& slice, FolderWatch& watch, const platform::Clock& clock) {
-  return WorkBatchRun(slice, watch, clock).run();
+WorkBatchResult runBatch(const WorkBatch& batch, FolderWatch& watch, const platform::Clock& clock) {
+  return WorkBatchRun(batch, watch, clock).run();
 }
 
 }  // namespace wevora::agent_sim

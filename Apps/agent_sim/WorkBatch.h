@@ -10,16 +10,16 @@
 
 namespace wevora::agent_sim {
 
-/// A short piece of work on one volume's database, for a worker thread.
+/// A short unit of work on one volume's database, for a worker thread.
 struct WorkBatch {
   std::string mountPoint;
   std::string account;
-  bool prepare = false;  ///< the database may not be there yet
+  bool prepare = false;  ///< create the database if it is missing
   std::vector<std::string> synchronize;
   std::vector<DirtyFolder> folders;
 };
 
-/// What came of it. Paths are absolute.
+/// The result of a batch. Paths are absolute.
 struct WorkBatchResult {
   struct Event {
     std::string path;
@@ -37,21 +37,19 @@ struct WorkBatchResult {
 
   std::vector<Event> events;
   std::vector<Waiting> waiting;
-  std::vector<std::string> foldersBelow;  ///< to be scanned with all below them
-  std::vector<DirtyFolder> rest;          ///< for which there was no time
+  std::vector<std::string> foldersBelow;  ///< to be scanned recursively
+  std::vector<DirtyFolder> rest;          ///< not scanned: the time slice was used up
   std::vector<Unwatched> unwatched;
   std::vector<std::string> warnings;
-  std::size_t items = 0;               ///< that were looked at
-  std::optional<std::string> failure;  ///< why the work could not be done; nothing is lost by
-                                       ///< beginning anew
+  std::size_t items = 0;               ///< scanned items
+  std::optional<std::string> failure;  ///< the reason; the batch can be retried
 };
 
-/// Makes the database of a volume that is mounted, where there is none. Throws Failure or
-/// DatabaseFailure.
+/// Creates the database of a mounted volume unless it exists. Throws Failure or DatabaseFailure.
 void prepareDatabase(const std::string& mountPoint, const std::string& account,
                      const platform::Clock& clock);
 
-/// The database is open, and the volume busy, only while this runs.
-WorkBatchResult runBatch(const WorkBatch& slice, FolderWatch& watch, const platform::Clock& clock);
+/// Opens the database, and keeps the volume busy, only while it runs.
+WorkBatchResult runBatch(const WorkBatch& batch, FolderWatch& watch, const platform::Clock& clock);
 
 }  // namespace wevora::agent_sim

@@ -1,35 +1,36 @@
-#include <algorithm>
 #include <iostream>
 #include <optional>
-#include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "Apps/CommandLine/Program.h"
 #include "CommonCode/Tools/WVRAppSupport/WVRAppSupport.h"
 #include "Connector/DaemonConnectionNames.h"
-#include "Platform/Base/Version.h"
 #include "Platform/IPC/BusNotificationCenter.h"
 
 namespace wevora::badges {
 namespace {
 
-constexpr const char* kUsage =
-    "usage: wevora-badges on|off|status\n"
-    "\n"
-    "Shows or hides the backup badges of the user who calls it.\n"
-    "\n"
-    "  on, off    writes the setting, and tells the file managers that are running\n"
-    "  status     prints \"on\" or \"off\"\n"
-    "  --help, --version\n"
-    "\n"
-    "Exit status: 0 done, 1 the setting could not be written, 2 for a wrong call, 3 written, but\n"
-    "running file managers could not be told: they follow when they start anew.\n";
-
 constexpr int kDone = 0;
 constexpr int kNotWritten = 1;
-constexpr int kWrongUsage = 2;
-constexpr int kNotTold = 3;
+constexpr int kNotNotified = 3;
+
+const command_line::Program& program() {
+  static const command_line::Program program{
+      .name = "wevora-badges",
+      .summary = "Shows or hides the backup badges of the calling user.",
+      .commands = {{.name = "on", .help = "show badges: write the setting, notify file managers"},
+                   {.name = "off", .help = "hide badges: write the setting, notify file managers"},
+                   {.name = "status", .help = "print \"on\" or \"off\""}},
+      .sections = {{"Exit status",
+                    {{"0", "done"},
+                     {"1", "the setting could not be written"},
+                     {"2", "usage error"},
+                     {"3",
+                      "the setting was written, but running file managers could not be notified: "
+                      "they read it when they restart"}}}}};
+  return program;
+}
 
 int complain(int status, std::string_view text) {
   std::cerr << "wevora-badges: " << text << "\n";
@@ -41,66 +42,47 @@ bool isOn(WVRAppSupport& settings) {
   return !value || value->boolValue();
 }
 
-bool tellFileManagers() {
+bool notifyFileManagers() {
   platform::BusNotificationCenter center;
   return center.post({kFinderOverlayChanged, std::nullopt, {}}) && center.flush();
 }
 
 int notWritten(const WVRAppSupport& settings, const platform::InstalledPaths& paths) {
   const auto& path = settings.appSupportFilePath();
-  if (path.empty()) return complain(kNotWritten, "the calling user has no home folder");
-  return complain(kNotWritten, path + " cannot be written (a missing one is made from " +
-                                   paths.translate(kDefaultAppSupportFilePath) + ")");
+  if (path.empty())
+    return complain(kNotWritten, "cannot write the setting: you have no home folder");
+  return complain(kNotWritten, "cannot write '" + path +
+                                   "': check that you may write it and, when it is missing, that "
+                                   "its template '" +
+                                   paths.translate(kDefaultAppSupportFilePath) + "' exists");
 }
 
-int turn(bool on, WVRAppSupport& settings, const platform::InstalledPaths& paths) {
+int switchBadges(bool on, WVRAppSupport& settings, const platform::InstalledPaths& paths) {
   const std::optional<platform::Value> wanted(std::in_place, on);
   settings.writeKey(kFinderOverlayEnabledKey, wanted);
-  // A write tells nobody that it failed.
+  // writeKey does not report failure.
   if (settings.readKey(kFinderOverlayEnabledKey) != wanted) return notWritten(settings, paths);
-  if (tellFileManagers()) return kDone;
-  return complain(kNotTold,
-                  "there is no session bus on which running file managers could be told; they "
-                  "follow when they start anew");
+  if (notifyFileManagers()) return kDone;
+  return complain(kNotNotified,
+                  "the setting is written, but there is no session bus to notify running file "
+                  "managers: restart them");
 }
 
-int perform(std::string_view command) {
+int run(std::string_view command) {
   const auto paths = platform::InstalledPaths::shared();
   const auto settings = WVRAppSupport::initWith(nullptr, paths);
-  if (command != "status") return turn(command == "on", *settings, paths);
+  if (command != "status") return switchBadges(command == "on", *settings, paths);
   std::cout << (isOn(*settings) ? "on\n" : "off\n");
   return kDone;
-}
-
-int run(std::span<const char* const> arguments) {
-  const auto given = [&](std::string_view name) {
-    return std::ranges::any_of(arguments, [&](std::string_view one) { return one == name; });
-  };
-  if (given("--help") || given("-h")) {
-    std::cout << kUsage;
-    return kDone;
-  }
-  if (given("--version")) {
-    std::cout << "wevora-badges " << platform::productVersion() << "\n";
-    return kDone;
-  }
-  if (arguments.size() == 1 && (given("on") || given("off") || given("status")))
-    return perform(arguments.front());
-  return complain(kWrongUsage, "say one of on, off and status (try --help)");
-}
-
-int runCatching(std::span<const char* const> arguments) {
-  try {
-    return run(arguments);
-  } catch (const std::exception& failure) {
-    return complain(kNotWritten, failure.what());
-  }
 }
 
 }  // namespace
 }  // namespace wevora::badges
 
 int main(int count, char** arguments) {
-  const std::span<const char* const> all(arguments, static_cast<std::size_t>(count));
-  return wevora::badges::runCatching(all.subspan(count > 0 ? 1 : 0));
+  using namespace wevora;
+  return command_line::runProgram(
+      badges::program(), count, arguments,
+      [](const command_line::Arguments& parsed) { return badges::run(parsed.command); },
+      badges::kNotWritten);
 }

@@ -19,8 +19,12 @@ namespace {
 namespace fs = std::filesystem;
 using Command = FilesOptions::Command;
 
-FilesOptions parsed(std::vector<const char*> arguments) {
-  return FilesOptions::parse(arguments);
+command_line::Arguments argumentsOf(const std::vector<const char*>& words) {
+  return command_line::parse(filesProgram(), words);
+}
+
+FilesOptions parsed(const std::vector<const char*>& words) {
+  return FilesOptions::from(argumentsOf(words));
 }
 
 TEST(FilesOptionsTest, ReadsTheOptionsOfACommandInAnyOrder) {
@@ -84,10 +88,11 @@ TEST(FilesOptionsTest, AnOptionOfAllCommandsMayComeBeforeTheCommand) {
 }
 
 TEST(FilesOptionsTest, HelpAndVersionNeedNothingElse) {
-  EXPECT_TRUE(parsed({"help"}).help);
-  EXPECT_TRUE(parsed({"--help"}).help);
-  EXPECT_TRUE(parsed({"list", "-h"}).help);
-  EXPECT_TRUE(parsed({"--version"}).version);
+  using Information = command_line::Arguments::Information;
+  EXPECT_EQ(argumentsOf({"help"}).information, Information::help);
+  EXPECT_EQ(argumentsOf({"--help"}).information, Information::help);
+  EXPECT_EQ(argumentsOf({"list", "-h"}).information, Information::help);
+  EXPECT_EQ(argumentsOf({"--version"}).information, Information::version);
 }
 
 class FilesCommandsTest : public testing::Test {
@@ -99,7 +104,7 @@ class FilesCommandsTest : public testing::Test {
   int run(std::vector<std::string> arguments) {
     std::vector<const char*> texts;
     for (const auto& argument : arguments) texts.push_back(argument.c_str());
-    const auto options = FilesOptions::parse(texts);
+    const auto options = parsed(texts);
     out.str("");
     errors.str("");
     return FilesCommands(options, {out, errors, true}, {folder.path(), folder.path("Trash"), 1000},
@@ -210,7 +215,7 @@ class InterruptedBackupTest : public FilesCommandsTest {
     std::ostream stream(&terminal);
     std::vector<const char*> texts;
     for (const auto& argument : arguments) texts.push_back(argument.c_str());
-    const auto options = FilesOptions::parse(texts);
+    const auto options = parsed(texts);
     try {
       FilesCommands(options, {out, stream, true}).run();
       ADD_FAILURE() << "went on";

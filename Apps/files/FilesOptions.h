@@ -2,25 +2,25 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
 #include "Apps/CommandLine/Arguments.h"
+#include "Apps/CommandLine/Program.h"
 
 namespace wevora::files {
 
 using command_line::WrongUsage;
 
-/// What a person asked for.
+/// The command line of wevora-files.
+const command_line::Program& filesProgram();
+
 struct FilesOptions {
   enum class Command { ignored, list, scan, trash, md5, backup, hide };
   using Format = command_line::Format;
 
   Command command = Command::ignored;
   Format format = Format::text;
-  bool help = false;
-  bool version = false;
   std::vector<std::string> paths;
 
   // Of list.
@@ -32,15 +32,13 @@ struct FilesOptions {
   bool useResolvedPaths = false;
   // Of scan.
   bool saveFolders = true;
-  // Of both.
+  // Of list and scan.
   bool endWithNul = false;
   // Of backup.
-  std::optional<std::uint64_t> attempts;
+  std::optional<std::uint64_t> attempts{};
 
   /// Throws WrongUsage.
-  static FilesOptions parse(std::span<const char* const> arguments);
+  static FilesOptions from(const command_line::Arguments& arguments);
 };
-
-extern const char* const kUsage;
 
 }  // namespace wevora::files

@@ -1,31 +1,29 @@
 #include <csignal>
 #include <iostream>
+#include <stdexcept>
 #include <unistd.h>
 
 #include "Apps/files/FilesCommands.h"
 #include "Apps/files/Interruption.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Base/Version.h"
 
 namespace wevora::files {
 namespace {
 
-constexpr int kWrongUsage = 2;
+constexpr int kFailed = 2;
 
 int run(const FilesOptions& options) {
-  if (options.help) {
-    std::cout << kUsage;
-    return FilesCommands::kYes;
-  }
-  if (options.version) {
-    std::cout << "wevora-files " << platform::productVersion() << "\n";
-    return FilesCommands::kYes;
-  }
   WVRFileTools::load();
   const FilesConsole console{std::cout, std::cerr, ::isatty(STDERR_FILENO) != 0};
-  const int status = FilesCommands(options, console).run();
+  int status = kFailed;
+  try {
+    status = FilesCommands(options, console).run();
+  } catch (const Interrupted& interrupted) {
+    // The parent process sees which signal ended this one.
+    std::raise(interrupted.signal());
+  }
   std::cout.flush();
-  if (!std::cout) throw std::runtime_error("cannot write the answers");
+  if (!std::cout) throw std::runtime_error("cannot write to standard output");
   return status;
 }
 
@@ -33,17 +31,11 @@ int run(const FilesOptions& options) {
 }  // namespace wevora::files
 
 int main(int count, char** arguments) {
-  using namespace wevora::files;
-  try {
-    const std::span<const char* const> all(arguments, static_cast<std::size_t>(count));
-    return run(FilesOptions::parse(all.subspan(count > 0 ? 1 : 0)));
-  } catch (const Interrupted& interrupted) {
-    // So that who started the program sees what ended it.
-    std::raise(interrupted.signal());
-  } catch (const WrongUsage& wrong) {
-    std::cerr << "wevora-files: " << wrong.what() << " (try --help)\n";
-  } catch (const std::exception& failure) {
-    std::cerr << "wevora-files: " << failure.what() << "\n";
-  }
-  return kWrongUsage;
+  using namespace wevora;
+  return command_line::runProgram(
+      files::filesProgram(), count, arguments,
+      [](const command_line::Arguments& parsed) {
+        return files::run(files::FilesOptions::from(parsed));
+      },
+      files::kFailed);
 }

@@ -6,7 +6,7 @@
 namespace wevora::loader {
 namespace {
 
-constexpr std::chrono::seconds kTimeToQuit{20};
+constexpr std::chrono::seconds kQuitTimeout{20};
 
 std::string textOf(const BundleVersion& version) {
   return std::to_string(version.major) + "." + std::to_string(version.minor) + "." +
@@ -27,14 +27,14 @@ std::string stateOf(const RunningHost& running) {
 }  // namespace
 
 int Loader::complain(int status, const std::string& text) {
-  around_.errors << "wevora-loader: " << text << "\n";
+  dependencies_.errors << "wevora-loader: " << text << "\n";
   return status;
 }
 
-// A second copy of a file manager hands what it is asked for to the one that runs.
+// A second process of a file manager passes its arguments to the running one and exits.
 int Loader::start(const SupportedHost& host, std::span<const std::string> more) {
-  if (!around_.installed) return complain(kNotStarted, "the bundle is not installed");
-  for (const auto& running : around_.running()) {
+  if (!dependencies_.installed) return complain(kNotStarted, "the bundle is not installed");
+  for (const auto& running : dependencies_.running()) {
     if (running.host->program != host.program) continue;
     if (running.holding == Holding::Nothing)
       complain(kDone, nameOf(running) +
@@ -46,53 +46,54 @@ int Loader::start(const SupportedHost& host, std::span<const std::string> more) 
                           "; wevora-loader --restart starts it with the installed one");
   }
   const auto command = commandOf(host, more);
-  around_.processes.become(command, variablesFor(host, around_.pluginFolder, around_.environment));
+  dependencies_.processes.become(
+      command, variablesFor(host, dependencies_.pluginFolder, dependencies_.environment));
   return complain(kNotStarted, command.front() + " cannot be started; is it installed?");
 }
 
 int Loader::status() {
-  if (around_.installed)
-    around_.out << "installed: version " << textOf(*around_.installed) << "\n";
+  if (dependencies_.installed)
+    dependencies_.out << "installed: version " << textOf(*dependencies_.installed) << "\n";
   else
-    around_.out << "installed: none\n";
-  const auto all = around_.running();
+    dependencies_.out << "installed: none\n";
+  const auto all = dependencies_.running();
   for (const auto& running : all)
-    around_.out << nameOf(running) << ": " << stateOf(running) << "\n";
-  if (all.empty()) around_.out << "no supported file manager is running\n";
+    dependencies_.out << nameOf(running) << ": " << stateOf(running) << "\n";
+  if (all.empty()) dependencies_.out << "no supported file manager is running\n";
   const bool another = std::ranges::any_of(
       all, [](const auto& running) { return running.holding == Holding::Another; });
   return another ? kAnotherVersion : kDone;
 }
 
 int Loader::restart() {
-  if (!around_.installed) return complain(kNotStarted, "the bundle is not installed");
+  if (!dependencies_.installed) return complain(kNotStarted, "the bundle is not installed");
   int worst = kDone;
   bool any = false;
-  for (const auto& running : around_.running()) {
+  for (const auto& running : dependencies_.running()) {
     if (running.holding != Holding::Another) continue;
     any = true;
     if (!restart(running)) worst = kNotQuit;
   }
-  if (!any) around_.out << "no file manager holds another version than the installed one\n";
+  if (!any) dependencies_.out << "no file manager holds another version than the installed one\n";
   return worst;
 }
 
 bool Loader::restart(const RunningHost& running) {
   const auto& host = *running.host;
-  around_.processes.start({std::string(host.program), std::string(host.quit)}, {});
-  if (!around_.processes.ends(running.process, kTimeToQuit)) {
+  dependencies_.processes.start({std::string(host.program), std::string(host.quit)}, {});
+  if (!dependencies_.processes.ends(running.process, kQuitTimeout)) {
     complain(kNotQuit,
              nameOf(running) + " was asked to quit and has not; close its windows and try again");
     return false;
   }
   std::vector<std::string> command = running.command;
   command.front() = std::string(host.program);
-  const auto variables = variablesFor(host, around_.pluginFolder, around_.environment);
-  if (!around_.processes.start(command, variables)) {
+  const auto variables = variablesFor(host, dependencies_.pluginFolder, dependencies_.environment);
+  if (!dependencies_.processes.start(command, variables)) {
     complain(kNotStarted, nameOf(running) + " has quit but cannot be started again");
     return false;
   }
-  around_.out << nameOf(running) << ": started again\n";
+  dependencies_.out << nameOf(running) << ": started again\n";
   return true;
 }
 

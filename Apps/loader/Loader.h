@@ -12,33 +12,12 @@
 
 namespace wevora::loader {
 
-inline constexpr const char* kUsage =
-    "usage: wevora-loader nautilus|pcmanfm-qt|pcmanfm-qt-desktop [ARGUMENT...]\n"
-    "       wevora-loader --status | --restart\n"
-    "\n"
-    "Starts a file manager with the backup badges in it, with these arguments.\n"
-    "\n"
-    "  --status     tells which running file managers of the caller hold the badges' bundle, and "
-    "in\n"
-    "               which version\n"
-    "  --restart    asks those that hold another version than the installed one to quit, and "
-    "starts\n"
-    "               them again; none is ever killed\n"
-    "  --help, --version\n"
-    "\n"
-    "Exit status: 0 done (--status: no file manager holds another version), 1 the file manager "
-    "could\n"
-    "not be started, 2 for a wrong call, 3 --status: a file manager holds another version,\n"
-    "4 --restart: a file manager did not quit.\n";
-
-/// What the loader's commands do.
-/// Threads: one. Owns: nothing. Errors: told in one line on the stream for them, and by the exit
-/// status.
+/// The commands of wevora-loader. Each returns the exit status.
+/// Errors: printed in one line on the error stream.
 class Loader {
  public:
   static constexpr int kDone = 0;
   static constexpr int kNotStarted = 1;
-  static constexpr int kWrongUsage = 2;
   static constexpr int kAnotherVersion = 3;
   static constexpr int kNotQuit = 4;
 
@@ -51,7 +30,7 @@ class Loader {
     std::ostream& out;
     std::ostream& errors;
   };
-  explicit Loader(Dependencies dependencies) : around_(std::move(dependencies)) {}
+  explicit Loader(Dependencies dependencies) : dependencies_(std::move(dependencies)) {}
 
   int start(const SupportedHost& host, std::span<const std::string> more);
   int status();
@@ -61,7 +40,7 @@ class Loader {
   int complain(int status, const std::string& text);
   bool restart(const RunningHost& running);
 
-  const Dependencies around_;
+  const Dependencies dependencies_;
 };
 
 }  // namespace wevora::loader

@@ -24,7 +24,7 @@ using Words = std::vector<std::string>;
 
 constexpr BundleVersion kInstalled{2, 0, 1};
 
-/// Notes what is asked of it.
+/// Records its calls.
 class RecordedProcesses : public Processes {
  public:
   void become(const Words& command, const Variables& more) override {
@@ -87,12 +87,12 @@ TEST_F(LoaderTest, TheQtHostFindsThePluginByItsEnvironment) {
   EXPECT_EQ(processes.variables.at("QT_QPA_GENERIC_PLUGINS"), "wevora");
 }
 
-TEST_F(LoaderTest, TheDesktopIsAWayToStartTheQtHost) {
+TEST_F(LoaderTest, TheDesktopIsAModeOfTheQtHost) {
   loader().start(*hostNamed("pcmanfm-qt-desktop"), Words{"--profile=lxqt"});
   EXPECT_THAT(processes.became, ElementsAre("pcmanfm-qt", "--desktop", "--profile=lxqt"));
 }
 
-TEST_F(LoaderTest, WhoseFileManagerHoldsAnotherVersionIsToldHowToRestartIt) {
+TEST_F(LoaderTest, AHostWithAnotherVersionCausesAHintToRestart) {
   add("pcmanfm-qt", 12, Holding::Another);
   add("nautilus", 13, Holding::Another);
   add("pcmanfm-qt", 14, Holding::Installed);
@@ -105,26 +105,26 @@ TEST_F(LoaderTest, WhoseFileManagerHoldsAnotherVersionIsToldHowToRestartIt) {
   EXPECT_THAT(processes.became, ElementsAre("pcmanfm-qt"));
 }
 
-TEST_F(LoaderTest, PluginsThatTheEnvironmentNamesAlreadyStay) {
+TEST_F(LoaderTest, PluginsInTheEnvironmentAreKept) {
   environment = {{"QT_PLUGIN_PATH", "/other"}, {"QT_QPA_GENERIC_PLUGINS", "evdevtouch"}};
   loader().start(*hostNamed("pcmanfm-qt"), {});
   EXPECT_EQ(processes.variables.at("QT_PLUGIN_PATH"), "/plugins:/other");
   EXPECT_EQ(processes.variables.at("QT_QPA_GENERIC_PLUGINS"), "wevora,evdevtouch");
 }
 
-TEST_F(LoaderTest, WhatTheEnvironmentHasIsNotNamedTwice) {
+TEST_F(LoaderTest, EnvironmentEntriesAreNotDuplicated) {
   environment = {{"QT_PLUGIN_PATH", "/other:/plugins"}, {"QT_QPA_GENERIC_PLUGINS", "a,wevora"}};
   loader().start(*hostNamed("pcmanfm-qt"), {});
   EXPECT_EQ(processes.variables.at("QT_PLUGIN_PATH"), "/other:/plugins");
   EXPECT_EQ(processes.variables.at("QT_QPA_GENERIC_PLUGINS"), "a,wevora");
 }
 
-TEST_F(LoaderTest, AHostThatCannotBeStartedIsToldOf) {
+TEST_F(LoaderTest, AHostThatCannotBeStartedIsReported) {
   EXPECT_EQ(loader().start(*hostNamed("nautilus"), {}), Loader::kNotStarted);
   EXPECT_THAT(errors.str(), HasSubstr("nautilus cannot be started"));
 }
 
-TEST_F(LoaderTest, AHostThatRunsWithoutTheBundleIsToldOf) {
+TEST_F(LoaderTest, AHostThatRunsWithoutTheBundleIsReported) {
   add("pcmanfm-qt", 7, Holding::Nothing);
   loader().start(*hostNamed("pcmanfm-qt"), {});
   EXPECT_THAT(errors.str(), HasSubstr("pcmanfm-qt (process 7) runs without the bundle"));
@@ -137,7 +137,7 @@ TEST_F(LoaderTest, WithoutABundleNothingIsStarted) {
   EXPECT_TRUE(processes.became.empty());
 }
 
-TEST_F(LoaderTest, TheStatusNamesEachHostAndWhatItHolds) {
+TEST_F(LoaderTest, TheStatusListsEachHostAndItsVersion) {
   add("nautilus", 5, Holding::Installed);
   add("pcmanfm-qt-desktop", 6, Holding::Another);
   add("pcmanfm-qt", 7, Holding::Nothing);
@@ -149,7 +149,7 @@ TEST_F(LoaderTest, TheStatusNamesEachHostAndWhatItHolds) {
             "pcmanfm-qt (process 7): runs without the bundle\n");
 }
 
-TEST_F(LoaderTest, TheStatusIsWellWhereNoHostRuns) {
+TEST_F(LoaderTest, TheStatusIsZeroWithoutRunningHosts) {
   EXPECT_EQ(loader().status(), Loader::kDone);
   EXPECT_THAT(out.str(), HasSubstr("no supported file manager is running"));
 }
@@ -161,7 +161,7 @@ TEST_F(LoaderTest, ARestartAsksOnlyHostsOfAnotherVersionToQuit) {
   EXPECT_THAT(processes.started, IsEmpty());
 }
 
-TEST_F(LoaderTest, AHostOfAnotherVersionQuitsByItsOwnCommandAndIsStartedAsItWas) {
+TEST_F(LoaderTest, AHostOfAnotherVersionQuitsByItsOwnCommandAndIsRestartedWithItsArguments) {
   add("pcmanfm-qt-desktop", 6, Holding::Another, {"/usr/bin/pcmanfm-qt", "--desktop"});
   EXPECT_EQ(loader().restart(), Loader::kDone);
   EXPECT_THAT(processes.waitedFor, ElementsAre(6));
@@ -170,7 +170,7 @@ TEST_F(LoaderTest, AHostOfAnotherVersionQuitsByItsOwnCommandAndIsStartedAsItWas)
   EXPECT_EQ(processes.variables.at("QT_QPA_GENERIC_PLUGINS"), "wevora");
 }
 
-TEST_F(LoaderTest, AHostThatDoesNotQuitIsLeftAloneAndToldOf) {
+TEST_F(LoaderTest, AHostThatDoesNotQuitIsLeftRunningAndReported) {
   processes.quits = false;
   add("nautilus", 5, Holding::Another);
   EXPECT_EQ(loader().restart(), Loader::kNotQuit);
@@ -178,7 +178,7 @@ TEST_F(LoaderTest, AHostThatDoesNotQuitIsLeftAloneAndToldOf) {
   EXPECT_THAT(processes.started, ElementsAre(Words{"nautilus", "--quit"}));
 }
 
-// What the machine tells of its processes.
+// RunningHosts, on a fake /proc.
 
 class RunningHostsTest : public testing::Test {
  protected:
@@ -209,7 +209,7 @@ class RunningHostsTest : public testing::Test {
     ::stat(library().c_str(), &facts);
     return facts.st_ino;
   }
-  /// As it lies in the memory of a host, where the mapping says.
+  /// Adds the mapping of a record, and its content in the memory of the process.
   void addRecord(pid_t number, const SharedRecord& record) const {
     std::ofstream(process(number) + "/maps", std::ios::app)
         << "1000-2000 rw-s 00000000 00:01 9 /dev/shm/finder.shared (deleted)\n";
@@ -243,7 +243,7 @@ TEST_F(RunningHostsTest, AFileManagerOfAnotherSessionIsNotFound) {
   EXPECT_THAT(all(), IsEmpty());
 }
 
-TEST_F(RunningHostsTest, TheRecordInAHostsMemoryTellsItsVersion) {
+TEST_F(RunningHostsTest, TheRecordInAHostsMemoryContainsItsVersion) {
   addProcess(5, "/usr/bin/nautilus", bundleLine(installedFile()));
   addRecord(5, {1, 9, 0, 5});
   const auto hosts = all();
@@ -258,25 +258,25 @@ TEST_F(RunningHostsTest, ARecordOfTheInstalledVersionIsTheInstalledVersion) {
   EXPECT_EQ(all().front().holding, Holding::Installed);
 }
 
-TEST_F(RunningHostsTest, ARecordOfAnotherProcessTellsNothing) {
+TEST_F(RunningHostsTest, ARecordOfAnotherProcessIsIgnored) {
   addProcess(5, "/usr/bin/nautilus", bundleLine(installedFile()));
   addRecord(5, {1, 9, 0, 77});
   EXPECT_EQ(all().front().version, kInstalled);
 }
 
-TEST_F(RunningHostsTest, WithoutARecordTheInstalledFileIsOfTheInstalledVersion) {
+TEST_F(RunningHostsTest, WithoutARecordTheInstalledFileHasTheInstalledVersion) {
   addProcess(5, "/usr/bin/nautilus", bundleLine(installedFile()));
   EXPECT_EQ(all().front().holding, Holding::Installed);
   EXPECT_EQ(all().front().version, kInstalled);
 }
 
-TEST_F(RunningHostsTest, WithoutARecordAFileThatWasReplacedIsOfAnotherVersion) {
+TEST_F(RunningHostsTest, WithoutARecordAReplacedFileHasAnotherVersion) {
   addProcess(5, "/usr/bin/nautilus", bundleLine(installedFile(), " (deleted)"));
   EXPECT_EQ(all().front().holding, Holding::Another);
   EXPECT_EQ(all().front().version, std::nullopt);
 }
 
-TEST_F(RunningHostsTest, AHostThatWasItselfReplacedIsStillFound) {
+TEST_F(RunningHostsTest, AHostWhoseExecutableWasReplacedIsFound) {
   addProcess(5, "/usr/bin/nautilus (deleted)");
   EXPECT_EQ(all().size(), 1U);
 }

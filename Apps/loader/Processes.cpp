@@ -11,7 +11,7 @@
 namespace wevora::loader {
 namespace {
 
-/// The words as the system takes them; good as long as they are.
+/// A null-terminated argument vector that refers to `command`.
 std::vector<char*> asArguments(const std::vector<std::string>& command) {
   std::vector<char*> words;
   words.reserve(command.size() + 1);
@@ -24,7 +24,7 @@ void setVariables(const Variables& more) {
   for (const auto& [name, value] : more) ::setenv(name.c_str(), value.c_str(), 1);
 }
 
-/// In a session of its own, and with none of this one's files.
+/// Starts the program in a new session, with /dev/null as its standard streams.
 bool spawnDetached(const std::vector<std::string>& command) {
   posix_spawn_file_actions_t files;
   posix_spawnattr_t attributes;
@@ -54,11 +54,11 @@ bool MachineProcesses::start(const std::vector<std::string>& command, const Vari
   return spawnDetached(command);
 }
 
-bool MachineProcesses::ends(pid_t process, std::chrono::milliseconds allowed) {
+bool MachineProcesses::ends(pid_t process, std::chrono::milliseconds timeout) {
   const int handle = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
   if (handle < 0) return errno == ESRCH;
   pollfd ended{handle, POLLIN, 0};
-  const int ready = ::poll(&ended, 1, static_cast<int>(allowed.count()));
+  const int ready = ::poll(&ended, 1, static_cast<int>(timeout.count()));
   ::close(handle);
   return ready == 1;
 }

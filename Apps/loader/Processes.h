@@ -9,8 +9,8 @@
 
 namespace wevora::loader {
 
-/// What the loader does to other processes; it never sends one a signal.
-/// Threads: one. Owns: nothing. Errors: false where it could not be done.
+/// Starts and awaits other processes; never sends one a signal.
+/// Errors: the methods return false on failure.
 class Processes {
  public:
   Processes() = default;
@@ -18,20 +18,20 @@ class Processes {
   Processes(const Processes&) = delete;
   Processes& operator=(const Processes&) = delete;
 
-  /// Becomes the program; comes back only where that cannot be.
+  /// Replaces this process with the program; returns only on failure.
   virtual void become(const std::vector<std::string>& command, const Variables& more) = 0;
-  /// Starts a program that goes on when this one ends.
+  /// Starts a detached program.
   virtual bool start(const std::vector<std::string>& command, const Variables& more) = 0;
-  /// Waits for the end of any process.
-  virtual bool ends(pid_t process, std::chrono::milliseconds allowed) = 0;
+  /// Waits for a process to exit, at most for `timeout`. It need not be a child.
+  virtual bool ends(pid_t process, std::chrono::milliseconds timeout) = 0;
 };
 
-/// Those of the machine.
+/// The processes of the operating system.
 class MachineProcesses : public Processes {
  public:
   void become(const std::vector<std::string>& command, const Variables& more) override;
   bool start(const std::vector<std::string>& command, const Variables& more) override;
-  bool ends(pid_t process, std::chrono::milliseconds allowed) override;
+  bool ends(pid_t process, std::chrono::milliseconds timeout) override;
 };
 
 }  // namespace wevora::loader

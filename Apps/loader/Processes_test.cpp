@@ -23,42 +23,42 @@ class ProcessesTest : public testing::Test {
   MachineProcesses processes;
 };
 
-TEST_F(ProcessesTest, AProgramIsStartedWithItsVariablesInASessionOfItsOwn) {
+TEST_F(ProcessesTest, AProgramIsStartedWithItsVariablesInANewSession) {
   const platform::TemporaryFolder folder;
-  const std::string answers = folder.path("answers");
-  ASSERT_EQ(::mkfifo(answers.c_str(), 0600), 0);
+  const std::string fifo = folder.path("output");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   ASSERT_TRUE(processes.start({"sh", "-c",
                                "read -r p c s pp g session rest < /proc/$$/stat; "
                                "[ $session = $$ ] && echo \"$WEVORA_TEST_WORD\" > '" +
-                                   answers + "'"},
+                                   fifo + "'"},
                               {{"WEVORA_TEST_WORD", "two words"}}));
-  std::ifstream answer(answers);  // waits for the program to say it
+  std::ifstream output(fifo);  // blocks until the program writes
   std::string line;
-  std::getline(answer, line);
+  std::getline(output, line);
   EXPECT_EQ(line, "two words");
 }
 
-TEST_F(ProcessesTest, AProgramThatIsMissingIsNotStarted) {
+TEST_F(ProcessesTest, AMissingProgramIsNotStarted) {
   EXPECT_FALSE(processes.start({"/nonexistent/program"}, {}));
 }
 
-TEST_F(ProcessesTest, AProgramThatIsMissingIsNotBecome) {
-  processes.become({"/nonexistent/program"}, {});  // comes back
+TEST_F(ProcessesTest, BecomingAMissingProgramReturns) {
+  processes.become({"/nonexistent/program"}, {});
 }
 
-TEST_F(ProcessesTest, AProcessThatRunsHasNotEndedInTime) {
+TEST_F(ProcessesTest, ARunningProcessCausesATimeout) {
   const ChildProcess running({"tail", "-f", "/dev/null"});
   EXPECT_FALSE(processes.ends(running.pid(), 0ms));
   EXPECT_FALSE(running.status());
 }
 
-TEST_F(ProcessesTest, TheEndOfAProcessIsWaitedFor) {
+TEST_F(ProcessesTest, TheExitOfAProcessIsAwaited) {
   ChildProcess ending({"tail", "-f", "/dev/null"});
   ending.signal(SIGTERM);
   EXPECT_TRUE(processes.ends(ending.pid(), 60s));
 }
 
-TEST_F(ProcessesTest, AProcessThatIsGoneHasEnded) {
+TEST_F(ProcessesTest, AnExitedProcessHasEnded) {
   ChildProcess gone({"true"});
   ASSERT_EQ(gone.waitForEnd(60s), 0);
   EXPECT_TRUE(processes.ends(gone.pid(), 0ms));

@@ -22,11 +22,11 @@ constexpr std::string_view kLibraryName = "/finder_bundle.bundle/Contents/Linux/
 constexpr std::string_view kRecordName = "/dev/shm/finder.shared";
 constexpr std::string_view kDeleted = " (deleted)";
 
-/// A line of a process's "maps".
+/// A line of /proc/PID/maps.
 struct Mapping {
   std::uint64_t begin = 0;
   std::uint64_t file = 0;  ///< the inode
-  std::string path;        ///< without the mark of a file that was deleted
+  std::string path;        ///< without " (deleted)"
   bool deleted = false;
 };
 
@@ -45,14 +45,14 @@ std::optional<Mapping> mappingOf(const std::string& line) {
 }
 
 std::string programOf(const std::string& process) {
-  std::error_code none;
-  std::string path = fs::read_symlink(process + "/exe", none).string();
-  // A host that was itself updated while it ran.
+  std::error_code ignored;
+  std::string path = fs::read_symlink(process + "/exe", ignored).string();
+  // The executable was replaced by an update.
   if (path.ends_with(kDeleted)) path.resize(path.size() - kDeleted.size());
   return path.substr(path.rfind('/') + 1);
 }
 
-/// What a process tells of itself, "cmdline" or "environ".
+/// The NUL-separated strings of /proc/PID/cmdline or /proc/PID/environ.
 std::vector<std::string> wordsOf(const std::string& process, const char* list) {
   std::ifstream file(process + "/" + list, std::ios::binary);
   std::vector<std::string> words;
@@ -72,7 +72,7 @@ bool isOfThisUser(const std::string& process) {
   return ::stat(process.c_str(), &facts) == 0 && facts.st_uid == ::geteuid();
 }
 
-/// None where the process's memory may not be read.
+/// Returns nullopt when the process's memory cannot be read.
 std::optional<SharedRecord> recordAt(const std::string& process, std::uint64_t address) {
   const int memory = ::open((process + "/mem").c_str(), O_RDONLY | O_CLOEXEC);
   if (memory < 0) return std::nullopt;
@@ -91,8 +91,8 @@ bool isFile(const Mapping& mapping, const std::string& path) {
 
 std::vector<RunningHost> RunningHosts::all() const {
   std::vector<RunningHost> hosts;
-  std::error_code none;
-  for (const auto& entry : fs::directory_iterator(processes_, none)) {
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator(processes_, ignored)) {
     const std::string name = entry.path().filename().string();
     pid_t process = 0;
     const auto read = std::from_chars(name.data(), name.data() + name.size(), process);
@@ -114,11 +114,11 @@ std::optional<RunningHost> RunningHosts::hostOf(pid_t process) const {
     if (one.program == supported->program && !one.mode.empty() &&
         std::ranges::find(host.command, one.mode) != host.command.end())
       host.host = &one;
-  lookInto(host);
+  readHolding(host);
   return host;
 }
 
-void RunningHosts::lookInto(RunningHost& host) const {
+void RunningHosts::readHolding(RunningHost& host) const {
   const std::string folder = processes_ + "/" + std::to_string(host.process);
   std::ifstream maps(folder + "/maps");
   std::optional<SharedRecord> record;

@@ -10,33 +10,33 @@
 
 namespace wevora::loader {
 
-/// What a running file manager holds of the bundle.
+/// Which version of the bundle a running file manager has loaded.
 enum class Holding {
   Nothing,    ///< it has not loaded the bundle
   Installed,  ///< the version that is installed
   Another,    ///< another version
 };
 
-/// A file manager that runs.
-/// Threads: a value. Owns: its texts. Errors: none.
+/// A running file manager.
 struct RunningHost {
   const SupportedHost* host = nullptr;
   pid_t process = 0;
-  std::vector<std::string> command;  ///< as it was started
+  std::vector<std::string> command;  ///< its command line
   Holding holding = Holding::Nothing;
-  std::optional<BundleVersion> version = std::nullopt;  ///< the held one, where it can be told
+  std::optional<BundleVersion> version = std::nullopt;  ///< of the loaded bundle, if known
 };
 
-/// Finds the file managers of a session of the calling user's, by their processes' executables and
-/// by the session bus in their environment: over it they are asked to quit. What one holds is told
-/// by its own mapped copy of the bundle and by the record that the bundle has left in its memory:
-/// the record's name is gone as soon as it is written, but the host keeps it mapped. Where the
-/// record may not be read, a mapped copy that is the installed file is of the installed version.
-/// Threads: any. Owns: its paths. Errors: a process that goes away meanwhile, or that may not be
-/// looked at, is not told of.
+/// Finds the running file managers of the calling user's session, by the executables of processes
+/// and the session bus address in their environment; that bus carries the request to quit.
+///
+/// The loaded version comes from the shared record that the bundle writes: its file is unlinked at
+/// once, but the host keeps it mapped. When the record cannot be read, a process that maps the
+/// installed library file has loaded the installed version.
+/// Thread-safety: any thread.
+/// Errors: processes that exit meanwhile, or that may not be inspected, are skipped.
 class RunningHosts {
  public:
-  /// `processes` is "/proc"; `library` the installed bundle's code.
+  /// `processes` is "/proc"; `library` is the installed library of the bundle.
   RunningHosts(std::string processes, std::string library, std::optional<BundleVersion> installed,
                std::string sessionBus)
       : processes_(std::move(processes)),
@@ -44,12 +44,12 @@ class RunningHosts {
         installed_(installed),
         sessionBus_(std::move(sessionBus)) {}
 
-  /// In the order of their process numbers.
+  /// Sorted by process ID.
   std::vector<RunningHost> all() const;
 
  private:
   std::optional<RunningHost> hostOf(pid_t process) const;
-  void lookInto(RunningHost& host) const;
+  void readHolding(RunningHost& host) const;
 
   const std::string processes_;
   const std::string library_;

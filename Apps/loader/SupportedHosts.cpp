@@ -16,7 +16,7 @@ constexpr const char* kPluginPath = "QT_PLUGIN_PATH";
 constexpr const char* kPlugins = "QT_QPA_GENERIC_PLUGINS";
 constexpr const char* kPlugin = "wevora";
 
-/// The list with the entry in it, which comes first where it is not there yet.
+/// Prepends the entry to a list unless it is already there.
 std::string listWith(const std::string& list, const std::string& entry, char between) {
   if (list.empty()) return entry;
   const std::string bounded = between + list + between;

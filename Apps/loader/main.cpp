@@ -1,11 +1,9 @@
 #include <iostream>
-#include <span>
 #include <string>
 #include <unistd.h>
-#include <vector>
 
+#include "Apps/CommandLine/Program.h"
 #include "Apps/loader/Loader.h"
-#include "Platform/Base/Version.h"
 #include "Platform/Installation/InstalledPaths.h"
 
 namespace wevora::loader {
@@ -14,6 +12,35 @@ namespace {
 constexpr const char* kLibrary =
     "/Library/Wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Linux/finder_bundle.so";
 constexpr const char* kPluginFolder = "/Library/Wevora/FinderPlugin/Hosts/qt5";
+
+command_line::Program program() {
+  command_line::Program program{
+      .name = "wevora-loader",
+      .summary =
+          "Starts a file manager with backup badges, or manages the running ones of this "
+          "session.",
+      .commands = {},
+      .sections = {{"Exit status",
+                    {{"0", "done; with --status: no file manager has another version loaded"},
+                     {"1", "the file manager could not be started"},
+                     {"2", "usage error"},
+                     {"3", "--status: a file manager has another version loaded"},
+                     {"4", "--restart: a file manager did not quit"}}}}};
+  for (const auto& host : supportedHosts())
+    program.commands.push_back(
+        {.name = host.name,
+         .operands = {"[ARGUMENT]...", 0, command_line::Operands::kAnyNumber},
+         .help = "start this file manager with these arguments",
+         .verbatim = true});
+  program.commands.push_back(
+      {.name = "--status",
+       .help = "print which version of the badges each running file manager has loaded"});
+  program.commands.push_back(
+      {.name = "--restart",
+       .help = "ask file managers that have another version loaded to quit, and start them "
+               "again; a process is never killed"});
+  return program;
+}
 
 Variables environmentOfThis() {
   Variables all;
@@ -25,22 +52,7 @@ Variables environmentOfThis() {
   return all;
 }
 
-int wrong() {
-  std::cerr << "wevora-loader: say nautilus, pcmanfm-qt, pcmanfm-qt-desktop, --status or --restart "
-               "(try --help)\n";
-  return Loader::kWrongUsage;
-}
-
-int run(const std::vector<std::string>& words) {
-  const std::string first = words.empty() ? "" : words.front();
-  if (first == "--help" || first == "-h") {
-    std::cout << kUsage;
-    return Loader::kDone;
-  }
-  if (first == "--version") {
-    std::cout << "wevora-loader " << platform::productVersion() << "\n";
-    return Loader::kDone;
-  }
+int run(const command_line::Arguments& arguments) {
   const auto paths = platform::InstalledPaths::shared();
   MachineProcesses processes;
   const auto installed = installedVersion(paths);
@@ -55,20 +67,16 @@ int run(const std::vector<std::string>& words) {
                  .environment = environment,
                  .out = std::cout,
                  .errors = std::cerr});
-  if (words.size() == 1 && first == "--status") return loader.status();
-  if (words.size() == 1 && first == "--restart") return loader.restart();
-  const auto* host = hostNamed(first);
-  return host == nullptr ? wrong() : loader.start(*host, std::span(words).subspan(1));
+  if (arguments.command == "--status") return loader.status();
+  if (arguments.command == "--restart") return loader.restart();
+  return loader.start(*hostNamed(arguments.command), arguments.operands);
 }
 
 }  // namespace
 }  // namespace wevora::loader
 
 int main(int count, char** arguments) {
-  try {
-    return wevora::loader::run({arguments + (count > 0 ? 1 : 0), arguments + count});
-  } catch (const std::exception& failure) {
-    std::cerr << "wevora-loader: " << failure.what() << "\n";
-    return wevora::loader::Loader::kNotStarted;
-  }
+  using namespace wevora;
+  return command_line::runProgram(loader::program(), count, arguments, loader::run,
+                                  loader::Loader::kNotStarted);
 }

@@ -9,11 +9,11 @@ namespace wevora::status {
 
 /// Lists folders, each one once: a volume that is mounted twice is walked once, and symbolic links
 /// are not followed.
-/// Threads: one. Owns: the marks of the folders that it listed.
-/// Errors: a folder that cannot be read has no items.
+/// Errors: an unreadable folder has no items.
 class FolderWalk {
  public:
-  /// The names in the folder, sorted; none for anything but a folder that was not listed before.
+  /// Returns the sorted names in the folder; nothing for a file, or a folder that was listed
+  /// before.
   std::vector<std::string> list(const std::string& path);
 
  private:

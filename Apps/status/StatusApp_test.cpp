@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,12 @@
 namespace wevora::status {
 namespace {
 
-StatusOptions parsed(std::vector<const char*> arguments) {
-  return StatusOptions::parse(arguments);
+command_line::Arguments argumentsOf(const std::vector<const char*>& words) {
+  return command_line::parse(statusProgram(), words);
+}
+
+StatusOptions parsed(const std::vector<const char*>& words) {
+  return StatusOptions::from(argumentsOf(words));
 }
 
 TEST(StatusOptionsTest, ReadsOptionsInAnyOrderAndForm) {
@@ -24,7 +29,7 @@ TEST(StatusOptionsTest, ReadsOptionsInAnyOrderAndForm) {
   EXPECT_EQ(options.paths, (std::vector<std::string>{"a", "--b"}));
 }
 
-TEST(StatusOptionsTest, RefusesWrongCallsWithAReason) {
+TEST(StatusOptionsTest, RejectsUsageErrors) {
   EXPECT_THROW(parsed({}), WrongUsage);
   EXPECT_THROW(parsed({"--watch"}), WrongUsage);
   EXPECT_THROW(parsed({"--account", "7"}), WrongUsage);
@@ -36,15 +41,16 @@ TEST(StatusOptionsTest, RefusesWrongCallsWithAReason) {
   EXPECT_THROW(parsed({"--account", "7", "--unknown", "a"}), WrongUsage);
 }
 
-TEST(StatusOptionsTest, WithoutAnAccountTheAgentIsAsked) {
+TEST(StatusOptionsTest, TheAccountIsOptional) {
   const auto options = parsed({"--watch", "a"});
   EXPECT_FALSE(options.account);
   EXPECT_TRUE(options.watch);
 }
 
 TEST(StatusOptionsTest, HelpAndVersionNeedNothingElse) {
-  EXPECT_TRUE(parsed({"--help"}).help);
-  EXPECT_TRUE(parsed({"--version"}).version);
+  using Information = command_line::Arguments::Information;
+  EXPECT_EQ(argumentsOf({"--help"}).information, Information::help);
+  EXPECT_EQ(argumentsOf({"--version"}).information, Information::version);
 }
 
 TEST(StatusPrinterTest, PrintsWordTabAndPath) {
@@ -53,7 +59,7 @@ TEST(StatusPrinterTest, PrintsWordTabAndPath) {
   EXPECT_EQ(out.str(), "green\t/a b\n");
 }
 
-TEST(StatusPrinterTest, PrintsOneJsonObjectALine) {
+TEST(StatusPrinterTest, PrintsOneJsonObjectPerLine) {
   std::ostringstream out;
   StatusPrinter printer(out, StatusOptions::Format::json, true);
   printer.print("red", "/a\"\\\n\xC3\xA9\xFF", "/db");

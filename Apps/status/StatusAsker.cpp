@@ -8,7 +8,7 @@
 namespace wevora::status {
 namespace {
 
-constexpr std::chrono::seconds kLongestWaitForRules{3};
+constexpr std::chrono::seconds kRulesTimeout{3};
 constexpr std::chrono::milliseconds kPause{20};
 
 }  // namespace
@@ -42,11 +42,11 @@ void StatusAsker::waitForRefreshes() {
 }
 
 void StatusAsker::waitForRules(const std::vector<std::string>& paths) {
-  const auto deadline = clock_.uptime() + kLongestWaitForRules;
+  const auto deadline = clock_.uptime() + kRulesTimeout;
   for (const auto& path : paths) {
     if (!isVolumeTop(path)) continue;
     while (rulesAreUnread(path) && clock_.uptime() < deadline) pause();
-    // Each top alone: a folder has one refresh at a time, and that sets one volume's top.
+    // One volume at a time: a refresh of a parent folder updates the root of only one volume.
     draw({path});
     waitForRefreshes();
   }

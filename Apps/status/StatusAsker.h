@@ -8,15 +8,16 @@
 
 namespace wevora::status {
 
-/// The word of an item that has no badge.
+/// The word of an item without a badge.
 inline constexpr const char* kNoBadge = "none";
 
-/// How the provider's word for a path is printed.
+/// The word to print for the provider's word of a path.
 std::string wordShown(const std::string& path, const WVIconProvider::Word& word);
 
-/// Asks the provider as a host does: draws, lets the refreshes end, draws again.
-/// Threads: the main thread, outside the main loop. Owns: nothing.
-/// Errors: none; what cannot be read has the word "unreadable".
+/// Queries the provider as a host does: requests each color, waits for the refreshes, and requests
+/// it again.
+/// Thread-safety: main thread only, outside the main loop.
+/// Errors: an unreadable item has the word "unreadable".
 class StatusAsker {
  public:
   /// `runMainLoopUntil` runs the main loop until the given condition holds.
@@ -29,10 +30,10 @@ class StatusAsker {
         clock_(clock),
         runMainLoopUntil_(std::move(runMainLoopUntil)) {}
 
-  /// "green", "blue", "red", "none" or "unreadable" for each absolute path, in their order; "none"
-  /// for all while badges are turned off.
+  /// Returns "green", "blue", "red", "none" or "unreadable" for each absolute path, in order;
+  /// always "none" while badges are switched off.
   std::vector<std::string> ask(const std::vector<std::string>& paths);
-  /// The database of the volume that holds the path; none where it has none.
+  /// The database of the path's volume; nullopt when it has none.
   std::optional<std::string> databaseOf(const std::string& path);
 
  private:

@@ -1,75 +1,52 @@
 #include "Apps/status/StatusOptions.h"
 
+#include "Apps/CommandLine/PathArgument.h"
+
 namespace wevora::status {
 
-const char* const kUsage =
-    "usage: wevora-status [--account ID] [--watch] [--format text|json] [--recursive] PATH...\n"
-    "\n"
-    "Prints the backup state of each item: one line with a word, a tab and the path.\n"
-    "\n"
-    "  green       backed up\n"
-    "  blue        not backed up yet\n"
-    "  red         a folder, or a volume that holds backed-up folders\n"
-    "  none        known to have no badge\n"
-    "  unreadable  missing, or not to be read by you\n"
-    "\n"
-    "The running agent is asked whose backup it is, and badges that are switched off leave "
-    "\"none\".\n"
-    "\n"
-    "  --account ID        that account's backup, whether an agent runs or not\n"
-    "  --watch             stays, and prints an item's line again when its word changes, until\n"
-    "                      interrupted\n"
-    "  --format json       one object a line: path, status, and the volume's database or null\n"
-    "  --recursive         folders with all that is in them; links are not followed\n"
-    "  --help, --version\n"
-    "\n"
-    "Exit status: 0 when every path was answered, or when --watch was interrupted; 1 when some "
-    "path\n"
-    "was unreadable, 2 for a wrong call, 3 when there is no agent to ask.\n";
+using command_line::Operands;
 
-using command_line::Arguments;
-using command_line::formatNamed;
-
-namespace {
-
-void check(const StatusOptions& options) {
-  if (options.account && options.account->empty()) throw WrongUsage("--account needs an ID");
-  if (options.account && options.account->find('/') != std::string::npos)
-    throw WrongUsage("an account has no '/' in its name");
-  if (options.paths.empty()) throw WrongUsage("no PATH is given");
-  for (const auto& path : options.paths)
-    if (path.empty()) throw WrongUsage("a PATH is empty");
+const command_line::Program& statusProgram() {
+  static const command_line::Program program{
+      .name = "wevora-status",
+      .summary =
+          "Prints the backup state of each item: one line with a word, a tab and the path. "
+          "Without --account it asks the running agent for the account; while badges are "
+          "switched off every word is \"none\".",
+      .commands = {{.name = "",
+                    .operands = {"PATH...", 1, Operands::kAnyNumber},
+                    .options = {{"--account", "ID", "use this account, with or without an agent"},
+                                {"--watch", "",
+                                 "print an item's line again when its word changes, until "
+                                 "interrupted"},
+                                {"--format", "text|json",
+                                 "json: one object per line with path, status, and the volume's "
+                                 "database or null"},
+                                {"--recursive", "",
+                                 "print folders with everything in them; do not follow links"}}}},
+      .sections = {{"Words",
+                    {{"green", "backed up"},
+                     {"blue", "not backed up yet"},
+                     {"red", "a folder, or a volume that contains backed-up folders"},
+                     {"none", "known to have no badge"},
+                     {"unreadable", "missing, or you may not read it"}}},
+                   {"Exit status",
+                    {{"0", "every path was readable, or --watch was interrupted"},
+                     {"1", "some path was unreadable"},
+                     {"2", "usage error"},
+                     {"3", "no agent is running"}}}}};
+  return program;
 }
 
-}  // namespace
-
-StatusOptions StatusOptions::parse(std::span<const char* const> arguments) {
-  StatusOptions options;
-  Arguments rest(arguments);
-  bool onlyPaths = false;
-  while (rest.more()) {
-    const std::string argument = rest.take();
-    if (onlyPaths || !argument.starts_with("-") || argument == "-") {
-      options.paths.push_back(argument);
-    } else if (argument == "--") {
-      onlyPaths = true;
-    } else if (argument == "--recursive") {
-      options.recursive = true;
-    } else if (argument == "--watch") {
-      options.watch = true;
-    } else if (argument == "--help" || argument == "-h") {
-      options.help = true;
-    } else if (argument == "--version") {
-      options.version = true;
-    } else if (auto account = rest.value(argument, "--account")) {
-      options.account = std::move(account);
-    } else if (const auto format = rest.value(argument, "--format")) {
-      options.format = formatNamed(*format);
-    } else {
-      throw WrongUsage("unknown option '" + argument + "'");
-    }
-  }
-  if (!options.help && !options.version) check(options);
+StatusOptions StatusOptions::from(const command_line::Arguments& arguments) {
+  StatusOptions options{.account = arguments.value("--account"),
+                        .recursive = arguments.has("--recursive"),
+                        .watch = arguments.has("--watch"),
+                        .paths = arguments.operands};
+  if (const auto format = arguments.value("--format"))
+    options.format = command_line::formatNamed(*format);
+  if (options.account) command_line::requireAccountId(*options.account);
+  command_line::requireNonEmptyPaths(options.paths);
   return options;
 }
 

@@ -9,7 +9,6 @@
 namespace wevora::status {
 
 /// Prints one line for an item.
-/// Threads: one. Owns: nothing. Errors: those of the stream.
 class StatusPrinter {
  public:
   StatusPrinter(std::ostream& out, command_line::Format format, bool colours)

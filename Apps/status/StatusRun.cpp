@@ -19,7 +19,7 @@
 namespace wevora::status {
 namespace {
 
-constexpr std::size_t kWorthShowing = 1000;
+constexpr std::size_t kLeastShown = 1000;
 
 void runMainLoopUntil(const std::function<bool()>& condition) {
   while (!condition()) g_main_context_iteration(nullptr, TRUE);
@@ -47,7 +47,7 @@ Progress::~Progress() {
 
 void Progress::add(std::size_t items) {
   count_ += items;
-  if (!wanted_ || count_ < kWorthShowing) return;
+  if (!wanted_ || count_ < kLeastShown) return;
   std::fprintf(stderr, "\r%zu items", count_);
   shown_ = true;
 }
@@ -58,7 +58,7 @@ StatusRun::StatusRun(const StatusOptions& options, platform::SystemServices& ser
       asker_(WVIconProvider::defaultProvider(), services.dispatch, services.clock,
              runMainLoopUntil),
       printer_(std::cout, options.format, ::isatty(STDOUT_FILENO) != 0),
-      // On one terminal the lines themselves are the progress.
+      // When standard output is a terminal, its lines show the progress.
       progress_(options.recursive && ::isatty(STDOUT_FILENO) == 0) {}
 
 bool StatusRun::printAll() {

@@ -11,8 +11,7 @@
 
 namespace wevora::status {
 
-/// Counts items on standard error while a person waits.
-/// Threads: one. Owns: the line that it shows. Errors: none.
+/// Shows the number of items in one line on standard error, if that is a terminal.
 class Progress {
  public:
   explicit Progress(bool wanted);
@@ -27,20 +26,20 @@ class Progress {
   std::size_t count_ = 0;
 };
 
-/// Prints the words of what a person asked for, and follows them where that is wanted.
-/// Threads: the main thread, whose main loop it runs. Owns: what it printed, to follow it.
-/// Errors: none; what cannot be read has the word "unreadable".
+/// Prints the words of the given paths; with --watch, also their changes.
+/// Thread-safety: main thread only; it runs the main loop.
+/// Errors: an unreadable item has the word "unreadable".
 class StatusRun {
  public:
   StatusRun(const StatusOptions& options, platform::SystemServices& services);
 
-  /// Prints everything; answers whether every path was readable.
+  /// Prints all items; returns whether every one was readable.
   bool printAll();
-  /// Prints what changes, until the process is interrupted.
+  /// Prints changed words, until the process is interrupted.
   void watch();
 
  private:
-  /// The path to ask for, and as the person wrote it.
+  /// An absolute path, and the path as given.
   struct Item {
     std::string path;
     std::string shown;
@@ -57,7 +56,7 @@ class StatusRun {
   FolderWalk walk_;
   bool allReadable_ = true;
   std::vector<Item> printed_;
-  std::vector<std::string> words_;  // of what was printed
+  std::vector<std::string> words_;  // of the printed items
 };
 
 }  // namespace wevora::status

@@ -8,8 +8,8 @@
 namespace wevora::status {
 namespace {
 
-constexpr std::chrono::seconds kAskAgain{5};  // a word is read anew when it is four seconds old
-constexpr int kTries = 2;  // a word that is not there yet may have been forgotten on the way
+constexpr std::chrono::seconds kRefresh{5};  // longer than the four seconds that words are cached
+constexpr int kRetries = 2;                  // a refreshed word may be evicted before it is read
 
 }  // namespace
 
@@ -21,25 +21,25 @@ StatusWatch::StatusWatch(WVIconProvider& provider, platform::Runtime& runtime,
       paths_(std::move(paths)),
       words_(std::move(words)),
       changed_(std::move(changed)),
-      isWaiting_(paths_.size()),
+      isQueued_(paths_.size()),
       window_(runtime, paths_, [this](std::size_t item) { needsDisplay(item); }) {
-  askFromTimeToTime();
+  scheduleRefresh();
 }
 
 void StatusWatch::needsDisplay(std::size_t item) {
-  if (isWaiting_[item]) return;
-  isWaiting_[item] = true;
-  if (waiting_.empty()) mainQueue_.async([this] { draw(); });
-  waiting_.push_back(item);
+  if (isQueued_[item]) return;
+  isQueued_[item] = true;
+  if (queued_.empty()) mainQueue_.async([this] { draw(); });
+  queued_.push_back(item);
 }
 
 void StatusWatch::draw() {
-  const Items items = std::exchange(waiting_, {});
-  for (const auto item : items) isWaiting_[item] = false;
-  drawAgain(items, kTries);
+  const Items items = std::exchange(queued_, {});
+  for (const auto item : items) isQueued_[item] = false;
+  drawAgain(items, kRetries);
 }
 
-void StatusWatch::drawAgain(const Items& items, int triesLeft) {
+void StatusWatch::drawAgain(const Items& items, int retriesLeft) {
   Items unknown;
   for (const auto item : items) {
     if (!provider_.turnedOn()) {
@@ -50,14 +50,14 @@ void StatusWatch::drawAgain(const Items& items, int triesLeft) {
     const auto word = provider_.colorFor(ItemURL(paths_[item]));
     if (word)
       report(item, wordShown(paths_[item], word));
-    else if (triesLeft > 0 && words_[item] != kNoBadge)
+    else if (retriesLeft > 0 && words_[item] != kNoBadge)
       unknown.push_back(item);
     else
       report(item, kNoBadge);
   }
   if (unknown.empty()) return;
   provider_.performWhenIdle(
-      [this, unknown = std::move(unknown), triesLeft] { drawAgain(unknown, triesLeft - 1); });
+      [this, unknown = std::move(unknown), retriesLeft] { drawAgain(unknown, retriesLeft - 1); });
 }
 
 void StatusWatch::report(std::size_t item, std::string word) {
@@ -66,10 +66,10 @@ void StatusWatch::report(std::size_t item, std::string word) {
   changed_(item, words_[item]);
 }
 
-void StatusWatch::askFromTimeToTime() {
-  mainQueue_.after(kAskAgain, [this] {
+void StatusWatch::scheduleRefresh() {
+  mainQueue_.after(kRefresh, [this] {
     for (std::size_t item = 0; item < paths_.size(); ++item) needsDisplay(item);
-    askFromTimeToTime();
+    scheduleRefresh();
   });
 }
 

@@ -11,16 +11,16 @@
 
 namespace wevora::status {
 
-/// Follows the words of items: it asks again whenever the bundle wants an item drawn, and every
-/// five seconds, as a person who moves about in a file manager makes it do.
-/// Threads: the main thread, inside the main loop. Owns: the words; it lives as long as the
-///   provider. Errors: none.
+/// Follows the words of items: queries the provider whenever the bundle requests a redraw, and
+/// every five seconds, as scrolling in a file manager would.
+/// Thread-safety: main thread only, inside the main loop.
+/// Ownership: queued blocks refer to it; it must live until the main loop ends.
 class StatusWatch {
  public:
-  /// Hears of an item's new word.
+  /// Called with an item's new word.
   using Changed = std::function<void(std::size_t item, const std::string& word)>;
 
-  /// `words` are the present ones of the absolute paths, in their order.
+  /// `words` are the current words of the absolute `paths`, in order.
   StatusWatch(WVIconProvider& provider, platform::Runtime& runtime, platform::Queue& mainQueue,
               std::vector<std::string> paths, std::vector<std::string> words, Changed changed);
   StatusWatch(const StatusWatch&) = delete;
@@ -30,9 +30,9 @@ class StatusWatch {
   using Items = std::vector<std::size_t>;
   void needsDisplay(std::size_t item);
   void draw();
-  void drawAgain(const Items& items, int triesLeft);
+  void drawAgain(const Items& items, int retriesLeft);
   void report(std::size_t item, std::string word);
-  void askFromTimeToTime();
+  void scheduleRefresh();
 
   WVIconProvider& provider_;
   platform::Queue& mainQueue_;
@@ -40,8 +40,8 @@ class StatusWatch {
   std::vector<std::string> words_;
   const Changed changed_;
 
-  std::vector<bool> isWaiting_;
-  Items waiting_;  // to be drawn by the block that is queued for them
+  std::vector<bool> isQueued_;
+  Items queued_;  // drawn by the block that is queued on the main queue
   WatchedWindow window_;
 };
 

@@ -2,13 +2,12 @@
 #include <cstdlib>
 #include <iostream>
 #include <optional>
-#include <span>
+#include <string>
 
 #include "Apps/status/StatusOptions.h"
 #include "Apps/status/StatusRun.h"
 #include "Connector/DaemonConnectionPort.h"
 #include "FinderIntegration/finder_bundle/IPC/WVAgentConnector.h"
-#include "Platform/Base/Version.h"
 #include "Platform/Installation/LoginUser.h"
 #include "Platform/System/SystemServices.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
@@ -16,20 +15,21 @@
 namespace wevora::status {
 namespace {
 
-constexpr int kAnswered = 0;
+constexpr int kDone = 0;
 constexpr int kUnreadable = 1;
-constexpr int kWrongUsage = 2;
+constexpr int kFailed = 2;
 constexpr int kNoAgent = 3;
 
-/// Lets the agent set the account and the switch; answers why it cannot, if so.
+/// Takes the account and the switch from the running agent; returns the reason when it cannot.
 std::optional<std::string> followAgent(platform::SystemServices& services) {
   if (!portOfDaemonConnection(services.distributedObjects, platform::loginName()))
-    return "no agent is running (--account ID asks without one)";
+    return "no agent is running (use --account ID to read an account without one)";
   WVAgentConnector::load();
   const auto& provider = WVIconProvider::defaultProvider();
-  if (!provider.pool()->accountId()) return "the agent does not say whose backup it is";
+  if (!provider.pool()->accountId())
+    return "the agent does not report its account (use --account ID)";
   if (!provider.turnedOn())
-    std::cerr << "wevora-status: badges are switched off (wevora-badges on)\n";
+    std::cerr << "wevora-status: badges are switched off (run 'wevora-badges on')\n";
   return std::nullopt;
 }
 
@@ -40,14 +40,6 @@ void followAccount(const std::string& account) {
 }
 
 int run(const StatusOptions& options) {
-  if (options.help) {
-    std::cout << kUsage;
-    return kAnswered;
-  }
-  if (options.version) {
-    std::cout << "wevora-status " << platform::productVersion() << "\n";
-    return kAnswered;
-  }
   loadNSDateDBFormat();
   auto& services = platform::SystemServices::shared();
   if (options.account) {
@@ -58,30 +50,24 @@ int run(const StatusOptions& options) {
   }
   StatusRun run(options, services);
   const bool allReadable = run.printAll();
-  if (!options.watch) return allReadable ? kAnswered : kUnreadable;
+  if (!options.watch) return allReadable ? kDone : kUnreadable;
   run.watch();
-  return kAnswered;
-}
-
-int runCatching(int count, const char* const* arguments) {
-  try {
-    const std::span all(arguments, static_cast<std::size_t>(count));
-    return run(StatusOptions::parse(all.subspan(count > 0 ? 1 : 0)));
-  } catch (const WrongUsage& wrong) {
-    std::cerr << "wevora-status: " << wrong.what() << " (try --help)\n";
-  } catch (const std::exception& failure) {
-    std::cerr << "wevora-status: " << failure.what() << "\n";
-  }
-  return kWrongUsage;
+  return kDone;
 }
 
 }  // namespace
 }  // namespace wevora::status
 
 int main(int count, char** arguments) {
-  const int status = wevora::status::runCatching(count, arguments);
+  using namespace wevora;
+  const int exitStatus = command_line::runProgram(
+      status::statusProgram(), count, arguments,
+      [](const command_line::Arguments& parsed) {
+        return status::run(status::StatusOptions::from(parsed));
+      },
+      status::kFailed);
   std::cout.flush();
   std::fflush(nullptr);
-  // The shared instances' threads may still run; nothing is torn down under them.
-  std::_Exit(status);
+  // The threads of the shared instances may still run: skip the destructors.
+  std::_Exit(exitStatus);
 }

@@ -1,4 +1,4 @@
-// The commands to a running agent.
+// Commands to a running agent.
 
 #include <filesystem>
 
@@ -11,49 +11,49 @@ using testing_host::AgentTest;
 
 class AgentControlTest : public AgentTest {};
 
-TEST_F(AgentControlTest, StatusIsChangedAndTold) {
+TEST_F(AgentControlTest, TheStatusIsChangedAndAnnounced) {
   const auto agent = served();
   ASSERT_TRUE(agent);
   for (const auto* status : {"1", "0", "2"}) {
-    heard.clear();
+    received.clear();
     EXPECT_EQ(ctl({"status", status}).status, 0);
     EXPECT_EQ(asked("connectionStatus"), "(" + std::string(status) + ",)\n");
-    EXPECT_TRUE(hears(kIDaemonConnectionConnectionStatusChangedNotification));
+    EXPECT_TRUE(receives(kIDaemonConnectionConnectionStatusChangedNotification));
   }
 }
 
-TEST_F(AgentControlTest, AnotherAccountIsToldOnceItsDatabaseIsThere) {
+TEST_F(AgentControlTest, AnotherAccountIsAnnouncedWhenItsDatabaseExists) {
   write("file");
-  const auto agent = keeping();
+  const auto agent = following();
   ASSERT_TRUE(agent);
   EXPECT_EQ(ctl({"account", "9"}).status, 0);
   EXPECT_NE(asked("accountInfo").find("'kClientIDKey': <'9'>"), std::string::npos);
-  ASSERT_TRUE(hears(kIDaemonConnectionAccountInfoChangedNotification));
+  ASSERT_TRUE(receives(kIDaemonConnectionAccountInfoChangedNotification));
   EXPECT_TRUE(std::filesystem::exists(volume.path("Wevora-Account-9.db")));
-  // What makes file managers draw their windows anew.
-  EXPECT_TRUE(hears(kIDaemonConnectionConnectionStatusChangedNotification));
-  heard.clear();
+  // File managers redraw for a changed status.
+  EXPECT_TRUE(receives(kIDaemonConnectionConnectionStatusChangedNotification));
+  received.clear();
   write("new");
-  ASSERT_TRUE(hearsOf("new", "Synchronized"));
+  ASSERT_TRUE(receivesEvent("new", "Synchronized"));
   EXPECT_TRUE(isKnown("file", "9"));
   EXPECT_TRUE(isKnown("new", "9"));
   EXPECT_FALSE(isKnown("new", "7"));
 }
 
-TEST_F(AgentControlTest, AnEventIsToldAsItWasGiven) {
+TEST_F(AgentControlTest, AnEventIsPostedAsGiven) {
   const auto agent = served();
   ASSERT_TRUE(agent);
   EXPECT_EQ(ctl({"event", "Removed", "/a b", "/\xC3\xA9"}).status, 0);
-  ASSERT_TRUE(hears(kIDaemonConnectionWVREventNotification));
-  const auto told = *std::find_if(heard.begin(), heard.end(), [](const auto& one) {
+  ASSERT_TRUE(receives(kIDaemonConnectionWVREventNotification));
+  const auto posted = *std::find_if(received.begin(), received.end(), [](const auto& one) {
     return one.name == kIDaemonConnectionWVREventNotification;
   });
-  EXPECT_EQ(told.paths, (std::vector<std::string>{"/a b", "/\xC3\xA9"}));
-  EXPECT_EQ(told.words, std::vector<std::string>{"Removed"});
-  EXPECT_EQ(told.object, "com.Wevora.client.zoe.0." + std::to_string(agent->pid()));
+  EXPECT_EQ(posted.paths, (std::vector<std::string>{"/a b", "/\xC3\xA9"}));
+  EXPECT_EQ(posted.words, std::vector<std::string>{"Removed"});
+  EXPECT_EQ(posted.object, "com.Wevora.client.zoe.0." + std::to_string(agent->pid()));
 }
 
-TEST_F(AgentControlTest, QuitEndsTheAgentAndLeavesNoSocket) {
+TEST_F(AgentControlTest, QuitEndsTheAgentAndRemovesItsSocket) {
   const auto agent = served();
   ASSERT_TRUE(agent);
   EXPECT_EQ(ctl({"quit"}).status, 0);
@@ -61,7 +61,7 @@ TEST_F(AgentControlTest, QuitEndsTheAgentAndLeavesNoSocket) {
   EXPECT_FALSE(std::filesystem::exists(socket()));
 }
 
-TEST_F(AgentControlTest, WithoutASeedTheFirstAgentThatAnswersIsMeant) {
+TEST_F(AgentControlTest, WithoutASeedTheFirstAgentThatRespondsIsUsed) {
   const auto three = served({"--seed", "3"});
   const auto five = served({"--seed", "5"});
   ASSERT_TRUE(three && five);
@@ -73,13 +73,15 @@ TEST_F(AgentControlTest, WithoutASeedTheFirstAgentThatAnswersIsMeant) {
   EXPECT_EQ(five->waitForEnd(), 0);
 }
 
-TEST_F(AgentControlTest, WhereNoAgentRunsOneLineSaysSo) {
+TEST_F(AgentControlTest, WithoutAnAgentTheStatusIsThreeAndOneLineSaysWhy) {
   const auto outcome = ctl({"status", "2"});
   EXPECT_EQ(outcome.status, 3);
-  EXPECT_EQ(outcome.errors, "wevora-agent-sim: no agent of user zoe runs\n");
+  EXPECT_EQ(outcome.errors,
+            "wevora-agent-sim: no agent of user zoe is running (start one with 'wevora-agent-sim "
+            "serve')\n");
 }
 
-TEST_F(AgentControlTest, AWrongCallEndsWithTwoAndOneLine) {
+TEST_F(AgentControlTest, AUsageErrorExitsWithTwoAndPrintsOneLine) {
   using Words = std::vector<std::string>;
   for (const auto& words : {Words{},
                             {"fly"},

@@ -1,4 +1,4 @@
-// The agent's service: how it comes, answers and goes.
+// The lifetime and the methods of the agent's service.
 
 #include <csignal>
 #include <filesystem>
@@ -16,7 +16,7 @@ using testing_host::ranToItsEnd;
 
 class AgentServiceTest : public AgentTest {};
 
-TEST_F(AgentServiceTest, ItsMethodsAreThoseOfTheProtocolToAToolThatIsNotOurs) {
+TEST_F(AgentServiceTest, AForeignToolSeesAllMethodsOfTheProtocol) {
   const auto agent = served();
   ASSERT_TRUE(agent);
   const auto described = gdbus("introspect", {}).output;
@@ -25,7 +25,7 @@ TEST_F(AgentServiceTest, ItsMethodsAreThoseOfTheProtocolToAToolThatIsNotOurs) {
         << method.selector;
 }
 
-TEST_F(AgentServiceTest, EveryMethodIsAnswered) {
+TEST_F(AgentServiceTest, EveryMethodReplies) {
   const auto agent = served({"--seed", "0"});
   ASSERT_TRUE(agent);
   EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
@@ -73,21 +73,21 @@ TEST_F(AgentServiceTest, EveryMethodIsAnswered) {
 }
 
 TEST_F(AgentServiceTest, ItsVolumesAreItsDevices) {
-  const auto agent = keeping();
+  const auto agent = following();
   ASSERT_TRUE(agent);
   EXPECT_NE(asked("deviceList").find("'id': <'" + volume.path() + "'>"), std::string::npos);
   EXPECT_EQ(asked("isConfigurationUnavailableForDeviceWithID_", {volume.path()}), "(false,)\n");
 }
 
-TEST_F(AgentServiceTest, ItAnnouncesItselfAtTheStartAndAgainForWhoListensLater) {
+TEST_F(AgentServiceTest, ItAnnouncesItselfAtStartAndAgainForLaterListeners) {
   const auto agent = served();
-  ASSERT_TRUE(hears(kIDaemonConnectionBecomeAvailableNotification));
-  EXPECT_EQ(heard[0].object, "com.Wevora.client.zoe.0." + std::to_string(agent->pid()));
-  heard.clear();
-  EXPECT_TRUE(hears(kIDaemonConnectionBecomeAvailableNotification));
+  ASSERT_TRUE(receives(kIDaemonConnectionBecomeAvailableNotification));
+  EXPECT_EQ(received[0].object, "com.Wevora.client.zoe.0." + std::to_string(agent->pid()));
+  received.clear();
+  EXPECT_TRUE(receives(kIDaemonConnectionBecomeAvailableNotification));
 }
 
-TEST_F(AgentServiceTest, ASignalEndsItAndLeavesNoSocket) {
+TEST_F(AgentServiceTest, ASignalEndsItAndRemovesItsSocket) {
   for (const int signal : {SIGTERM, SIGINT}) {
     const auto agent = served();
     ASSERT_TRUE(agent);
@@ -98,45 +98,45 @@ TEST_F(AgentServiceTest, ASignalEndsItAndLeavesNoSocket) {
   }
 }
 
-TEST_F(AgentServiceTest, TheNextAgentTakesOverWhatAKilledOneLeaves) {
-  const auto killed = keeping();
+TEST_F(AgentServiceTest, TheNextAgentReplacesTheSocketOfAKilledOne) {
+  const auto killed = following();
   ASSERT_TRUE(killed);
   killed->signal(SIGKILL);
   EXPECT_EQ(killed->waitForEnd(), 128 + SIGKILL);
   EXPECT_TRUE(fs::exists(socket()));
-  const auto next = keeping();
+  const auto next = following();
   ASSERT_TRUE(next);
   EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
 }
 
-TEST_F(AgentServiceTest, AnAgentIsNotPushedAsideByAnother) {
+TEST_F(AgentServiceTest, ASecondAgentOfTheSameNameIsRejected) {
   const auto first = served();
   ASSERT_TRUE(first);
   const auto second = ranToItsEnd(serveCommand({"--volume", volume.path()}));
   EXPECT_EQ(second.status, 1);
-  EXPECT_NE(second.errors.find("an agent runs already"), std::string::npos) << second.errors;
+  EXPECT_NE(second.errors.find("an agent is already running"), std::string::npos) << second.errors;
   EXPECT_FALSE(fs::exists(volume.path("Wevora-Account-7.db")));
   EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
   EXPECT_TRUE(served({"--seed", "5"}));
 }
 
-TEST_F(AgentServiceTest, WithoutABusItServesAndSaysSoInOneLine) {
+TEST_F(AgentServiceTest, WithoutABusItServesAndPrintsOneWarning) {
   testing_host::ChildProcess agent(serveCommand({"--volume", volume.path()}),
                                    {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere"}});
   ASSERT_TRUE(agent.waitForOutput("scanned "));
   EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
-  EXPECT_EQ(agent.errors(),
-            "wevora-agent-sim: no session bus can be reached: file managers are not told what "
-            "happens\n");
+  EXPECT_EQ(
+      agent.errors(),
+      "wevora-agent-sim: cannot reach a session bus: file managers are not notified of changes\n");
 }
 
 TEST_F(AgentServiceTest, ItOutlivesTheBus) {
-  const auto agent = keeping();
+  const auto agent = following();
   ASSERT_TRUE(agent);
   bus.stop();
   write("file");
   EXPECT_EQ(ctl({"event", "Something", "/a"}).status, 0);
-  EXPECT_TRUE(agent->waitForErrors("no session bus can be reached"));
+  EXPECT_TRUE(agent->waitForErrors("cannot reach a session bus"));
   EXPECT_EQ(asked("connectionStatus"), "(2,)\n");
 }
 

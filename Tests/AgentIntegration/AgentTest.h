@@ -19,21 +19,21 @@
 
 namespace wevora::testing_host {
 
-/// What an agent in another process tells over the bus.
-struct Heard {
+/// A notification of an agent in another process.
+struct Received {
   std::string name;
   std::string object;
   std::vector<std::string> paths;
   std::vector<std::string> words;
 
-  bool tells(const std::string& path, const std::string& word) const {
+  bool contains(const std::string& path, const std::string& word) const {
     return std::find(paths.begin(), paths.end(), path) != paths.end() &&
            std::find(words.begin(), words.end(), word) != words.end();
   }
 };
 
-/// Agents in processes of their own, on a session bus and in a runtime folder that are the test's,
-/// and a volume that they keep. The user "zoe" is nobody's.
+/// Agents in separate processes, with their own session bus, runtime folder and volume. The user
+/// "zoe" does not exist.
 class AgentTest : public testing::Test {
  protected:
   static constexpr const char* kUser = "zoe";
@@ -47,8 +47,9 @@ class AgentTest : public testing::Test {
                              kIDaemonConnectionConnectionStatusChangedNotification,
                              kIDaemonConnectionWVREventNotification})
       observations.push_back(center.observe(
-          name, std::nullopt,
-          [this](const platform::DistributedNotification& notification) { hear(notification); }));
+          name, std::nullopt, [this](const platform::DistributedNotification& notification) {
+            receive(notification);
+          }));
   }
 
   std::vector<std::string> serveCommand(std::vector<std::string> more) const {
@@ -56,14 +57,14 @@ class AgentTest : public testing::Test {
     command.insert(command.end(), more.begin(), more.end());
     return command;
   }
-  /// An agent that serves; null where it ends instead.
+  /// Starts an agent; returns null when it exits instead of serving.
   std::unique_ptr<ChildProcess> served(std::vector<std::string> more = {}) {
     auto agent = std::make_unique<ChildProcess>(serveCommand(std::move(more)));
     if (!agent->waitForOutput("serving ")) return nullptr;
     return agent;
   }
-  /// One that keeps the volume and has scanned it. It synchronizes as fast as it may.
-  std::unique_ptr<ChildProcess> keeping(std::vector<std::string> more = {"--sync-rate", "1000"}) {
+  /// Starts an agent that follows the volume, and waits for its first scan.
+  std::unique_ptr<ChildProcess> following(std::vector<std::string> more = {"--sync-rate", "1000"}) {
     more.insert(more.end(), {"--volume", volume.path()});
     auto agent = served(std::move(more));
     if (!agent || !agent->waitForOutput("scanned ")) return nullptr;
@@ -93,22 +94,23 @@ class AgentTest : public testing::Test {
     std::ofstream(volume.path(name)) << text;
   }
   static bool until(const std::function<bool()>& condition) { return runMainLoopUntil(condition); }
-  bool hears(const std::string& name) {
+  bool receives(const std::string& name) {
     return until([&] {
-      return std::any_of(heard.begin(), heard.end(), [&](auto& one) { return one.name == name; });
+      return std::any_of(received.begin(), received.end(),
+                         [&](auto& one) { return one.name == name; });
     });
   }
-  bool hearsOf(const std::string& item, const std::string& word) {
+  bool receivesEvent(const std::string& item, const std::string& word) {
     return until([&] {
-      return std::any_of(heard.begin(), heard.end(),
-                         [&](auto& one) { return one.tells(volume.path(item), word); });
+      return std::any_of(received.begin(), received.end(),
+                         [&](auto& one) { return one.contains(volume.path(item), word); });
     });
   }
 
-  /// What the database of an account says: the first value of a query.
+  /// The first value of a query on the database of an account.
   agent_sim::DatabaseValue value(const std::string& query,
-                                const std::vector<agent_sim::DatabaseValue>& values = {},
-                                const std::string& account = "7") {
+                                 const std::vector<agent_sim::DatabaseValue>& values = {},
+                                 const std::string& account = "7") {
     agent_sim::DatabaseWriter reader(volume.path("Wevora-Account-" + account + ".db"),
                                      agent_sim::DatabaseWriter::Mode::mustExist);
     const auto rows = reader.run(query, values);
@@ -127,14 +129,14 @@ class AgentTest : public testing::Test {
   MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/wevora-agent"};
   bool mounted = false;
   platform::BusNotificationCenter center;
-  std::vector<Heard> heard;
+  std::vector<Received> received;
 
  private:
-  void hear(const platform::DistributedNotification& notification) {
+  void receive(const platform::DistributedNotification& notification) {
     const auto& info = notification.userInfo;
-    heard.push_back({notification.name, notification.object.value_or(""),
-                     platform::textsIn(info, kIDaemonConnectionWVREventNotificationPathsKey),
-                     platform::textsIn(info, kIDaemonConnectionWVREventNotificationEventsKey)});
+    received.push_back({notification.name, notification.object.value_or(""),
+                        platform::textsIn(info, kIDaemonConnectionWVREventNotificationPathsKey),
+                        platform::textsIn(info, kIDaemonConnectionWVREventNotificationEventsKey)});
   }
 
   std::vector<std::unique_ptr<platform::DistributedNotificationCenter::Observation>> observations;

@@ -1,4 +1,4 @@
-// One volume's keeper, step by step, on a volume that is really mounted.
+// VolumeKeeper with a manual clock, on a mounted volume.
 
 #include "Apps/agent_sim/VolumeKeeper.h"
 
@@ -21,10 +21,10 @@ using agent_sim::FolderEvent;
 using testing_host::MountedVolume;
 using Texts = std::vector<std::string>;
 
-/// Notes what a keeper tells.
+/// Records the callbacks of a keeper.
 struct RecordingListener : VolumeListener {
   void itemHas(const std::string& path, const char* word) override {
-    told.push_back(path + " " + word);
+    events.push_back(path + " " + word);
   }
   void fileWaits(const std::string& path, platform::Date since) override {
     waiting.emplace_back(path, since);
@@ -37,7 +37,7 @@ struct RecordingListener : VolumeListener {
   void volumeIsGone(const std::string& /*mountPoint*/) override { ++away; }
   void warn(const std::string& text) override { warnings.push_back(text); }
 
-  Texts told;
+  Texts events;
   std::vector<std::pair<std::string, platform::Date>> waiting;
   Texts gone;
   int prepared = 0;
@@ -60,11 +60,11 @@ class VolumeKeeperTest : public testing::Test {
     keeper->useAccount("7");
     dispatch.runAll();
     ASSERT_EQ(listener.scanned.size(), 1U);
-    listener.told.clear();
+    listener.events.clear();
     listener.waiting.clear();
   }
   void notice(const std::string& name, FolderEvent::Kind kind = FolderEvent::Kind::item) {
-    keeper->noticed({kind, volume.path(), name});
+    keeper->handleFolderEvent({kind, volume.path(), name});
   }
 
   MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/wevora-keeper"};
@@ -79,7 +79,7 @@ class VolumeKeeperTest : public testing::Test {
                                  listener});
 };
 
-TEST_F(VolumeKeeperTest, AFileThatWasThereHasWaitedSinceItsDateAndANewOneSinceNow) {
+TEST_F(VolumeKeeperTest, AnExistingFileIsPendingSinceItsDateAndANewOneSinceNow) {
   ASSERT_TRUE(mounted);
   fs::last_write_time(
       volume.path("file"),
@@ -98,7 +98,7 @@ TEST_F(VolumeKeeperTest, AFileThatWasThereHasWaitedSinceItsDateAndANewOneSinceNo
   EXPECT_EQ(listener.waiting[1].second.secondsSince1970, 1'000'000.1);
 }
 
-TEST_F(VolumeKeeperTest, WhatIsWrittenInManyStepsIsLookedAtOnce) {
+TEST_F(VolumeKeeperTest, AFileThatIsWrittenInManyStepsIsScannedOnce) {
   start();
   for (int i = 0; i < 5; ++i) {
     write("new", std::string(static_cast<std::size_t>(i + 1), 'x'));
@@ -106,10 +106,10 @@ TEST_F(VolumeKeeperTest, WhatIsWrittenInManyStepsIsLookedAtOnce) {
     dispatch.advance(10ms);
   }
   dispatch.advance(1s);
-  EXPECT_EQ(listener.told, Texts{volume.path("new") + " Created"});
+  EXPECT_EQ(listener.events, Texts{volume.path("new") + " Created"});
 }
 
-TEST_F(VolumeKeeperTest, AFolderThatTakesTheNameOfAnotherIsScannedAnew) {
+TEST_F(VolumeKeeperTest, AFolderThatReplacesAnotherIsRescanned) {
   fs::create_directory(volume.path("a"));
   write("a/old");
   start();
@@ -120,46 +120,46 @@ TEST_F(VolumeKeeperTest, AFolderThatTakesTheNameOfAnotherIsScannedAnew) {
   notice("b", FolderEvent::Kind::folderArrived);
   notice("a", FolderEvent::Kind::folderArrived);
   dispatch.advance(1s);
-  std::sort(listener.told.begin(), listener.told.end());
-  EXPECT_EQ(listener.told,
+  std::sort(listener.events.begin(), listener.events.end());
+  EXPECT_EQ(listener.events,
             (Texts{volume.path("a/new") + " Created", volume.path("a/old") + " Removed",
                    volume.path("b") + " Created", volume.path("b/old") + " Created"}));
 }
 
-TEST_F(VolumeKeeperTest, EventsThatWereLostAreFoundByLookingAtEverything) {
+TEST_F(VolumeKeeperTest, LostEventsAreRecoveredByAFullScan) {
   start();
   fs::create_directories(volume.path("deep/deeper"));
   write("deep/deeper/new");
   keeper->scanAll();
   dispatch.runAll();
-  EXPECT_EQ(listener.told.back(), volume.path("deep/deeper/new") + " Created");
+  EXPECT_EQ(listener.events.back(), volume.path("deep/deeper/new") + " Created");
 }
 
-TEST_F(VolumeKeeperTest, AVolumeThatIsToBeUnmountedIsLeftAloneForAWhile) {
+TEST_F(VolumeKeeperTest, NoBatchRunsWhileItIsPaused) {
   start();
   keeper->pause(5s);
   write("new");
   notice("new");
   keeper->synchronize({volume.path("file")});
   dispatch.advance(4s);
-  EXPECT_TRUE(listener.told.empty());
+  EXPECT_TRUE(listener.events.empty());
   dispatch.advance(1s);
-  EXPECT_EQ(listener.told,
+  EXPECT_EQ(listener.events,
             (Texts{volume.path("file") + " Synchronized", volume.path("new") + " Created"}));
 }
 
-TEST_F(VolumeKeeperTest, AFileThatChangedSinceItWasSeenIsNotCalledBackedUp) {
+TEST_F(VolumeKeeperTest, AFileThatChangedSinceItsScanIsNotMarkedAsBackedUp) {
   start();
   write("file", "longer");
   keeper->synchronize({volume.path("file"), volume.path("unknown")});
   dispatch.runAll();
-  EXPECT_TRUE(listener.told.empty());
+  EXPECT_TRUE(listener.events.empty());
 }
 
-TEST_F(VolumeKeeperTest, AVolumeThatGoesIsWaitedForAndNothingIsWrittenInItsPlace) {
+TEST_F(VolumeKeeperTest, AnUnmountedVolumeIsRetriedAndNothingIsWrittenToItsMountPoint) {
   start();
   ASSERT_TRUE(volume.unmount());
-  keeper->noticed({FolderEvent::Kind::unmounted, volume.path(), ""});
+  keeper->handleFolderEvent({FolderEvent::Kind::unmounted, volume.path(), ""});
   EXPECT_EQ(listener.away, 1);
   dispatch.advance(10s);
   EXPECT_TRUE(fs::is_empty(volume.path()));
@@ -167,13 +167,13 @@ TEST_F(VolumeKeeperTest, AVolumeThatGoesIsWaitedForAndNothingIsWrittenInItsPlace
   ASSERT_TRUE(volume.mount());
   write("new");
   dispatch.advance(2s);
-  EXPECT_EQ(listener.told, Texts{volume.path("new") + " Created"});
+  EXPECT_EQ(listener.events, Texts{volume.path("new") + " Created"});
   EXPECT_EQ(listener.scanned.size(), 2U);
 }
 
-TEST_F(VolumeKeeperTest, AnotherAccountThatComesWhileTheVolumeIsWaitedForScansItOnce) {
+TEST_F(VolumeKeeperTest, AnAccountChangeDuringARetryScansTheVolumeOnce) {
   start();
-  keeper->noticed({FolderEvent::Kind::unmounted, volume.path(), ""});
+  keeper->handleFolderEvent({FolderEvent::Kind::unmounted, volume.path(), ""});
   dispatch.advance(1s);
   keeper->useAccount("9");
   dispatch.advance(10s);
@@ -181,23 +181,23 @@ TEST_F(VolumeKeeperTest, AnotherAccountThatComesWhileTheVolumeIsWaitedForScansIt
   EXPECT_EQ(listener.scanned.size(), 2U);
 }
 
-TEST_F(VolumeKeeperTest, ADatabaseThatIsTakenAwayIsMadeAnew) {
+TEST_F(VolumeKeeperTest, ADeletedDatabaseIsCreatedAgain) {
   start();
   fs::remove(volume.path("Wevora-Account-7.db"));
   write("new");
   notice("new");
   dispatch.advance(10s);
   EXPECT_EQ(listener.warnings.size(), 1U);
-  EXPECT_EQ(listener.told.size(), 2U);
+  EXPECT_EQ(listener.events.size(), 2U);
   EXPECT_TRUE(fs::exists(volume.path("Wevora-Account-7.db")));
 }
 
-TEST_F(VolumeKeeperTest, AnotherAccountBeginsWithADatabaseOfItsOwn) {
+TEST_F(VolumeKeeperTest, AnotherAccountStartsWithItsOwnDatabase) {
   start();
   keeper->useAccount("9");
   dispatch.runAll();
   EXPECT_EQ(listener.prepared, 2);
-  EXPECT_EQ(listener.told, Texts{volume.path("file") + " Created"});
+  EXPECT_EQ(listener.events, Texts{volume.path("file") + " Created"});
   EXPECT_TRUE(fs::exists(volume.path("Wevora-Account-9.db")));
 }
 

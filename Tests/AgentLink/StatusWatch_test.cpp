@@ -58,8 +58,9 @@ TEST_F(StatusWatchTest, WithoutAnAgentTheExitStatusIsThreeWithOneMessage) {
     const auto outcome = ranToItsEnd(words);
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.errors,
-              "wevora-status: no agent is running (--account ID asks without one)\n");
+    EXPECT_EQ(
+        outcome.errors,
+        "wevora-status: no agent is running (use --account ID to read an account without one)\n");
   }
 }
 
@@ -115,7 +116,7 @@ TEST_F(StatusWatchTest, TheBadgeSwitchTurnsTheStatusToNoneAndBack) {
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_ + "\nnone\t" + letter_ + "\n"));
   const auto meanwhile = ranToItsEnd({WEVORA_STATUS, letter_});
   EXPECT_EQ(meanwhile.output, "none\t" + letter_ + "\n");
-  EXPECT_EQ(meanwhile.errors, "wevora-status: badges are switched off (wevora-badges on)\n");
+  EXPECT_EQ(meanwhile.errors, "wevora-status: badges are switched off (run 'wevora-badges on')\n");
   EXPECT_EQ(errorsOf({WEVORA_BADGES, "on"}), "");
   EXPECT_TRUE(watcher->waitForOutput("none\t" + letter_ + "\ngreen\t" + letter_ + "\n"));
 }

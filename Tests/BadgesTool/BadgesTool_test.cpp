@@ -1,4 +1,4 @@
-// wevora-badges as a person runs it, with a home, a template and a session bus of the test's own.
+// The program wevora-badges, with its own home, settings template and session bus.
 
 #include <algorithm>
 #include <filesystem>
@@ -10,9 +10,9 @@
 
 #include "Platform/PropertyLists/PropertyLists.h"
 #include "Tests/Mounts/InMountNamespace.h"
-#include "Tests/SettingsFiles/OwnSettings.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 #include "Tests/SessionBus/SessionBus.h"
+#include "Tests/SettingsFiles/OwnSettings.h"
 #include "Tests/SettingsFiles/SettingsFiles.h"
 
 namespace wevora {
@@ -30,23 +30,23 @@ Outcome badges(std::vector<std::string> words) {
   return testing_host::ranToItsEnd(words);
 }
 
-/// Hears the switch's notifications on the bus.
+/// Counts the notifications of the switch on the bus.
 class Observer {
  public:
   explicit Observer(const std::string& address)
       : monitor_({"dbus-monitor", "--address", address,
                   "type='signal',interface='com.Wevora.DistributedNotificationCenter'"}) {
-    // The bus takes a monitor's name away: from then on it hears.
+    // The monitor loses its unique name when it starts to receive.
     EXPECT_TRUE(monitor_.waitForOutput("member=NameLost"));
   }
-  std::string heard() const { return monitor_.output(); }
+  std::string received() const { return monitor_.output(); }
   int switches() const {
     const std::string all = monitor_.output();
     int count = 0;
     for (std::size_t at = 0; (at = all.find(kSignal, at)) != std::string::npos; ++at) ++count;
     return count;
   }
-  bool hears(int wanted) {
+  bool waitForSwitches(int wanted) {
     return testing_host::runMainLoopUntil([&] { return switches() >= wanted; });
   }
 
@@ -85,7 +85,7 @@ TEST_F(BadgesToolTest, BadgesAreOnUntilTheyAreSwitchedOff) {
   EXPECT_EQ(setting(), Value(true));
 }
 
-TEST_F(BadgesToolTest, TheOtherSettingsStay) {
+TEST_F(BadgesToolTest, OtherSettingsAreKept) {
   ASSERT_EQ(badges({"off"}).status, 0);
   EXPECT_EQ(PropertyLists::read(file), Value(Dictionary{{"Other", "kept"},
                                                         {"HideDesktopItem", false},
@@ -94,32 +94,32 @@ TEST_F(BadgesToolTest, TheOtherSettingsStay) {
                                                         {"RunAtLoad", true}}));
 }
 
-TEST_F(BadgesToolTest, AnObserverIsToldOfEachSwitch) {
+TEST_F(BadgesToolTest, AnObserverIsNotifiedOfEachSwitch) {
   Observer observer(bus.address());
   int switches = 0;
   for (const char* command : {"off", "on", "on"}) {
     const auto outcome = badges({command});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.output + outcome.errors, "");
-    EXPECT_TRUE(observer.hears(++switches)) << observer.heard();
+    EXPECT_TRUE(observer.waitForSwitches(++switches)) << observer.received();
   }
   EXPECT_EQ(observer.switches(), 3);
 }
 
-TEST_F(BadgesToolTest, AskingForTheStatusTellsNobody) {
+TEST_F(BadgesToolTest, PrintingTheStatusPostsNothing) {
   Observer observer(bus.address());
   badges({"status"});
   badges({"off"});
   badges({"status"});
   badges({"on"});
-  EXPECT_TRUE(observer.hears(2));
+  EXPECT_TRUE(observer.waitForSwitches(2));
   EXPECT_EQ(observer.switches(), 2);
 }
 
-TEST_F(BadgesToolTest, WhoIsToldReadsTheNewSettingAtOnce) {
+TEST_F(BadgesToolTest, AnObserverReadsTheNewSettingAtOnce) {
   Observer observer(bus.address());
   badges({"off"});
-  ASSERT_TRUE(observer.hears(1));
+  ASSERT_TRUE(observer.waitForSwitches(1));
   EXPECT_EQ(setting(), Value(false));
 }
 
@@ -131,7 +131,7 @@ TEST_F(BadgesToolTest, WithoutASessionBusTheSettingIsWrittenAndTheStatusIsThree)
   EXPECT_EQ(badges({"status"}).output, "off\n");
 }
 
-TEST_F(BadgesToolTest, WithoutASettingsFileAndATemplateTheStatusIsOneAndTheTextSaysWhere) {
+TEST_F(BadgesToolTest, WithoutASettingsFileAndATemplateTheStatusIsOneAndTheMessageNamesBoth) {
   fs::remove(settingsTemplate);
   const auto outcome = badges({"off"});
   EXPECT_EQ(outcome.status, 1);
@@ -140,25 +140,25 @@ TEST_F(BadgesToolTest, WithoutASettingsFileAndATemplateTheStatusIsOneAndTheTextS
   EXPECT_EQ(badges({"status"}).output, "on\n");
 }
 
-TEST_F(BadgesToolTest, AUserWithoutAHomeFolderIsToldSo) {
+TEST_F(BadgesToolTest, AUserWithoutAHomeFolderGetsAnError) {
   std::ofstream("/etc/passwd", std::ios::trunc).flush();
   const auto outcome = badges({"off"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.errors.find("no home folder"), std::string::npos) << outcome.errors;
 }
 
-TEST_F(BadgesToolTest, NothingIsToldWhereNothingCouldBeWritten) {
+TEST_F(BadgesToolTest, NothingIsPostedWhenNothingWasWritten) {
   Observer observer(bus.address());
   fs::remove(settingsTemplate);
   badges({"off"});
   std::ofstream(settingsTemplate) << PropertyLists::xml({}).value();
   badges({"on"});
-  ASSERT_TRUE(observer.hears(1));
+  ASSERT_TRUE(observer.waitForSwitches(1));
   EXPECT_EQ(observer.switches(), 1);
   EXPECT_EQ(setting(), Value(true));
 }
 
-TEST_F(BadgesToolTest, AWrongCallEndsWithTwoAndOneLine) {
+TEST_F(BadgesToolTest, AUsageErrorExitsWithTwoAndPrintsOneLine) {
   using Words = std::vector<std::string>;
   for (const Words& words :
        {Words{}, Words{"fly"}, Words{"on", "off"}, Words{"--on"}, Words{"status", "now"}}) {
@@ -166,10 +166,11 @@ TEST_F(BadgesToolTest, AWrongCallEndsWithTwoAndOneLine) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1) << outcome.errors;
   }
+  EXPECT_EQ(badges({}).errors, "wevora-badges: expected 'on', 'off' or 'status' (try --help)\n");
   EXPECT_FALSE(fs::exists(file));
 }
 
-TEST_F(BadgesToolTest, HelpAndVersionAreAnswered) {
+TEST_F(BadgesToolTest, HelpAndVersionArePrinted) {
   EXPECT_TRUE(badges({"--help"}).output.starts_with("usage: wevora-badges"));
   EXPECT_EQ(badges({"--help"}).status, 0);
   EXPECT_EQ(badges({"--version"}).output, "wevora-badges 0.1.0\n");

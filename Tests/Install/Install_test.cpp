@@ -1,5 +1,4 @@
-// What "cmake --install" leaves, in a folder that stands for the system, with the build out of
-// sight.
+// The result of "cmake --install" with a DESTDIR; the build folder is hidden by a mount.
 
 #include <dlfcn.h>
 #include <filesystem>
@@ -41,7 +40,7 @@ const std::string kQtPlugin = kPlugin + "/Hosts/qt5/generic/wevora-pcmanfm-qt.so
 const std::string kModule = WEVORA_NAUTILUS_EXTENSIONS "/wevora-nautilus.so";
 const std::string kTemplate = "/etc/xdg/Wevora/wevora-settings.plist";
 
-/// All that is installed below the prefix, and nothing else is.
+/// All installed files below the prefix.
 const Paths kPrograms = {
     kPrefix + "/bin/wevora-agent-sim", kPrefix + "/bin/wevora-badges",
     kPrefix + "/bin/wevora-files",     kPrefix + "/bin/wevora-loader",
@@ -65,9 +64,9 @@ const Paths kData = {
     kContents + "/Resources/ok.icns", kContents + "/Resources/sidebar.tiff",
     kContents + "/Resources/w.icns",
 };
-/// What programs load that are no hosts of ours too.
+/// Libraries that programs other than the supported hosts load too.
 const Paths kInOtherPrograms = {kModule, kQtPlugin};
-/// And outside of it.
+/// All installed files outside the prefix.
 const Paths kSystem = {kModule, kTemplate};
 
 Paths together(std::initializer_list<Paths> sets) {
@@ -80,7 +79,7 @@ class InstallTest : public testing::Test {
  protected:
   struct Ended {
     int status;
-    std::string said;
+    std::string errors;
   };
   Ended install(const std::vector<std::string>& options = {}) const {
     return installInto(stage.path("root"), options);
@@ -90,21 +89,21 @@ class InstallTest : public testing::Test {
     std::vector<std::string> command = {WEVORA_CMAKE, "--install", WEVORA_BUILD};
     command.insert(command.end(), options.begin(), options.end());
     const auto outcome = ranToItsEnd(command, {{"DESTDIR", destination}});
-    // A message is wrapped where cmake likes to.
-    std::string said;
+    // Undo the line wrapping of CMake messages.
+    std::string errors;
     std::istringstream words(outcome.errors);
-    for (std::string word; words >> word;) said += word + " ";
-    return {outcome.status, said};
+    for (std::string word; words >> word;) errors += word + " ";
+    return {outcome.status, errors};
   }
   void installAll() const {
     const auto ended = install();
-    ASSERT_EQ(ended.status, 0) << ended.said;
-    // From here on nothing can be found where it was built.
+    ASSERT_EQ(ended.status, 0) << ended.errors;
+    // Hide the build folder: nothing may be loaded from it.
     ASSERT_EQ(::mount("tmpfs", WEVORA_BUILD, "tmpfs", 0, nullptr), 0);
   }
-  /// Where a path of the system lies here.
+  /// The staged copy of an installed path.
   std::string staged(const std::string& path) const { return stage.path("root") + path; }
-  /// The files of the stage, by their paths in the system.
+  /// The staged files, by their installed paths.
   Paths installed() const {
     Paths found;
     if (!fs::exists(staged("/"))) return found;
@@ -113,7 +112,7 @@ class InstallTest : public testing::Test {
         found.insert("/" + fs::relative(entry.path(), staged("/")).string());
     return found;
   }
-  /// The lines that a tool prints of a file.
+  /// The output lines of a command.
   std::vector<std::string> linesOf(const std::vector<std::string>& command) const {
     const auto outcome = ranToItsEnd(command);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
@@ -122,7 +121,7 @@ class InstallTest : public testing::Test {
     for (std::string line; std::getline(text, line);) lines.push_back(line);
     return lines;
   }
-  /// The folders in which a program or library has its libraries looked for.
+  /// The RUNPATH of a program or library.
   std::vector<std::string> runPathOf(const std::string& file) const {
     constexpr std::string_view kOrigin = "$ORIGIN";
     std::vector<std::string> folders;
@@ -146,12 +145,12 @@ class InstallTest : public testing::Test {
   platform::TemporaryFolder stage;
 };
 
-TEST_F(InstallTest, AllThatBelongsToTheSystemIsInstalledAndNothingElse) {
+TEST_F(InstallTest, AllFilesAreInstalledAndNothingElse) {
   installAll();
   EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kDesktopEntries, kSystem}));
 }
 
-TEST_F(InstallTest, EachPartFindsItsLibrariesWhereTheyAreInstalled) {
+TEST_F(InstallTest, EachBinaryFindsItsInstalledLibraries) {
   installAll();
   for (const auto& path : together({kPrograms, kLibraries, {kModule}})) {
     for (const auto& line : linesOf({"ldd", staged(path)})) {
@@ -163,7 +162,7 @@ TEST_F(InstallTest, EachPartFindsItsLibrariesWhereTheyAreInstalled) {
   }
 }
 
-TEST_F(InstallTest, NoPartLooksForLibrariesElsewhere) {
+TEST_F(InstallTest, NoBinaryHasAnotherRunPath) {
   installAll();
   for (const auto& path : together({kPrograms, kLibraries, {kModule}}))
     for (const auto& folder : runPathOf(staged(path)))
@@ -171,14 +170,14 @@ TEST_F(InstallTest, NoPartLooksForLibrariesElsewhere) {
   for (const auto& path : kInOtherPrograms) EXPECT_TRUE(runPathOf(staged(path)).empty()) << path;
 }
 
-TEST_F(InstallTest, WhatOtherProgramsLoadTooBringsNoOtherPartWithIt) {
+TEST_F(InstallTest, LibrariesThatOtherProgramsLoadHaveNoWevoraDependencies) {
   installAll();
   for (const auto& path : kInOtherPrograms)
     for (const auto& line : linesOf({"ldd", staged(path)}))
       EXPECT_EQ(line.find("libwevora_"), std::string::npos) << path << line;
 }
 
-TEST_F(InstallTest, EachProgramTellsItsVersion) {
+TEST_F(InstallTest, EachProgramPrintsItsVersion) {
   installAll();
   for (const auto& path : kPrograms) {
     const auto outcome = ranToItsEnd({staged(path), "--version"});
@@ -239,7 +238,7 @@ TEST_F(InstallTest, TheDesktopEntriesStartTheInstalledLoader) {
   }
 }
 
-TEST_F(InstallTest, TheBundleTellsItsVersion) {
+TEST_F(InstallTest, TheBundleContainsItsVersion) {
   installAll();
   const auto list = PropertyLists::read(staged(kContents + "/Info.plist"));
   ASSERT_TRUE(list && list->as<Dictionary>() != nullptr);
@@ -255,45 +254,45 @@ TEST_F(InstallTest, TheSettingsTemplateCanBeRead) {
 
 // The two components.
 
-TEST_F(InstallTest, WhatLiesBelowThePrefixIsInstalledWithoutTheRest) {
+TEST_F(InstallTest, TheComponentPrefixInstallsOnlyFilesBelowThePrefix) {
   const auto ended = install({"--component", "prefix"});
-  ASSERT_EQ(ended.status, 0) << ended.said;
+  ASSERT_EQ(ended.status, 0) << ended.errors;
   EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kDesktopEntries}));
 }
 
-TEST_F(InstallTest, WhatHasItsPlaceInTheSystemIsInstalledWithoutTheRest) {
+TEST_F(InstallTest, TheComponentSystemInstallsOnlyFilesOutsideThePrefix) {
   const auto ended = install({"--component", "system"});
-  ASSERT_EQ(ended.status, 0) << ended.said;
+  ASSERT_EQ(ended.status, 0) << ended.errors;
   EXPECT_EQ(installed(), kSystem);
 }
 
-// Installs that could not work.
+// Installs that fail.
 
-TEST_F(InstallTest, AnotherPrefixThanTheBuildsIsRefusedBeforeAnythingIsInstalled) {
+TEST_F(InstallTest, AnotherPrefixIsRejectedBeforeAnythingIsInstalled) {
   const auto ended = install({"--prefix", "/home/someone/.local"});
   EXPECT_NE(ended.status, 0);
-  EXPECT_NE(ended.said.find("-DCMAKE_INSTALL_PREFIX=/home/someone/.local"), std::string::npos)
-      << ended.said;
+  EXPECT_NE(ended.errors.find("-DCMAKE_INSTALL_PREFIX=/home/someone/.local"), std::string::npos)
+      << ended.errors;
   EXPECT_EQ(installed(), Paths{});
 }
 
-TEST_F(InstallTest, TheBuildsOwnPrefixMayBeNamed) {
+TEST_F(InstallTest, TheBuildsOwnPrefixIsAccepted) {
   const auto ended = install({"--prefix", kPrefix + "/"});
-  ASSERT_EQ(ended.status, 0) << ended.said;
+  ASSERT_EQ(ended.status, 0) << ended.errors;
   EXPECT_EQ(installed(), together({kPrograms, kLibraries, kData, kDesktopEntries, kSystem}));
 }
 
-TEST_F(InstallTest, WhoMayNotWriteTheSystemsFoldersIsToldSoBeforeAnythingIsInstalled) {
+TEST_F(InstallTest, UnwritableSystemFoldersAreReportedBeforeAnythingIsInstalled) {
   fs::path modules = WEVORA_NAUTILUS_EXTENSIONS;
   while (!fs::is_directory(modules)) modules = modules.parent_path();
   for (const fs::path& folder : {modules, fs::path("/etc/xdg")})
     ASSERT_EQ(::mount("tmpfs", folder.c_str(), "tmpfs", MS_RDONLY, nullptr), 0) << folder;
-  // Of these folders alone: whatever happens, the machine stays as it is.
+  // DESTDIR is unset: the read-only mounts keep the system unchanged.
   const auto ended = installInto(std::nullopt, {"--component", "system"});
   EXPECT_NE(ended.status, 0);
-  EXPECT_NE(ended.said.find("You may not write " WEVORA_NAUTILUS_EXTENSIONS), std::string::npos)
-      << ended.said;
-  EXPECT_NE(ended.said.find("--component prefix"), std::string::npos) << ended.said;
+  EXPECT_NE(ended.errors.find("You may not write " WEVORA_NAUTILUS_EXTENSIONS), std::string::npos)
+      << ended.errors;
+  EXPECT_NE(ended.errors.find("--component prefix"), std::string::npos) << ended.errors;
   EXPECT_TRUE(fs::is_empty(modules));
 }
 

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -46,11 +47,15 @@ class WevoraLoaderTest : public testing::Test {
 
 TEST_F(WevoraLoaderTest, AWrongCallIsToldOfInOneLine) {
   const QtSession session({});
-  for (const std::vector<std::string>& words :
-       {std::vector<std::string>{}, {"explorer"}, {"--status", "all"}, {"--restart", "all"}}) {
+  const std::string expected = "expected 'nautilus', 'pcmanfm-qt', 'pcmanfm-qt-desktop', ";
+  for (const auto& [words, message] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{}, expected},
+           {{"explorer"}, expected},
+           {{"--status", "all"}, "unexpected argument 'all'"},
+           {{"--restart", "all"}, "unexpected argument 'all'"}}) {
     const auto outcome = loader(words);
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_THAT(outcome.errors, StartsWith("wevora-loader: say nautilus, pcmanfm-qt"));
+    EXPECT_THAT(outcome.errors, StartsWith("wevora-loader: " + message));
     EXPECT_EQ(outcome.output, "");
   }
 }
