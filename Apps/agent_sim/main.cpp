@@ -12,7 +12,7 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "Platform/Base/Strings.h"
 #include "Platform/Base/Version.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
@@ -123,7 +123,7 @@ std::string volumeOf(const std::string& path, const std::string& account) {
   for (const auto& volume : platform::SystemVolumes().mountedVolumes())
     if (volume.rootPath.size() > longest.size() &&
         WVRFileTools::filePathBelongsToDirectoryAtPath(path, volume.rootPath) &&
-        platform::fileExistsAtPath(databasePath(volume.rootPath, account)).exists)
+        platform::statOfTarget(databasePath(volume.rootPath, account)))
       longest = volume.rootPath;
   if (longest.empty())
     throw Failure("the volume of " + path + " has no database of account " + account +
@@ -134,7 +134,7 @@ std::string volumeOf(const std::string& path, const std::string& account) {
 int runInit(const Call& call, const platform::Clock& clock) {
   const auto volume = mounted(call.volume);
   const auto path = databasePath(volume, call.account);
-  const bool existed = platform::fileExistsAtPath(path).exists;
+  const bool existed = platform::statOfTarget(path).has_value();
   // Asked before anything is made, so that a wrong folder leaves no database behind.
   for (const auto* folders : {&call.included, &call.excluded})
     for (const auto& folder : *folders) folderOfRule(volume, folder);

@@ -79,8 +79,9 @@ int StoppableFileCalls::flushVolume(int file) {
   return isStopped() ? -1 : FileSystemCalls::flushVolume(file);
 }
 
-int StoppableFileCalls::renameToNew(int folder, const std::string& from, const std::string& to) {
-  return isStopped() ? -1 : FileSystemCalls::renameToNew(folder, from, to);
+int StoppableFileCalls::renameNoReplace(int folder, const std::string& from,
+                                        const std::string& to) {
+  return isStopped() ? -1 : FileSystemCalls::renameNoReplace(folder, from, to);
 }
 
 }  // namespace wevora::files

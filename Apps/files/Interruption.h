@@ -53,7 +53,7 @@ class StoppableFileCalls : public platform::FileSystemCalls {
   int resize(int file, off_t size) override;
   int flush(int file) override;
   int flushVolume(int file) override;
-  int renameToNew(int folder, const std::string& from, const std::string& to) override;
+  int renameNoReplace(int folder, const std::string& from, const std::string& to) override;
 };
 
 }  // namespace wevora::files

@@ -38,7 +38,7 @@ std::uint64_t bytesAt(DirectoryCursor& position, const std::string& name) {
 
 std::uint64_t bytesOfFiles(const std::string& path) {
   const auto item = platform::withoutTrailingSeparators(path);
-  Descriptor folder = platform::folderHolding(item);
+  Descriptor folder = platform::openParentFolder(item);
   if (!folder) return 0;
   DirectoryCursor position(std::move(folder));
   return bytesAt(position, std::string(platform::lastPathComponent(item)));

@@ -256,9 +256,9 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
   for (const auto& failure :
        {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0}, Failure{Call::read, EIO, 1},
         Failure{Call::openToRead, EACCES, 0}, Failure{Call::flush, EIO, 0},
-        Failure{Call::close, EIO, 0}, Failure{Call::renameToNew, ENOSPC, 0}}) {
+        Failure{Call::close, EIO, 0}, Failure{Call::renameNoReplace, ENOSPC, 0}}) {
     FaultInjectingFileSystem calls;
-    calls.copyWithoutTheKernel();
+    calls.disableKernelCopy();
     calls.fail(failure.call, failure.error, failure.nth);
     platform::SystemFileOperations operations(calls);
     EXPECT_FALSE(
@@ -270,7 +270,7 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
 
 TEST_F(BackupTest, AFileThatComesToRestIsCopiedByALaterAttempt) {
   FaultInjectingFileSystem calls;
-  calls.copyWithoutTheKernel();
+  calls.disableKernelCopy();
   file("a", "first");
   int changes = 0;
   calls.before(Call::write, [&] {

@@ -1,7 +1,7 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Hidden.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Files/Listing.h"
@@ -34,7 +34,7 @@ Followed followLinks(const std::string& path, ItemKind kind) {
 bool leadsToFolder(const std::string& path, ItemKind kind) {
   if (kind == ItemKind::folder) return true;
   const bool mayLead = kind == ItemKind::link || kind == ItemKind::unknown;
-  return mayLead && platform::fileExistsAtPath(path).isDirectory;
+  return mayLead && platform::isDirectory(platform::statOfTarget(path));
 }
 
 }  // namespace

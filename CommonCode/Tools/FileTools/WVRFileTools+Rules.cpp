@@ -3,7 +3,7 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Hidden.h"
 #include "Platform/Files/Trash.h"
 
@@ -66,18 +66,18 @@ bool WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtURL(std::string_vie
 }
 
 bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path) {
-  const auto item = platform::fileExistsAtPath(path);
-  if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtPath(path, item.isDirectory))
-    return true;
-  return visibleItemShouldBeIgnored(path, item.isDirectory);
+  const auto item = platform::statOfTarget(path);
+  const bool isFolder = platform::isDirectory(item);
+  if (item && quickCheckIfExistingFileShouldBeFilteredAtPath(path, isFolder)) return true;
+  return visibleItemShouldBeIgnored(path, isFolder);
 }
 
 bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path,
                                                      std::string_view withURL) {
-  const auto item = platform::fileExistsAtPath(path);
-  if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtURL(withURL, item.isDirectory))
-    return true;
-  return visibleItemShouldBeIgnored(path, item.isDirectory);
+  const auto item = platform::statOfTarget(path);
+  const bool isFolder = platform::isDirectory(item);
+  if (item && quickCheckIfExistingFileShouldBeFilteredAtURL(withURL, isFolder)) return true;
+  return visibleItemShouldBeIgnored(path, isFolder);
 }
 
 bool WVRFileTools::visibleItemShouldBeIgnored(const std::string& path, bool isDirectory) {
@@ -106,9 +106,9 @@ bool WVRFileTools::fileShouldBeIgnored(const std::string& path,
   if (inExplicitIncudedFolderWithFSPath.empty()) return false;
   const auto rootLength = platform::utf16Length(inExplicitIncudedFolderWithFSPath);
   if (platform::utf16Length(path) <= rootLength) return false;
-  const auto item = platform::fileExistsAtPath(path);
-  if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtPath(path, item.isDirectory))
-    return true;
+  const auto item = platform::statOfTarget(path);
+  const bool isFolder = platform::isDirectory(item);
+  if (item && quickCheckIfExistingFileShouldBeFilteredAtPath(path, isFolder)) return true;
   if (isIgnoredByLastComponent(path)) return true;
   std::string_view folder = platform::pathWithoutLastComponent(path);
   while (platform::utf16Length(folder) > rootLength) {
