@@ -1,3 +1,4 @@
+#include <climits>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 #include "Platform/Files/Copy/DirectoryCursor.h"
 #include "Platform/Files/Copy/FileOperations.h"
 #include "Platform/Files/Copy/ProtectedItem.h"
+#include "Tests/Doubles/DescriptorLimit.h"
 #include "Tests/Doubles/FaultInjectingFileSystem.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -140,14 +142,20 @@ TEST_F(RemoveItemTest, AFolderIsRemovedOnlyByItsOwnName) {
   EXPECT_TRUE(fs::exists(folder.path("a/file")));
 }
 
-TEST_F(RemoveItemTest, RemovesATreeDeeperThanTheDescriptorLimitOfAProcess) {
+TEST_F(RemoveItemTest, RemovesATreeDeeperThanTheDescriptorAndPathLimits) {
+  constexpr rlim_t kDescriptors = 64;
+  constexpr std::size_t kDepth = 100;
+  const std::string name(100, 'd');
+  static_assert(kDepth > kDescriptors);
+  ASSERT_GT(kDepth * name.size(), std::size_t{PATH_MAX});
   Descriptor current(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
-  for (int depth = 0; depth < 3000; ++depth) {
-    ASSERT_EQ(::mkdirat(current.get(), "d", 0700), 0);
-    current = Descriptor(::openat(current.get(), "d", O_RDONLY | O_DIRECTORY));
+  for (std::size_t depth = 0; depth < kDepth; ++depth) {
+    ASSERT_EQ(::mkdirat(current.get(), name.c_str(), 0700), 0);
+    current = Descriptor(::openat(current.get(), name.c_str(), O_RDONLY | O_DIRECTORY));
   }
-  EXPECT_FALSE(operations.removeItem(folder.path("d")));
-  EXPECT_FALSE(fs::exists(folder.path("d")));
+  const DescriptorLimit limit(kDescriptors);
+  EXPECT_FALSE(operations.removeItem(folder.path(name)));
+  EXPECT_FALSE(fs::exists(folder.path(name)));
 }
 
 TEST_F(DirectoryCursorTest, LeavingAFolderThatWasMovedMeanwhileFails) {
