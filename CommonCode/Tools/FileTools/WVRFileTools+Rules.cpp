@@ -10,9 +10,9 @@
 namespace wevora {
 namespace {
 
-/// What the service never looks at.
+/// Names that are never backed up.
 struct IgnoreLists {
-  // In pieces: together, "??" and "-" would be a trigraph.
+  // Split because "??-" is a trigraph.
   const std::vector<std::string> ignoredFileNames = {
       "Wevora-Account-????????"
       "-????"
@@ -28,7 +28,7 @@ struct IgnoreLists {
   }
 };
 
-/// What follows the last dot; none without a dot.
+/// The text after the last dot; empty without a dot.
 std::string_view extensionOf(std::string_view name) {
   const auto dot = name.rfind('.');
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
@@ -47,7 +47,7 @@ void WVRFileTools::load() {
 bool WVRFileTools::quickCheckIfFileShouldBeIgnoredByName(std::string_view name) {
   const auto& lists = IgnoreLists::shared();
   for (const auto& pattern : lists.ignoredFileNames)
-    if (matchesWildcard(name, pattern, LetterCase::ignored)) return true;
+    if (matchesWildcard(name, pattern, LetterCase::insensitive)) return true;
   const std::string extension = platform::lowercased(extensionOf(name));
   for (const auto& ignored : lists.ignoredFileExtensions)
     if (extension == ignored) return true;

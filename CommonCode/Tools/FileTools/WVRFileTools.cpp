@@ -10,7 +10,7 @@
 namespace wevora {
 namespace {
 
-/// The text that the path's file URL has: an existing folder's ends with a separator.
+/// The path as it appears in its file URL, where an existing folder ends with a separator.
 std::string fileUrlPath(std::string_view path) {
   std::string text(path);
   if (text.size() > 1 && text.back() == '/') text.pop_back();
