@@ -42,7 +42,8 @@ int setFlags(std::span<const char* const> arguments) {
     try {
       setHidden(path, hidden);
     } catch (const std::exception& failure) {
-      std::cerr << "chflags: " << command_line::oneLine(path) << ": " << failure.what() << "\n";
+      std::cerr << "chflags: cannot change the visibility of '" << command_line::oneLine(path)
+                << "': " << failure.what() << "\n";
       status = kFailed;
     }
   }
