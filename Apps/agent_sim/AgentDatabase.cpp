@@ -1,13 +1,12 @@
 #include "Apps/agent_sim/AgentDatabase.h"
 
-#include <system_error>
 #include <utility>
 
 #include "Apps/agent_sim/FileTable.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "FinderIntegration/finder_bundle/IconProvider/WVDBPool.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
@@ -72,7 +71,7 @@ std::string databasePath(const std::string& mountPoint, const std::string& accou
 std::string folderOfRule(const std::string& mountPoint, const std::string& folder) {
   const auto path = platform::standardizedPath(
       folder.starts_with("/") ? folder : platform::pathByAppendingComponent(mountPoint, folder));
-  if (!platform::fileExistsAtPath(path).isDirectory)
+  if (!platform::isDirectory(platform::statOfTarget(path)))
     throw Failure("'" + path + "' is not a folder");
   return relative(mountPoint, path);
 }
@@ -226,13 +225,13 @@ std::optional<std::vector<ScannedItem>> AgentDatabase::Updates::scanFolder(
 
 bool AgentDatabase::Updates::synchronize(const std::string& path) {
   const auto id = database_.knownIdentifierOf(path);
-  std::error_code failed;
-  const auto found = FileFacts::at(path, failed);
+  const auto found = platform::statOf(path);
   if (!id || !found) return false;
   database_.writer_.run("UPDATE " + kFile + " SET " + kSynchronized + "=? WHERE " + kID +
                             "=? AND " + kFileTableColumnFileSize + "=? AND " +
                             kFileTableColumnModifyDate + "=?",
-                        {dateValue(database_.clock_.now()), *id, found->size, found->modified});
+                        {dateValue(database_.clock_.now()), *id, std::int64_t{found->st_size},
+                         modifyDateText(*found)});
   return database_.writer_.changes() > 0;
 }
 

@@ -3,7 +3,7 @@
 #include <iostream>
 
 #include "Apps/agent_sim/AgentDatabase.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
@@ -19,7 +19,7 @@ void say(std::string_view text) {
 std::string mounted(const std::string& volume) {
   if (!platform::SystemVolumes().fileSystemTypeOf(volume))
     throw Failure("'" + volume + "' is not the mount point of a volume");
-  if (!platform::fileExistsAtPath(volume).isDirectory)
+  if (!platform::isDirectory(platform::statOfTarget(volume)))
     throw Failure("'" + volume + "' is not a folder");
   return volume;
 }

@@ -5,6 +5,7 @@
 
 #include "Apps/agent_sim/DatabaseWriter.h"
 #include "Platform/Base/Date.h"
+#include "Platform/Files/FileStat.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVRDeviceInformationHandler/DBConnection/Models/SyncDatabaseSchema.h"
 #include "WevoraAgent/WevoraAgent/Classes/Device/WVREventJournalEntry/NSDate+DBFormat.h"
 
@@ -25,6 +26,11 @@ inline std::string textOf(const DatabaseValue& value) {
 inline DatabaseValue dateValue(const platform::Date& date) {
   auto text = dbFormat(date);
   return text ? DatabaseValue(std::move(*text)) : DatabaseValue(nullptr);
+}
+
+/// The modification date as the table stores it; empty for a date that it cannot represent.
+inline std::string modifyDateText(const platform::FileStat& status) {
+  return dbFormat(platform::modificationDate(status)).value_or("");
 }
 
 }  // namespace wevora::agent_sim::file_table

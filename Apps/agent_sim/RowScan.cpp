@@ -5,7 +5,9 @@
 
 #include "Apps/agent_sim/AgentDatabase.h"
 #include "Apps/agent_sim/FileTable.h"
+#include "Apps/agent_sim/OwnFiles.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
+#include "Platform/Base/Errno.h"
 #include "Platform/Base/Strings.h"
 
 namespace wevora::agent_sim {
@@ -30,17 +32,15 @@ RowScan::RowScan(DatabaseWriter& writer, const string& mountPoint, platform::Dat
       touch_(touch),
       warn_(std::move(warn)),
       step_(std::move(step)) {
-  std::error_code failed;
-  const auto top = FileFacts::at(top_, failed);
-  if (!top || !top->isFolder) throw Failure("'" + top_ + "' is not a folder");
-  device_ = top->device;
+  const auto top = platform::statOf(top_);
+  if (!platform::isDirectory(top)) throw Failure("'" + top_ + "' is not a folder");
+  device_ = top->st_dev;
 }
 
 std::optional<std::vector<ScannedItem>> RowScan::folder(const string& path, const string& id,
                                                         const Names* names) {
-  std::error_code failed;
-  const auto facts = FileFacts::at(path, failed);
-  if (!facts || !facts->isFolder || facts->device != device_) return std::nullopt;
+  const auto status = platform::statOf(path);
+  if (!platform::isDirectory(status) || status->st_dev != device_) return std::nullopt;
   auto rows = rowsBelow(id, names);
   std::vector<ScannedItem> items;
   std::optional<Names> all;
@@ -52,7 +52,8 @@ std::optional<std::vector<ScannedItem>> RowScan::folder(const string& path, cons
   for (const auto& name : *names) {
     if (path == top_ && isOwnFile(name)) continue;
     const string itemPath = platform::pathByAppendingComponent(path, name);
-    const auto found = FileFacts::at(itemPath, failed);
+    const auto found = platform::statOf(itemPath);
+    const auto failed = found ? std::error_code() : platform::lastError();
     // Its row is removed below.
     if (!found && failed == std::errc::no_such_file_or_directory) continue;
     std::optional<Row> row;
@@ -110,10 +111,11 @@ RowScan::Rows RowScan::rowsBelow(const string& parent, const Names* names) {
   return rows;
 }
 
-void RowScan::scanItem(const string& parent, const string& name, const FileFacts& found,
+void RowScan::scanItem(const string& parent, const string& name, const platform::FileStat& found,
                        std::optional<Row> row, std::vector<ScannedItem>& items) {
   using Fate = ScannedItem::Fate;
-  if (row && row->isFolder != found.isFolder) {
+  const bool isFolder = platform::isDirectory(found);
+  if (row && row->isFolder != isFolder) {
     remove(name, *row, items);
     row.reset();
   }
@@ -126,31 +128,32 @@ void RowScan::scanItem(const string& parent, const string& name, const FileFacts
   items.push_back({.name = name,
                    .id = id,
                    .fate = fate,
-                   .isFolder = found.isFolder,
-                   .isOfVolume = found.device == device_,
-                   .waits = !found.isFolder && (fate != Fate::same || !row->synchronized),
-                   .date = found.date});
+                   .isFolder = isFolder,
+                   .isOfVolume = found.st_dev == device_,
+                   .waits = !isFolder && (fate != Fate::same || !row->synchronized),
+                   .date = platform::modificationDate(found)});
 }
 
-void RowScan::add(const string& parent, const string& name, const FileFacts& found,
+void RowScan::add(const string& parent, const string& name, const platform::FileStat& found,
                   const string& id) {
-  writer_.run(
-      "INSERT INTO " + kFile + "(" + kID + "," + kParent + "," + kFileTableColumnIsFolder + "," +
-          kFileTableColumnNameShort + "," + kName + "," + kFileTableColumnFileSize + "," +
-          kFileTableColumnModifyDate + "," + kFileTableColumnScannedDate +
-          ") VALUES(?, ?, ?, ?, ?, ?, ?, ?)",
-      {id, parent, std::int64_t{found.isFolder}, name, name, found.size, found.modified, now_});
+  writer_.run("INSERT INTO " + kFile + "(" + kID + "," + kParent + "," + kFileTableColumnIsFolder +
+                  "," + kFileTableColumnNameShort + "," + kName + "," + kFileTableColumnFileSize +
+                  "," + kFileTableColumnModifyDate + "," + kFileTableColumnScannedDate +
+                  ") VALUES(?, ?, ?, ?, ?, ?, ?, ?)",
+              {id, parent, std::int64_t{platform::isDirectory(found)}, name, name,
+               std::int64_t{found.st_size}, modifyDateText(found), now_});
 }
 
-bool RowScan::update(const FileFacts& found, const Row& row) {
-  const bool differs = found.size != row.size || found.modified != row.modified;
-  const bool changed = !found.isFolder && differs;
+bool RowScan::update(const platform::FileStat& found, const Row& row) {
+  const std::string modified = modifyDateText(found);
+  const bool differs = found.st_size != row.size || modified != row.modified;
+  const bool changed = !platform::isDirectory(found) && differs;
   if (!differs && touch_ == Touch::changedRows) return false;
   const string pending = changed ? "," + kSynchronized + "=NULL" : "";
   writer_.run("UPDATE " + kFile + " SET " + kFileTableColumnFileSize + "=?," +
                   kFileTableColumnModifyDate + "=?," + kFileTableColumnScannedDate + "=?" +
                   pending + " WHERE " + kID + "=?",
-              {found.size, found.modified, now_, row.id});
+              {std::int64_t{found.st_size}, modified, now_, row.id});
   return changed;
 }
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "Apps/agent_sim/DatabaseWriter.h"
-#include "Apps/agent_sim/FileFacts.h"
 #include "Platform/Base/Date.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora::agent_sim {
 
@@ -55,11 +55,11 @@ class RowScan {
 
   Rows rowsBelow(const std::string& parent, const Names* names);
   std::optional<Names> listed(const std::string& path);
-  void scanItem(const std::string& parent, const std::string& name, const FileFacts& found,
+  void scanItem(const std::string& parent, const std::string& name, const platform::FileStat& found,
                 std::optional<Row> row, std::vector<ScannedItem>& items);
-  void add(const std::string& parent, const std::string& name, const FileFacts& found,
+  void add(const std::string& parent, const std::string& name, const platform::FileStat& found,
            const std::string& id);
-  bool update(const FileFacts& found, const Row& row);
+  bool update(const platform::FileStat& found, const Row& row);
   void remove(const std::string& name, const Row& row, std::vector<ScannedItem>& items);
   void warnOf(const std::string& path, const std::error_code& failed) const;
 

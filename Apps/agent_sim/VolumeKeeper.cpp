@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "Apps/agent_sim/EventCoalescer.h"
-#include "Apps/agent_sim/FileFacts.h"
+#include "Apps/agent_sim/OwnFiles.h"
 #include "Platform/Base/Strings.h"
 
 namespace wevora::agent_sim {

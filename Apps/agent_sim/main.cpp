@@ -11,7 +11,7 @@
 #include "Apps/agent_sim/Ctl.h"
 #include "Apps/agent_sim/Serve.h"
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Volumes/Volumes.h"
 
 namespace wevora::agent_sim {
@@ -27,7 +27,7 @@ std::string volumeOf(const std::string& path, const std::string& account) {
   for (const auto& volume : platform::SystemVolumes().mountedVolumes())
     if (volume.rootPath.size() > longest.size() &&
         WVRFileTools::filePathBelongsToDirectoryAtPath(path, volume.rootPath) &&
-        platform::fileExistsAtPath(databasePath(volume.rootPath, account)).exists)
+        platform::statOfTarget(databasePath(volume.rootPath, account)))
       longest = volume.rootPath;
   if (longest.empty())
     throw Failure("cannot mark '" + path + "': its volume has no database of account " + account +
@@ -38,7 +38,7 @@ std::string volumeOf(const std::string& path, const std::string& account) {
 int runInit(const VolumeOptions& options, const platform::Clock& clock) {
   const auto volume = mounted(options.volume);
   const auto path = databasePath(volume, options.account);
-  const bool existed = platform::fileExistsAtPath(path).exists;
+  const bool existed = platform::statOfTarget(path).has_value();
   // Before the database is created, so that a wrong folder leaves none behind.
   for (const auto* folders : {&options.included, &options.excluded})
     for (const auto& folder : *folders) folderOfRule(volume, folder);

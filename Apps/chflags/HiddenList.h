@@ -5,14 +5,15 @@
 
 namespace wevora::chflags {
 
-/// Adds an item's name to the ".hidden" file of its folder, once only, or takes it out. The other
-/// lines stay as they are; the file is replaced as a whole, and it goes when nothing is left in it.
-/// A link at the end of the path is marked itself. Two programs that mark items of one folder at
-/// once take turns; one that waits longer than its patience gives up. Throws std::runtime_error,
-/// with the reason in one line, for a name that holds a line end, for an item that is to be hidden
-/// and does not exist, and for a folder that cannot be changed; the list is then as it was.
-/// Threads: any.
+/// Adds an item's name to the ".hidden" file of its folder, unless it is listed already, or removes
+/// it. The other lines stay unchanged; the file is replaced atomically, and removed when it becomes
+/// empty. A link at the end of the path is not followed.
+/// Thread-safety: safe from any thread. A file lock on the folder serializes processes; the call
+///   fails when it does not get the lock within `lockTimeout`.
+/// Errors: throws std::runtime_error with the reason in one line for a name with a line break, for
+///   an item to hide that is missing, and for a folder that cannot be changed. The ".hidden" file
+///   is then unchanged.
 void setHidden(const std::string& path, bool hidden,
-               std::chrono::milliseconds patience = std::chrono::seconds(5));
+               std::chrono::milliseconds lockTimeout = std::chrono::seconds(5));
 
 }  // namespace wevora::chflags

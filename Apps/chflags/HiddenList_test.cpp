@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Base/Descriptor.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Hidden.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -59,21 +60,21 @@ TEST_F(SetHiddenTest, AnItemIsListedOnceAndInvisible) {
   EXPECT_EQ(items(), 3U);
 }
 
-TEST_F(SetHiddenTest, OtherLinesStayAsTheyAre) {
-  writeList("# note\n\nb\r\nlast");
+TEST_F(SetHiddenTest, OtherLinesStayUnchanged) {
+  writeList("# comment\n\nb\r\nlast");
   setHidden(file("a"), true);
-  EXPECT_EQ(list(), "# note\n\nb\r\nlast\na\n");
+  EXPECT_EQ(list(), "# comment\n\nb\r\nlast\na\n");
   setHidden(folder.path("a"), false);
-  EXPECT_EQ(list(), "# note\n\nb\r\nlast\n");
+  EXPECT_EQ(list(), "# comment\n\nb\r\nlast\n");
 }
 
-TEST_F(SetHiddenTest, EveryLineOfTheNameIsTakenOut) {
+TEST_F(SetHiddenTest, EveryLineWithTheNameIsRemoved) {
   writeList("a\nb\na\nab\na");
   setHidden(folder.path("a"), false);
   EXPECT_EQ(list(), "b\nab\n");
 }
 
-TEST_F(SetHiddenTest, AListInWhichNothingIsLeftIsRemoved) {
+TEST_F(SetHiddenTest, AnEmptyListIsRemoved) {
   setHidden(file("a"), true);
   setHidden(folder.path("a"), false);
   EXPECT_EQ(items(), 1U);
@@ -85,12 +86,12 @@ TEST_F(SetHiddenTest, TheListKeepsItsMode) {
   writeList("b\n");
   ::chmod(folder.path(".hidden").c_str(), 0604);
   setHidden(file("a"), true);
-  struct stat facts {};
-  ::stat(folder.path(".hidden").c_str(), &facts);
-  EXPECT_EQ(facts.st_mode & 07777U, 0604U);
+  const auto status = platform::statOfTarget(folder.path(".hidden"));
+  ASSERT_TRUE(status);
+  EXPECT_EQ(status->st_mode & 07777U, 0604U);
 }
 
-TEST_F(SetHiddenTest, FoldersAndLinksAreMarkedThemselves) {
+TEST_F(SetHiddenTest, FoldersAreHiddenByNameAndLinksAreNotFollowed) {
   fs::create_directory(folder.path("folder"));
   fs::create_directory_symlink("folder", folder.path("link"));
   setHidden(folder.path("folder/"), true);
@@ -100,7 +101,7 @@ TEST_F(SetHiddenTest, FoldersAndLinksAreMarkedThemselves) {
   EXPECT_EQ(list(), "link\n");
 }
 
-TEST_F(SetHiddenTest, AListBehindALinkIsChangedWhereItIs) {
+TEST_F(SetHiddenTest, AListBehindALinkIsChangedAtTheTarget) {
   fs::create_directory(folder.path("elsewhere"));
   std::ofstream(folder.path("elsewhere/list")) << "b\n";
   fs::create_symlink("elsewhere/list", folder.path(".hidden"));
@@ -109,35 +110,36 @@ TEST_F(SetHiddenTest, AListBehindALinkIsChangedWhereItIs) {
   EXPECT_EQ(list(), "b\na\n");
 }
 
-TEST_F(SetHiddenTest, ANameWithALineEndIsRefused) {
-  EXPECT_THAT(failureOf(file("a\nb")), testing::HasSubstr("line end"));
-  EXPECT_THAT(failureOf(folder.path("a\nb"), false), testing::HasSubstr("line end"));
+TEST_F(SetHiddenTest, ANameWithALineBreakIsRefused) {
+  EXPECT_THAT(failureOf(file("a\nb")), testing::HasSubstr("line break"));
+  EXPECT_THAT(failureOf(folder.path("a\nb"), false), testing::HasSubstr("line break"));
   EXPECT_EQ(items(), 1U);
 }
 
-TEST_F(SetHiddenTest, WhatDoesNotExistIsNotHiddenButCanBeTakenOut) {
+TEST_F(SetHiddenTest, AMissingItemCannotBeHiddenButCanBeRemovedFromTheList) {
   EXPECT_THAT(failureOf(folder.path("gone")), testing::HasSubstr("No such file"));
-  EXPECT_THAT(failureOf(folder.path("gone/deeper"), false), testing::HasSubstr("folder"));
-  EXPECT_THAT(failureOf("/"), testing::HasSubstr("in no folder"));
-  EXPECT_THAT(failureOf(""), testing::HasSubstr("in no folder"));
+  EXPECT_THAT(failureOf(folder.path("gone/deeper"), false),
+              testing::HasSubstr("cannot open the folder"));
+  EXPECT_THAT(failureOf("/"), testing::HasSubstr("does not name an item"));
+  EXPECT_THAT(failureOf(""), testing::HasSubstr("does not name an item"));
   writeList("gone\n");
   EXPECT_EQ(failureOf(folder.path("gone"), false), "");
   EXPECT_EQ(items(), 0U);
 }
 
-TEST_F(SetHiddenTest, AListThatIsNoFileIsLeftAlone) {
+TEST_F(SetHiddenTest, AListThatIsNotARegularFileStaysUnchanged) {
   fs::create_directory(folder.path(".hidden"));
   EXPECT_NE(failureOf(file("a")), "");
   fs::remove(folder.path(".hidden"));
   ASSERT_EQ(::mkfifo(folder.path(".hidden").c_str(), 0600), 0);
-  EXPECT_THAT(failureOf(folder.path("a")), testing::HasSubstr("no file"));
+  EXPECT_THAT(failureOf(folder.path("a")), testing::HasSubstr("not a regular file"));
   fs::remove(folder.path(".hidden"));
   fs::create_symlink(".hidden", folder.path(".hidden"));
   EXPECT_NE(failureOf(folder.path("a")), "");
   EXPECT_EQ(items(), 2U);
 }
 
-TEST_F(SetHiddenTest, AListBehindALinkThatLeadsNowhereYetIsMadeThere) {
+TEST_F(SetHiddenTest, AListBehindADanglingLinkIsCreatedAtTheTarget) {
   fs::create_directory(folder.path("elsewhere"));
   fs::create_symlink("elsewhere/list", folder.path(".hidden"));
   setHidden(file("a"), true);
@@ -152,18 +154,17 @@ TEST_F(SetHiddenTest, TheListKeepsItsOwnerAndItsMode) {
   const bool given = ::chown(path.c_str(), 4711, 4712) == 0;
   EXPECT_EQ(given, ::geteuid() == 0);
   ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
-  struct stat before {};
-  struct stat after {};
-  ASSERT_EQ(::stat(path.c_str(), &before), 0);
+  const auto before = platform::statOfTarget(path);
   setHidden(file("a"), true);
-  ASSERT_EQ(::stat(path.c_str(), &after), 0);
-  EXPECT_NE(before.st_ino, after.st_ino);
-  EXPECT_EQ(before.st_uid, after.st_uid);
-  EXPECT_EQ(before.st_gid, after.st_gid);
-  EXPECT_EQ(before.st_mode, after.st_mode);
+  const auto after = platform::statOfTarget(path);
+  ASSERT_TRUE(before && after);
+  EXPECT_NE(before->st_ino, after->st_ino);
+  EXPECT_EQ(before->st_uid, after->st_uid);
+  EXPECT_EQ(before->st_gid, after->st_gid);
+  EXPECT_EQ(before->st_mode, after->st_mode);
 }
 
-TEST_F(SetHiddenTest, WhoReadsTheListMeanwhileReadsAllOfTheOldOne) {
+TEST_F(SetHiddenTest, AConcurrentReaderReadsTheCompleteOldList) {
   writeList("b\nc\n");
   std::ifstream reader(folder.path(".hidden"));
   std::string line;
@@ -175,29 +176,29 @@ TEST_F(SetHiddenTest, WhoReadsTheListMeanwhileReadsAllOfTheOldOne) {
   EXPECT_EQ(list(), "b\nc\na\n");
 }
 
-TEST_F(SetHiddenTest, AFolderThatAnotherProgramHoldsIsNotWaitedForWithoutEnd) {
+TEST_F(SetHiddenTest, ALockHeldByAnotherProgramTimesOut) {
   const platform::Descriptor other(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
   ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
   try {
     setHidden(file("a"), true, std::chrono::milliseconds(0));
     ADD_FAILURE() << "not refused";
   } catch (const std::runtime_error& failure) {
-    EXPECT_THAT(failure.what(), testing::HasSubstr("held by another program"));
+    EXPECT_THAT(failure.what(), testing::HasSubstr("another program has locked the folder"));
   }
   EXPECT_EQ(items(), 1U);
 }
 
-TEST_F(SetHiddenTest, AListWithoutBoundsIsNotReadAndNoneIsMade) {
+TEST_F(SetHiddenTest, AListAboveTheSizeLimitIsNeitherReadNorWritten) {
   writeList("b\n");
-  fs::resize_file(folder.path(".hidden"), platform::HiddenNames::kLongestList + 1);
-  EXPECT_THAT(failureOf(file("a")), testing::HasSubstr("too long"));
-  fs::resize_file(folder.path(".hidden"), platform::HiddenNames::kLongestList);
-  EXPECT_THAT(failureOf(file("a")), testing::HasSubstr("too long"));
-  EXPECT_EQ(fs::file_size(folder.path(".hidden")), platform::HiddenNames::kLongestList);
+  fs::resize_file(folder.path(".hidden"), platform::HiddenNames::kMaxListBytes + 1);
+  EXPECT_THAT(failureOf(file("a")), testing::HasSubstr("exceeds the limit of 4 MiB"));
+  fs::resize_file(folder.path(".hidden"), platform::HiddenNames::kMaxListBytes);
+  EXPECT_THAT(failureOf(file("a")), testing::HasSubstr("exceeds the limit of 4 MiB"));
+  EXPECT_EQ(fs::file_size(folder.path(".hidden")), platform::HiddenNames::kMaxListBytes);
   EXPECT_EQ(items(), 2U);
 }
 
-TEST_F(SetHiddenTest, ProgramsThatMarkAtOnceLoseNothing) {
+TEST_F(SetHiddenTest, ConcurrentChangesLoseNothing) {
   constexpr int kThreads = 4;
   constexpr int kNames = 25;
   std::vector<std::thread> threads;

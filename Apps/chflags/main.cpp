@@ -43,7 +43,8 @@ int setFlags(const command_line::Arguments& arguments) {
     try {
       setHidden(path, arguments.command == "hidden");
     } catch (const std::exception& failure) {
-      std::cerr << "chflags: " << command_line::oneLine(path) << ": " << failure.what() << "\n";
+      std::cerr << "chflags: cannot change the visibility of '" << command_line::oneLine(path)
+                << "': " << failure.what() << "\n";
       status = kFailed;
     }
   }

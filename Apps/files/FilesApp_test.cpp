@@ -117,7 +117,7 @@ class FilesCommandsTest : public testing::Test {
   std::ostringstream errors;
 };
 
-TEST_F(FilesCommandsTest, IgnoredIsYesOnlyWhenAllAreIgnored) {
+TEST_F(FilesCommandsTest, IgnoredSucceedsOnlyWhenAllItemsAreIgnored) {
   const auto part = file("a.part");
   EXPECT_EQ(run({"ignored", part}), FilesCommands::kYes);
   EXPECT_EQ(out.str(), "ignored\t" + part + "\n");
@@ -127,23 +127,32 @@ TEST_F(FilesCommandsTest, IgnoredIsYesOnlyWhenAllAreIgnored) {
                            "\",\"ignored\":false}\n");
 }
 
-TEST_F(FilesCommandsTest, TrashIsYesOnlyWhenAllAreInTheTrash) {
+TEST_F(FilesCommandsTest, TrashSucceedsOnlyWhenAllItemsAreInTheTrash) {
   fs::create_directories(folder.path("Trash/files"));
-  const auto gone = file("Trash/files/gone");
-  EXPECT_EQ(run({"trash", gone}), FilesCommands::kYes);
-  EXPECT_EQ(out.str(), "trash\t" + gone + "\n");
-  EXPECT_EQ(run({"trash", gone, file("a")}), FilesCommands::kNo);
-  EXPECT_EQ(run({"trash", "--format=json", gone}), FilesCommands::kYes);
-  EXPECT_EQ(out.str(), "{\"path\":\"" + gone + "\",\"trash\":true}\n");
+  const auto trashed = file("Trash/files/trashed");
+  EXPECT_EQ(run({"trash", trashed}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "trash\t" + trashed + "\n");
+  EXPECT_EQ(run({"trash", trashed, file("a")}), FilesCommands::kNo);
+  EXPECT_EQ(run({"trash", "--format=json", trashed}), FilesCommands::kYes);
+  EXPECT_EQ(out.str(), "{\"path\":\"" + trashed + "\",\"trash\":true}\n");
 }
 
-TEST_F(FilesCommandsTest, Md5PrintsAsOtherProgramsDoAndGoesOnAfterAFailure) {
+TEST_F(FilesCommandsTest, Md5PrintsTheFormatOfMd5sumAndContinuesAfterAFailure) {
   const auto empty = file("empty", "");
   EXPECT_EQ(run({"md5", folder.path("gone"), empty}), FilesCommands::kNo);
   EXPECT_EQ(out.str(), "d41d8cd98f00b204e9800998ecf8427e  " + empty + "\n");
-  EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("gone") + ": cannot be read\n");
+  EXPECT_EQ(errors.str(),
+            "wevora-files: cannot read '" + folder.path("gone") + "': No such file or directory\n");
   EXPECT_EQ(run({"md5", "--format=json", folder.path("gone")}), FilesCommands::kNo);
   EXPECT_EQ(out.str(), "{\"path\":\"" + folder.path("gone") + "\",\"md5\":null}\n");
+}
+
+TEST_F(FilesCommandsTest, Md5ReportsTheReasonOfEachFailure) {
+  EXPECT_EQ(run({"md5", folder.path()}), FilesCommands::kNo);
+  EXPECT_EQ(errors.str(),
+            "wevora-files: cannot read '" + folder.path() + "': not a regular file\n");
+  EXPECT_EQ(run({"md5", "/proc/self/mem"}), FilesCommands::kNo);
+  EXPECT_EQ(errors.str(), "wevora-files: cannot read '/proc/self/mem': read error\n");
 }
 
 TEST_F(FilesCommandsTest, LargeDigestsAndCopiesShowTheirProgress) {
@@ -160,7 +169,7 @@ TEST_F(FilesCommandsTest, LargeDigestsAndCopiesShowTheirProgress) {
   EXPECT_THAT(errors.str(), testing::HasSubstr(" of 80 MiB, 90 %"));
 }
 
-TEST_F(FilesCommandsTest, ListAndScanPrintPathsAndTellAnUnreadableFolder) {
+TEST_F(FilesCommandsTest, ListAndScanPrintPathsAndReportAnUnreadableFolder) {
   fs::create_directories(folder.path("a/folder"));
   file("a/file.txt");
   EXPECT_EQ(run({"list", "--no-dirs", folder.path("a")}), FilesCommands::kYes);
@@ -173,11 +182,12 @@ TEST_F(FilesCommandsTest, ListAndScanPrintPathsAndTellAnUnreadableFolder) {
   EXPECT_EQ(out.str(), "{\"path\":\"" + folder.path("a/file.txt") + "\"}\n");
   for (const auto* command : {"list", "scan"}) {
     EXPECT_EQ(run({command, folder.path("gone")}), FilesCommands::kNo);
-    EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("gone") + ": cannot be read\n");
+    EXPECT_EQ(errors.str(), "wevora-files: cannot list '" + folder.path("gone") +
+                                "': No such file or directory\n");
   }
 }
 
-TEST_F(FilesCommandsTest, PathsThatHoldLineEndsAreToldApartByNuls) {
+TEST_F(FilesCommandsTest, WithNullPathsWithLineBreaksAreSeparatedByNuls) {
   fs::create_directories(folder.path("a/one\ntwo"));
   EXPECT_EQ(run({"scan", "--null", folder.path("a")}), FilesCommands::kYes);
   EXPECT_EQ(out.str(), folder.path("a/one\ntwo") + std::string(1, '\0'));
@@ -187,10 +197,10 @@ TEST_F(FilesCommandsTest, PathsThatHoldLineEndsAreToldApartByNuls) {
   EXPECT_THROW(parsed({"list", "--null", "--format=json", "a"}), WrongUsage);
 }
 
-/// A terminal on which somebody presses Ctrl-C when a progress shows up.
-class ImpatientTerminal : public std::stringbuf {
+/// Simulates a terminal on which the user presses Ctrl-C when a progress text appears.
+class InterruptingTerminal : public std::stringbuf {
  public:
-  explicit ImpatientTerminal(std::string word) : word_(std::move(word)) {}
+  explicit InterruptingTerminal(std::string word) : word_(std::move(word)) {}
 
  protected:
   int sync() override {
@@ -211,22 +221,23 @@ class InterruptedBackupTest : public FilesCommandsTest {
     fs::create_directory(folder.path("copies"));
   }
   void backUpAndInterruptAt(const std::string& word, std::vector<std::string> arguments) {
-    ImpatientTerminal terminal(word);
+    InterruptingTerminal terminal(word);
     std::ostream stream(&terminal);
     std::vector<const char*> texts;
     for (const auto& argument : arguments) texts.push_back(argument.c_str());
     const auto options = parsed(texts);
     try {
       FilesCommands(options, {out, stream, true}).run();
-      ADD_FAILURE() << "went on";
+      ADD_FAILURE() << "not interrupted";
     } catch (const Interrupted& interrupted) {
       EXPECT_EQ(interrupted.signal(), SIGINT);
     }
   }
 };
 
-TEST_F(InterruptedBackupTest, LeavesNothing) {
-  for (const auto* word : {"64 MiB of 128", "96 MiB of 128"})  // while it is copied, and compared
+TEST_F(InterruptedBackupTest, LeavesNothingBehind) {
+  for (const auto* word :
+       {"64 MiB of 128", "96 MiB of 128"})  // during the copy, and the comparison
     for (const auto* attempts : {"--attempts=1", "--attempts=18446744073709551615"}) {
       backUpAndInterruptAt(word, {"backup", attempts, folder.path("a"), folder.path("copies/b")});
       EXPECT_TRUE(fs::is_empty(folder.path("copies")));
@@ -236,7 +247,7 @@ TEST_F(InterruptedBackupTest, LeavesNothing) {
   EXPECT_EQ(fs::file_size(folder.path("a")), std::uintmax_t{64 << 20});
 }
 
-TEST_F(InterruptedBackupTest, ADestinationThatWasThereBeforeStays) {
+TEST_F(InterruptedBackupTest, AnExistingDestinationStays) {
   file("copies/b", "before");
   const Interruption interruption;
   platform::SystemFileOperations system;
@@ -247,7 +258,7 @@ TEST_F(InterruptedBackupTest, ADestinationThatWasThereBeforeStays) {
   EXPECT_TRUE(fs::exists(folder.path("copies/b")));
 }
 
-TEST_F(FilesCommandsTest, BackupTellsWhyItFailed) {
+TEST_F(FilesCommandsTest, BackupReportsWhyItFailed) {
   EXPECT_EQ(run({"backup", file("a"), folder.path("b")}), FilesCommands::kYes);
   EXPECT_EQ(out.str() + errors.str(), "");
   EXPECT_EQ(run({"backup", "--format=json", folder.path("a"), folder.path("b")}),
@@ -261,28 +272,29 @@ TEST_F(FilesCommandsTest, BackupTellsWhyItFailed) {
   EXPECT_FALSE(fs::exists(folder.path("b")));
   EXPECT_EQ(run({"backup", "--attempts=0", folder.path("a"), folder.path("b")}),
             FilesCommands::kNo);
-  EXPECT_THAT(errors.str(), testing::HasSubstr("not tried"));
+  EXPECT_THAT(errors.str(), testing::HasSubstr("no attempt was made"));
 }
 
-TEST_F(FilesCommandsTest, HideBelievesOnlyWhatItSees) {
+TEST_F(FilesCommandsTest, HideVerifiesThatTheItemIsInvisible) {
   fs::create_directory(folder.path("programs"));
   std::ofstream(folder.path("programs/chflags")) << "#!/bin/sh\nexit 0\n";
   fs::permissions(folder.path("programs/chflags"), fs::perms::owner_all);
   EXPECT_EQ(run({"hide", file("a")}), FilesCommands::kNo);
-  EXPECT_EQ(errors.str(), "wevora-files: " + folder.path("a") + ": was not hidden\n");
+  EXPECT_EQ(errors.str(), "wevora-files: cannot hide '" + folder.path("a") +
+                              "': it is still visible after running chflags\n");
   std::ofstream(folder.path("programs/chflags"))
       << "#!/bin/sh\nbasename \"$2\" >>'" << folder.path(".hidden") << "'\n";
   EXPECT_EQ(run({"hide", folder.path("a")}), FilesCommands::kYes);
   EXPECT_EQ(out.str(), "hidden\t" + folder.path("a") + "\n");
 }
 
-TEST_F(FilesCommandsTest, APathWithASingleQuoteIsNeverGivenToTheShell) {
+TEST_F(FilesCommandsTest, APathWithASingleQuoteIsNeverPassedToTheShell) {
   EXPECT_EQ(run({"hide", file("x'; touch '" + std::string("y"))}), FilesCommands::kNo);
   EXPECT_THAT(errors.str(), testing::HasSubstr("single quote"));
   EXPECT_FALSE(fs::exists(folder.path("y")));
 }
 
-TEST(ReportingFileOperationsTest, RemembersTheFirstFailure) {
+TEST(ReportingFileOperationsTest, RecordsTheReasonOfTheFirstFailure) {
   const platform::TemporaryFolder folder;
   platform::FaultInjectingFileSystem calls;
   platform::SystemFileOperations system(calls);
@@ -290,10 +302,10 @@ TEST(ReportingFileOperationsTest, RemembersTheFirstFailure) {
   EXPECT_EQ(operations.reason(), "");
   EXPECT_TRUE(operations.copyItem("/dev/null", folder.path("b")));
   EXPECT_TRUE(operations.copyItem(folder.path("gone"), folder.path("b")));
-  EXPECT_EQ(operations.reason(), "only files, folders and links can be copied");
+  EXPECT_EQ(operations.reason(), "pipes, sockets and devices are not copied");
   ReportingFileOperations others(system);
   EXPECT_FALSE(others.contentsEqual(folder.path("a"), folder.path("b")));
-  EXPECT_EQ(others.reason(), "the copy is not equal");
+  EXPECT_EQ(others.reason(), "the copy differs from the source");
   EXPECT_FALSE(others.removeItem(folder.path("b")));
 }
 

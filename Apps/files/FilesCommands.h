@@ -11,16 +11,16 @@
 
 namespace wevora::files {
 
-/// What the commands read and write beside the file system.
+/// The output streams of the commands.
 struct FilesConsole {
   std::ostream& out;
   std::ostream& errors;
-  bool progress = false;  ///< whether `errors` is a terminal that shows one
+  bool progress = false;  ///< whether to show a progress line, as when `errors` is a terminal
 };
 
-/// Runs one command.
-/// Threads: one. Owns: nothing. Errors: told on the console; throws for what keeps all from
-/// running, and Interrupted.
+/// Runs one command of wevora-files.
+/// Errors: prints a failure that concerns one path and continues; throws on any other failure, and
+/// Interrupted after a signal.
 class FilesCommands {
  public:
   FilesCommands(const FilesOptions& options, const FilesConsole& console,
@@ -31,28 +31,29 @@ class FilesCommands {
   static constexpr int kYes = 0;
   static constexpr int kNo = 1;
 
-  /// The program's exit status.
+  /// Returns the exit status of the program.
   int run();
 
  private:
   bool isJson() const { return options_.format == FilesOptions::Format::json; }
-  void complain(const std::string& path, const std::string& why);
-  /// One line that says yes or no.
-  void answer(const std::string& shown, const char* key, bool yes, const char* yesWord,
-              const char* noWord);
+  /// Prints "wevora-files: cannot <action>: <reason>".
+  void printError(const std::string& action, const std::string& reason);
+  /// Prints the result of a yes/no question about one path.
+  void printResult(const std::string& shown, const char* key, bool yes, const char* yesWord,
+                   const char* noWord);
 
-  template <class Ask>
-  int forEachPath(Ask ask);
+  template <class Query>
+  int forEachPath(Query query);
   bool ignored(const std::string& shown);
   bool inTrash(const std::string& shown);
   bool digest(const std::string& shown);
   bool hide(const std::string& shown);
   int list();
   int scan();
-  int printed(const std::vector<std::string>& paths, const std::string& folder);
+  int printPaths(const std::vector<std::string>& paths, const std::string& folder);
   int backup();
-  /// Throws Interrupted, when the copy is cleared away.
-  bool isBackedUp(const std::string& from, const std::string& to, std::string& reason);
+  /// Throws Interrupted after removing the copy.
+  bool tryBackup(const std::string& from, const std::string& to, std::string& reason);
 
   const FilesOptions& options_;
   const FilesConsole console_;

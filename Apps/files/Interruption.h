@@ -8,20 +8,20 @@
 
 namespace wevora::files {
 
-/// What was asked to stop has stopped and left nothing half done.
+/// Thrown after SIGINT or SIGTERM, when the current operation has been cleaned up.
 class Interrupted : public std::runtime_error {
  public:
   explicit Interrupted(int signal) : std::runtime_error("interrupted"), signal_(signal) {}
-  /// The one that the program is still to end by.
+  /// The signal that the program raises again to end itself.
   int signal() const { return signal_; }
 
  private:
   int signal_;
 };
 
-/// While it lives, the first SIGINT or SIGTERM is only remembered, so that what is under way can be
-/// cleared away; a second one ends the program. A signal that is ignored stays so.
-/// Threads: one object at a time. Owns: the handlers. Errors: none.
+/// Installs handlers that record the first SIGINT or SIGTERM, so that the current operation can
+/// clean up; a second signal ends the program. Ignored signals stay ignored.
+/// Ownership: at most one object per process; the destructor restores the previous handlers.
 class Interruption {
  public:
   Interruption();
@@ -29,9 +29,9 @@ class Interruption {
   Interruption(const Interruption&) = delete;
   Interruption& operator=(const Interruption&) = delete;
 
-  /// 0 as long as there was none.
+  /// The recorded signal, or 0.
   static int signal();
-  /// Throws Interrupted if there was one.
+  /// Throws Interrupted when a signal was recorded.
   static void check();
 
  private:
@@ -39,10 +39,9 @@ class Interruption {
   std::array<struct sigaction, kSignals.size()> before_{};
 };
 
-/// File calls that all fail (ECANCELED) after an interruption, so that a copy ends as if its volume
-/// had failed.
-/// Threads: one. Owns: nothing. Errors: errno.
-class StoppableFileCalls : public platform::FileSystemCalls {
+/// File system calls that fail with ECANCELED after an interruption, so that a copy takes the same
+/// cleanup path as after an I/O error.
+class CancellableFileCalls : public platform::FileSystemCalls {
  public:
   int openToRead(int folder, const std::string& name) override;
   int openNew(int folder, const std::string& name) override;
@@ -53,7 +52,7 @@ class StoppableFileCalls : public platform::FileSystemCalls {
   int resize(int file, off_t size) override;
   int flush(int file) override;
   int flushVolume(int file) override;
-  int renameToNew(int folder, const std::string& from, const std::string& to) override;
+  int renameNoReplace(int folder, const std::string& from, const std::string& to) override;
 };
 
 }  // namespace wevora::files

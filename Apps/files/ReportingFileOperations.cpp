@@ -9,18 +9,18 @@ std::error_code ReportingFileOperations::copyItem(const std::string& from, const
   hasCopied_ = hasCopied_ || !failed;
   Interruption::check();
   if (failed == std::errc::text_file_busy)
-    note("it changed while it was copied");
+    recordReason("the source changed during the copy (try again when no program writes to it)");
   else if (failed == std::errc::not_supported)
-    note("only files, folders and links can be copied");
+    recordReason("pipes, sockets and devices are not copied");
   else if (failed)
-    note(failed.message());
+    recordReason(failed.message());
   return failed;
 }
 
 bool ReportingFileOperations::contentsEqual(const std::string& path, const std::string& other) {
   const bool equal = operations_.contentsEqual(path, other);
   Interruption::check();
-  if (!equal) note("the copy is not equal");
+  if (!equal) recordReason("the copy differs from the source");
   return equal;
 }
 

@@ -7,9 +7,8 @@
 
 namespace wevora::files {
 
-/// Passes operations on and remembers what failed first, for a person to read. After an
-/// interruption there is no further attempt. Threads: one. Owns: nothing. Errors: as those that it
-/// passes on to; throws Interrupted.
+/// Forwards file operations and records the reason of the first failure for the error message.
+/// Errors: throws Interrupted after a signal, which prevents further attempts.
 class ReportingFileOperations : public platform::FileOperations {
  public:
   explicit ReportingFileOperations(platform::FileOperations& operations)
@@ -19,14 +18,14 @@ class ReportingFileOperations : public platform::FileOperations {
   bool contentsEqual(const std::string& path, const std::string& other) override;
   std::error_code removeItem(const std::string& path) override;
 
-  /// Empty when nothing failed. The first of several attempts says most: those after a copy that
-  /// was not equal fail only because it is there.
+  /// Empty when nothing failed. The first failure is the informative one: after a copy that
+  /// differs, the later attempts fail because the destination exists.
   const std::string& reason() const { return reason_; }
-  /// Whether there is a copy that was made here.
+  /// Whether a copy was created through this object.
   bool hasCopied() const { return hasCopied_; }
 
  private:
-  void note(const std::string& reason) {
+  void recordReason(const std::string& reason) {
     if (reason_.empty()) reason_ = reason;
   }
 

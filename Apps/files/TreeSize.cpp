@@ -15,22 +15,23 @@ using platform::DirectoryCursor;
 using platform::ItemKind;
 using platform::TreeCopy;
 
-std::uint64_t bytesAt(DirectoryCursor& position, const std::string& name) {
-  const auto facts = platform::factsOf(position.folder(), name);
-  if (!facts) return 0;
-  if (S_ISREG(facts->st_mode)) return static_cast<std::uint64_t>(facts->st_size);
-  if (!S_ISDIR(facts->st_mode) || position.depth() >= TreeCopy::kDeepest || position.enter(name))
+std::uint64_t bytesAt(DirectoryCursor& cursor, const std::string& name) {
+  const auto status = platform::statOf(cursor.folder(), name);
+  if (!status) return 0;
+  if (platform::isRegularFile(*status)) return static_cast<std::uint64_t>(status->st_size);
+  if (!platform::isDirectory(*status) || cursor.depth() >= TreeCopy::kMaxDepth ||
+      cursor.enter(name))
     return 0;
   std::vector<std::string> names;
-  platform::forEachEntry(position.folder(),
+  platform::forEachEntry(cursor.folder(),
                          [&](std::string_view item, ItemKind) { names.emplace_back(item); });
   std::uint64_t bytes = 0;
-  const auto depth = position.depth();
+  const auto depth = cursor.depth();
   for (const auto& item : names) {
-    bytes += bytesAt(position, item);
-    if (position.depth() != depth) return bytes;  // the place is lost
+    bytes += bytesAt(cursor, item);
+    if (cursor.depth() != depth) return bytes;  // leave() failed: the cursor is unusable
   }
-  static_cast<void>(position.leave());
+  static_cast<void>(cursor.leave());
   return bytes;
 }
 
@@ -38,10 +39,10 @@ std::uint64_t bytesAt(DirectoryCursor& position, const std::string& name) {
 
 std::uint64_t bytesOfFiles(const std::string& path) {
   const auto item = platform::withoutTrailingSeparators(path);
-  Descriptor folder = platform::folderHolding(item);
+  Descriptor folder = platform::openParentFolder(item);
   if (!folder) return 0;
-  DirectoryCursor position(std::move(folder));
-  return bytesAt(position, std::string(platform::lastPathComponent(item)));
+  DirectoryCursor cursor(std::move(folder));
+  return bytesAt(cursor, std::string(platform::lastPathComponent(item)));
 }
 
 }  // namespace wevora::files

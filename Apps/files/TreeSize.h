@@ -5,8 +5,8 @@
 
 namespace wevora::files {
 
-/// The bytes of a file, or of all files in a folder; what cannot be read counts as none.
-/// Threads: any.
+/// The total size in bytes of a file, or of all files in a folder. Unreadable items count as 0.
+/// Thread-safety: safe from any thread.
 std::uint64_t bytesOfFiles(const std::string& path);
 
 }  // namespace wevora::files

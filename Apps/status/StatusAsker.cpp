@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora::status {
 namespace {
@@ -70,7 +70,7 @@ void StatusAsker::pause() {
 std::optional<std::string> StatusAsker::databaseOf(const std::string& path) {
   const auto& pool = provider_.pool();
   auto database = pool->dbPathForMountPoint(pool->mountPointForPath(path));
-  if (!database || !platform::fileExistsAtPath(*database).exists) return std::nullopt;
+  if (!database || !platform::statOfTarget(*database)) return std::nullopt;
   return database;
 }
 

@@ -2,7 +2,7 @@
 
 #include "FinderIntegration/finder_bundle/OperationQueue/WVPerformSelectorOperation.h"
 #include "Platform/Base/Guard.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/System/SystemServices.h"
 #include "WevoraAgent/WevoraAgent/Classes/Categories/NSString+Path.h"
 
@@ -140,9 +140,10 @@ WVPathType WVIconProvider::pathTypeForPath(const ItemURL& url, const WVDBAccesso
   if (withAccessor == nullptr) return WVPathTypeNone;
   const auto included = Touch::of(url.path(), withAccessor->notExcludedNodes());
   const auto excluded = Touch::of(url.path(), withAccessor->excludedNodes());
-  const auto item = platform::fileExistsAtPath(url.path());
-  if (!item.exists) return WVPathTypeNone;
-  if (item.isDirectory && (included.touched || excluded.touched)) return WVPathTypeRuleFolder;
+  const auto item = platform::statOfTarget(url.path());
+  if (!item) return WVPathTypeNone;
+  if (platform::isDirectory(item) && (included.touched || excluded.touched))
+    return WVPathTypeRuleFolder;
   return included.length > excluded.length ? WVPathTypeIncluded : WVPathTypeNone;
 }
 

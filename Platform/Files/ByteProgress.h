@@ -5,7 +5,7 @@
 
 namespace wevora::platform {
 
-/// Told how many bytes were handled since it was last called.
+/// Called with the number of bytes processed since the previous call.
 using ByteProgress = std::function<void(std::uint64_t bytes)>;
 
 }  // namespace wevora::platform

@@ -7,24 +7,44 @@
 #include "Platform/Base/Strings.h"
 
 namespace wevora::platform {
+namespace {
 
-std::optional<ItemFacts> factsOf(const std::string& path) noexcept {
-  return factsOf(AT_FDCWD, path);
+std::optional<FileStat> statAt(int folder, const std::string& name, int flags) noexcept {
+  FileStat status{};
+  const int result = ::fstatat(folder, name.c_str(), &status, flags);
+  return result == 0 ? std::optional(status) : std::nullopt;
 }
 
-std::optional<ItemFacts> factsOf(int folder, const std::string& name) noexcept {
-  ItemFacts facts{};
-  const int result = ::fstatat(folder, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW);
-  return result == 0 ? std::optional(facts) : std::nullopt;
+}  // namespace
+
+std::optional<FileStat> statOf(const std::string& path) noexcept {
+  return statOf(AT_FDCWD, path);
 }
 
-std::optional<ItemFacts> factsOf(int file) noexcept {
-  ItemFacts facts{};
-  return ::fstat(file, &facts) == 0 ? std::optional(facts) : std::nullopt;
+std::optional<FileStat> statOf(int folder, const std::string& name) noexcept {
+  return statAt(folder, name, AT_SYMLINK_NOFOLLOW);
+}
+
+std::optional<FileStat> statOf(int file) noexcept {
+  FileStat status{};
+  return ::fstat(file, &status) == 0 ? std::optional(status) : std::nullopt;
+}
+
+std::optional<FileStat> statOfTarget(const std::string& path) noexcept {
+  return statAt(AT_FDCWD, path, 0);
+}
+
+Date modificationDate(const FileStat& status) noexcept {
+  return Date{static_cast<double>(status.st_mtim.tv_sec) +
+              static_cast<double>(status.st_mtim.tv_nsec) / 1e9};
 }
 
 bool isNotFound(int error) noexcept {
   return error == ENOENT || error == ENOTDIR;
+}
+
+bool isReadableFileAtPath(const std::string& path) noexcept {
+  return !path.empty() && ::access(path.c_str(), R_OK) == 0;
 }
 
 std::optional<std::string> linkTarget(const std::string& path) {
@@ -32,7 +52,7 @@ std::optional<std::string> linkTarget(const std::string& path) {
 }
 
 std::optional<std::string> linkTarget(int folder, const std::string& name) {
-  // Some links of the system tell no length.
+  // st_size is 0 for links in /proc, so the buffer grows until the target fits.
   for (std::string target(256, '\0');; target.resize(target.size() * 2)) {
     const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
     if (length < 0) return std::nullopt;

@@ -1,14 +1,13 @@
 #include "Platform/Files/Hidden.h"
 
-#include <sys/stat.h>
-
 #include "Platform/Base/RegularFile.h"
 #include "Platform/Base/Strings.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora::platform {
 namespace {
 
-/// Calls `use` with each line, until it answers true.
+/// Calls `use` with each line until it returns true.
 template <class Use>
 bool anyLine(std::string_view text, Use use) {
   while (!text.empty()) {
@@ -19,10 +18,10 @@ bool anyLine(std::string_view text, Use use) {
   return false;
 }
 
-/// The text of the folder's list; empty when it cannot be read.
+/// The text of the folder's ".hidden" file; empty when it cannot be read.
 std::string listOf(std::string_view folder) {
   return contentsOfRegularFile(pathByAppendingComponent(folder, HiddenNames::kFileName),
-                               HiddenNames::kLongestList)
+                               HiddenNames::kMaxListBytes)
       .value_or("");
 }
 
@@ -38,8 +37,7 @@ HiddenNames::HiddenNames(const std::string& folder) : text_(listOf(folder)) {
 bool isHiddenItem(std::string_view path) {
   if (path.empty()) return false;
   const std::string item = standardizedPath(path);
-  struct stat facts {};
-  if (::lstat(item.c_str(), &facts) != 0) return false;
+  if (!statOf(item)) return false;
   const auto name = lastPathComponent(item);
   if (name.starts_with('.')) return true;
   const std::string list = listOf(pathWithoutLastComponent(item));

@@ -14,7 +14,7 @@
 namespace wevora::platform {
 namespace {
 
-bool gioSaysHidden(const std::string& path) {
+bool isHiddenForGio(const std::string& path) {
   const GObjectPtr<GFile> file(g_file_new_for_path(path.c_str()));
   const GObjectPtr<GFileInfo> info(g_file_query_info(
       file.get(), G_FILE_ATTRIBUTE_STANDARD_IS_HIDDEN, G_FILE_QUERY_INFO_NONE, nullptr, nullptr));
@@ -25,7 +25,7 @@ void touch(const std::string& path) {
   std::ofstream(path) << "x";
 }
 
-TEST(IsHiddenItem, AnswersAsGioDoes) {
+TEST(IsHiddenItem, AgreesWithGio) {
   const TemporaryFolder folder;
   const std::string odd = "od\xFF d ";
   for (const auto& name :
@@ -60,14 +60,14 @@ TEST(IsHiddenItem, AnswersAsGioDoes) {
                            std::string("folder/../listed"),
                            std::string("./listed"),
                            std::string("")})
-    EXPECT_EQ(isHiddenItem(folder.path(name)), gioSaysHidden(folder.path(name))) << name;
+    EXPECT_EQ(isHiddenItem(folder.path(name)), isHiddenForGio(folder.path(name))) << name;
   EXPECT_TRUE(isHiddenItem(folder.path("listed")));
   EXPECT_FALSE(isHiddenItem(folder.path("plain")));
   EXPECT_FALSE(isHiddenItem("/"));
   EXPECT_FALSE(isHiddenItem(""));
 }
 
-TEST(IsHiddenItem, SeesAChangedListAtOnce) {
+TEST(IsHiddenItem, SeesAChangedListImmediately) {
   const TemporaryFolder folder;
   touch(folder.path("a"));
   EXPECT_FALSE(isHiddenItem(folder.path("a")));
@@ -77,7 +77,7 @@ TEST(IsHiddenItem, SeesAChangedListAtOnce) {
   EXPECT_FALSE(isHiddenItem(folder.path("a")));
 }
 
-TEST(IsHiddenItem, AListThatIsAPipeOrAFolderIsNeitherReadNorWaitedFor) {
+TEST(IsHiddenItem, AListThatIsAPipeOrAFolderIsNotReadAndDoesNotBlock) {
   const TemporaryFolder folder;
   touch(folder.path("a"));
   ASSERT_EQ(::mkfifo(folder.path(".hidden").c_str(), 0600), 0);
@@ -98,13 +98,13 @@ TEST(HiddenNamesTest, HidesLeadingDotsAndTheNamesOfTheList) {
   EXPECT_FALSE(names.hides(""));
 }
 
-TEST(HiddenNamesTest, AListWithoutBoundsListsNothing) {
+TEST(HiddenNamesTest, AListAboveTheSizeLimitCountsAsEmpty) {
   const TemporaryFolder folder;
   touch(folder.path("a"));
   std::ofstream(folder.path(".hidden")) << "a\n";
-  std::filesystem::resize_file(folder.path(".hidden"), HiddenNames::kLongestList);
+  std::filesystem::resize_file(folder.path(".hidden"), HiddenNames::kMaxListBytes);
   EXPECT_TRUE(HiddenNames(folder.path()).hides("a"));
-  std::filesystem::resize_file(folder.path(".hidden"), HiddenNames::kLongestList + 1);
+  std::filesystem::resize_file(folder.path(".hidden"), HiddenNames::kMaxListBytes + 1);
   EXPECT_FALSE(HiddenNames(folder.path()).hides("a"));
   EXPECT_FALSE(isHiddenItem(folder.path("a")));
 }

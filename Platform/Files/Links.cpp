@@ -2,9 +2,9 @@
 
 #include <filesystem>
 #include <optional>
-#include <sys/stat.h>
 
 #include "Platform/Base/Strings.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora::platform {
 namespace {
@@ -15,7 +15,7 @@ std::optional<std::string> canonical(const std::string& path) {
   return failed ? std::nullopt : std::optional(result.string());
 }
 
-bool namesAFolderItself(const std::string& path) {
+bool endsInFolderReference(const std::string& path) {
   const auto name = lastPathComponent(path);
   return path.ends_with('/') || name == "." || name == "..";
 }
@@ -34,9 +34,8 @@ std::string afterOneLink(const std::string& path) {
   if (failed || target.empty()) return path;
   std::string next = target;
   if (!target.starts_with('/')) next = std::string(pathWithoutLastComponent(path)) + "/" + target;
-  struct stat facts {};
-  if (::lstat(next.c_str(), &facts) != 0) return path;
-  if (namesAFolderItself(next)) return canonical(next).value_or(path);
+  if (!statOf(next)) return path;
+  if (endsInFolderReference(next)) return canonical(next).value_or(path);
   const auto folder = canonical(std::string(pathWithoutLastComponent(next)));
   return folder ? pathByAppendingComponent(*folder, lastPathComponent(next)) : path;
 }

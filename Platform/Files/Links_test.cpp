@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(AfterOneLink, GoesOneStepAndNoFurther) {
+TEST(AfterOneLink, FollowsExactlyOneLink) {
   const TemporaryFolder folder;
   std::ofstream(folder.path("file")) << "x";
   fs::create_symlink("file", folder.path("first"));
@@ -22,7 +22,7 @@ TEST(AfterOneLink, GoesOneStepAndNoFurther) {
   EXPECT_EQ(afterOneLink(folder.path("file")), folder.path("file"));
 }
 
-TEST(AfterOneLink, ResolvesTheFoldersOnTheWay) {
+TEST(AfterOneLink, ResolvesTheFoldersInTheTargetPath) {
   const TemporaryFolder folder;
   fs::create_directories(folder.path("a/b"));
   std::ofstream(folder.path("a/file")) << "x";
@@ -33,7 +33,7 @@ TEST(AfterOneLink, ResolvesTheFoldersOnTheWay) {
   EXPECT_EQ(afterOneLink(folder.path("up")), folder.path("a"));
 }
 
-TEST(AfterOneLink, StaysWhereALinkLeadsNowhere) {
+TEST(AfterOneLink, ADanglingLinkIsReturnedUnchanged) {
   const TemporaryFolder folder;
   fs::create_symlink("missing", folder.path("dangling"));
   fs::create_symlink("itself", folder.path("itself"));
@@ -41,7 +41,7 @@ TEST(AfterOneLink, StaysWhereALinkLeadsNowhere) {
   EXPECT_EQ(afterOneLink(folder.path("itself")), folder.path("itself"));
 }
 
-TEST(ResolvedPath, KeepsWhatDoesNotExist) {
+TEST(ResolvedPath, KeepsMissingComponents) {
   const TemporaryFolder folder;
   fs::create_directory_symlink(folder.path(), folder.path("self"));
   EXPECT_EQ(resolvedPath(folder.path("self/missing")), folder.path("missing"));

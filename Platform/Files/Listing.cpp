@@ -24,8 +24,8 @@ ItemKind kindOf(int folder, const dirent& entry) {
     case DT_LNK:
       return ItemKind::link;
     case DT_UNKNOWN: {
-      const auto facts = factsOf(folder, entry.d_name);
-      return facts ? kindOfMode(facts->st_mode) : ItemKind::unknown;
+      const auto status = statOf(folder, entry.d_name);
+      return status ? kindOfMode(status->st_mode) : ItemKind::unknown;
     }
     default:
       return ItemKind::other;
@@ -35,7 +35,7 @@ ItemKind kindOf(int folder, const dirent& entry) {
 using OpenFolder = std::unique_ptr<DIR, FolderClose>;
 using Use = std::function<void(std::string_view name, ItemKind kind)>;
 
-bool eachItem(const OpenFolder& open, const Use& use) {
+bool forEachEntryOf(const OpenFolder& open, const Use& use) {
   if (!open) return false;
   for (;;) {
     errno = 0;
@@ -55,22 +55,22 @@ ItemKind kindOfMode(mode_t mode) {
 }
 
 ItemKind kindOfItem(const std::string& path) {
-  const auto facts = factsOf(path);
-  return facts ? kindOfMode(facts->st_mode) : ItemKind::unknown;
+  const auto status = statOf(path);
+  return status ? kindOfMode(status->st_mode) : ItemKind::unknown;
 }
 
 bool forEachEntry(const std::string& folder, const Use& use) {
-  return eachItem(OpenFolder(::opendir(folder.c_str())), use);
+  return forEachEntryOf(OpenFolder(::opendir(folder.c_str())), use);
 }
 
 bool forEachEntry(int folder, const Use& use) {
-  Descriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
-  if (!own) return false;
-  const OpenFolder open(::fdopendir(own.get()));
+  Descriptor duplicate(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
+  if (!duplicate) return false;
+  const OpenFolder open(::fdopendir(duplicate.get()));
   if (!open) return false;
-  own.release();
-  ::rewinddir(open.get());  // the place is shared with whoever read the folder before
-  return eachItem(open, use);
+  duplicate.release();
+  ::rewinddir(open.get());  // duplicates share the read offset
+  return forEachEntryOf(open, use);
 }
 
 }  // namespace wevora::platform

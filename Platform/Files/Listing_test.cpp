@@ -12,7 +12,7 @@
 namespace wevora::platform {
 namespace {
 
-TEST(EachItemOfFolder, TellsEveryChildOnceWithItsOwnKind) {
+TEST(ForEachEntryTest, ReportsEveryChildOnceWithItsOwnKind) {
   const TemporaryFolder folder;
   std::ofstream(folder.path(".file")) << "x";
   std::filesystem::create_directories(folder.path("folder/deeper"));
@@ -30,13 +30,13 @@ TEST(EachItemOfFolder, TellsEveryChildOnceWithItsOwnKind) {
   EXPECT_EQ(kindOfItem(folder.path("missing")), ItemKind::unknown);
 }
 
-TEST(EachItemOfFolder, IsFalseForWhatIsNoReadableFolder) {
+TEST(ForEachEntryTest, ReturnsFalseForAnythingButAReadableFolder) {
   const TemporaryFolder folder;
   std::ofstream(folder.path("file")) << "x";
-  const auto none = [](std::string_view, ItemKind) { FAIL(); };
-  EXPECT_FALSE(forEachEntry(folder.path("file"), none));
-  EXPECT_FALSE(forEachEntry(folder.path("missing"), none));
-  EXPECT_FALSE(forEachEntry("", none));
+  const auto mustNotBeCalled = [](std::string_view, ItemKind) { FAIL(); };
+  EXPECT_FALSE(forEachEntry(folder.path("file"), mustNotBeCalled));
+  EXPECT_FALSE(forEachEntry(folder.path("missing"), mustNotBeCalled));
+  EXPECT_FALSE(forEachEntry("", mustNotBeCalled));
 }
 
 }  // namespace

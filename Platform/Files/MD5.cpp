@@ -23,15 +23,14 @@ struct ChecksumFree {
 
 std::optional<std::string> md5OfFile(const std::string& path, const ByteProgress& progress) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  // Others have no end, or one that comes when somebody else likes.
-  const auto facts = file ? factsOf(file.get()) : std::nullopt;
-  if (!facts || !S_ISREG(facts->st_mode)) return std::nullopt;
+  // Devices may be endless, and a pipe blocks until its writer closes it.
+  if (!file || !isRegularFile(statOf(file.get()))) return std::nullopt;
   const std::unique_ptr<GChecksum, ChecksumFree> digest(g_checksum_new(G_CHECKSUM_MD5));
   std::array<unsigned char, kChunkSize> chunk;
   for (;;) {
     const ssize_t read = ::read(file.get(), chunk.data(), chunk.size());
     if (read < 0 && errno == EINTR) continue;
-    // The digest of a part would pass for that of the file.
+    // A digest of a part must not pass for that of the whole file.
     if (read < 0) return std::nullopt;
     if (read == 0) break;
     g_checksum_update(digest.get(), chunk.data(), read);

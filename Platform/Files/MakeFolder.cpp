@@ -1,27 +1,27 @@
 #include "Platform/Files/MakeFolder.h"
 
 #include <cerrno>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora::platform {
 namespace {
 
-/// What a folder needs while something is made inside it.
+/// Permission bits that the owner needs to create items in a folder.
 constexpr mode_t kOwnerMayFill = 0700;
 
-/// Whether a new folder has the mode, as far as its volume can hold it.
-bool hasMode(const std::string& folder, mode_t mode, ChangeMode change) {
+/// Sets the mode of a new folder. True also when the volume does not support modes.
+bool setMode(const std::string& folder, mode_t mode, ChangeMode change) {
   if (change(folder.c_str(), mode) == 0) return true;
-  return errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;  // it is ours, so: none can
+  // This process owns the folder, so EPERM does not mean that another user could.
+  return errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
 }
 
-/// Makes what is missing of a path, from the top down; false when that did not go to its end.
-bool madeAll(const std::string& path, mode_t mode, std::vector<std::string>& made) {
+/// Creates the missing folders of a path, from the top down; false on the first failure.
+bool makeMissing(const std::string& path, mode_t mode, std::vector<std::string>& made) {
   std::string folder;
   PathComponents components(path);
   while (const auto component = components.next()) {
@@ -29,7 +29,7 @@ bool madeAll(const std::string& path, mode_t mode, std::vector<std::string>& mad
         folder.empty() ? std::string(*component) : pathByAppendingComponent(folder, *component);
     if (::mkdir(folder.c_str(), mode) == 0)
       made.push_back(folder);
-    else if (!fileExistsAtPath(folder).isDirectory)
+    else if (!isDirectory(statOfTarget(folder)))
       return false;
   }
   return true;
@@ -42,9 +42,9 @@ bool changeMode(const std::string& path, mode_t mode) {
 }
 
 bool makeFolder(const std::string& path, mode_t mode, ChangeMode change) {
-  // Never more open than asked for, not even for a moment.
+  // The folder never has more permission bits than requested, not even between the two calls.
   if (path.empty() || ::mkdir(path.c_str(), mode & 0777U) != 0) return false;
-  if (hasMode(path, mode, change)) return true;
+  if (setMode(path, mode, change)) return true;
   ::rmdir(path.c_str());
   return false;
 }
@@ -52,12 +52,12 @@ bool makeFolder(const std::string& path, mode_t mode, ChangeMode change) {
 bool makeFolderWithParents(const std::string& path, mode_t mode, ChangeMode change) {
   if (path.empty()) return false;
   std::vector<std::string> made;
-  bool done = madeAll(path, (mode & 0777U) | kOwnerMayFill, made);
-  // From the deepest up: a folder's own mode may keep its owner from reaching what is in it.
+  bool done = makeMissing(path, (mode & 0777U) | kOwnerMayFill, made);
+  // Deepest first: the requested mode may deny the owner access to the folders below.
   for (auto folder = made.rbegin(); folder != made.rend(); ++folder) {
-    // One that somebody has filled meanwhile stays, as it was asked for.
+    // After a failure, a folder that another process has filled meanwhile stays.
     if (!done && ::rmdir(folder->c_str()) == 0) continue;
-    if (!hasMode(*folder, mode, change)) {
+    if (!setMode(*folder, mode, change)) {
       ::rmdir(folder->c_str());
       done = false;
     }

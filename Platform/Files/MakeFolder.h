@@ -5,19 +5,19 @@
 
 namespace wevora::platform {
 
-/// As chmod(2).
+/// Signature of chmod(2).
 using ChangeMode = int (*)(const char* path, mode_t mode);
 
-/// Makes a folder with exactly these permission bits, whatever the process's umask; a volume that
-/// holds no such bits gives its own. False when it exists already or cannot be made; nothing is
-/// left of what was begun. Threads: any.
+/// Creates a folder with exactly these permission bits, independently of the umask; a volume
+/// without permission bits applies its own. False when it exists already or cannot be created; a
+/// partial result is removed. Thread-safety: safe from any thread.
 bool makeFolder(const std::string& path, mode_t mode, ChangeMode change = ::chmod);
 
-/// The same with the folders above it that are missing, which get the same bits; a folder that
-/// exists already is left as it is and counts as made.
+/// The same, including missing parent folders, which get the same bits; a folder that exists
+/// already stays unchanged and counts as success.
 bool makeFolderWithParents(const std::string& path, mode_t mode, ChangeMode change = ::chmod);
 
-/// Follows symbolic links.
+/// chmod(2): symbolic links are followed.
 bool changeMode(const std::string& path, mode_t mode);
 
 }  // namespace wevora::platform

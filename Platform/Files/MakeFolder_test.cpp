@@ -7,18 +7,18 @@
 
 #include <gtest/gtest.h>
 
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
 namespace wevora::platform {
 namespace {
 
 mode_t modeOf(const std::string& path) {
-  struct stat facts {};
-  return ::stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
+  const auto status = statOfTarget(path);
+  return status ? status->st_mode & 07777U : 0;
 }
 
-TEST(MakeFolder, GivesExactlyTheBitsWhateverTheUmask) {
+TEST(MakeFolder, SetsExactlyTheBitsIndependentlyOfTheUmask) {
   const TemporaryFolder folder;
   const mode_t before = ::umask(077);
   EXPECT_TRUE(makeFolder(folder.path("open"), 0777));
@@ -28,14 +28,14 @@ TEST(MakeFolder, GivesExactlyTheBitsWhateverTheUmask) {
   EXPECT_EQ(modeOf(folder.path("sticky")), 01750U);
 }
 
-TEST(MakeFolderWithParents, GivesEveryNewFolderTheSameBitsEvenOnesThatLockTheOwnerOut) {
+TEST(MakeFolderWithParents, SetsTheSameBitsOnEveryNewFolderEvenOnesThatLockTheOwnerOut) {
   const TemporaryFolder folder;
   EXPECT_TRUE(makeFolderWithParents(folder.path("a/b//c/"), 0500));
   for (const auto* made : {"a", "a/b", "a/b/c"}) EXPECT_EQ(modeOf(folder.path(made)), 0500U);
   for (const auto* made : {"a", "a/b", "a/b/c"}) ::chmod(folder.path(made).c_str(), 0700);
 }
 
-TEST(MakeFolderWithParents, LeavesFoldersThatExistAsTheyAre) {
+TEST(MakeFolderWithParents, LeavesExistingFoldersUnchanged) {
   const TemporaryFolder folder;
   ASSERT_TRUE(makeFolder(folder.path("a"), 0711));
   EXPECT_TRUE(makeFolderWithParents(folder.path("a"), 0700));
@@ -61,20 +61,20 @@ int broken(const char*, mode_t) {
   return -1;
 }
 
-TEST(MakeFolderTest, AVolumeThatHoldsNoModesIsNoFailure) {
+TEST(MakeFolderTest, AVolumeWithoutPermissionBitsIsNotAFailure) {
   const TemporaryFolder folder;
   EXPECT_TRUE(makeFolder(folder.path("a"), 0700, refused));
   EXPECT_TRUE(makeFolderWithParents(folder.path("b/c"), 0700, refused));
-  EXPECT_TRUE(fileExistsAtPath(folder.path("a")).isDirectory);
-  EXPECT_TRUE(fileExistsAtPath(folder.path("b/c")).isDirectory);
+  EXPECT_TRUE(isDirectory(statOfTarget(folder.path("a"))));
+  EXPECT_TRUE(isDirectory(statOfTarget(folder.path("b/c"))));
 }
 
-TEST(MakeFolderTest, AFailureLeavesNothingThatWasBegun) {
+TEST(MakeFolderTest, AFailureLeavesNoPartialResult) {
   const TemporaryFolder folder;
   EXPECT_FALSE(makeFolder(folder.path("a"), 0700, broken));
   EXPECT_FALSE(makeFolderWithParents(folder.path("a/b"), 0500, broken));
   EXPECT_FALSE(makeFolderWithParents(folder.path("a/b/" + std::string(300, 'x')), 0500));
-  EXPECT_FALSE(fileExistsAtPath(folder.path("a")).exists);
+  EXPECT_FALSE(statOfTarget(folder.path("a")));
 }
 
 }  // namespace

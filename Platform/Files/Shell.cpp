@@ -16,12 +16,12 @@ namespace {
 
 constexpr const char* kShell = "/bin/sh";
 constexpr std::string_view kPath = "PATH=";
-constexpr std::string_view kUsualPath = "/usr/local/bin:/usr/bin:/bin";
+constexpr std::string_view kDefaultPath = "/usr/local/bin:/usr/bin:/bin";
 
-/// This process's environment with `folder` at the head of the search path.
+/// This process's environment with `folder` in front of the search path.
 std::vector<std::string> environmentWith(const std::string& folder) {
   std::vector<std::string> variables;
-  std::string_view path = kUsualPath;
+  std::string_view path = kDefaultPath;
   for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
     const std::string_view text(*variable);
     if (text.starts_with(kPath))
@@ -33,8 +33,8 @@ std::vector<std::string> environmentWith(const std::string& folder) {
   return variables;
 }
 
-/// Signals as a new program expects them: a host's worker threads block them all.
-void takeAllSignals(posix_spawnattr_t& attributes) {
+/// Unblocks all signals and resets their handlers in the child: the calling thread may block them.
+void resetSignals(posix_spawnattr_t& attributes) {
   sigset_t none;
   sigset_t all;
   sigemptyset(&none);
@@ -44,7 +44,7 @@ void takeAllSignals(posix_spawnattr_t& attributes) {
   ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 }
 
-std::optional<pid_t> spawned(std::string commandLine, std::vector<std::string> variables) {
+std::optional<pid_t> spawnShell(std::string commandLine, std::vector<std::string> variables) {
   std::vector<char*> environment;
   environment.reserve(variables.size() + 1);
   for (auto& variable : variables) environment.push_back(variable.data());
@@ -56,7 +56,7 @@ std::optional<pid_t> spawned(std::string commandLine, std::vector<std::string> v
   posix_spawnattr_t attributes;
   if (::posix_spawnattr_init(&attributes) != 0) return std::nullopt;
   const ScopeExit destroy([&] { ::posix_spawnattr_destroy(&attributes); });
-  takeAllSignals(attributes);
+  resetSignals(attributes);
   pid_t child = 0;
   if (::posix_spawn(&child, kShell, nullptr, &attributes, arguments.data(), environment.data()) !=
       0)
@@ -69,7 +69,7 @@ std::optional<pid_t> spawned(std::string commandLine, std::vector<std::string> v
 const char* const kInstalledProgramFolder = WEVORA_PROGRAM_FOLDER;
 
 std::optional<int> Shell::run(const std::string& commandLine) const {
-  const auto child = spawned(commandLine, environmentWith(programFolder_));
+  const auto child = spawnShell(commandLine, environmentWith(programFolder_));
   if (!child) return std::nullopt;
   int status = 0;
   while (::waitpid(*child, &status, 0) < 0)

@@ -5,20 +5,19 @@
 
 namespace wevora::platform {
 
-/// Where the programs that only this product uses are installed.
+/// The installation folder of the programs that only this product uses.
 extern const char* const kInstalledProgramFolder;
 
-/// Runs command lines with the system's shell. Programs are looked for in a private folder first;
-/// only the command sees that search path, the process's environment stays as it is.
-/// Threads: any; a call blocks until its command has ended. Owns: nothing.
-/// Errors: a command that cannot be started has no exit status.
+/// Runs command lines with /bin/sh, with a private folder in front of the command's search path.
+/// The environment of this process does not change.
+/// Thread-safety: safe from any thread; a call blocks until the command has ended.
 class Shell {
  public:
   explicit Shell(std::string programFolder = kInstalledProgramFolder)
       : programFolder_(std::move(programFolder)) {}
 
-  /// The command's exit status; 128 plus the signal for one that a signal ended; none when it was
-  /// not started, or when the process does not learn how its children end.
+  /// The exit status of the command, or 128 plus the number of the signal that ended it. nullopt
+  /// when it could not be started, or when waitpid(2) fails because the process ignores SIGCHLD.
   std::optional<int> run(const std::string& commandLine) const;
 
  private:

@@ -24,7 +24,7 @@ void makeProgram(const std::string& path, const std::string& script) {
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
-TEST(ShellTest, WaitsForTheCommandAndTellsItsExitStatus) {
+TEST(ShellTest, WaitsForTheCommandAndReturnsItsExitStatus) {
   const Shell shell;
   EXPECT_EQ(shell.run("exit 7"), 7);
   EXPECT_EQ(shell.run("true"), 0);
@@ -35,12 +35,12 @@ TEST(ShellTest, FindsThePrivateProgramBeforeAnyOther) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.path("private"));
   makeProgram(folder.path("private/true"), "exit 9");
-  // "env" looks its program up in the path; the shell itself knows "true".
+  // "true" alone is a shell builtin; "env" searches the path for it.
   EXPECT_EQ(Shell(folder.path("private")).run("env true"), 9);
   EXPECT_EQ(Shell(folder.path("none")).run("env true"), 0);
 }
 
-TEST(ShellTest, LeavesTheProcesssEnvironmentAsItIs) {
+TEST(ShellTest, LeavesTheEnvironmentOfTheProcessUnchanged) {
   const TemporaryFolder folder;
   const std::string before = std::getenv("PATH");
   ASSERT_EQ(Shell(folder.path("private")).run("echo \"$PATH\" >'" + folder.path("out") + "'"), 0);
@@ -48,14 +48,14 @@ TEST(ShellTest, LeavesTheProcesssEnvironmentAsItIs) {
   EXPECT_EQ(std::getenv("PATH"), before);
 }
 
-TEST(ShellTest, WithoutASearchPathTheUsualOneIsUsed) {
+TEST(ShellTest, WithoutASearchPathTheDefaultOneIsUsed) {
   const std::string before = std::getenv("PATH");
   ::unsetenv("PATH");
   EXPECT_EQ(Shell().run("ls / >/dev/null"), 0);
   ::setenv("PATH", before.c_str(), 1);
 }
 
-TEST(ShellTest, TheCommandTakesSignalsThatItsStarterBlocks) {
+TEST(ShellTest, TheCommandReceivesSignalsThatTheCallingThreadBlocks) {
   sigset_t terminate;
   sigset_t before;
   sigemptyset(&terminate);

@@ -6,7 +6,6 @@
 #include <optional>
 #include <pwd.h>
 #include <string_view>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -17,9 +16,8 @@ namespace wevora::platform {
 namespace {
 
 std::optional<ItemIdentity> folderIdentity(const std::string& path) {
-  const auto facts = factsOf(path);
-  if (!facts || !S_ISDIR(facts->st_mode)) return std::nullopt;
-  return ItemIdentity::of(*facts);
+  const auto status = statOf(path);
+  return isDirectory(status) ? std::optional(ItemIdentity::of(*status)) : std::nullopt;
 }
 
 std::string homeOfUser(uid_t user) {
@@ -31,37 +29,36 @@ std::string homeOfUser(uid_t user) {
   return found != nullptr ? found->pw_dir : "/";
 }
 
-/// The topmost folder on the item's volume, links in the path resolved.
+/// The topmost folder on the item's volume; links in the path are resolved.
 std::string topOfVolume(const std::string& path, dev_t device) {
   std::error_code failed;
   std::string top =
       std::filesystem::canonical(std::string(pathWithoutLastComponent(path)), failed).string();
-  const auto factsOfTop = failed ? std::nullopt : factsOf(top);
-  if (!factsOfTop || factsOfTop->st_dev != device) return path;  // the item is the top
+  const auto topStatus = failed ? std::nullopt : statOf(top);
+  if (!topStatus || topStatus->st_dev != device) return path;  // the item is the top
   while (top != "/") {
     std::string above(pathWithoutLastComponent(top));
-    const auto facts = factsOf(above);
-    if (!facts || facts->st_dev != device) break;
+    const auto status = statOf(above);
+    if (!status || status->st_dev != device) break;
     top = std::move(above);
   }
   return top;
 }
 
-/// ".Trash" is everybody's, so it must be a folder in which nobody can remove what is another's.
+/// All users write to ".Trash", so it counts only with the sticky bit, which keeps them from
+/// removing the items of others.
 bool isSharedTrash(const std::string& path) {
-  const auto facts = factsOf(path);
-  return facts && S_ISDIR(facts->st_mode) && (facts->st_mode & S_ISVTX) != 0;
+  const auto status = statOf(path);
+  return isDirectory(status) && (status->st_mode & S_ISVTX) != 0;
 }
 
-/// The home Trash is that of the volume which holds it. It may be a link; both the link and the
-/// folder that it leads to stand for it then.
+/// The home Trash belongs to the volume that contains it. When it is a link, both the link and its
+/// target count as the Trash.
 void addHomeTrash(std::vector<ItemIdentity>& folders, dev_t device, const TrashPlaces& places) {
-  struct stat target {};
-  if (::stat(places.homeTrash.c_str(), &target) != 0 || !S_ISDIR(target.st_mode) ||
-      target.st_dev != device)
-    return;
-  folders.push_back(ItemIdentity::of(target));
-  if (const auto itself = factsOf(places.homeTrash)) folders.push_back(ItemIdentity::of(*itself));
+  const auto target = statOfTarget(places.homeTrash);
+  if (!isDirectory(target) || target->st_dev != device) return;
+  folders.push_back(ItemIdentity::of(*target));
+  if (const auto itself = statOf(places.homeTrash)) folders.push_back(ItemIdentity::of(*itself));
 }
 
 std::vector<ItemIdentity> trashFoldersFor(const std::string& path, dev_t device,
@@ -71,8 +68,8 @@ std::vector<ItemIdentity> trashFoldersFor(const std::string& path, dev_t device,
     if (const auto identity = folderIdentity(folder)) folders.push_back(*identity);
   };
   addHomeTrash(folders, device, places);
-  struct stat home {};
-  if (::stat(places.home.c_str(), &home) == 0 && home.st_dev == device) return folders;
+  const auto home = statOfTarget(places.home);
+  if (home && home->st_dev == device) return folders;
   const std::string top = topOfVolume(path, device);
   const std::string user = std::to_string(places.user);
   const std::string shared = pathByAppendingComponent(top, ".Trash");
@@ -95,14 +92,14 @@ TrashPlaces TrashPlaces::ofThisUser() {
 bool isInsideTrash(const std::string& path, const TrashPlaces& places) {
   if (path.empty()) return false;
   const std::string item = standardizedPath(path);
-  const auto facts = factsOf(item);
-  if (!facts) return false;
-  const auto trashes = trashFoldersFor(item, facts->st_dev, places);
+  const auto status = statOf(item);
+  if (!status) return false;
+  const auto trashes = trashFoldersFor(item, status->st_dev, places);
   for (std::string above = item; above.size() > 1;) {
     above = pathWithoutLastComponent(above);
-    const auto factsAbove = factsOf(above);
+    const auto folder = statOf(above);
     for (const auto& trash : trashes)
-      if (factsAbove && ItemIdentity::of(*factsAbove) == trash) return true;
+      if (folder && ItemIdentity::of(*folder) == trash) return true;
   }
   return false;
 }

@@ -29,7 +29,7 @@ class TrashTest : public testing::Test {
   const TrashPlaces places{folder.path("home"), folder.path("home/.local/share/Trash"), 1000};
 };
 
-TEST_F(TrashTest, EnclosesItemsAtAnyDepthButNotItself) {
+TEST_F(TrashTest, ContainsItemsAtAnyDepthButNotItself) {
   EXPECT_TRUE(inside("home/.local/share/Trash/files"));
   EXPECT_TRUE(inside("home/.local/share/Trash/files/gone"));
   EXPECT_TRUE(inside("home/.local/share/Trash/files/gone/deep/x"));
@@ -39,12 +39,12 @@ TEST_F(TrashTest, EnclosesItemsAtAnyDepthButNotItself) {
   EXPECT_FALSE(inside("home/.local/share/Trash/../x"));
 }
 
-TEST_F(TrashTest, DoesNotHoldWhatDoesNotExist) {
+TEST_F(TrashTest, DoesNotContainMissingItems) {
   EXPECT_FALSE(inside("home/.local/share/Trash/files/missing"));
   EXPECT_FALSE(isInsideTrash("", places));
 }
 
-TEST_F(TrashTest, ALinkLeadsNeitherOutOfItNorIntoIt) {
+TEST_F(TrashTest, LinksAreNotFollowedOutOfItOrIntoIt) {
   fs::create_symlink(folder.path("home/Documents"), folder.path("home/.local/share/Trash/out"));
   EXPECT_TRUE(inside("home/.local/share/Trash/out"));
   EXPECT_TRUE(inside("home/.local/share/Trash/out/x"));
@@ -55,24 +55,24 @@ TEST_F(TrashTest, ALinkLeadsNeitherOutOfItNorIntoIt) {
   EXPECT_FALSE(inside("home/trash/files"));
 }
 
-TEST_F(TrashTest, AHomeThatIsReachedThroughALinkIsTheSameHome) {
+TEST_F(TrashTest, AHomeFolderBehindALinkIsTheSameHome) {
   fs::create_directory_symlink("home", folder.path("house"));
   const TrashPlaces linked{folder.path("house"), folder.path("house/.local/share/Trash"), 1000};
   EXPECT_TRUE(isInsideTrash(folder.path("home/.local/share/Trash/files/gone"), linked));
   EXPECT_TRUE(isInsideTrash(folder.path("house/.local/share/Trash/files/gone"), places));
 }
 
-TEST_F(TrashTest, AHomeTrashThatIsALinkEnclosesWhatItLeadsTo) {
-  fs::create_directories(folder.path("kept/files/gone"));
-  fs::create_directory_symlink(folder.path("kept"), folder.path("trash"));
+TEST_F(TrashTest, AHomeTrashThatIsALinkContainsTheItemsOfItsTarget) {
+  fs::create_directories(folder.path("target/files/gone"));
+  fs::create_directory_symlink(folder.path("target"), folder.path("trash"));
   const TrashPlaces linked{folder.path("home"), folder.path("trash"), 1000};
   EXPECT_TRUE(isInsideTrash(folder.path("trash/files/gone"), linked));
-  EXPECT_TRUE(isInsideTrash(folder.path("kept/files/gone"), linked));
+  EXPECT_TRUE(isInsideTrash(folder.path("target/files/gone"), linked));
   EXPECT_FALSE(isInsideTrash(folder.path("trash"), linked));
-  EXPECT_FALSE(isInsideTrash(folder.path("kept"), linked));
+  EXPECT_FALSE(isInsideTrash(folder.path("target"), linked));
 }
 
-TEST_F(TrashTest, OfTheHomeVolumeIsOnlyTheHomeTrash) {
+TEST_F(TrashTest, TheHomeVolumeHasOnlyTheHomeTrash) {
   fs::create_directories(folder.path(".Trash-1000/files/x"));
   EXPECT_FALSE(inside(".Trash-1000/files/x"));
 }

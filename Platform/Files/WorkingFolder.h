@@ -5,8 +5,8 @@
 
 namespace wevora::platform {
 
-/// The path from the root of one that may begin in the working folder; none for such a one where
-/// the working folder is gone. Threads: any.
+/// The standardized absolute path of a path that may be relative to the working folder; nullopt
+/// for a relative path when the working folder was removed. Thread-safety: safe from any thread.
 std::optional<std::string> absolutePath(const std::string& path);
 
 }  // namespace wevora::platform

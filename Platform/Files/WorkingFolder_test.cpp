@@ -7,12 +7,12 @@
 namespace wevora::platform {
 namespace {
 
-TEST(WorkingFolderTest, APathThatBeginsInTheWorkingFolderIsGivenFromTheRoot) {
+TEST(WorkingFolderTest, ARelativePathIsMadeAbsolute) {
   EXPECT_EQ(absolutePath("a/../b"), std::filesystem::current_path().string() + "/b");
   EXPECT_EQ(absolutePath(""), std::filesystem::current_path().string());
 }
 
-TEST(WorkingFolderTest, APathFromTheRootIsOnlyTidied) {
+TEST(WorkingFolderTest, AnAbsolutePathIsOnlyStandardized) {
   EXPECT_EQ(absolutePath("/a//b/."), "/a/b");
 }
 

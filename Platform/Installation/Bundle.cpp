@@ -4,7 +4,7 @@
 
 #include "Platform/Base/Guard.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Graphics/ImageFiles.h"
 
 namespace wevora::platform {
@@ -12,15 +12,15 @@ namespace wevora::platform {
 std::optional<Bundle> Bundle::bundleWithPath(std::string_view systemPath,
                                              const InstalledPaths& paths) {
   std::string path = paths.translate(systemPath);
-  if (!fileExistsAtPath(path).isDirectory) return std::nullopt;
+  if (!isDirectory(statOfTarget(path))) return std::nullopt;
   return Bundle(std::move(path));
 }
 
 std::optional<std::string> Bundle::pathForImageResource(std::string_view name) const {
   if (name.empty() || name.find('/') != std::string_view::npos) return std::nullopt;
   std::string path = path_ + "/Contents/Resources/" + std::string(name);
-  const auto file = fileExistsAtPath(path);
-  if (!file.exists || file.isDirectory) return std::nullopt;
+  const auto file = statOfTarget(path);
+  if (!file || isDirectory(file)) return std::nullopt;
   return path;
 }
 

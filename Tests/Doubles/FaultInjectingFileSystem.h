@@ -8,8 +8,7 @@
 
 namespace wevora::platform {
 
-/// File calls of which a test lets some fail.
-/// Threads: one. Owns: the faults. Errors: those that the test asks for.
+/// Real file system calls with injected faults and callbacks.
 class FaultInjectingFileSystem : public FileSystemCalls {
  public:
   enum class Call {
@@ -23,23 +22,25 @@ class FaultInjectingFileSystem : public FileSystemCalls {
     resize,
     flush,
     flushVolume,
-    renameToNew,
+    renameNoReplace,
     link,
     rename
   };
 
-  /// From its nth call on (the first is 0), `call` fails with this errno.
+  /// Fails the nth call (counted from 0) and all later ones with this errno.
   void fail(Call call, int error, int nth = 0) { faults_[call] = {error, nth, false}; }
-  /// Its next call alone.
+  /// Fails only the next call.
   void failOnce(Call call, int error) { faults_[call] = {error, count(call), true}; }
-  /// As on a volume that cannot promise to rename over nothing.
-  void renameWithoutPromise() { fail(Call::renameToNew, EINVAL); }
-  /// As on a volume whose kernel driver copies nothing by itself.
-  void copyWithoutTheKernel() {
+  /// Simulates a volume without RENAME_NOREPLACE.
+  void disableRenameNoReplace() { fail(Call::renameNoReplace, EINVAL); }
+  /// Simulates a volume without reflinks and copy_file_range(2).
+  void disableKernelCopy() {
     fail(Call::clone, EOPNOTSUPP);
     fail(Call::copyRange, EXDEV);
   }
-  /// Runs before each call that is let through.
+  /// Makes flush and flushVolume return 0 immediately, for tests that would wait for a busy disk.
+  void disableFlush() { flushes_ = false; }
+  /// Runs an action before each call that does not fail.
   void before(Call call, std::function<void()> action) { actions_[call] = std::move(action); }
   int count(Call call) const {
     const auto found = counts_.find(call);
@@ -71,12 +72,16 @@ class FaultInjectingFileSystem : public FileSystemCalls {
   int resize(int file, off_t size) override {
     return fails(Call::resize) ? -1 : FileSystemCalls::resize(file, size);
   }
-  int flush(int file) override { return fails(Call::flush) ? -1 : FileSystemCalls::flush(file); }
-  int flushVolume(int file) override {
-    return fails(Call::flushVolume) ? -1 : FileSystemCalls::flushVolume(file);
+  int flush(int file) override {
+    if (fails(Call::flush)) return -1;
+    return flushes_ ? FileSystemCalls::flush(file) : 0;
   }
-  int renameToNew(int folder, const std::string& from, const std::string& to) override {
-    return fails(Call::renameToNew) ? -1 : FileSystemCalls::renameToNew(folder, from, to);
+  int flushVolume(int file) override {
+    if (fails(Call::flushVolume)) return -1;
+    return flushes_ ? FileSystemCalls::flushVolume(file) : 0;
+  }
+  int renameNoReplace(int folder, const std::string& from, const std::string& to) override {
+    return fails(Call::renameNoReplace) ? -1 : FileSystemCalls::renameNoReplace(folder, from, to);
   }
   int link(int folder, const std::string& from, const std::string& to) override {
     return fails(Call::link) ? -1 : FileSystemCalls::link(folder, from, to);
@@ -104,6 +109,7 @@ class FaultInjectingFileSystem : public FileSystemCalls {
     return false;
   }
 
+  bool flushes_ = true;
   std::map<Call, Fault> faults_;
   std::map<Call, std::function<void()>> actions_;
   std::map<Call, int> counts_;

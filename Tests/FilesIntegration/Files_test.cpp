@@ -1,4 +1,4 @@
-// wevora-files and chflags as a person runs them, on real volumes.
+// Runs the programs wevora-files and chflags on real volumes.
 
 #include <algorithm>
 #include <filesystem>
@@ -31,31 +31,32 @@ Outcome files(const std::string& arguments) {
 Outcome chflags(const std::string& arguments) {
   return ranInShell(WEVORA_CHFLAGS " " + arguments);
 }
-/// As a user whom the modes of files bind, as they do not bind root.
-std::string bound(const std::string& command) {
+/// Runs the command without the capabilities that let root ignore file modes.
+std::string withoutModeOverride(const std::string& command) {
   return "setpriv --bounding-set=-dac_override,-dac_read_search " + command;
 }
 
-/// An empty private program folder over the place of installation, in this test's own mount
-/// namespace. Threads: one. Owns: the mount. Errors: isThere.
+/// Mounts an empty private program folder over the installed one, in the mount namespace of this
+/// test.
+/// Errors: isMounted() is false.
 class EmptyInstallation {
  public:
   EmptyInstallation() {
     while (!fs::exists(above_)) above_ = above_.parent_path();
-    there_ = above_ != "/" && ::mount("tmpfs", above_.c_str(), "tmpfs", 0, "size=64m") == 0;
-    if (there_) fs::create_directories(platform::kInstalledProgramFolder);
+    mounted_ = above_ != "/" && ::mount("tmpfs", above_.c_str(), "tmpfs", 0, "size=64m") == 0;
+    if (mounted_) fs::create_directories(platform::kInstalledProgramFolder);
   }
   ~EmptyInstallation() {
-    if (there_) ::umount2(above_.c_str(), MNT_DETACH);
+    if (mounted_) ::umount2(above_.c_str(), MNT_DETACH);
   }
   EmptyInstallation(const EmptyInstallation&) = delete;
   EmptyInstallation& operator=(const EmptyInstallation&) = delete;
 
-  bool isThere() const { return there_; }
+  bool isMounted() const { return mounted_; }
 
  private:
   fs::path above_ = platform::kInstalledProgramFolder;
-  bool there_ = false;
+  bool mounted_ = false;
 };
 
 class FilesTest : public testing::Test {
@@ -82,10 +83,10 @@ class FilesTest : public testing::Test {
   const platform::TemporaryFolder folder;
   MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/wevora files"};  // of 16 MiB
   bool mounted = false;
-  const std::string quoted = "'/media/wevora files";  // the quotes are closed by its user
+  const std::string quoted = "'/media/wevora files";  // the caller closes the quotes
 };
 
-TEST_F(FilesTest, AQuestionIsAnsweredByTheExitStatusToo) {
+TEST_F(FilesTest, TheExitStatusReportsTheResultToo) {
   ASSERT_TRUE(mounted);
   write(volume.path("a.txt"));
   EXPECT_EQ(files("ignored " + quoted + "/gone.PART' " + quoted + "/.x.dtapart'").status, 0);
@@ -100,11 +101,11 @@ TEST_F(FilesTest, AQuestionIsAnsweredByTheExitStatusToo) {
   EXPECT_EQ(ranInShell(WEVORA_FILES " md5 " + quoted + "/a.txt' >/dev/full").status, 2);
 }
 
-TEST_F(FilesTest, PathsAreTakenFromTheCurrentFolder) {
+TEST_F(FilesTest, RelativePathsStartInTheCurrentFolder) {
   ASSERT_TRUE(mounted);
   write(volume.path("a b"));
-  const auto answer = ranInShell("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
-  EXPECT_EQ(answer.output, "9dd4e461268c8034f5c8564e155c67a6  a b\n");
+  const auto result = ranInShell("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
+  EXPECT_EQ(result.output, "9dd4e461268c8034f5c8564e155c67a6  a b\n");
 }
 
 TEST_F(FilesTest, ListsAndScansAFolder) {
@@ -128,7 +129,7 @@ TEST_F(FilesTest, ListsAndScansAFolder) {
   EXPECT_EQ(files("list " + quoted + "/gone'").status, 1);
 }
 
-TEST_F(FilesTest, JsonIsReadByAnotherProgram) {
+TEST_F(FilesTest, JsonOutputIsValidForAnotherParser) {
   ASSERT_TRUE(mounted);
   write(volume.path("odd \"\\\n\xFF name"));
   const auto read = ranInShell(WEVORA_FILES " list --format json " + quoted +
@@ -142,10 +143,10 @@ TEST_F(FilesTest, JsonIsReadByAnotherProgram) {
 
 // --- Hiding --------------------------------------------------------------------------------------
 
-TEST_F(FilesTest, TheInstalledCommandHidesAnItemWithoutAnyHelpOfTheSearchPath) {
+TEST_F(FilesTest, TheInstalledCommandIsFoundWithoutTheSearchPath) {
   ASSERT_TRUE(mounted);
   const EmptyInstallation installation;
-  ASSERT_TRUE(installation.isThere());
+  ASSERT_TRUE(installation.isMounted());
   fs::copy(WEVORA_CHFLAGS, platform::kInstalledProgramFolder);
   write(volume.path("two words"));
   const auto hidden = files("hide " + quoted + "/two words'");
@@ -157,12 +158,12 @@ TEST_F(FilesTest, TheInstalledCommandHidesAnItemWithoutAnyHelpOfTheSearchPath) {
 
 TEST_F(FilesTest, WithoutTheCommandHidingFailsWithAReason) {
   ASSERT_TRUE(mounted);
-  const EmptyInstallation installation;  // the product may be installed here
-  ASSERT_TRUE(installation.isThere());
+  const EmptyInstallation installation;  // the product may be installed on this machine
+  ASSERT_TRUE(installation.isMounted());
   write(volume.path("a"));
-  const auto answer = ranInShell("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
-  EXPECT_EQ(answer.status, 1);
-  EXPECT_THAT(answer.output, HasSubstr("was not hidden"));
+  const auto result = ranInShell("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("still visible after running chflags"));
 }
 
 TEST_F(FilesTest, ChflagsHidesAndShowsSeveralItemsAtOnce) {
@@ -175,14 +176,17 @@ TEST_F(FilesTest, ChflagsHidesAndShowsSeveralItemsAtOnce) {
   EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b c\n");
 }
 
-TEST_F(FilesTest, ChflagsTellsWhatItCouldNotDoAndGoesOn) {
+TEST_F(FilesTest, ChflagsReportsAFailureAndContinues) {
   ASSERT_TRUE(mounted);
   write(volume.path("a"));
-  const auto answer = chflags("hidden " + quoted + "/gone' " + quoted + "/a' " + quoted +
+  const auto result = chflags("hidden " + quoted + "/gone' " + quoted + "/a' " + quoted +
                               "/a'\"$(printf '\\nb')\"");
-  EXPECT_EQ(answer.status, 1);
-  EXPECT_THAT(answer.output, HasSubstr("/gone: cannot be hidden: No such file"));
-  EXPECT_THAT(answer.output, HasSubstr("line end"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(
+      result.output,
+      HasSubstr(
+          "chflags: cannot change the visibility of '/media/wevora files/gone': No such file"));
+  EXPECT_THAT(result.output, HasSubstr("line break"));
   EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "a\n");
   EXPECT_EQ(chflags("").status, 2);
   EXPECT_EQ(chflags("arch x").status, 2);
@@ -190,18 +194,19 @@ TEST_F(FilesTest, ChflagsTellsWhatItCouldNotDoAndGoesOn) {
   EXPECT_EQ(chflags("--help").status, 0);
 }
 
-TEST_F(FilesTest, ChflagsCannotMarkWhatIsInAFolderThatMayNotBeChanged) {
+TEST_F(FilesTest, ChflagsReportsAFolderWithoutWritePermission) {
   ASSERT_TRUE(mounted);
   fs::create_directory(volume.path("locked"));
   write(volume.path("locked/a"));
   ::chmod(volume.path("locked").c_str(), 0555);
-  const auto answer = ranInShell(bound(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
-  EXPECT_EQ(answer.status, 1);
-  EXPECT_THAT(answer.output, HasSubstr("Permission denied"));
+  const auto result =
+      ranInShell(withoutModeOverride(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("Permission denied"));
   EXPECT_EQ(namesIn(volume.path("locked")), (std::vector<std::string>{"a"}));
 }
 
-TEST_F(FilesTest, OnAFullVolumeTheListStaysAsItWas) {
+TEST_F(FilesTest, OnAFullVolumeTheListStaysUnchanged) {
   ASSERT_TRUE(mounted);
   write(volume.path("a"));
   write(volume.path(".hidden"), "b\n");
@@ -231,7 +236,7 @@ TEST_F(FilesTest, TheTrashOfAnotherVolumeIsAtItsTop) {
   EXPECT_EQ(inTrash(".Trash-" + user), 1);
   EXPECT_EQ(inTrash(".Trash-4711/files/x"), 1);
   EXPECT_EQ(inTrash("deep/.Trash-" + user + "/files/x"), 1);
-  // Everybody's Trash counts only where nobody can take what is another's.
+  // The shared Trash counts only with the sticky bit.
   EXPECT_EQ(inTrash(".Trash/" + user + "/files/x"), 1);
   ::chmod(volume.path(".Trash").c_str(), 01777);
   EXPECT_EQ(inTrash(".Trash/" + user + "/files/x"), 0);
@@ -248,7 +253,7 @@ TEST_F(FilesTest, TheTrashOfTheHomeVolumeIsInTheHome) {
             "trash\t" + folder.path("Trash/files/x") + "\n");
 }
 
-TEST_F(FilesTest, AHomeTrashThatIsKeptOnAnotherVolumeEnclosesItsItemsToo) {
+TEST_F(FilesTest, AHomeTrashOnAnotherVolumeContainsItsItemsToo) {
   ASSERT_TRUE(mounted);
   fs::create_directories(volume.path("Trash/files"));
   write(volume.path("Trash/files/x"));
@@ -257,7 +262,7 @@ TEST_F(FilesTest, AHomeTrashThatIsKeptOnAnotherVolumeEnclosesItsItemsToo) {
   EXPECT_EQ(ranInShell(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
 }
 
-TEST_F(FilesTest, AVolumeThatIsMountedInTheHomeTrashIsNotInIt) {
+TEST_F(FilesTest, ItemsOfAVolumeMountedInTheHomeTrashAreNotInTheTrash) {
   fs::create_directories(folder.path("Trash/files/mount"));
   write(folder.path("Trash/files/x"));
   ASSERT_EQ(::mount("tmpfs", folder.path("Trash/files/mount").c_str(), "tmpfs", 0, nullptr), 0);
@@ -271,18 +276,18 @@ TEST_F(FilesTest, AVolumeThatIsMountedInTheHomeTrashIsNotInIt) {
   EXPECT_EQ(mountedItem.status, 1);
 }
 
-TEST_F(FilesTest, AListThatCannotBeReplacedStaysAsItWas) {
+TEST_F(FilesTest, AListThatCannotBeReplacedStaysUnchanged) {
   ASSERT_TRUE(mounted);
   write(volume.path("a"));
   write(volume.path(".hidden"), "b\n");
-  // Nothing can take the name of what is mounted.
+  // A mount point cannot be replaced by rename(2).
   ASSERT_EQ(::mount(volume.path(".hidden").c_str(), volume.path(".hidden").c_str(), nullptr,
                     MS_BIND, nullptr),
             0);
-  const auto answer = chflags("hidden " + quoted + "/a'");
+  const auto result = chflags("hidden " + quoted + "/a'");
   ::umount2(volume.path(".hidden").c_str(), MNT_DETACH);
-  EXPECT_EQ(answer.status, 1);
-  EXPECT_THAT(answer.output, HasSubstr("cannot replace the list"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("cannot replace the .hidden file"));
   EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b\n");
   EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a"}));
 }
@@ -299,7 +304,7 @@ TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
   EXPECT_TRUE(fs::is_symlink(volume.path("copy/link")));
 }
 
-TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
+TEST_F(FilesTest, ACopyWithAnotherOwnerHasNoSetuidBits) {
   write(folder.path("a"));
   ASSERT_TRUE(mounted);
   const auto modes = [this] {
@@ -309,7 +314,7 @@ TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
   EXPECT_EQ(files("backup " + folder.path("a") + " " + folder.path("b")).status, 0);
   EXPECT_EQ(modes(), "6755\n6755\n");
   fs::remove(folder.path("b"));
-  if (!testing_host::mayMountDisks()) return;  // there is one user only
+  if (!testing_host::mayMountDisks()) return;  // only one user id is mapped
   ASSERT_EQ(::chown(folder.path("a").c_str(), 4711, 4711), 0);
   ::chmod(folder.path("a").c_str(), 06755);
   EXPECT_EQ(ranInShell("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") +
@@ -319,14 +324,14 @@ TEST_F(FilesTest, ACopyThatIsAnotherOwnersLendsNoRights) {
   EXPECT_EQ(modes(), "6755\n755\n");
 }
 
-TEST_F(FilesTest, AVolumeThatHoldsNoExtendedAttributesHoldsTheRest) {
+TEST_F(FilesTest, AVolumeWithoutExtendedAttributesReceivesEverythingElse) {
   MountedVolume plain(MountedVolume::Kind::ramfs, folder.path("plain"));
   ASSERT_TRUE(plain.mount());
   fs::create_directories(folder.path("a/deep"));
   write(folder.path("a/deep/file"), "text");
   ::chmod(folder.path("a/deep/file").c_str(), 0640);
-  ASSERT_EQ(::setxattr(folder.path("a/deep/file").c_str(), "user.note", "kept", 4, 0), 0);
-  ASSERT_NE(::setxattr(plain.path().c_str(), "user.note", "kept", 4, 0), 0);
+  ASSERT_EQ(::setxattr(folder.path("a/deep/file").c_str(), "user.note", "text", 4, 0), 0);
+  ASSERT_NE(::setxattr(plain.path().c_str(), "user.note", "text", 4, 0), 0);
   EXPECT_EQ(files("backup " + folder.path("a") + " " + plain.path("b")).output, "");
   EXPECT_EQ(files("backup " + folder.path("a/deep/file") + " " + plain.path("c")).output, "");
   for (const auto* copy : {"b/deep/file", "c"}) {
@@ -335,24 +340,24 @@ TEST_F(FilesTest, AVolumeThatHoldsNoExtendedAttributesHoldsTheRest) {
   }
 }
 
-TEST_F(FilesTest, AFullVolumeHoldsNoPartOfACopy) {
+TEST_F(FilesTest, AFullVolumeContainsNoPartialCopy) {
   ASSERT_TRUE(mounted);
   makeFile(folder.path("large"), 20 << 20);
   fs::create_directory(folder.path("folder"));
   for (int i = 0; i < 20; ++i) makeFile(folder.path("folder/" + std::to_string(i)), 1 << 20);
   for (const auto* source : {"large", "folder"})
     for (const auto* attempts : {"", "--attempts 3 "}) {
-      const auto answer =
+      const auto result =
           files("backup " + std::string(attempts) + folder.path(source) + " " + quoted + "/copy'");
-      EXPECT_EQ(answer.status, 1);
-      EXPECT_THAT(answer.output, HasSubstr("No space left on device"));
+      EXPECT_EQ(result.status, 1);
+      EXPECT_THAT(result.output, HasSubstr("No space left on device"));
       EXPECT_EQ(namesIn(volume.path()), std::vector<std::string>{});
     }
   EXPECT_EQ(fs::file_size(folder.path("large")), std::uintmax_t{20 << 20});
   EXPECT_EQ(namesIn(folder.path("folder")).size(), 20U);
 }
 
-TEST_F(FilesTest, AVolumeWithoutAnyRoomTakesNoCopy) {
+TEST_F(FilesTest, OnAVolumeWithoutFreeSpaceTheBackupFails) {
   ASSERT_TRUE(mounted);
   ranInShell("cat /dev/zero >" + quoted + "/ballast'");
   write(folder.path("small"), "text");
@@ -361,18 +366,19 @@ TEST_F(FilesTest, AVolumeWithoutAnyRoomTakesNoCopy) {
   EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{"ballast"}));
 }
 
-TEST_F(FilesTest, AnUnreadableFileIsNotBackedUpNorTheFolderThatHoldsIt) {
+TEST_F(FilesTest, AnUnreadableFileAndItsFolderAreNotBackedUp) {
   fs::create_directory(folder.path("a"));
   write(folder.path("a/first"));
   write(folder.path("a/secret"));
   ::chmod(folder.path("a/secret").c_str(), 0);
   for (const auto* source : {"a", "a/secret"}) {
-    const auto answer = ranInShell(bound(WEVORA_FILES " backup --attempts 2 " +
-                                         folder.path(source) + " " + folder.path("copy")));
-    EXPECT_EQ(answer.status, 1);
-    EXPECT_THAT(answer.output, HasSubstr("Permission denied"));
+    const auto result = ranInShell(withoutModeOverride(
+        WEVORA_FILES " backup --attempts 2 " + folder.path(source) + " " + folder.path("copy")));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr("Permission denied"));
   }
-  EXPECT_EQ(ranInShell(bound(WEVORA_FILES " md5 " + folder.path("a/secret"))).status, 1);
+  EXPECT_EQ(ranInShell(withoutModeOverride(WEVORA_FILES " md5 " + folder.path("a/secret"))).status,
+            1);
   EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"a"}));
   EXPECT_EQ(namesIn(folder.path("a")), (std::vector<std::string>{"first", "secret"}));
 }
@@ -386,14 +392,14 @@ TEST_F(FilesTest, ASourceThatIsItsOwnDestinationIsNotLost) {
   EXPECT_EQ(ranInShell("cat " + folder.path("a")).output, "text");
 }
 
-TEST_F(FilesTest, AMountInsideTheDestinationKeepsTheSource) {
+TEST_F(FilesTest, AMountInsideTheDestinationPreventsItsRemoval) {
   fs::create_directories(folder.path("home/doc"));
   write(folder.path("home/doc/letter"), "text");
   fs::create_directories(folder.path("chroot/home"));
   fs::create_directory(folder.path("chroot/etc"));
   write(folder.path("chroot/file"));
   write(folder.path("single"), "text");
-  // A bound folder is on the same device as what it is bound to.
+  // A bind mount has the same device number as its source.
   const auto bind = [this](const std::string& from, const std::string& to) {
     return ::mount(folder.path(from).c_str(), folder.path(to).c_str(), nullptr, MS_BIND, nullptr);
   };
@@ -418,7 +424,7 @@ TEST_F(FilesTest, AMountInsideTheDestinationKeepsTheSource) {
   EXPECT_FALSE(fs::exists(folder.path("chroot")));
 }
 
-TEST_F(FilesTest, AFolderThatItsOwnerMayNotChangeIsRemovedAndALookAtItLeavesItLocked) {
+TEST_F(FilesTest, ALockedFolderIsRemovedButStaysLockedAfterADryRun) {
   fs::create_directories(folder.path("b/locked/deeper"));
   write(folder.path("b/locked/deeper/file"));
   fs::create_directory(folder.path("b/mount"));
@@ -428,16 +434,16 @@ TEST_F(FilesTest, AFolderThatItsOwnerMayNotChangeIsRemovedAndALookAtItLeavesItLo
   const std::string backup =
       WEVORA_FILES " backup --attempts 1 " + folder.path("a") + " " + folder.path("b");
   ASSERT_EQ(::mount("tmpfs", folder.path("b/mount").c_str(), "tmpfs", 0, nullptr), 0);
-  EXPECT_EQ(ranInShell(bound(backup)).status, 1);
+  EXPECT_EQ(ranInShell(withoutModeOverride(backup)).status, 1);
   EXPECT_EQ(fs::status(folder.path("b/locked/deeper")).permissions(), fs::perms::none);
   EXPECT_EQ(fs::status(folder.path("b/locked")).permissions(), fs::perms(0500));
   EXPECT_TRUE(fs::exists(folder.path("b/locked/deeper/file")));
   ::umount2(folder.path("b/mount").c_str(), MNT_DETACH);
-  EXPECT_EQ(ranInShell(bound(backup)).status, 1);
+  EXPECT_EQ(ranInShell(withoutModeOverride(backup)).status, 1);
   EXPECT_FALSE(fs::exists(folder.path("b")));
 }
 
-TEST_F(FilesTest, LargeFilesShowTheirProgressOnATerminalOnly) {
+TEST_F(FilesTest, LargeFilesShowProgressOnlyOnATerminal) {
   write(folder.path("large"), "");
   fs::resize_file(folder.path("large"), 48 << 20);
   const std::string digest = WEVORA_FILES " md5 " + folder.path("large");

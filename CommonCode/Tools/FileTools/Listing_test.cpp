@@ -24,7 +24,7 @@ class ListingTest : public testing::Test {
   void link(const std::string& name, const std::string& target) {
     fs::create_symlink(target, folder.path(name));
   }
-  /// A chain of links, chain-1 to chain-`steps`, of which the first leads to the target.
+  /// A chain of links, chain-1 to chain-`steps`; chain-1 points to the target.
   void chain(int steps, const std::string& target) {
     link("chain-1", target);
     for (int i = 2; i <= steps; ++i)
@@ -39,7 +39,7 @@ class ListingTest : public testing::Test {
     link("to file.txt", "file.txt");
     link("to folder.txt", "folder.txt");
   }
-  /// The paths less the folder's, sorted.
+  /// The paths relative to the folder, sorted.
   Names names(std::vector<std::string> paths) const {
     for (auto& path : paths) {
       EXPECT_TRUE(path.starts_with(folder.path() + "/")) << path;
@@ -57,7 +57,7 @@ class ListingTest : public testing::Test {
 
 using ScanTest = ListingTest;
 
-TEST_F(ListingTest, EveryKindIsListedLinksByTheirOwnPaths) {
+TEST_F(ListingTest, EveryKindIsListedAndLinksByTheirOwnPaths) {
   file("file");
   makeFolder("folder/deeper");
   file(".hidden file");
@@ -66,7 +66,7 @@ TEST_F(ListingTest, EveryKindIsListedLinksByTheirOwnPaths) {
             (Names{".hidden file", "file", "folder", "link"}));
 }
 
-TEST_F(ListingTest, WithResolvedPathsALinkIsReportedAsWhatItLeadsTo) {
+TEST_F(ListingTest, WithResolvedPathsALinkIsReplacedByItsTarget) {
   file("file");
   makeFolder("folder");
   link("link", "folder");
@@ -75,7 +75,7 @@ TEST_F(ListingTest, WithResolvedPathsALinkIsReportedAsWhatItLeadsTo) {
             (Names{"file", "folder", "folder"}));
 }
 
-TEST_F(ListingTest, ResolvedPathsNeedLinksThatAreResolved) {
+TEST_F(ListingTest, ResolvedPathsHaveNoEffectWithoutResolvingLinks) {
   file("file");
   link("link", "file");
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), std::nullopt, false, false,
@@ -91,7 +91,7 @@ TEST_F(ListingTest, TheMaskIsCaseSensitive) {
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), "")), Names{});
 }
 
-TEST_F(ListingTest, TheMaskIsForTheNameShownNotForTheTargets) {
+TEST_F(ListingTest, TheMaskAppliesToTheNameOfTheLinkNotOfTheTarget) {
   file("a.txt");
   link("b.lnk", "a.txt");
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), "*.lnk", false, false, true,
@@ -99,13 +99,13 @@ TEST_F(ListingTest, TheMaskIsForTheNameShownNotForTheTargets) {
             (Names{"a.txt"}));
 }
 
-TEST_F(ListingTest, FoldersCanBeSkippedWithTheLinksThatLeadToThem) {
+TEST_F(ListingTest, SkippingFoldersSkipsLinksToFoldersToo) {
   makeUsualItems();
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), "*.txt", true)),
             (Names{".hidden.txt", "file.txt", "to file.txt"}));
 }
 
-TEST_F(ListingTest, FilesCanBeSkippedWithTheLinksThatLeadToThem) {
+TEST_F(ListingTest, SkippingFilesSkipsLinksToFilesToo) {
   makeUsualItems();
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), "*.txt", false, true)),
             (Names{"folder.txt", "to folder.txt"}));
@@ -113,7 +113,7 @@ TEST_F(ListingTest, FilesCanBeSkippedWithTheLinksThatLeadToThem) {
             Names{});
 }
 
-TEST_F(ListingTest, WithoutResolvingEveryLinkIsALinkAndDroppedUnlessKept) {
+TEST_F(ListingTest, WithoutResolvingLinksAreOmittedUnlessRequested) {
   makeUsualItems();
   EXPECT_EQ(
       names(WVRFileTools::getContentsOfDirectory(folder.path(), "*.txt", false, false, false)),
@@ -123,14 +123,14 @@ TEST_F(ListingTest, WithoutResolvingEveryLinkIsALinkAndDroppedUnlessKept) {
       (Names{"to file.txt", "to folder.txt"}));
 }
 
-TEST_F(ListingTest, NeitherFoldersNorFilesIsKeptWhenBothAreSkipped) {
+TEST_F(ListingTest, OtherKindsAreListedWhenFoldersAndFilesAreSkipped) {
   ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
   file("file");
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), std::nullopt, true, true)),
             (Names{"pipe"}));
 }
 
-TEST_F(ListingTest, ALinkToItselfIsDropped) {
+TEST_F(ListingTest, ALinkLoopIsOmitted) {
   link("itself", "itself");
   link("there", "back");
   link("back", "there");
@@ -140,13 +140,13 @@ TEST_F(ListingTest, ALinkToItselfIsDropped) {
             (Names{"back", "itself", "there"}));
 }
 
-TEST_F(ListingTest, ADanglingLinkIsDropped) {
+TEST_F(ListingTest, ADanglingLinkIsOmitted) {
   link("dangling", "nowhere");
   link("further", "dangling");
   EXPECT_EQ(WVRFileTools::getContentsOfDirectory(folder.path()), Names{});
 }
 
-TEST_F(ListingTest, AChainOfNinetyNineOrAHundredLinksIsFollowedToItsEnd) {
+TEST_F(ListingTest, AChainOfUpToAHundredLinksIsFollowed) {
   makeFolder("target");
   chain(100, "target");
   const auto found = names(WVRFileTools::getContentsOfDirectory(folder.path(), "chain-*"));
@@ -159,7 +159,7 @@ TEST_F(ListingTest, AChainOfNinetyNineOrAHundredLinksIsFollowedToItsEnd) {
   EXPECT_EQ(WVRFileTools::getContentsOfDirectory(folder.path(), "chain-100", true), Names{});
 }
 
-TEST_F(ListingTest, AChainOfAHundredAndOneLinksStopsAtItsLastLink) {
+TEST_F(ListingTest, AChainOfAHundredAndOneLinksStopsAtTheLastLink) {
   makeFolder("target");
   chain(101, "target");
   EXPECT_EQ(WVRFileTools::getContentsOfDirectory(folder.path(), "chain-101"), Names{});
@@ -175,14 +175,14 @@ TEST_F(ListingTest, LinksInTheFoldersOwnPathAreResolved) {
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path("link/"))), (Names{"folder/a"}));
 }
 
-TEST_F(ListingTest, AFolderThatCannotBeReadIsEmpty) {
+TEST_F(ListingTest, AnUnreadableFolderIsEmpty) {
   file("file");
   EXPECT_EQ(WVRFileTools::getContentsOfDirectory(folder.path("missing")), Names{});
   EXPECT_EQ(WVRFileTools::getContentsOfDirectory(folder.path("file")), Names{});
   EXPECT_EQ(WVRFileTools::getContentsOfDirectory(""), Names{});
 }
 
-TEST_F(ListingTest, NamesThatAreNotUtf8PassUnharmed) {
+TEST_F(ListingTest, NamesThatAreNotUtf8AreUnchanged) {
   file("\xFF.txt");
   EXPECT_EQ(names(WVRFileTools::getContentsOfDirectory(folder.path(), "?.txt")),
             (Names{"\xFF.txt"}));
@@ -213,8 +213,8 @@ TEST_F(ScanOfUsualItemsTest, WithoutAndDirsOnlyVisibleFoldersAreReturned) {
   EXPECT_EQ(names(WVRFileTools::scanURLIgnoringExtras(url(), true, true)), folders);
 }
 
-TEST_F(ScanOfUsualItemsTest, WithAndDirsOnlyVisibleItemsThatAreNoFoldersAreReturned) {
-  // A link is no folder itself, but its name does not count where it leads to one.
+TEST_F(ScanOfUsualItemsTest, WithAndDirsOnlyVisibleItemsExceptFoldersAreReturned) {
+  // A link is not a folder, but the name rule does not apply to a link to a folder.
   const Names others = {"a.txt", "dangling", "link", "link.part"};
   EXPECT_EQ(names(WVRFileTools::scanURLIgnoringExtrasAndDirs(url())), others);
   EXPECT_EQ(names(WVRFileTools::scanURLIgnoringExtras(url(), false, true)), others);
@@ -233,7 +233,7 @@ TEST_F(ScanOfUsualItemsTest, CheckingPermissionsHasNoEffect) {
   ::chmod(folder.path("folder").c_str(), 0700);
 }
 
-TEST_F(ScanTest, EachItemOfALongHiddenListIsLeftOut) {
+TEST_F(ScanTest, EveryItemOfALongHiddenFileIsOmitted) {
   constexpr int kItems = 5'000;
   std::string list;
   for (int i = 0; i < kItems; ++i) {
@@ -246,7 +246,7 @@ TEST_F(ScanTest, EachItemOfALongHiddenListIsLeftOut) {
             static_cast<std::size_t>(kItems));
 }
 
-TEST_F(ScanTest, ThePathsComeInTheFoldersOwnOrder) {
+TEST_F(ScanTest, ThePathsAreInDirectoryOrder) {
   for (int i = 0; i < 200; ++i) file("item " + std::to_string(i * 7919 % 200));
   Names bare;
   const std::unique_ptr<DIR, int (*)(DIR*)> open(::opendir(folder.path().c_str()), &::closedir);
@@ -263,7 +263,7 @@ TEST_F(ScanTest, WithoutAUrlNothingIsReturned) {
   EXPECT_EQ(WVRFileTools::scanURLIgnoringExtras(url("missing")), Names{});
 }
 
-TEST_F(ScanTest, ThePathsAreThoseBelowTheUrlsOwn) {
+TEST_F(ScanTest, ThePathsBeginWithThePathOfTheUrl) {
   makeFolder("real \xC3\xA9/inner");
   link("link %", "real \xC3\xA9");
   EXPECT_EQ(names(WVRFileTools::scanURLIgnoringExtras(url("link %"))), (Names{"link %/inner"}));

@@ -1,13 +1,13 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <sys/stat.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "Platform/Files/Copy/FileOperations.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Shell.h"
 #include "Tests/Doubles/FaultInjectingFileSystem.h"
 #include "Tests/Doubles/TemporaryFolder.h"
@@ -31,8 +31,8 @@ class OperationsTest : public testing::Test {
     return text.str();
   }
   mode_t modeOf(const std::string& name) {
-    struct stat facts {};
-    return ::stat(folder.path(name).c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
+    const auto status = platform::statOfTarget(folder.path(name));
+    return status ? status->st_mode & 07777U : 0;
   }
   bool exists(const std::string& name) { return fs::exists(fs::symlink_status(folder.path(name))); }
   std::size_t items() {
@@ -62,14 +62,14 @@ TEST_F(MakeDirectoryTest, UnderAMissingParentNothingIsCreated) {
   EXPECT_FALSE(WVRFileTools::makeDirectoryWithPath("", 0700));
 }
 
-TEST_F(MakeDirectoryTest, AFolderThatExistsIsMadeOnlyWithIntermediateFolders) {
+TEST_F(MakeDirectoryTest, AnExistingFolderIsSuccessOnlyWithIntermediateFolders) {
   ASSERT_TRUE(WVRFileTools::makeDirectoryWithPath(folder.path("a"), 0700));
   EXPECT_FALSE(WVRFileTools::makeDirectoryWithPath(folder.path("a"), 0755));
   EXPECT_TRUE(WVRFileTools::makeDirectoryWithPath(folder.path("a"), true, 0755));
   EXPECT_EQ(modeOf("a"), 0700U);
 }
 
-TEST_F(MakeDirectoryTest, WithIntermediateFoldersMissingParentsAreMade) {
+TEST_F(MakeDirectoryTest, WithIntermediateFoldersMissingParentsAreCreated) {
   EXPECT_TRUE(WVRFileTools::makeDirectoryWithPath(folder.path("a/b/c"), true, 0750));
   for (const auto* made : {"a", "a/b", "a/b/c"}) EXPECT_EQ(modeOf(made), 0750U);
   file("file");
@@ -89,10 +89,10 @@ TEST_F(ChangeModeTest, LinksAreFollowed) {
   EXPECT_EQ(modeOf("a"), 04640U);
 }
 
-/// A folder with a "chflags" that writes its arguments down, one a line.
-class RecordedChflags {
+/// A program folder with a fake "chflags" that records its arguments, one per line.
+class FakeChflags {
  public:
-  RecordedChflags() {
+  FakeChflags() {
     std::ofstream(folder_.path("chflags"))
         << "#!/bin/sh\nprintf '%s\\n' \"$@\" >'" << folder_.path("arguments") << "'\nexit 1\n";
     fs::permissions(folder_.path("chflags"), fs::perms::owner_all);
@@ -109,13 +109,13 @@ class RecordedChflags {
 };
 
 TEST_F(HideFileTest, APathWithASpaceStaysOneArgumentAndTheExitStatusIsIgnored) {
-  const RecordedChflags chflags;
+  const FakeChflags chflags;
   WVRFileTools::hideFileAtPath("/two words/$HOME `x` \"y\" \xC3\xA9", chflags.shell());
   EXPECT_EQ(chflags.arguments(), "hidden\n/two words/$HOME `x` \"y\" \xC3\xA9\n");
 }
 
-TEST_F(HideFileTest, ASingleQuoteBreaksTheQuotesAndTheLineIsRunAsItIs) {
-  const RecordedChflags chflags;
+TEST_F(HideFileTest, ASingleQuoteEndsTheQuotesAndTheShellRunsTheRest) {
+  const FakeChflags chflags;
   WVRFileTools::hideFileAtPath("/a' 'b", chflags.shell());
   EXPECT_EQ(chflags.arguments(), "hidden\n/a\nb\n");
 }
@@ -146,7 +146,7 @@ TEST_F(BackupTest, ACopyIsVerified) {
   EXPECT_EQ(read("c"), "text");
 }
 
-TEST_F(BackupTest, AFolderIsCopiedWithAllThatIsInIt) {
+TEST_F(BackupTest, AFolderIsCopiedRecursively) {
   fs::create_directories(folder.path("a/deep"));
   file("a/deep/file", "text");
   fs::create_symlink("deep", folder.path("a/link"));
@@ -155,7 +155,7 @@ TEST_F(BackupTest, AFolderIsCopiedWithAllThatIsInIt) {
   EXPECT_EQ(fs::read_symlink(folder.path("b/link")), "deep");
 }
 
-TEST_F(BackupTest, TheSingleAttemptLeavesAnExistingDestinationAsItIs) {
+TEST_F(BackupTest, TheSingleAttemptLeavesAnExistingDestinationUnchanged) {
   EXPECT_FALSE(WVRFileTools::backupFileWithPath(file("a", "new"), file("b", "old")));
   EXPECT_EQ(read("b"), "old");
 }
@@ -208,7 +208,7 @@ TEST_F(BackupTest, ASourceThatIsAlsoTheDestinationIsNotLost) {
   EXPECT_FALSE(exists("folder/new"));
 }
 
-TEST_F(BackupTest, ASourceThatCannotBeLookedAtKeepsTheDestination) {
+TEST_F(BackupTest, WhenTheSourceCannotBeExaminedTheDestinationIsNotRemoved) {
   fs::create_symlink("loop", folder.path("loop"));
   file("b", "text");
   EXPECT_FALSE(WVRFileTools::backupFileWithPath(folder.path("loop/a"), folder.path("b"), 2));
@@ -227,7 +227,7 @@ TEST_F(BackupTest, ASourceThatIsMovedIntoTheDestinationMeanwhileIsNotLost) {
   EXPECT_FALSE(WVRFileTools::backupFileWithPath(folder.path("a"), folder.path("b"), 1, operations));
 }
 
-TEST_F(BackupTest, ADestinationWithASeparatorAtItsEndDoesNotLeadThroughALink) {
+TEST_F(BackupTest, ADestinationWithATrailingSeparatorDoesNotFollowALink) {
   fs::create_directory(folder.path("elsewhere"));
   file("elsewhere/file", "text");
   fs::create_directory_symlink("elsewhere", folder.path("link"));
@@ -246,7 +246,7 @@ TEST_F(BackupTest, ADestinationThatOnlyLinksToTheSourceIsRemoved) {
   EXPECT_EQ(items(), 1U);
 }
 
-TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
+TEST_F(BackupTest, AFullVolumeOrAnIoErrorLosesNothing) {
   file("a", std::string(1'000'000, 'a'));
   struct Failure {
     Call call;
@@ -256,9 +256,9 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
   for (const auto& failure :
        {Failure{Call::write, ENOSPC, 2}, Failure{Call::write, EIO, 0}, Failure{Call::read, EIO, 1},
         Failure{Call::openToRead, EACCES, 0}, Failure{Call::flush, EIO, 0},
-        Failure{Call::close, EIO, 0}, Failure{Call::renameToNew, ENOSPC, 0}}) {
+        Failure{Call::close, EIO, 0}, Failure{Call::renameNoReplace, ENOSPC, 0}}) {
     FaultInjectingFileSystem calls;
-    calls.copyWithoutTheKernel();
+    calls.disableKernelCopy();
     calls.fail(failure.call, failure.error, failure.nth);
     platform::SystemFileOperations operations(calls);
     EXPECT_FALSE(
@@ -268,9 +268,9 @@ TEST_F(BackupTest, AFullVolumeOrABrokenOneLosesNothing) {
   }
 }
 
-TEST_F(BackupTest, AFileThatComesToRestIsCopiedByALaterAttempt) {
+TEST_F(BackupTest, ARetryCopiesAFileThatHasStoppedChanging) {
   FaultInjectingFileSystem calls;
-  calls.copyWithoutTheKernel();
+  calls.disableKernelCopy();
   file("a", "first");
   int changes = 0;
   calls.before(Call::write, [&] {
@@ -281,7 +281,7 @@ TEST_F(BackupTest, AFileThatComesToRestIsCopiedByALaterAttempt) {
   EXPECT_EQ(read("b"), "changed !!");
 }
 
-TEST_F(BackupTest, ACopyThatIsNotEqualIsLeftByTheSingleAttempt) {
+TEST_F(BackupTest, TheSingleAttemptLeavesACopyThatDiffers) {
   MockFileOperations operations;
   EXPECT_CALL(operations, copyItem("/a", "/b")).WillOnce(testing::Return(kDone));
   EXPECT_CALL(operations, contentsEqual("/a", "/b")).WillOnce(testing::Return(false));
@@ -289,7 +289,7 @@ TEST_F(BackupTest, ACopyThatIsNotEqualIsLeftByTheSingleAttempt) {
   EXPECT_FALSE(WVRFileTools::backupFileWithPath("/a", "/b", operations));
 }
 
-TEST_F(BackupTest, ACopyThatIsNotEqualMakesTheNextAttemptsFailAndIsRemovedAfterTheLast) {
+TEST_F(BackupTest, ACopyThatDiffersMakesTheRetriesFailAndIsRemovedAfterTheLast) {
   MockFileOperations operations;
   testing::InSequence order;
   EXPECT_CALL(operations, copyItem).WillOnce(testing::Return(kDone));

@@ -17,7 +17,7 @@ bool ignoredByName(std::string_view name) {
   return WVRFileTools::quickCheckIfFileShouldBeIgnoredByName(name);
 }
 
-TEST(QuickCheckByName, AnAccountsDatabaseAndItsCompanionsAreIgnoredWhateverTheirCase) {
+TEST(QuickCheckByName, AnAccountsDatabaseAndItsCompanionsAreIgnoredCaseInsensitively) {
   EXPECT_TRUE(ignoredByName("Wevora-Account-0A1B2C3D-0000-1111-2222-333344445555.db"));
   EXPECT_TRUE(ignoredByName("wevora-account-0A1B2C3D-0000-1111-2222-333344445555.db-journal"));
   EXPECT_TRUE(ignoredByName("WEVORA-ACCOUNT-0A1B2C3D-0000-1111-2222-333344445555.DB"));
@@ -31,14 +31,14 @@ TEST(QuickCheckByName, TheShapeOfTheIdentifierIsRequiredCharacterByCharacter) {
   EXPECT_TRUE(ignoredByName("Wevora-Account-\xC3\xA9xxxxxxx-****-?.?.-    -xxxxxxxxxxxx.db"));
 }
 
-TEST(QuickCheckByName, TheTwoExtensionsAreIgnoredWhateverTheirCase) {
+TEST(QuickCheckByName, TheTwoExtensionsAreIgnoredCaseInsensitively) {
   EXPECT_TRUE(ignoredByName("Movie.PART"));
   EXPECT_TRUE(ignoredByName("x.DtaPart"));
   EXPECT_TRUE(ignoredByName("clip.PART"));
   EXPECT_TRUE(ignoredByName("a.tmp.part"));
 }
 
-TEST(QuickCheckByName, OnlyWhatFollowsTheLastDotIsTheExtension) {
+TEST(QuickCheckByName, TheExtensionIsTheTextAfterTheLastDot) {
   EXPECT_FALSE(ignoredByName("a.part.tmp"));
   EXPECT_FALSE(ignoredByName("notes.partial"));
   EXPECT_FALSE(ignoredByName("part"));
@@ -46,11 +46,11 @@ TEST(QuickCheckByName, OnlyWhatFollowsTheLastDotIsTheExtension) {
   EXPECT_TRUE(ignoredByName(".part"));
 }
 
-TEST(QuickCheckByName, NoNameIsNotIgnored) {
+TEST(QuickCheckByName, AnEmptyNameIsNotIgnored) {
   EXPECT_FALSE(ignoredByName(""));
 }
 
-TEST(QuickCheckByName, TheListsAreThereBeforeAndAfterTheyAreLoaded) {
+TEST(QuickCheckByName, TheListsAreAvailableBeforeAndAfterLoad) {
   EXPECT_TRUE(ignoredByName("a.part"));
   WVRFileTools::load();
   WVRFileTools::load();
@@ -81,7 +81,7 @@ using InvisibilityTest = FileRulesTest;
 using CombinedRuleTest = FileRulesTest;
 using IncludedFolderTest = FileRulesTest;
 
-TEST_F(InvisibilityTest, IsThatOfLeadingDotsAndOfTheHiddenList) {
+TEST_F(InvisibilityTest, LeadingDotsAndTheHiddenFileMakeItemsInvisible) {
   const auto filtered = [](const std::string& path) {
     return WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtPath(path, false);
   };
@@ -92,7 +92,7 @@ TEST_F(InvisibilityTest, IsThatOfLeadingDotsAndOfTheHiddenList) {
   EXPECT_FALSE(filtered(file("x.part")));
 }
 
-TEST_F(InvisibilityTest, AFailedQueryIsNotInvisible) {
+TEST_F(InvisibilityTest, AnItemThatCannotBeExaminedIsNotInvisible) {
   EXPECT_FALSE(
       WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtPath(folder.path(".gone"), false));
   EXPECT_FALSE(WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtPath("", false));
@@ -101,7 +101,7 @@ TEST_F(InvisibilityTest, AFailedQueryIsNotInvisible) {
   EXPECT_FALSE(WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtURL("", true));
 }
 
-TEST_F(InvisibilityTest, TheFlagOfTheFolderPlaysNoPart) {
+TEST_F(InvisibilityTest, TheDirectoryFlagHasNoEffect) {
   file(".dot \xC3\xA9");
   for (const bool isDirectory : {false, true}) {
     EXPECT_TRUE(WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtURL(url(".dot \xC3\xA9"),
@@ -111,24 +111,24 @@ TEST_F(InvisibilityTest, TheFlagOfTheFolderPlaysNoPart) {
   }
 }
 
-TEST_F(CombinedRuleTest, AFolderIsJudgedByInvisibilityAlone) {
+TEST_F(CombinedRuleTest, AFolderIsIgnoredOnlyWhenInvisible) {
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(makeFolder("Backup.part")));
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(makeFolder(".hidden folder")));
 }
 
-TEST_F(CombinedRuleTest, AFileIsJudgedByInvisibilityAndName) {
+TEST_F(CombinedRuleTest, AFileIsIgnoredWhenInvisibleOrByName) {
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(file(".dot")));
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(file("a.part")));
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(file("a.txt")));
 }
 
-TEST_F(CombinedRuleTest, WhatDoesNotExistIsJudgedByItsNameAlone) {
+TEST_F(CombinedRuleTest, AMissingItemIsIgnoredOnlyByName) {
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(folder.path("gone.dtapart")));
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(folder.path(".gone")));
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(""));
 }
 
-TEST_F(CombinedRuleTest, ALinkIsAFolderWhenItLeadsToOneAndDoesNotExistWhenItDangles) {
+TEST_F(CombinedRuleTest, ALinkToAFolderCountsAsAFolderAndADanglingLinkAsMissing) {
   makeFolder("folder");
   fs::create_directory_symlink("folder", folder.path("link.part"));
   fs::create_symlink("nowhere", folder.path(".dangling"));
@@ -138,7 +138,7 @@ TEST_F(CombinedRuleTest, ALinkIsAFolderWhenItLeadsToOneAndDoesNotExistWhenItDang
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(folder.path("dangling.part")));
 }
 
-TEST_F(CombinedRuleTest, WithAUrlTheInvisibilityIsThatOfTheUrl) {
+TEST_F(CombinedRuleTest, WithAUrlTheVisibilityIsThatOfTheUrl) {
   const auto plain = file("plain");
   file(".dot");
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(plain, url(".dot")));
@@ -149,13 +149,13 @@ TEST_F(CombinedRuleTest, WithAUrlTheInvisibilityIsThatOfTheUrl) {
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(folder.path("x.part"), url(".dot")));
 }
 
-TEST_F(IncludedFolderTest, AFolderCountsByItsNameToo) {
+TEST_F(IncludedFolderTest, AFolderIsIgnoredByNameToo) {
   const auto clip = makeFolder("clip.part");
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(clip));
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored(clip, folder.path()));
 }
 
-TEST_F(IncludedFolderTest, AnInvisibleFolderOnTheWayIgnoresAllThatIsInIt) {
+TEST_F(IncludedFolderTest, ItemsBelowAnInvisibleFolderAreIgnored) {
   makeFolder("Docs/.hidden folder/deep");
   const auto inside = file("Docs/.hidden folder/deep/x.txt");
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored(inside, folder.path("Docs")));
@@ -163,12 +163,12 @@ TEST_F(IncludedFolderTest, AnInvisibleFolderOnTheWayIgnoresAllThatIsInIt) {
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored(inside, folder.path("Docs/.hidden folder/deep")));
 }
 
-TEST_F(IncludedFolderTest, TheFoldersOnTheWayNeverCountByName) {
+TEST_F(IncludedFolderTest, FoldersAboveTheItemAreNotIgnoredByName) {
   makeFolder("Docs/old.part");
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored(file("Docs/old.part/x.txt"), folder.path("Docs")));
 }
 
-TEST_F(IncludedFolderTest, TheIncludedFolderAndWhatIsAboveItNeverCount) {
+TEST_F(IncludedFolderTest, TheIncludedFolderAndTheFoldersAboveItAreNotChecked) {
   makeFolder(".above/.included/folder");
   const auto inside = file(".above/.included/folder/x");
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored(inside, folder.path(".above/.included")));
@@ -182,14 +182,14 @@ TEST_F(IncludedFolderTest, TheFolderItselfAndShorterPathsAreNeverIgnored) {
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("", ""));
 }
 
-TEST_F(IncludedFolderTest, OnlyTheLengthsAreComparedAndInCharacters) {
+TEST_F(IncludedFolderTest, OnlyTheLengthsInCharactersAreCompared) {
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored(file("x.part"), "/elsewhere"));
   // Nine characters in more bytes than the ten characters of the file's path.
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored(
       "/gone.part", "/\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9"));
 }
 
-TEST_F(IncludedFolderTest, TheInvisibleItemAndTheIgnoredNameAreIgnoredThemselves) {
+TEST_F(IncludedFolderTest, AnInvisibleItemAndAnIgnoredNameAreIgnored) {
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored(file(".x"), folder.path()));
   EXPECT_TRUE(WVRFileTools::fileShouldBeIgnored(folder.path("gone.part"), folder.path()));
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored(folder.path("gone"), folder.path()));
@@ -200,7 +200,7 @@ TEST_F(IncludedFolderTest, TheWalkEndsAtTheTopOfThePath) {
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("gone", ""));
 }
 
-TEST(ContainerTest, TheFirstFolderThatHoldsThePathWinsEvenOverADeeperOne) {
+TEST(ContainerTest, TheFirstFolderThatContainsThePathWinsEvenOverADeeperOne) {
   const std::vector<std::string> folders = {"/Users/a", "/Users/a/Docs"};
   EXPECT_EQ(WVRFileTools::getContainerOfFileWithPath("/Users/a/Docs/x", folders), "/Users/a");
   const std::vector<std::string> deepestFirst = {"/Users/a/Docs", "/Users/a"};
@@ -208,7 +208,7 @@ TEST(ContainerTest, TheFirstFolderThatHoldsThePathWinsEvenOverADeeperOne) {
             "/Users/a/Docs");
 }
 
-TEST(ContainerTest, IsNoneWithoutAMatch) {
+TEST(ContainerTest, IsEmptyWithoutAMatch) {
   const std::vector<std::string> folders = {"/Users/a/", "/Users/b"};
   EXPECT_EQ(WVRFileTools::getContainerOfFileWithPath("/Users/ab/x", folders), std::nullopt);
   EXPECT_EQ(WVRFileTools::getContainerOfFileWithPath("/Users/a", folders), "/Users/a/");
@@ -216,7 +216,7 @@ TEST(ContainerTest, IsNoneWithoutAMatch) {
   EXPECT_EQ(WVRFileTools::getContainerOfFileWithPath("", folders), std::nullopt);
 }
 
-TEST_F(FileRulesTest, WhatTheTrashEnclosesAtAnyDepthIsInsideIt) {
+TEST_F(FileRulesTest, ItemsAtAnyDepthOfTheTrashAreInsideIt) {
   makeFolder("home/.local/share/Trash/files/gone");
   const auto inside = file("home/.local/share/Trash/files/gone/x");
   const auto outside = file("home/x");
@@ -229,7 +229,7 @@ TEST_F(FileRulesTest, WhatTheTrashEnclosesAtAnyDepthIsInsideIt) {
   EXPECT_FALSE(WVRFileTools::fileIsInsideTrashAtFSPath(""));
 }
 
-TEST(FileShouldBeIgnored, WithoutAPathNothingIs) {
+TEST(FileShouldBeIgnored, AnEmptyPathIsNotIgnored) {
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("", "/a"));
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("", ""));
   EXPECT_FALSE(WVRFileTools::fileShouldBeIgnored("/missing/a.part", ""));

@@ -1,7 +1,7 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Hidden.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Files/Listing.h"
@@ -11,30 +11,30 @@ namespace {
 
 using platform::ItemKind;
 
-/// So many steps of a chain of links are followed.
+/// Maximum length of a chain of links that is followed.
 constexpr int kMaxSymlinksCount = 100;
 
-/// An item that a link leads to, which may be a link again.
-struct Followed {
+/// The item at the end of a chain of links; still a link when the chain is too long or broken.
+struct Target {
   std::string path;
   ItemKind kind;
 };
 
-Followed followLinks(const std::string& path, ItemKind kind) {
-  Followed reached{path, kind};
+Target followLinks(const std::string& path, ItemKind kind) {
+  Target reached{path, kind};
   for (int count = 0; count < kMaxSymlinksCount && reached.kind == ItemKind::link; ++count) {
     std::string next = platform::afterOneLink(reached.path);
-    if (next == reached.path) break;  // and would stay there
+    if (next == reached.path) break;  // a dangling link or a loop
     reached = {next, platform::kindOfItem(next)};
   }
   return reached;
 }
 
-/// What the rules call a folder: links are followed.
+/// Whether the rules treat the item as a folder: links are followed.
 bool leadsToFolder(const std::string& path, ItemKind kind) {
   if (kind == ItemKind::folder) return true;
-  const bool mayLead = kind == ItemKind::link || kind == ItemKind::unknown;
-  return mayLead && platform::fileExistsAtPath(path).isDirectory;
+  const bool mayBeLink = kind == ItemKind::link || kind == ItemKind::unknown;
+  return mayBeLink && platform::isDirectory(platform::statOfTarget(path));
 }
 
 }  // namespace
@@ -81,14 +81,14 @@ std::vector<std::string> WVRFileTools::getContentsOfDirectory(
   const std::string folder = platform::resolvedPath(directory);
   platform::forEachEntry(folder, [&](std::string_view name, ItemKind ownKind) {
     std::string own = platform::pathByAppendingComponent(folder, name);
-    std::optional<Followed> followed;
-    if (resolveSymlinks && ownKind == ItemKind::link) followed = followLinks(own, ownKind);
-    const ItemKind kind = followed ? followed->kind : ownKind;
+    std::optional<Target> target;
+    if (resolveSymlinks && ownKind == ItemKind::link) target = followLinks(own, ownKind);
+    const ItemKind kind = target ? target->kind : ownKind;
     if (skipSymlinks && kind == ItemKind::link) return;
     if (skipDirectories && kind == ItemKind::folder) return;
     if (skipFiles && kind == ItemKind::file) return;
-    if (byMask && !matchesWildcard(name, *byMask, LetterCase::matters)) return;
-    paths.push_back(useResolvedPaths && followed ? std::move(followed->path) : std::move(own));
+    if (byMask && !matchesWildcard(name, *byMask, LetterCase::sensitive)) return;
+    paths.push_back(useResolvedPaths && target ? std::move(target->path) : std::move(own));
   });
   return paths;
 }
@@ -123,7 +123,7 @@ std::vector<std::string> WVRFileTools::scanURLIgnoringExtras(std::optional<std::
     if (hidden.hides(name)) return;
     if ((kind == ItemKind::folder) != saveFolders) return;
     std::string path = platform::pathByAppendingComponent(*folder, name);
-    // It is visible: to ask once more would read the list of hidden names for each item.
+    // Known to be visible; the full rule would read the ".hidden" file again for each item.
     if (!visibleItemShouldBeIgnored(path, leadsToFolder(path, kind)))
       paths.push_back(std::move(path));
   });

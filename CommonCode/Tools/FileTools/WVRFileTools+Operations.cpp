@@ -51,8 +51,8 @@ bool WVRFileTools::backupFileWithPath(const std::string& path, const std::string
   const platform::ProtectedItem source(path);
   for (std::uint64_t attempt = 0; attempt < attempts; ++attempt)
     if (backupFileWithPath(path, toPath, operations)) return true;
-  // A destination that is the source, or holds it, must stay: a backup loses nothing.
-  if (!source.wouldBeTouchedByRemoving(toPath)) operations.removeItem(toPath);
+  // Never removes a destination that is the source or contains it: that would lose data.
+  if (!source.isAffectedByRemoving(toPath)) operations.removeItem(toPath);
   return false;
 }
 

@@ -3,16 +3,16 @@
 #include "CommonCode/Tools/FileTools/WVRFileTools.h"
 #include "CommonCode/Tools/FileTools/Wildcard.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Hidden.h"
 #include "Platform/Files/Trash.h"
 
 namespace wevora {
 namespace {
 
-/// What the service never looks at.
+/// Names that are never backed up.
 struct IgnoreLists {
-  // In pieces: together, "??" and "-" would be a trigraph.
+  // Split because "??-" is a trigraph.
   const std::vector<std::string> ignoredFileNames = {
       "Wevora-Account-????????"
       "-????"
@@ -28,7 +28,7 @@ struct IgnoreLists {
   }
 };
 
-/// What follows the last dot; none without a dot.
+/// The text after the last dot; empty without a dot.
 std::string_view extensionOf(std::string_view name) {
   const auto dot = name.rfind('.');
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
@@ -47,7 +47,7 @@ void WVRFileTools::load() {
 bool WVRFileTools::quickCheckIfFileShouldBeIgnoredByName(std::string_view name) {
   const auto& lists = IgnoreLists::shared();
   for (const auto& pattern : lists.ignoredFileNames)
-    if (matchesWildcard(name, pattern, LetterCase::ignored)) return true;
+    if (matchesWildcard(name, pattern, LetterCase::insensitive)) return true;
   const std::string extension = platform::lowercased(extensionOf(name));
   for (const auto& ignored : lists.ignoredFileExtensions)
     if (extension == ignored) return true;
@@ -66,18 +66,18 @@ bool WVRFileTools::quickCheckIfExistingFileShouldBeFilteredAtURL(std::string_vie
 }
 
 bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path) {
-  const auto item = platform::fileExistsAtPath(path);
-  if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtPath(path, item.isDirectory))
-    return true;
-  return visibleItemShouldBeIgnored(path, item.isDirectory);
+  const auto item = platform::statOfTarget(path);
+  const bool isFolder = platform::isDirectory(item);
+  if (item && quickCheckIfExistingFileShouldBeFilteredAtPath(path, isFolder)) return true;
+  return visibleItemShouldBeIgnored(path, isFolder);
 }
 
 bool WVRFileTools::fileShouldBeIgnoredIfExistsAtPath(const std::string& path,
                                                      std::string_view withURL) {
-  const auto item = platform::fileExistsAtPath(path);
-  if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtURL(withURL, item.isDirectory))
-    return true;
-  return visibleItemShouldBeIgnored(path, item.isDirectory);
+  const auto item = platform::statOfTarget(path);
+  const bool isFolder = platform::isDirectory(item);
+  if (item && quickCheckIfExistingFileShouldBeFilteredAtURL(withURL, isFolder)) return true;
+  return visibleItemShouldBeIgnored(path, isFolder);
 }
 
 bool WVRFileTools::visibleItemShouldBeIgnored(const std::string& path, bool isDirectory) {
@@ -106,9 +106,9 @@ bool WVRFileTools::fileShouldBeIgnored(const std::string& path,
   if (inExplicitIncudedFolderWithFSPath.empty()) return false;
   const auto rootLength = platform::utf16Length(inExplicitIncudedFolderWithFSPath);
   if (platform::utf16Length(path) <= rootLength) return false;
-  const auto item = platform::fileExistsAtPath(path);
-  if (item.exists && quickCheckIfExistingFileShouldBeFilteredAtPath(path, item.isDirectory))
-    return true;
+  const auto item = platform::statOfTarget(path);
+  const bool isFolder = platform::isDirectory(item);
+  if (item && quickCheckIfExistingFileShouldBeFilteredAtPath(path, isFolder)) return true;
   if (isIgnoredByLastComponent(path)) return true;
   std::string_view folder = platform::pathWithoutLastComponent(path);
   while (platform::utf16Length(folder) > rootLength) {

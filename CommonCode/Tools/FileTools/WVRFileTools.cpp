@@ -3,18 +3,18 @@
 #include <cstdlib>
 
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Files/Links.h"
 #include "Platform/Files/MD5.h"
 
 namespace wevora {
 namespace {
 
-/// The text that the path's file URL has: an existing folder's ends with a separator.
+/// The path as it appears in its file URL, where an existing folder ends with a separator.
 std::string fileUrlPath(std::string_view path) {
   std::string text(path);
   if (text.size() > 1 && text.back() == '/') text.pop_back();
-  if (text != "/" && platform::fileExistsAtPath(text).isDirectory) return text + "/";
+  if (text != "/" && platform::isDirectory(platform::statOfTarget(text))) return text + "/";
   return std::string(path);
 }
 
@@ -41,13 +41,13 @@ bool WVRFileTools::filePathBelongsToDirectoryAtPath(std::string_view filePath,
 }
 
 std::uint64_t WVRFileTools::fileSize(const std::string& path) {
-  const auto attributes = platform::attributesOfItemAtPath(path);
-  return attributes ? attributes->size : 0;
+  const auto status = platform::statOf(path);
+  return status ? static_cast<std::uint64_t>(status->st_size) : 0;
 }
 
 std::optional<platform::Date> WVRFileTools::fileLastModificationDate(const std::string& path) {
-  const auto attributes = platform::attributesOfItemAtPath(path);
-  return attributes ? std::optional(attributes->modificationDate) : std::nullopt;
+  const auto status = platform::statOf(path);
+  return status ? std::optional(platform::modificationDate(*status)) : std::nullopt;
 }
 
 std::string WVRFileTools::getMD5FromFile(const std::string& path) {

@@ -20,16 +20,16 @@ TEST(FilePathBelongsToDirectory, ComparesByWholeComponents) {
   EXPECT_FALSE(WVRFileTools::filePathBelongsToDirectoryAtPath("/A/b/c", "/a/b"));
 }
 
-TEST(FilePathBelongsToDirectory, IsDecidedOnTheStandardizedTexts) {
+TEST(FilePathBelongsToDirectory, ComparesTheStandardizedTexts) {
   EXPECT_TRUE(WVRFileTools::filePathBelongsToDirectoryAtPath("/a//x/../b/./c", "/a/b//"));
   EXPECT_TRUE(WVRFileTools::filePathBelongsToDirectoryAtPath("/", "/"));
 }
 
-TEST(PathIsEqualToPath, ATrailingSeparatorMattersOnlyWhereThereIsNoFolder) {
+TEST(PathIsEqualToPath, ATrailingSeparatorIsIgnoredOnlyForAnExistingFolder) {
   const platform::TemporaryFolder folder;
   EXPECT_TRUE(WVRFileTools::pathIsEqualToPath(folder.path(), folder.path() + "/"));
   EXPECT_FALSE(WVRFileTools::pathIsEqualToPath("/missing/a", "/missing/a/"));
-  // One separator behind a folder is no difference, a doubled one is.
+  // One trailing separator is ignored, a second one is not.
   EXPECT_FALSE(WVRFileTools::pathIsEqualToPath(folder.path(), folder.path() + "//"));
   EXPECT_FALSE(WVRFileTools::pathIsEqualToPath(folder.path() + "/", folder.path() + "//"));
   EXPECT_FALSE(WVRFileTools::pathIsEqualToPath("/", "//"));
@@ -44,7 +44,7 @@ TEST(PathIsEqualToPath, OtherDifferencesOfTheTextsMatter) {
   EXPECT_FALSE(WVRFileTools::pathIsEqualToPath(folder.path("a"), folder.path("a/../a")));
 }
 
-TEST(PathIsEqualToPath, LinksAreResolvedOnlyWhenAskedFor) {
+TEST(PathIsEqualToPath, LinksAreResolvedOnlyOnRequest) {
   const platform::TemporaryFolder folder;
   std::ofstream(folder.path("file")) << "x";
   std::filesystem::create_symlink("file", folder.path("link"));
@@ -66,14 +66,14 @@ TEST(FileSize, OfALinkIsThatOfTheLink) {
   EXPECT_EQ(WVRFileTools::fileSize(folder.path("link")), 4U);
 }
 
-TEST(FileLastModificationDate, OfAMissingPathIsNone) {
+TEST(FileLastModificationDate, OfAMissingPathIsEmpty) {
   const platform::TemporaryFolder folder;
   std::ofstream(folder.path("file")) << "x";
   EXPECT_GT(WVRFileTools::fileLastModificationDate(folder.path("file")), platform::Date{1.6e9});
   EXPECT_EQ(WVRFileTools::fileLastModificationDate(folder.path("missing")), std::nullopt);
 }
 
-TEST(GetMD5FromFile, OfAnEmptyFileIsTheDigestOfNothing) {
+TEST(GetMD5FromFile, OfAnEmptyFileIsTheDigestOfAnEmptyString) {
   const platform::TemporaryFolder folder;
   std::ofstream(folder.path("empty")).close();
   EXPECT_EQ(WVRFileTools::getMD5FromFile(folder.path("empty")), "d41d8cd98f00b204e9800998ecf8427e");
@@ -119,8 +119,8 @@ TEST(FileURLToString, IsThePathOfTheUrl) {
   EXPECT_EQ(WVRFileTools::fileURLToString("http://localhost/a"), std::nullopt);
 }
 
-TEST(GetMD5FromFile, AFileThatOpensButCannotBeReadHasNoDigestOfAPart) {
-  // Nothing is at the address 0 of a process.
+TEST(GetMD5FromFile, AReadErrorReturnsNoPartialDigest) {
+  // Address 0 of a process is not mapped, so the read fails with EIO.
   EXPECT_EQ(WVRFileTools::getMD5FromFile("/proc/self/mem"), WVRFileTools::kMD5Error);
 }
 

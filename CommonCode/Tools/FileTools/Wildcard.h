@@ -4,11 +4,14 @@
 
 namespace wevora {
 
-enum class LetterCase { matters, ignored };
+enum class LetterCase { sensitive, insensitive };
 
-/// Whether the pattern covers all of the text: "*" is any run of characters, the empty one too; "?"
-/// is exactly one; any other character is itself. A character is a code point; a byte that is not
-/// UTF-8 stands alone. Threads: any. Time: at most the product of the two lengths.
+/// Whether the pattern matches the whole text: "*" matches any run of characters, also an empty
+/// one;
+/// "?" matches exactly one; any other character matches itself. A character is a code point; a byte
+/// that is not valid UTF-8 is a character of its own.
+/// Complexity: O(length of text * length of pattern), without recursion.
+/// Thread-safety: safe from any thread.
 bool matchesWildcard(std::string_view text, std::string_view pattern, LetterCase letterCase);
 
 }  // namespace wevora

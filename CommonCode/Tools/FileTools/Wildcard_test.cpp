@@ -14,13 +14,13 @@ namespace wevora {
 namespace {
 
 bool matches(std::string_view text, std::string_view pattern) {
-  return matchesWildcard(text, pattern, LetterCase::matters);
+  return matchesWildcard(text, pattern, LetterCase::sensitive);
 }
 bool matchesAnyCase(std::string_view text, std::string_view pattern) {
-  return matchesWildcard(text, pattern, LetterCase::ignored);
+  return matchesWildcard(text, pattern, LetterCase::insensitive);
 }
 
-TEST(MatchesWildcard, AStarIsAnyRunOfCharactersTheEmptyOneToo) {
+TEST(MatchesWildcard, AStarMatchesAnyRunOfCharactersEvenAnEmptyOne) {
   EXPECT_TRUE(matches("", "*"));
   EXPECT_TRUE(matches("abc", "*"));
   EXPECT_TRUE(matches("abc", "abc*"));
@@ -29,7 +29,7 @@ TEST(MatchesWildcard, AStarIsAnyRunOfCharactersTheEmptyOneToo) {
   EXPECT_FALSE(matches("aabab", "*aba"));
 }
 
-TEST(MatchesWildcard, AQuestionMarkIsExactlyOneCharacter) {
+TEST(MatchesWildcard, AQuestionMarkMatchesExactlyOneCharacter) {
   EXPECT_TRUE(matches("\xC3\xA9", "?"));
   EXPECT_TRUE(matches("\xF0\x9F\x98\x80", "?"));
   EXPECT_TRUE(matches("\xFF", "?"));
@@ -39,14 +39,14 @@ TEST(MatchesWildcard, AQuestionMarkIsExactlyOneCharacter) {
   EXPECT_FALSE(matches("a", "?*?"));
 }
 
-TEST(MatchesWildcard, ThePatternCoversTheWholeText) {
+TEST(MatchesWildcard, ThePatternMustMatchTheWholeText) {
   EXPECT_FALSE(matches("abc", "ab"));
   EXPECT_FALSE(matches("abc", "bc"));
   EXPECT_FALSE(matches("abc", ""));
   EXPECT_TRUE(matches("", ""));
 }
 
-TEST(MatchesWildcard, EveryOtherCharacterIsItself) {
+TEST(MatchesWildcard, EveryOtherCharacterMatchesItself) {
   EXPECT_TRUE(matches("a.[b]\\{c}+", "a.[b]\\{c}+"));
   EXPECT_FALSE(matches("axb", "a.b"));
   EXPECT_FALSE(matches("b", "[b]"));
@@ -54,14 +54,14 @@ TEST(MatchesWildcard, EveryOtherCharacterIsItself) {
   EXPECT_TRUE(matches("a\nb", "a?b"));
 }
 
-TEST(MatchesWildcard, LettersOfEveryScriptMatchInBothCasesWhenCaseIsIgnored) {
+TEST(MatchesWildcard, CaseInsensitiveMatchingCoversLettersOfEveryScript) {
   EXPECT_TRUE(matchesAnyCase("\xC3\x89T\xC3\xA9", "\xC3\xA9t\xC3\x89"));
   EXPECT_TRUE(matchesAnyCase("\xD0\x96", "\xD0\xB6"));
   EXPECT_FALSE(matches("\xD0\x96", "\xD0\xB6"));
   EXPECT_FALSE(matches("A", "a"));
 }
 
-TEST(MatchesWildcard, TakesNoTimeToSpeakOfForManyStars) {
+TEST(MatchesWildcard, ManyStarsDoNotCauseExponentialTime) {
   const std::string text(20'000, 'a');
   std::string pattern;
   for (int i = 0; i < 50; ++i) pattern += "*a";
@@ -69,14 +69,14 @@ TEST(MatchesWildcard, TakesNoTimeToSpeakOfForManyStars) {
   EXPECT_TRUE(matches(text, pattern + "*"));
 }
 
-// --- Ten thousand names against rules that were written down another way -------------------------
+// --- Random names compared with an independent regular expression --------------------------------
 
 struct RegexUnref {
   void operator()(GRegex* regex) const noexcept { g_regex_unref(regex); }
 };
 using Regex = std::unique_ptr<GRegex, RegexUnref>;
 
-/// The oracle is the regular expression that a wildcard pattern stands for.
+/// The oracle: the regular expression equivalent to a wildcard pattern.
 Regex regexOf(const std::string& expression, bool anyCase) {
   const int flags = G_REGEX_DOTALL | G_REGEX_DOLLAR_ENDONLY | (anyCase ? G_REGEX_CASELESS : 0);
   Regex regex(g_regex_new(expression.c_str(), static_cast<GRegexCompileFlags>(flags), {}, nullptr));
@@ -84,7 +84,7 @@ Regex regexOf(const std::string& expression, bool anyCase) {
   return regex;
 }
 
-bool covers(const Regex& regex, const std::string& text) {
+bool regexMatches(const Regex& regex, const std::string& text) {
   return g_regex_match(regex.get(), text.c_str(), {}, nullptr) != FALSE;
 }
 
@@ -103,7 +103,7 @@ std::string expressionOf(const std::string& pattern) {
   return expression + "$";
 }
 
-/// Makes names, and patterns that some of them match.
+/// Generates pseudo-random names, and patterns that some of them match.
 class Names {
  public:
   std::size_t below(std::size_t bound) { return random_() % bound; }
@@ -115,7 +115,7 @@ class Names {
     return name;
   }
 
-  /// The name of an account's database, or something close to it.
+  /// The name of an account's database, or a slight variation of it.
   std::string nearDatabaseName() {
     std::vector<std::string> characters;
     for (const char c : std::string("Wevora-Account-01234567-89AB-cdef-0123-456789abcdef.db"))
@@ -160,10 +160,11 @@ TEST(MatchesWildcard, AgreesWithARegularExpressionOnTenThousandNames) {
   for (int i = 0; i < kNames; ++i) {
     const auto pattern = names.ofAlphabet(lettersAndWildcards, 7);
     const auto text = names.ofAlphabet(kLetters, 6);
-    const bool expected = covers(regexOf(expressionOf(pattern), false), text);
+    const bool expected = regexMatches(regexOf(expressionOf(pattern), false), text);
     matched += expected ? 1 : 0;
     ASSERT_EQ(matches(text, pattern), expected) << text << " " << pattern;
-    ASSERT_EQ(matchesAnyCase(text, pattern), covers(regexOf(expressionOf(pattern), true), text))
+    ASSERT_EQ(matchesAnyCase(text, pattern),
+              regexMatches(regexOf(expressionOf(pattern), true), text))
         << text << " " << pattern;
   }
   EXPECT_GT(matched, kNames / 50);
@@ -176,7 +177,7 @@ TEST(QuickCheckByName, AgreesWithARegularExpressionOnTenThousandDatabaseNames) {
   int ignored = 0;
   for (int i = 0; i < kNames; ++i) {
     const auto name = names.nearDatabaseName();
-    const bool expected = covers(oracle, name);
+    const bool expected = regexMatches(oracle, name);
     ignored += expected ? 1 : 0;
     ASSERT_EQ(WVRFileTools::quickCheckIfFileShouldBeIgnoredByName(name), expected) << name;
   }
@@ -190,7 +191,7 @@ TEST(QuickCheckByName, AgreesWithARegularExpressionOnTenThousandExtensions) {
   int ignored = 0;
   for (int i = 0; i < kNames; ++i) {
     const auto name = names.withExtension();
-    const bool expected = covers(oracle, name);
+    const bool expected = regexMatches(oracle, name);
     ignored += expected ? 1 : 0;
     ASSERT_EQ(WVRFileTools::quickCheckIfFileShouldBeIgnoredByName(name), expected) << name;
   }

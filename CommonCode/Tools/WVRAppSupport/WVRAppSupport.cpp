@@ -7,7 +7,7 @@
 #include "CommonCode/Tools/WVRAppSupport/DefaultSettings.h"
 #include "CommonCode/Tools/WVRAppSupport/SettingsFile.h"
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 #include "Platform/Installation/LoginUser.h"
 #include "Platform/PropertyLists/PropertyLists.h"
 
@@ -84,7 +84,7 @@ void WVRAppSupport::writeKey(const Text& key, const std::optional<Value>& toValu
 }
 
 void WVRAppSupport::checkUserAppSupportFileAndRestoreIfNeed() {
-  if (!platform::fileExistsAtPath(appSupportFilePath_).exists) {
+  if (!platform::statOfTarget(appSupportFilePath_)) {
     restoreUserAppSupportFile();
     writeDefaultSettingsForUserIfNeed();
     return;
@@ -96,7 +96,7 @@ void WVRAppSupport::checkUserAppSupportFileAndRestoreIfNeed() {
 void WVRAppSupport::restoreUserAppSupportFile() {
   if (appSupportFilePath_.empty()) return;
   std::error_code ignored;
-  if (platform::fileExistsAtPath(appSupportFilePath_).exists)
+  if (platform::statOfTarget(appSupportFilePath_))
     std::filesystem::remove_all(appSupportFilePath_, ignored);
   const auto owner = macUserName_ ? platform::idOfUser(*macUserName_) : std::nullopt;
   createSettingsFolder(std::string(platform::pathWithoutLastComponent(appSupportFilePath_)), owner);

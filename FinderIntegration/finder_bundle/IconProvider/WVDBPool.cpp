@@ -4,7 +4,7 @@
 #include <chrono>
 
 #include "Platform/Base/Strings.h"
-#include "Platform/Files/Files.h"
+#include "Platform/Files/FileStat.h"
 
 namespace wevora {
 namespace {
@@ -19,7 +19,7 @@ std::string withTrailingSeparator(std::string path) {
 }
 
 bool exists(const std::string& path) {
-  return platform::fileExistsAtPath(path).exists;
+  return platform::statOfTarget(path).has_value();
 }
 
 }  // namespace
@@ -168,7 +168,7 @@ void WVDBPool::unblockLater(const std::string& dbPath) {
 }
 
 WVDBPool::Text WVDBPool::mountPointForPath(const std::string& path) {
-  const std::string folder = platform::fileExistsAtPath(path).isDirectory
+  const std::string folder = platform::isDirectory(platform::statOfTarget(path))
                                  ? path
                                  : std::string(platform::pathWithoutLastComponent(path));
   if (auto cached = mountPointForPath_.find(folder)) return cached;

@@ -1,3 +1,4 @@
+#include <climits>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 #include "Platform/Files/Copy/DirectoryCursor.h"
 #include "Platform/Files/Copy/FileOperations.h"
 #include "Platform/Files/Copy/ProtectedItem.h"
+#include "Tests/Doubles/DescriptorLimit.h"
 #include "Tests/Doubles/FaultInjectingFileSystem.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -25,8 +27,8 @@ class ItemsTest : public testing::Test {
   bool equal(const std::string& a, const std::string& b) {
     return operations.contentsEqual(folder.path(a), folder.path(b));
   }
-  bool touches(const std::string& removed, const std::string& kept) {
-    return ProtectedItem(folder.path(kept)).wouldBeTouchedByRemoving(folder.path(removed));
+  bool affects(const std::string& removed, const std::string& item) {
+    return ProtectedItem(folder.path(item)).isAffectedByRemoving(folder.path(removed));
   }
 
   const TemporaryFolder folder;
@@ -34,7 +36,7 @@ class ItemsTest : public testing::Test {
   SystemFileOperations operations{calls};
 };
 
-using TreePositionTest = ItemsTest;
+using DirectoryCursorTest = ItemsTest;
 using ContentsEqualTest = ItemsTest;
 using RemoveItemTest = ItemsTest;
 using ProtectedItemTest = ItemsTest;
@@ -67,7 +69,7 @@ TEST_F(ContentsEqualTest, LinksAreComparedByTheirTargetText) {
   EXPECT_FALSE(equal("link", "a"));
 }
 
-TEST_F(ContentsEqualTest, FoldersAreComparedByAllThatIsInThem) {
+TEST_F(ContentsEqualTest, FoldersAreComparedRecursively) {
   for (const std::string top : {"a", "b"}) {
     fs::create_directories(folder.path(top + "/deep/deeper"));
     write(top + "/deep/deeper/file", "x");
@@ -82,7 +84,7 @@ TEST_F(ContentsEqualTest, FoldersAreComparedByAllThatIsInThem) {
   EXPECT_FALSE(equal("b", "a"));
 }
 
-TEST_F(ContentsEqualTest, KindsAreNotMixedAndPipesAreNeverEqual) {
+TEST_F(ContentsEqualTest, DifferentKindsAndPipesAreNeverEqual) {
   write("a", "");
   fs::create_directory(folder.path("folder"));
   ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
@@ -90,7 +92,7 @@ TEST_F(ContentsEqualTest, KindsAreNotMixedAndPipesAreNeverEqual) {
   EXPECT_FALSE(equal("pipe", "pipe"));
 }
 
-TEST_F(ContentsEqualTest, WhatCannotBeReadIsNotEqual) {
+TEST_F(ContentsEqualTest, AnUnreadableFileIsNotEqual) {
   write("a", "x");
   calls.fail(Call::read, EIO, 1);
   EXPECT_FALSE(equal("a", "a"));
@@ -98,7 +100,7 @@ TEST_F(ContentsEqualTest, WhatCannotBeReadIsNotEqual) {
   EXPECT_FALSE(equal("a", "a"));
 }
 
-TEST_F(RemoveItemTest, TakesALinkNotItsTarget) {
+TEST_F(RemoveItemTest, RemovesALinkNotItsTarget) {
   write("a", "x");
   fs::create_symlink("a", folder.path("link"));
   EXPECT_FALSE(operations.removeItem(folder.path("link")));
@@ -106,7 +108,7 @@ TEST_F(RemoveItemTest, TakesALinkNotItsTarget) {
   EXPECT_FALSE(fs::exists(fs::symlink_status(folder.path("link"))));
 }
 
-TEST_F(RemoveItemTest, TakesFoldersThatTheirOwnerMayNotChange) {
+TEST_F(RemoveItemTest, RemovesFoldersOnWhichTheOwnerHasNoWritePermission) {
   fs::create_directories(folder.path("a/locked/deeper"));
   write("a/locked/deeper/file", "x");
   ::chmod(folder.path("a/locked/deeper").c_str(), 0);
@@ -115,12 +117,12 @@ TEST_F(RemoveItemTest, TakesFoldersThatTheirOwnerMayNotChange) {
   EXPECT_FALSE(fs::exists(folder.path("a")));
 }
 
-TEST_F(RemoveItemTest, OfAMissingItemIsNoError) {
+TEST_F(RemoveItemTest, AMissingItemIsNotAnError) {
   EXPECT_FALSE(operations.removeItem(folder.path("missing")));
   EXPECT_FALSE(operations.removeItem(folder.path("missing/deeper")));
 }
 
-TEST_F(RemoveItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
+TEST_F(RemoveItemTest, ATrailingSeparatorDoesNotFollowALink) {
   fs::create_directory(folder.path("a"));
   write("a/file", "x");
   fs::create_directory_symlink("a", folder.path("link"));
@@ -129,7 +131,7 @@ TEST_F(RemoveItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
   EXPECT_TRUE(fs::exists(folder.path("a/file")));
 }
 
-TEST_F(RemoveItemTest, AFolderIsRemovedByItsOwnNameOnly) {
+TEST_F(RemoveItemTest, AFolderIsRemovedOnlyByItsOwnName) {
   fs::create_directory(folder.path("a"));
   write("a/file", "x");
   fs::create_directory_symlink("a", folder.path("link"));
@@ -140,105 +142,111 @@ TEST_F(RemoveItemTest, AFolderIsRemovedByItsOwnNameOnly) {
   EXPECT_TRUE(fs::exists(folder.path("a/file")));
 }
 
-TEST_F(RemoveItemTest, TakesATreeThatIsDeeperThanTheDescriptorsOfAProcess) {
-  Descriptor here(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
-  for (int depth = 0; depth < 3000; ++depth) {
-    ASSERT_EQ(::mkdirat(here.get(), "d", 0700), 0);
-    here = Descriptor(::openat(here.get(), "d", O_RDONLY | O_DIRECTORY));
+TEST_F(RemoveItemTest, RemovesATreeDeeperThanTheDescriptorAndPathLimits) {
+  constexpr rlim_t kDescriptors = 64;
+  constexpr std::size_t kDepth = 100;
+  const std::string name(100, 'd');
+  static_assert(kDepth > kDescriptors);
+  ASSERT_GT(kDepth * name.size(), std::size_t{PATH_MAX});
+  Descriptor current(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY));
+  for (std::size_t depth = 0; depth < kDepth; ++depth) {
+    ASSERT_EQ(::mkdirat(current.get(), name.c_str(), 0700), 0);
+    current = Descriptor(::openat(current.get(), name.c_str(), O_RDONLY | O_DIRECTORY));
   }
-  EXPECT_FALSE(operations.removeItem(folder.path("d")));
-  EXPECT_FALSE(fs::exists(folder.path("d")));
+  const DescriptorLimit limit(kDescriptors);
+  EXPECT_FALSE(operations.removeItem(folder.path(name)));
+  EXPECT_FALSE(fs::exists(folder.path(name)));
 }
 
-TEST_F(TreePositionTest, AFolderThatWasMovedMeanwhileIsNotLeftForAnotherOne) {
+TEST_F(DirectoryCursorTest, LeavingAFolderThatWasMovedMeanwhileFails) {
   std::string deep = "a";
-  DirectoryCursor position(Descriptor(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
+  DirectoryCursor cursor(Descriptor(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
   fs::create_directory(folder.path("other"));
   fs::create_directory(folder.path("a"));
-  ASSERT_FALSE(position.enter("a"));
+  ASSERT_FALSE(cursor.enter("a"));
   for (std::size_t depth = 0; depth < DirectoryCursor::kOpenFolders + 1; ++depth) {
     deep += "/d";
     fs::create_directory(folder.path(deep));
-    ASSERT_FALSE(position.enter("d"));
+    ASSERT_FALSE(cursor.enter("d"));
   }
   fs::rename(folder.path("a/d/d"), folder.path("other/d"));
   std::error_code failed;
-  while (!failed && position.depth() > 0) failed = position.leave();
+  while (!failed && cursor.depth() > 0) failed = cursor.leave();
   EXPECT_EQ(failed.value(), ESTALE);
 }
 
-TEST_F(TreePositionTest, LinksAreNotEntered) {
+TEST_F(DirectoryCursorTest, LinksAreNotEntered) {
   fs::create_directory(folder.path("a"));
   fs::create_directory_symlink("a", folder.path("link"));
-  DirectoryCursor position(Descriptor(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
-  EXPECT_TRUE(position.enter("link"));
-  EXPECT_EQ(position.depth(), 0U);
+  DirectoryCursor cursor(Descriptor(::open(folder.path().c_str(), O_RDONLY | O_DIRECTORY)));
+  EXPECT_TRUE(cursor.enter("link"));
+  EXPECT_EQ(cursor.depth(), 0U);
 }
 
-TEST_F(ProtectedItemTest, AnItemAndWhatIsAboveIt) {
+TEST_F(ProtectedItemTest, IsAffectedWhenItOrAFolderAboveItIsRemoved) {
   fs::create_directories(folder.path("a/deep"));
   write("a/deep/file", "x");
-  EXPECT_TRUE(touches("a/deep/file", "a/deep/file"));
-  EXPECT_TRUE(touches("a/deep/file", "a/./deep//file"));
-  EXPECT_TRUE(touches("a", "a/deep/file"));
-  EXPECT_TRUE(touches("a/deep/file", "a"));
-  EXPECT_TRUE(touches("a/", "a"));
+  EXPECT_TRUE(affects("a/deep/file", "a/deep/file"));
+  EXPECT_TRUE(affects("a/deep/file", "a/./deep//file"));
+  EXPECT_TRUE(affects("a", "a/deep/file"));
+  EXPECT_TRUE(affects("a/deep/file", "a"));
+  EXPECT_TRUE(affects("a/", "a"));
   write("b", "x");
-  EXPECT_FALSE(touches("b", "a"));
-  EXPECT_FALSE(touches("b", "missing"));
-  EXPECT_FALSE(touches("missing", "a"));
+  EXPECT_FALSE(affects("b", "a"));
+  EXPECT_FALSE(affects("b", "missing"));
+  EXPECT_FALSE(affects("missing", "a"));
 }
 
-TEST_F(ProtectedItemTest, TheSameItemByAnotherPath) {
+TEST_F(ProtectedItemTest, IsRecognizedByAnotherPath) {
   fs::create_directories(folder.path("a"));
   write("a/file", "x");
   fs::create_directory_symlink("a", folder.path("link"));
-  EXPECT_TRUE(touches("link/file", "a/file"));
-  EXPECT_TRUE(touches("a", "link/file"));
-  EXPECT_TRUE(touches("link/file", "a"));
-  EXPECT_TRUE(touches("a/file", "a/../link/file"));
+  EXPECT_TRUE(affects("link/file", "a/file"));
+  EXPECT_TRUE(affects("a", "link/file"));
+  EXPECT_TRUE(affects("link/file", "a"));
+  EXPECT_TRUE(affects("a/file", "a/../link/file"));
 }
 
-TEST_F(ProtectedItemTest, WhatALinkLeadsToIsKeptToo) {
+TEST_F(ProtectedItemTest, TheTargetOfALinkIsProtectedToo) {
   write("a", "x");
   fs::create_symlink("a", folder.path("link"));
-  EXPECT_TRUE(touches("a", "link"));
-  EXPECT_FALSE(touches("link", "a"));
+  EXPECT_TRUE(affects("a", "link"));
+  EXPECT_FALSE(affects("link", "a"));
 }
 
-TEST_F(ProtectedItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
+TEST_F(ProtectedItemTest, ATrailingSeparatorDoesNotFollowALink) {
   fs::create_directory(folder.path("a"));
   fs::create_directory_symlink("a", folder.path("link"));
-  EXPECT_FALSE(touches("link/", "a"));
-  EXPECT_TRUE(touches("a/", "link/"));
+  EXPECT_FALSE(affects("link/", "a"));
+  EXPECT_TRUE(affects("a/", "link/"));
 }
 
-TEST_F(ProtectedItemTest, AnItemThatWasMovedIsStillKept) {
+TEST_F(ProtectedItemTest, AMovedItemIsStillProtected) {
   fs::create_directories(folder.path("a/deep"));
   fs::create_directory(folder.path("b"));
-  const ProtectedItem kept(folder.path("a/deep"));
-  EXPECT_FALSE(kept.wouldBeTouchedByRemoving(folder.path("b")));
+  const ProtectedItem item(folder.path("a/deep"));
+  EXPECT_FALSE(item.isAffectedByRemoving(folder.path("b")));
   fs::rename(folder.path("a/deep"), folder.path("b/moved"));
-  EXPECT_TRUE(kept.wouldBeTouchedByRemoving(folder.path("b")));
-  EXPECT_TRUE(kept.wouldBeTouchedByRemoving(folder.path("b/moved")));
+  EXPECT_TRUE(item.isAffectedByRemoving(folder.path("b")));
+  EXPECT_TRUE(item.isAffectedByRemoving(folder.path("b/moved")));
   write("a/deep", "another");
-  EXPECT_TRUE(kept.wouldBeTouchedByRemoving(folder.path("b")));
-  EXPECT_FALSE(kept.wouldBeTouchedByRemoving(folder.path("c")));
+  EXPECT_TRUE(item.isAffectedByRemoving(folder.path("b")));
+  EXPECT_FALSE(item.isAffectedByRemoving(folder.path("c")));
 }
 
-TEST_F(ProtectedItemTest, WhatCannotBeLookedAtIsKept) {
+TEST_F(ProtectedItemTest, AnItemThatCannotBeExaminedIsProtected) {
   fs::create_symlink("loop", folder.path("loop"));
   write("b", "x");
-  EXPECT_TRUE(touches("b", "loop/a"));
-  EXPECT_TRUE(touches("loop/b", "b"));
-  EXPECT_FALSE(touches("b", "b/a"));
+  EXPECT_TRUE(affects("b", "loop/a"));
+  EXPECT_TRUE(affects("loop/b", "b"));
+  EXPECT_FALSE(affects("b", "b/a"));
 }
 
-TEST_F(ProtectedItemTest, OneOfTwoHardLinksCanGo) {
+TEST_F(ProtectedItemTest, OneOfTwoHardLinksCanBeRemoved) {
   write("a", "x");
   fs::create_hard_link(folder.path("a"), folder.path("b"));
-  EXPECT_FALSE(touches("b", "a"));
-  EXPECT_TRUE(touches("a", "a"));
+  EXPECT_FALSE(affects("b", "a"));
+  EXPECT_TRUE(affects("a", "a"));
 }
 
 }  // namespace

@@ -11,12 +11,11 @@
 namespace wevora::platform {
 namespace {
 
-/// What the kernel copies in one call: small enough for a progress that moves.
+/// Maximum bytes per copy_file_range(2) call, so that the progress is updated regularly.
 constexpr off_t kKernelChunk = off_t{16} << 20;
 constexpr std::size_t kBufferSize = std::size_t{256} << 10;
 
-/// One copy of bytes under way.
-/// Threads: one. Owns: a buffer. Errors: said by the results.
+/// Copies the bytes of one file; holds the buffer and the state of one copy.
 class DataCopy {
  public:
   DataCopy(FileSystemCalls& calls, int from, int to, const ByteProgress& progress)
@@ -27,7 +26,7 @@ class DataCopy {
     while (at < size) {
       const off_t begin = std::min(dataFrom(at, size), size);
       const off_t end = std::min(holeFrom(begin, size), size);
-      tell(begin - at);
+      report(begin - at);
       if (const auto failed = copyRange(begin, end)) return failed;
       at = end;
     }
@@ -46,11 +45,11 @@ class DataCopy {
   }
 
  private:
-  void tell(off_t bytes) {
+  void report(off_t bytes) {
     if (progress_ && bytes > 0) progress_(static_cast<std::uint64_t>(bytes));
   }
 
-  /// Where data begins at or after `at`; a volume that does not know holes has only data.
+  /// The start of the data at or after `at`. A file system without SEEK_DATA has only data.
   off_t dataFrom(off_t at, off_t size) const {
     const off_t data = ::lseek(from_, at, SEEK_DATA);
     if (data >= 0) return data;
@@ -63,17 +62,19 @@ class DataCopy {
 
   std::error_code copyRange(off_t begin, off_t end) {
     while (begin < end) {
-      auto copied = copiedByKernel(begin, end);
+      auto copied = copyByKernel(begin, end);
       if (!copied) copied = readAndWrite(begin, end);
       if (!copied) return lastError();
-      if (*copied == 0) return std::make_error_code(std::errc::text_file_busy);  // it shrank
+      if (*copied == 0)
+        return std::make_error_code(std::errc::text_file_busy);  // the source shrank
       begin += *copied;
     }
     return {};
   }
 
-  /// None where the kernel does not copy, for whatever reason: a real fault shows again on reading.
-  std::optional<off_t> copiedByKernel(off_t begin, off_t end) {
+  /// nullopt when the kernel cannot copy. The reason does not matter: the fallback reads the same
+  /// range and reports a real I/O error.
+  std::optional<off_t> copyByKernel(off_t begin, off_t end) {
     if (!kernelCopies_) return std::nullopt;
     const auto wanted = static_cast<std::size_t>(std::min(end - begin, kKernelChunk));
     const ssize_t copied = calls_.copyRange(from_, to_, begin, wanted);
@@ -81,11 +82,11 @@ class DataCopy {
       kernelCopies_ = copied < 0 && errno == EINTR;
       return std::nullopt;
     }
-    tell(copied);
+    report(copied);
     return copied;
   }
 
-  /// Bytes copied, 0 at the source's end; none with errno set for a failure.
+  /// Bytes copied, 0 at the end of the source; nullopt with errno set on failure.
   std::optional<off_t> readAndWrite(off_t begin, off_t end) {
     buffer_.resize(kBufferSize);
     const auto wanted =
@@ -99,11 +100,11 @@ class DataCopy {
       const ssize_t written = calls_.write(to_, buffer_.data() + done,
                                            static_cast<std::size_t>(read - done), begin + done);
       if (written < 0 && errno == EINTR) continue;
-      if (written == 0) errno = EIO;  // and would be for ever
+      if (written == 0) errno = EIO;  // retrying would loop forever
       if (written <= 0) return std::nullopt;
       done += written;
     }
-    tell(read);
+    report(read);
     return read;
   }
 

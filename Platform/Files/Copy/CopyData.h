@@ -8,9 +8,9 @@
 
 namespace wevora::platform {
 
-/// Copies the bytes of one open file into another, new one: shared where the volume can, else by
-/// the kernel, else by reading and writing. Holes stay holes. `size` is that of the source; a
-/// source of size 0 is read to its end, for such a file of the system may have contents.
+/// Copies the bytes of one open file into another, new one: by a reflink where the volume supports
+/// it, else with copy_file_range(2), else by reading and writing. Holes are preserved. `size` is
+/// the size of the source; a source of size 0 is read to its end, because files in /proc report 0.
 std::error_code copyData(FileSystemCalls& calls, int from, int to, off_t size,
                          const ByteProgress& progress);
 

@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "Platform/Files/Copy/FileOperations.h"
+#include "Platform/Files/FileStat.h"
+#include "Tests/Doubles/DescriptorLimit.h"
 #include "Tests/Doubles/FaultInjectingFileSystem.h"
 #include "Tests/Doubles/TemporaryFolder.h"
 
@@ -34,7 +36,7 @@ class CopyItemTest : public testing::Test {
   std::error_code copy(const std::string& from, const std::string& to) {
     return operations.copyItem(folder.path(from), folder.path(to));
   }
-  /// The names in the folder: what a copy left behind shows here.
+  /// The names in the folder, including what a failed copy has left behind.
   std::vector<std::string> names(const std::string& below = "") {
     std::vector<std::string> found;
     for (const auto& entry : fs::directory_iterator(folder.path(below)))
@@ -49,36 +51,36 @@ class CopyItemTest : public testing::Test {
     if (length < 0) return std::nullopt;
     return std::string(value, static_cast<std::size_t>(length));
   }
-  /// Swaps a folder for a link to another one.
+  /// Replaces a folder by a link to another one.
   void replaceByLink(const std::string& name, const std::string& target) {
-    fs::rename(folder.path(name), folder.path(name + " before"));
+    fs::rename(folder.path(name), folder.path(name + " moved"));
     fs::create_directory_symlink(folder.path(target), folder.path(name));
   }
 
   const TemporaryFolder folder;
   FaultInjectingFileSystem calls;
-  std::uint64_t told = 0;
-  SystemFileOperations operations{calls, [this](std::uint64_t bytes) { told += bytes; }};
+  std::uint64_t reported = 0;
+  SystemFileOperations operations{calls, [this](std::uint64_t bytes) { reported += bytes; }};
   const std::string large = std::string(700'000, 'a') + "end";
 };
 
-TEST_F(CopyItemTest, CopiesAFileAndTellsItsBytes) {
+TEST_F(CopyItemTest, CopiesAFileAndReportsItsBytes) {
   write("a", large);
   EXPECT_FALSE(copy("a", "b"));
   EXPECT_EQ(read("b"), large);
-  EXPECT_EQ(told, large.size());
+  EXPECT_EQ(reported, large.size());
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "b"}));
 }
 
-TEST_F(CopyItemTest, WithoutTheKernelsCopyTheBytesAreReadAndWritten) {
-  calls.copyWithoutTheKernel();
+TEST_F(CopyItemTest, WithoutKernelCopyTheBytesAreReadAndWritten) {
+  calls.disableKernelCopy();
   write("a", large);
   EXPECT_FALSE(copy("a", "b"));
   EXPECT_EQ(read("b"), large);
-  EXPECT_EQ(told, large.size());
+  EXPECT_EQ(reported, large.size());
 }
 
-TEST_F(CopyItemTest, AKernelThatStopsInTheMiddleIsFinishedByHand) {
+TEST_F(CopyItemTest, AKernelCopyThatFailsHalfwayIsFinishedByReadingAndWriting) {
   calls.fail(Call::clone, EOPNOTSUPP);
   calls.fail(Call::copyRange, EIO, 1);
   write("a", "");
@@ -88,39 +90,39 @@ TEST_F(CopyItemTest, AKernelThatStopsInTheMiddleIsFinishedByHand) {
   EXPECT_TRUE(operations.contentsEqual(folder.path("a"), folder.path("b")));
 }
 
-TEST_F(CopyItemTest, HolesStayHoles) {
+TEST_F(CopyItemTest, HolesArePreserved) {
   calls.fail(Call::clone, EOPNOTSUPP);
   write("a", "begin");
   fs::resize_file(folder.path("a"), 64 << 20);
   std::ofstream(folder.path("a"), std::ios::app) << "end";
   ASSERT_FALSE(copy("a", "b"));
-  struct stat facts {};
-  ASSERT_EQ(::stat(folder.path("b").c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_size, (64 << 20) + 3);
-  EXPECT_LT(facts.st_blocks * 512, 1 << 20);
+  const auto status = statOfTarget(folder.path("b"));
+  ASSERT_TRUE(status);
+  EXPECT_EQ(status->st_size, (64 << 20) + 3);
+  EXPECT_LT(status->st_blocks * 512, 1 << 20);
   EXPECT_TRUE(operations.contentsEqual(folder.path("a"), folder.path("b")));
-  EXPECT_GE(told, static_cast<std::uint64_t>(facts.st_size));  // and the comparison's
+  EXPECT_GE(reported, static_cast<std::uint64_t>(status->st_size));  // includes the comparison
 }
 
-TEST_F(CopyItemTest, AFileOfTheSystemIsReadToItsEndWhateverItsSizeSays) {
+TEST_F(CopyItemTest, AProcFileIsReadToItsEndThoughItsSizeIsZero) {
   EXPECT_FALSE(operations.copyItem("/proc/version", folder.path("b")));
   EXPECT_TRUE(read("b").starts_with("Linux"));
 }
 
-TEST_F(CopyItemTest, KeepsModeDatesAndExtendedAttributes) {
+TEST_F(CopyItemTest, PreservesModeDatesAndExtendedAttributes) {
   write("a", "x");
-  ASSERT_EQ(::setxattr(folder.path("a").c_str(), "user.note", "kept", 4, 0), 0);
+  ASSERT_EQ(::setxattr(folder.path("a").c_str(), "user.note", "text", 4, 0), 0);
   ::chmod(folder.path("a").c_str(), 0640);
   const timespec dates[] = {{1'000'000'000, 1}, {1'200'000'000, 123'456'789}};
   ::utimensat(AT_FDCWD, folder.path("a").c_str(), dates, 0);
   ASSERT_FALSE(copy("a", "b"));
-  struct stat facts {};
-  ASSERT_EQ(::stat(folder.path("b").c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_mode & 07777U, 0640U);
-  EXPECT_EQ(facts.st_mtim.tv_sec, 1'200'000'000);
-  EXPECT_EQ(facts.st_mtim.tv_nsec, 123'456'789);
-  EXPECT_EQ(attribute("a", "user.note"), "kept");
-  EXPECT_EQ(attribute("b", "user.note"), "kept");
+  const auto status = statOfTarget(folder.path("b"));
+  ASSERT_TRUE(status);
+  EXPECT_EQ(status->st_mode & 07777U, 0640U);
+  EXPECT_EQ(status->st_mtim.tv_sec, 1'200'000'000);
+  EXPECT_EQ(status->st_mtim.tv_nsec, 123'456'789);
+  EXPECT_EQ(attribute("a", "user.note"), "text");
+  EXPECT_EQ(attribute("b", "user.note"), "text");
 }
 
 TEST_F(CopyItemTest, CopiesFoldersWithTheirLinksModesAndDates) {
@@ -141,13 +143,13 @@ TEST_F(CopyItemTest, CopiesFoldersWithTheirLinksModesAndDates) {
   EXPECT_TRUE(operations.contentsEqual(folder.path("a"), folder.path("b")));
   EXPECT_EQ(fs::read_symlink(folder.path("b/link")), "locked/file");
   EXPECT_EQ(fs::read_symlink(folder.path("b/dangling")), "nowhere");
-  struct stat facts {};
-  ::lstat(folder.path("b/locked").c_str(), &facts);
-  EXPECT_EQ(facts.st_mode & 07777U, 0500U);
-  ::lstat(folder.path("b/link").c_str(), &facts);
-  EXPECT_EQ(facts.st_mtim.tv_sec, 1'200'000'000);
-  ::lstat(folder.path("b").c_str(), &facts);
-  EXPECT_EQ(facts.st_mtim.tv_sec, 1'200'000'000);
+  const auto locked = statOf(folder.path("b/locked"));
+  const auto link = statOf(folder.path("b/link"));
+  const auto top = statOf(folder.path("b"));
+  ASSERT_TRUE(locked && link && top);
+  EXPECT_EQ(locked->st_mode & 07777U, 0500U);
+  EXPECT_EQ(link->st_mtim.tv_sec, 1'200'000'000);
+  EXPECT_EQ(top->st_mtim.tv_sec, 1'200'000'000);
   EXPECT_FALSE(operations.removeItem(folder.path("b")));
   EXPECT_FALSE(fs::exists(folder.path("b")));
   ::chmod(folder.path("a/locked").c_str(), 0700);
@@ -160,7 +162,7 @@ TEST_F(CopyItemTest, CopiesALinkAsALink) {
   EXPECT_EQ(fs::read_symlink(folder.path("b")), "a");
 }
 
-TEST_F(CopyItemTest, FailsWhenTheDestinationExistsInWhateverForm) {
+TEST_F(CopyItemTest, FailsWhenAnyKindOfItemExistsAtTheDestination) {
   write("a", "new");
   write("b", "old");
   fs::create_directory(folder.path("folder"));
@@ -174,17 +176,17 @@ TEST_F(CopyItemTest, FailsWhenTheDestinationExistsInWhateverForm) {
 
 TEST_F(CopyItemTest, ADestinationThatAppearsMeanwhileIsNotReplaced) {
   write("a", "new");
-  calls.before(Call::renameToNew, [this] { write("b", "theirs"); });
+  calls.before(Call::renameNoReplace, [this] { write("b", "theirs"); });
   EXPECT_EQ(copy("a", "b"), std::errc::file_exists);
   EXPECT_EQ(read("b"), "theirs");
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "b"}));
 }
 
-/// A volume's rename(2) would replace what is there.
+/// A volume without RENAME_NOREPLACE, whose rename(2) would replace an existing item.
 class PlainRenameTest : public CopyItemTest {
  protected:
   PlainRenameTest() {
-    calls.renameWithoutPromise();
+    calls.disableRenameNoReplace();
     write("a", "new");
     fs::create_directory(folder.path("folder"));
     write("folder/file", "new");
@@ -192,7 +194,7 @@ class PlainRenameTest : public CopyItemTest {
   }
 };
 
-TEST_F(PlainRenameTest, FilesAndLinksGetASecondNameInstead) {
+TEST_F(PlainRenameTest, FilesAndLinksAreHardLinkedInstead) {
   EXPECT_FALSE(copy("a", "b"));
   EXPECT_FALSE(copy("link", "c"));
   EXPECT_EQ(read("b"), "new");
@@ -208,7 +210,7 @@ TEST_F(PlainRenameTest, AnItemThatAppearsAtTheLastMomentIsNotReplaced) {
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "b", "folder", "link"}));
 }
 
-TEST_F(PlainRenameTest, FoldersAreRenamedOverNothing) {
+TEST_F(PlainRenameTest, FoldersAreRenamedOnlyToAFreeName) {
   EXPECT_FALSE(copy("folder", "b"));
   EXPECT_EQ(read("b/file"), "new");
   calls.before(Call::flushVolume, [this] { write("c", "theirs"); });
@@ -222,7 +224,7 @@ TEST_F(PlainRenameTest, FoldersAreRenamedOverNothing) {
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "b", "c", "d", "folder", "link"}));
 }
 
-TEST_F(PlainRenameTest, AVolumeWithOneNameForEachFileRenamesThem) {
+TEST_F(PlainRenameTest, OnAVolumeWithoutHardLinksFilesAreRenamed) {
   calls.fail(Call::link, EPERM);
   EXPECT_FALSE(copy("a", "b"));
   EXPECT_EQ(read("b"), "new");
@@ -231,7 +233,7 @@ TEST_F(PlainRenameTest, AVolumeWithOneNameForEachFileRenamesThem) {
   EXPECT_EQ(read("c"), "theirs");
 }
 
-TEST_F(CopyItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
+TEST_F(CopyItemTest, ATrailingSeparatorDoesNotFollowALink) {
   fs::create_directory(folder.path("a"));
   fs::create_directory_symlink("a", folder.path("link"));
   EXPECT_FALSE(copy("link/", "b//"));
@@ -240,7 +242,7 @@ TEST_F(CopyItemTest, ASeparatorAtTheEndDoesNotLeadThroughALink) {
   EXPECT_FALSE(operations.contentsEqual(folder.path("link/"), folder.path("a")));
 }
 
-TEST_F(CopyItemTest, AFolderThatBecomesALinkMeanwhileLeadsTheCopyNowhereElse) {
+TEST_F(CopyItemTest, AFolderThatBecomesALinkMeanwhileDoesNotRedirectTheCopy) {
   for (const std::string name : {"a/deep", "elsewhere"}) {
     fs::create_directories(folder.path(name));
     write(name + "/1", name);
@@ -263,13 +265,13 @@ TEST_F(CopyItemTest, TheKernelCopiesWhereItCan) {
   EXPECT_EQ(calls.count(Call::read), 0);
 }
 
-TEST_F(CopyItemTest, ACallThatASignalInterruptsIsMadeAgain) {
+TEST_F(CopyItemTest, AnInterruptedCallIsRetried) {
   write("a", large);
   calls.fail(Call::clone, EOPNOTSUPP);
   calls.failOnce(Call::copyRange, EINTR);
   EXPECT_FALSE(copy("a", "b"));
   EXPECT_EQ(read("b"), large);
-  calls.copyWithoutTheKernel();
+  calls.disableKernelCopy();
   calls.failOnce(Call::read, EINTR);
   calls.failOnce(Call::write, EINTR);
   EXPECT_FALSE(copy("a", "c"));
@@ -277,8 +279,8 @@ TEST_F(CopyItemTest, ACallThatASignalInterruptsIsMadeAgain) {
   EXPECT_TRUE(operations.contentsEqual(folder.path("a"), folder.path("c")));
 }
 
-/// A volume that takes no more bytes and does not say so.
-class SilentlyFullCalls : public FileSystemCalls {
+/// A full volume whose write(2) returns 0 instead of ENOSPC.
+class ZeroWriteCalls : public FileSystemCalls {
  public:
   int clone(int, int) override { return failed(); }
   ssize_t copyRange(int, int, off_t, std::size_t) override { return failed(); }
@@ -292,7 +294,7 @@ class SilentlyFullCalls : public FileSystemCalls {
 };
 
 TEST_F(CopyItemTest, AWriteOfNoBytesIsAnError) {
-  SilentlyFullCalls full;
+  ZeroWriteCalls full;
   SystemFileOperations onFullVolume(full);
   write("a", "text");
   EXPECT_EQ(onFullVolume.copyItem(folder.path("a"), folder.path("b")), std::errc::io_error);
@@ -300,7 +302,7 @@ TEST_F(CopyItemTest, AWriteOfNoBytesIsAnError) {
 }
 
 TEST_F(CopyItemTest, AFileThatIsRewrittenWithTheSameLengthIsAnErrorToo) {
-  calls.copyWithoutTheKernel();
+  calls.disableKernelCopy();
   write("a", large);
   calls.before(Call::write, [this] {
     const timespec dates[] = {{0, UTIME_OMIT}, {1'200'000'000, 0}};
@@ -310,9 +312,9 @@ TEST_F(CopyItemTest, AFileThatIsRewrittenWithTheSameLengthIsAnErrorToo) {
   EXPECT_EQ(names(), (std::vector<std::string>{"a"}));
 }
 
-TEST_F(CopyItemTest, ACopyThatIsDamagedAfterwardsIsNotEqual) {
+TEST_F(CopyItemTest, ADamagedCopyIsNotEqual) {
   write("a", large);
-  calls.before(Call::renameToNew, [this] {
+  calls.before(Call::renameNoReplace, [this] {
     for (const auto& name : names())
       if (name.starts_with(".wevora-"))
         std::fstream(folder.path(name), std::ios::in | std::ios::out).write("b", 1);
@@ -321,24 +323,24 @@ TEST_F(CopyItemTest, ACopyThatIsDamagedAfterwardsIsNotEqual) {
   EXPECT_FALSE(operations.contentsEqual(folder.path("a"), folder.path("b")));
 }
 
-/// An access list as volumes store it: a version, then tag, rights and id of each entry.
-std::string accessList(std::initializer_list<std::array<std::uint32_t, 3>> entries) {
+/// A POSIX ACL in its xattr format: a version, then tag, permissions and id of each entry.
+std::string posixAcl(std::initializer_list<std::array<std::uint32_t, 3>> entries) {
   std::string list("\2\0\0\0", 4);
-  for (const auto& [tag, rights, id] : entries) {
-    list += {static_cast<char>(tag), 0, static_cast<char>(rights), 0};
+  for (const auto& [tag, permissions, id] : entries) {
+    list += {static_cast<char>(tag), 0, static_cast<char>(permissions), 0};
     for (int shift = 0; shift < 32; shift += 8) list += static_cast<char>(id >> shift);
   }
   return list;
 }
 
-TEST_F(CopyItemTest, ACopyIsNoMoreOpenThanItsSourceWhateverItsFolderHandsDown) {
+TEST_F(CopyItemTest, ACopyDoesNotInheritTheAclOfItsFolder) {
   constexpr std::uint32_t kNobody = 0xFFFF'FFFF;
-  // The user 4711 may do all with what is made there.
-  const auto open = accessList({{0x01, 7, kNobody},
-                                {0x02, 7, 4711},
-                                {0x04, 7, kNobody},
-                                {0x10, 7, kNobody},
-                                {0x20, 7, kNobody}});
+  // Grants the user 4711 all permissions on new items.
+  const auto open = posixAcl({{0x01, 7, kNobody},
+                              {0x02, 7, 4711},
+                              {0x04, 7, kNobody},
+                              {0x10, 7, kNobody},
+                              {0x20, 7, kNobody}});
   fs::create_directory(folder.path("open"));
   ASSERT_EQ(::setxattr(folder.path("open").c_str(), "system.posix_acl_default", open.data(),
                        open.size(), 0),
@@ -352,7 +354,7 @@ TEST_F(CopyItemTest, ACopyIsNoMoreOpenThanItsSourceWhateverItsFolderHandsDown) {
     EXPECT_EQ(attribute(item, "system.posix_acl_access"), std::nullopt) << item;
     EXPECT_EQ(attribute(item, "system.posix_acl_default"), std::nullopt) << item;
   }
-  // A list of the source's own is kept.
+  // An ACL of the source itself is copied.
   ASSERT_EQ(::setxattr(folder.path("a/deep/file").c_str(), "system.posix_acl_access", open.data(),
                        open.size(), 0),
             0);
@@ -379,7 +381,7 @@ TEST_F(CopyItemTest, AFolderIsNotCopiedIntoItself) {
   EXPECT_EQ(names("a"), (std::vector<std::string>{"deep"}));
 }
 
-TEST_F(CopyItemTest, PipesAndDevicesAreRefusedWithoutWaiting) {
+TEST_F(CopyItemTest, PipesAndDevicesAreRefusedWithoutBlocking) {
   fs::create_directory(folder.path("a"));
   ASSERT_EQ(::mkfifo(folder.path("a/pipe").c_str(), 0600), 0);
   EXPECT_EQ(copy("a/pipe", "b"), std::errc::not_supported);
@@ -389,7 +391,7 @@ TEST_F(CopyItemTest, PipesAndDevicesAreRefusedWithoutWaiting) {
 }
 
 TEST_F(CopyItemTest, AFileThatChangesWhileItIsCopiedIsAnError) {
-  calls.copyWithoutTheKernel();
+  calls.disableKernelCopy();
   write("a", large);
   calls.before(Call::write, [this] { write("a", large + "more"); });
   EXPECT_EQ(copy("a", "b"), std::errc::text_file_busy);
@@ -398,7 +400,7 @@ TEST_F(CopyItemTest, AFileThatChangesWhileItIsCopiedIsAnError) {
   EXPECT_EQ(names(), (std::vector<std::string>{"a"}));
 }
 
-/// A call that fails, and how.
+/// The nth call that fails, with its errno.
 struct Failure {
   Call call;
   int error;
@@ -408,7 +410,7 @@ struct Failure {
 class FailingCopyTest : public CopyItemTest, public testing::WithParamInterface<Failure> {};
 
 TEST_P(FailingCopyTest, LeavesNothingAndDoesNotTouchTheSource) {
-  calls.copyWithoutTheKernel();
+  calls.disableKernelCopy();
   fs::create_directory(folder.path("a"));
   for (const auto* name : {"a/1", "a/2", "a/3"}) write(name, large);
   write("file", large);
@@ -417,7 +419,7 @@ TEST_P(FailingCopyTest, LeavesNothingAndDoesNotTouchTheSource) {
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "file"}));
   EXPECT_EQ(names("a"), (std::vector<std::string>{"1", "2", "3"}));
   for (const auto* name : {"a/1", "a/2", "a/3"}) EXPECT_EQ(read(name), large);
-  if (GetParam().call == Call::flushVolume) return;  // one file is flushed by itself
+  if (GetParam().call == Call::flushVolume) return;  // a single file is flushed by fsync
   calls.fail(GetParam().call, GetParam().error);
   EXPECT_EQ(copy("file", "b").value(), GetParam().error);
   EXPECT_EQ(names(), (std::vector<std::string>{"a", "file"}));
@@ -431,19 +433,28 @@ INSTANTIATE_TEST_SUITE_P(
                     Failure{Call::write, ENOSPC, 4}, Failure{Call::write, EIO, 3},
                     Failure{Call::write, EDQUOT, 1}, Failure{Call::resize, ENOSPC, 0},
                     Failure{Call::flushVolume, EIO, 0}, Failure{Call::close, EIO, 0},
-                    Failure{Call::close, EDQUOT, 2}, Failure{Call::renameToNew, EIO, 0}));
+                    Failure{Call::close, EDQUOT, 2}, Failure{Call::renameNoReplace, EIO, 0}));
 
-TEST_F(CopyItemTest, AFileWhoseBytesDoNotReachTheVolumeIsNoCopy) {
+TEST_F(CopyItemTest, ACopyWhoseFlushFailsIsRemoved) {
   write("a", "x");
   calls.fail(Call::flush, EIO);
   EXPECT_EQ(copy("a", "b"), std::errc::io_error);
   EXPECT_EQ(names(), (std::vector<std::string>{"a"}));
 }
 
-TEST_F(CopyItemTest, AFolderWithTenThousandFilesIsCopiedWhole) {
-  constexpr int kFiles = 10'000;
+TEST_F(CopyItemTest, AFolderWithMoreFilesThanDescriptorsAndThanOneDirectoryReadIsCopiedWhole) {
+  constexpr rlim_t kDescriptors = 64;
+  constexpr int kFiles = 300;
+  constexpr std::size_t kNameLength = 250;
+  // readdir(3) reads at most 32 KiB of entries in one system call.
+  static_assert(kFiles > kDescriptors && kFiles * kNameLength > std::size_t{2} * 32 * 1024);
   fs::create_directory(folder.path("a"));
-  for (int i = 0; i < kFiles; ++i) write("a/" + std::to_string(i), std::to_string(i));
+  for (int i = 0; i < kFiles; ++i) {
+    const std::string number = std::to_string(i);
+    write("a/" + number + std::string(kNameLength - number.size(), 'x'), number);
+  }
+  calls.disableFlush();
+  const DescriptorLimit limit(kDescriptors);
   EXPECT_FALSE(copy("a", "b"));
   EXPECT_EQ(names("b").size(), static_cast<std::size_t>(kFiles));
   EXPECT_TRUE(operations.contentsEqual(folder.path("a"), folder.path("b")));

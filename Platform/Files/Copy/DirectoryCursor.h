@@ -10,9 +10,9 @@
 
 namespace wevora::platform {
 
-/// A place in a tree of folders, reached from its top step by step: no name on the way is looked up
-/// twice, so that a folder which somebody replaces by a link leads nowhere else.
-/// Threads: one. Owns: at most kOpenFolders descriptors, whatever the depth. Errors: by results.
+/// A position in a folder tree, reached one openat(2) per level. No path is resolved twice, so
+/// replacing a folder by a link during the walk cannot redirect it (no TOCTOU race).
+/// Ownership: keeps at most kOpenFolders descriptors open, independently of the depth.
 class DirectoryCursor {
  public:
   static constexpr std::size_t kOpenFolders = 32;
@@ -20,12 +20,13 @@ class DirectoryCursor {
   explicit DirectoryCursor(Descriptor top) { levels_.push_back({std::move(top), {}}); }
 
   int folder() const { return levels_.back().folder.get(); }
-  /// Folders that were entered and not left.
+  /// The number of levels below the top.
   std::size_t depth() const { return levels_.size() - 1; }
 
-  /// Goes into a folder, never through a link.
+  /// Descends into a folder; never follows a link.
   std::error_code enter(const std::string& name);
-  /// Goes back up. The place is lost (ESTALE) when a folder was moved elsewhere meanwhile.
+  /// Returns to the parent folder. ESTALE when a folder was moved meanwhile; the cursor is then
+  /// unusable.
   std::error_code leave();
 
  private:
@@ -36,8 +37,8 @@ class DirectoryCursor {
   std::vector<Level> levels_;
 };
 
-/// The folder in which a path's item is, open as a place only: it need not be one that may be read.
-/// None with errno set.
-Descriptor folderHolding(std::string_view path);
+/// Opens the folder that contains a path's item, with O_PATH: read permission is not needed.
+/// Invalid with errno set on failure.
+Descriptor openParentFolder(std::string_view path);
 
 }  // namespace wevora::platform

@@ -14,7 +14,7 @@ FileSystemCalls& systemCalls() {
   return calls;
 }
 
-std::string item(const std::string& path) {
+std::string itemPath(const std::string& path) {
   return std::string(withoutTrailingSeparators(path));
 }
 
@@ -23,11 +23,11 @@ std::string item(const std::string& path) {
 SystemFileOperations::SystemFileOperations() : SystemFileOperations(systemCalls()) {}
 
 std::error_code SystemFileOperations::copyItem(const std::string& from, const std::string& to) {
-  return ItemCopy(calls_, progress_).copy(item(from), item(to));
+  return ItemCopy(calls_, progress_).copy(itemPath(from), itemPath(to));
 }
 
 bool SystemFileOperations::contentsEqual(const std::string& path, const std::string& other) {
-  return itemsEqual(calls_, progress_, item(path), item(other));
+  return itemsEqual(calls_, progress_, itemPath(path), itemPath(other));
 }
 
 std::error_code SystemFileOperations::removeItem(const std::string& path) {

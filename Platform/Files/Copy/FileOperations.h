@@ -8,35 +8,36 @@
 
 namespace wevora::platform {
 
-/// Copies, compares and removes items: files, symbolic links, and folders with all that is in them.
-/// A separator at the end of a path has no meaning: the item of that name is meant, also a link.
-/// Threads: any. Owns: nothing. Errors: said by the results.
+/// Copies, compares and removes items: files, symbolic links, and folders with their contents.
+/// A trailing separator is ignored: the path then names the link, not its target.
+/// Thread-safety: safe from any thread.
 class FileOperations {
  public:
   virtual ~FileOperations() = default;
 
-  /// Copies an item to a path where nothing is, in a folder that exists. The destination appears
-  /// when the copy is complete and on the volume; a copy that fails leaves nothing. Symbolic links
-  /// are copied as links. Modes, dates and extended attributes are kept where the volume can hold
-  /// them. A file that changes while it is copied is an error (text_file_busy), and so are pipes,
-  /// sockets and devices (not_supported) and a folder's copy into itself (invalid_argument).
+  /// Copies an item to a path that does not exist, in an existing folder. The destination appears
+  /// when the copy is complete and flushed to the volume; a failed copy leaves nothing behind.
+  /// Symbolic links are copied as links. Modes, dates and extended attributes are preserved where
+  /// the volume supports them.
+  /// Errors: text_file_busy when a file changes during the copy; not_supported for pipes, sockets
+  /// and devices; invalid_argument when a folder is copied into itself.
   virtual std::error_code copyItem(const std::string& from, const std::string& to) = 0;
 
-  /// Whether two items hold the same: files byte by byte, links by their target text, folders by
-  /// the names and contents in them. False when that cannot be learned.
+  /// Whether two items have the same contents: files are compared byte by byte, links by their
+  /// target text, folders by the names and contents in them. False when an item cannot be read.
   virtual bool contentsEqual(const std::string& path, const std::string& other) = 0;
 
-  /// Removes an item with all that is in it; a link, not its target. Nothing is removed (EBUSY)
-  /// when something is mounted on it or in it.
+  /// Removes an item with its contents; a link, not its target. Removes nothing and returns EBUSY
+  /// when a file system is mounted on the item or in it.
   virtual std::error_code removeItem(const std::string& path) = 0;
 };
 
-/// The operations on this machine's volumes.
-/// Threads: any, if the calls and the progress are. Owns: nothing. Errors: as the interface.
+/// The operations on real volumes.
+/// Thread-safety: safe from any thread when the file system calls and the progress callback are.
 class SystemFileOperations : public FileOperations {
  public:
   SystemFileOperations();
-  /// `progress` is told the bytes of files that were copied, and those that were compared.
+  /// `progress` receives the bytes that were copied, and those that were compared.
   explicit SystemFileOperations(FileSystemCalls& calls, ByteProgress progress = {})
       : calls_(calls), progress_(std::move(progress)) {}
 

@@ -50,7 +50,7 @@ int FileSystemCalls::flushVolume(int file) {
   return ::syncfs(file);
 }
 
-int FileSystemCalls::renameToNew(int folder, const std::string& from, const std::string& to) {
+int FileSystemCalls::renameNoReplace(int folder, const std::string& from, const std::string& to) {
   return ::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE);
 }
 

@@ -14,32 +14,32 @@
 namespace wevora::platform {
 namespace {
 
-/// Whether an error only says that the volume, or this user, cannot do it.
-bool cannotBeHeld(int error) {
+/// Whether the volume does not support an attribute, or this user may not set it.
+bool isUnsupported(int error) {
   return error == EPERM || error == EACCES || error == EOPNOTSUPP || error == ENOSYS ||
          error == EINVAL;
 }
 
-/// The same for an extended attribute; volumes also bound how much of them an item may have.
-bool attributeCannotBeHeld(int error) {
-  return cannotBeHeld(error) || error == E2BIG || error == ENOSPC || error == ERANGE ||
+/// The same for an extended attribute; volumes also limit the size of all attributes of an item.
+bool isUnsupportedAttribute(int error) {
+  return isUnsupported(error) || error == E2BIG || error == ENOSPC || error == ERANGE ||
          error == EDQUOT;
 }
 
-std::error_code unlessHeld(int result) {
-  return result == 0 || cannotBeHeld(errno) ? std::error_code() : lastError();
+std::error_code unlessUnsupported(int result) {
+  return result == 0 || isUnsupported(errno) ? std::error_code() : lastError();
 }
 
-/// The extended attributes of one item.
-/// Threads: one. Owns: nothing. Errors: errno.
+/// Reads and writes the extended attributes of one item.
 class ExtendedAttributes {
  public:
   /// Of an open file or folder.
   explicit ExtendedAttributes(int item) : item_(item) {}
-  /// Of a link that is open as a place only: it has no other path that leads to itself.
-  static ExtendedAttributes ofLink(int place) {
-    ExtendedAttributes link(place);
-    link.path_ = "/proc/self/fd/" + std::to_string(place);
+  /// Of a link opened with O_PATH: the f*xattr calls refuse such descriptors (EBADF), the path in
+  /// /proc/self/fd reaches the link itself.
+  static ExtendedAttributes ofLink(int descriptor) {
+    ExtendedAttributes link(descriptor);
+    link.path_ = "/proc/self/fd/" + std::to_string(descriptor);
     return link;
   }
 
@@ -67,7 +67,7 @@ std::vector<char> namesOf(const ExtendedAttributes& item) {
     if (needed <= 0) return {};
     std::vector<char> names(static_cast<std::size_t>(needed));
     const ssize_t length = item.list(names.data(), names.size());
-    if (length < 0 && errno == ERANGE) continue;  // more came in between
+    if (length < 0 && errno == ERANGE) continue;  // an attribute was added in between
     names.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
     return names;
   }
@@ -79,13 +79,13 @@ std::error_code copyAttribute(const ExtendedAttributes& from, const ExtendedAttr
   ssize_t length = 0;
   do {
     const ssize_t needed = from.get(name, nullptr, 0);
-    if (needed < 0) return {};  // gone since, or not for this user
+    if (needed < 0) return {};  // removed meanwhile, or not readable for this user
     value.resize(static_cast<std::size_t>(needed) + 1);
     length = from.get(name, value.data(), value.size());
   } while (length < 0 && errno == ERANGE);
   if (length < 0) return {};
   value.resize(static_cast<std::size_t>(length));
-  if (to.set(name, value) == 0 || attributeCannotBeHeld(errno)) return {};
+  if (to.set(name, value) == 0 || isUnsupportedAttribute(errno)) return {};
   return lastError();
 }
 
@@ -100,43 +100,44 @@ std::error_code copyAll(const ExtendedAttributes& from, const ExtendedAttributes
   return {};
 }
 
-std::array<timespec, 2> datesOf(const ItemFacts& facts) {
-  return {facts.st_atim, facts.st_mtim};
+std::array<timespec, 2> datesOf(const FileStat& status) {
+  return {status.st_atim, status.st_mtim};
 }
 
 }  // namespace
 
-std::error_code dropInheritedRights(int item) {
-  for (const auto* list : {"system.posix_acl_access", "system.posix_acl_default"})
-    if (::fremovexattr(item, list) != 0 && errno != ENODATA && !cannotBeHeld(errno))
+std::error_code removeInheritedAcl(int item) {
+  for (const auto* acl : {"system.posix_acl_access", "system.posix_acl_default"})
+    if (::fremovexattr(item, acl) != 0 && errno != ENODATA && !isUnsupported(errno))
       return lastError();
   return {};
 }
 
-std::error_code copyAttributes(int from, int to, const ItemFacts& facts) {
-  mode_t mode = facts.st_mode & 07777U;
-  if (::fchown(to, facts.st_uid, facts.st_gid) != 0) {
-    if (const auto failed = unlessHeld(-1)) return failed;
-    mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);  // they lend the rights of another owner
+std::error_code copyAttributes(int from, int to, const FileStat& status) {
+  mode_t mode = status.st_mode & 07777U;
+  if (::fchown(to, status.st_uid, status.st_gid) != 0) {
+    if (const auto failed = unlessUnsupported(-1)) return failed;
+    mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);  // would grant the rights of another owner
   }
   if (const auto failed = copyAll(ExtendedAttributes(from), ExtendedAttributes(to))) return failed;
-  if (const auto failed = unlessHeld(::fchmod(to, mode))) return failed;
-  return unlessHeld(::futimens(to, datesOf(facts).data()));
+  if (const auto failed = unlessUnsupported(::fchmod(to, mode))) return failed;
+  return unlessUnsupported(::futimens(to, datesOf(status).data()));
 }
 
 std::error_code copyLinkAttributes(int fromFolder, const std::string& from, int toFolder,
-                                   const std::string& to, const ItemFacts& facts) {
-  constexpr int kPlace = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-  const Descriptor source(::openat(fromFolder, from.c_str(), kPlace));
-  const Descriptor copy(::openat(toFolder, to.c_str(), kPlace));
+                                   const std::string& to, const FileStat& status) {
+  constexpr int kOpenLink = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  const Descriptor source(::openat(fromFolder, from.c_str(), kOpenLink));
+  const Descriptor copy(::openat(toFolder, to.c_str(), kOpenLink));
   if (!source || !copy) return lastError();
-  if (const auto failed = unlessHeld(
-          ::fchownat(toFolder, to.c_str(), facts.st_uid, facts.st_gid, AT_SYMLINK_NOFOLLOW)))
+  if (const auto failed = unlessUnsupported(
+          ::fchownat(toFolder, to.c_str(), status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW)))
     return failed;
   if (const auto failed =
           copyAll(ExtendedAttributes::ofLink(source.get()), ExtendedAttributes::ofLink(copy.get())))
     return failed;
-  return unlessHeld(::utimensat(toFolder, to.c_str(), datesOf(facts).data(), AT_SYMLINK_NOFOLLOW));
+  return unlessUnsupported(
+      ::utimensat(toFolder, to.c_str(), datesOf(status).data(), AT_SYMLINK_NOFOLLOW));
 }
 
 }  // namespace wevora::platform

@@ -7,17 +7,17 @@
 
 namespace wevora::platform {
 
-/// Takes from an open file or folder, which was just made, what it inherited from the access lists
-/// of its folder: as it was made for its owner alone, it would be opened to others with its mode.
-std::error_code dropInheritedRights(int item);
+/// Removes the access control lists that a new file or folder has inherited from its folder. The
+/// mode set later would otherwise activate them and grant access to users whom the source denies.
+std::error_code removeInheritedAcl(int item);
 
-/// Gives an open file or folder what another has beside its contents: owner, extended attributes,
-/// mode and dates. What the volume cannot hold, or this user may not set, is left out; other
-/// failures are errors. `facts` are those of `from`, learned before it was read.
-std::error_code copyAttributes(int from, int to, const ItemFacts& facts);
+/// Copies owner, extended attributes, mode and dates of an open file or folder. Skips attributes
+/// that the volume does not support or that this user may not set; other failures are errors.
+/// `status` is that of `from`, taken before its contents were read.
+std::error_code copyAttributes(int from, int to, const FileStat& status);
 
-/// The same for symbolic links, each in an open folder.
+/// The same for symbolic links, each relative to an open folder.
 std::error_code copyLinkAttributes(int fromFolder, const std::string& from, int toFolder,
-                                   const std::string& to, const ItemFacts& facts);
+                                   const std::string& to, const FileStat& status);
 
 }  // namespace wevora::platform

@@ -28,7 +28,7 @@ std::optional<std::vector<std::string>> sortedNames(int folder) {
   return names;
 }
 
-/// Fills the buffer from the file's place; fewer bytes only at the file's end. None for a failure.
+/// Fills the buffer from `offset`; fewer bytes only at the end of the file. nullopt on failure.
 std::optional<std::size_t> readFully(FileSystemCalls& calls, int file,
                                      std::vector<std::byte>& buffer, off_t offset) {
   std::size_t length = 0;
@@ -44,12 +44,11 @@ std::optional<std::size_t> readFully(FileSystemCalls& calls, int file,
 }
 
 bool isFile(const Descriptor& file) {
-  const auto facts = file ? factsOf(file.get()) : std::nullopt;
-  return facts && S_ISREG(facts->st_mode);
+  return file && isRegularFile(statOf(file.get()));
 }
 
-/// Compares items of two folders, with all that is in them.
-/// Threads: one. Owns: its places in both trees. Errors: what cannot be read is not equal.
+/// Compares items of two folders recursively.
+/// Errors: an item that cannot be read is not equal.
 class TreeCompare {
  public:
   TreeCompare(FileSystemCalls& calls, const ByteProgress& progress, Descriptor folder,
@@ -57,11 +56,11 @@ class TreeCompare {
       : calls_(calls), progress_(progress), one_(std::move(folder)), other_(std::move(other)) {}
 
   bool equal(const std::string& name, const std::string& otherName) {
-    const auto facts = factsOf(one_.folder(), name);
-    const auto otherFacts = factsOf(other_.folder(), otherName);
-    if (!facts || !otherFacts) return false;
-    const ItemKind kind = kindOfMode(facts->st_mode);
-    if (kindOfMode(otherFacts->st_mode) != kind) return false;
+    const auto status = statOf(one_.folder(), name);
+    const auto otherStatus = statOf(other_.folder(), otherName);
+    if (!status || !otherStatus) return false;
+    const ItemKind kind = kindOfMode(status->st_mode);
+    if (kindOfMode(otherStatus->st_mode) != kind) return false;
     if (kind == ItemKind::file) return filesEqual(name, otherName);
     if (kind == ItemKind::folder) return foldersEqual(name, otherName);
     if (kind != ItemKind::link) return false;
@@ -86,7 +85,7 @@ class TreeCompare {
   }
 
   bool foldersEqual(const std::string& name, const std::string& otherName) {
-    if (one_.depth() >= TreeCopy::kDeepest) return false;
+    if (one_.depth() >= TreeCopy::kMaxDepth) return false;
     if (one_.enter(name) || other_.enter(otherName)) return false;
     const auto names = sortedNames(one_.folder());
     if (!names || sortedNames(other_.folder()) != names) return false;
@@ -108,8 +107,8 @@ class TreeCompare {
 bool itemsEqual(FileSystemCalls& calls, const ByteProgress& progress, const std::string& path,
                 const std::string& other) {
   if (path.empty() || other.empty()) return false;
-  Descriptor folder = folderHolding(path);
-  Descriptor otherFolder = folderHolding(other);
+  Descriptor folder = openParentFolder(path);
+  Descriptor otherFolder = openParentFolder(other);
   if (!folder || !otherFolder) return false;
   return TreeCompare(calls, progress, std::move(folder), std::move(otherFolder))
       .equal(std::string(lastPathComponent(path)), std::string(lastPathComponent(other)));

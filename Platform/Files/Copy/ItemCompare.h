@@ -7,8 +7,8 @@
 
 namespace wevora::platform {
 
-/// Whether two items have the same contents; what cannot be read, or is deeper than a copy can be,
-/// is not equal. `progress` is told the bytes of each file once. Threads: any, if the calls are.
+/// Whether two items have the same contents. Items that cannot be read, or are nested deeper than
+/// TreeCopy::kMaxDepth, are not equal. `progress` receives the bytes of each file once.
 bool itemsEqual(FileSystemCalls& calls, const ByteProgress& progress, const std::string& path,
                 const std::string& other);
 

@@ -9,9 +9,8 @@
 
 namespace wevora::platform {
 
-/// Copies one item. The copy grows under another name beside the destination, one that is hidden
-/// and that the ignore rules know, and takes the destination's name when it is complete.
-/// Threads: one. Owns: nothing. Errors: said by the results.
+/// Copies one item. The copy is written under a temporary name next to the destination, which is
+/// hidden and matches the ignore rules, and is renamed when it is complete.
 class ItemCopy {
  public:
   ItemCopy(FileSystemCalls& calls, const ByteProgress& progress)

@@ -10,8 +10,8 @@
 namespace wevora::platform {
 namespace {
 
-/// The path with the links on the way resolved, but not a link at its end.
-std::optional<std::string> ownPath(const std::string& path) {
+/// The path with the links in its folders resolved, but not a link at its end.
+std::optional<std::string> canonicalOwnPath(const std::string& path) {
   std::error_code failed;
   const auto folder = std::filesystem::canonical(parentFolderOf(path), failed);
   if (failed) return std::nullopt;
@@ -19,38 +19,38 @@ std::optional<std::string> ownPath(const std::string& path) {
 }
 
 /// Compares items by their paths.
-/// Threads: one. Owns: nothing. Errors: remembers whether there was one.
+/// Errors: failed() is true after any error except a missing item.
 class PathComparison {
  public:
   bool failed() const { return failed_; }
 
-  std::optional<ItemFacts> facts(const std::string& path) {
-    auto found = factsOf(path);
-    if (!found && !isNotFound(errno)) failed_ = true;
-    return found;
+  std::optional<FileStat> statOf(const std::string& path) {
+    auto status = platform::statOf(path);
+    if (!status && !isNotFound(errno)) failed_ = true;
+    return status;
   }
 
   bool sameItem(const std::string& a, const std::string& b) {
-    const auto factsOfA = facts(a);
-    const auto factsOfB = facts(b);
-    return factsOfA && factsOfB && ItemIdentity::of(*factsOfA) == ItemIdentity::of(*factsOfB);
+    const auto statusOfA = statOf(a);
+    const auto statusOfB = statOf(b);
+    return statusOfA && statusOfB && ItemIdentity::of(*statusOfA) == ItemIdentity::of(*statusOfB);
   }
 
-  /// Whether two paths are one entry of one folder. Two hard links to one file are not: each can be
-  /// removed without harm to the other.
+  /// Whether two paths are the same directory entry. Two hard links to one file are not: removing
+  /// one does not affect the other.
   bool sameEntry(const std::string& a, const std::string& b) {
     if (!sameItem(a, b)) return false;
-    const auto found = facts(a);
-    if (!found || S_ISDIR(found->st_mode) || found->st_nlink < 2) return true;
-    const auto ownA = ownPath(a);
-    const auto ownB = ownPath(b);
+    const auto status = statOf(a);
+    if (!status || isDirectory(*status) || status->st_nlink < 2) return true;
+    const auto ownA = canonicalOwnPath(a);
+    const auto ownB = canonicalOwnPath(b);
     if (!ownA || !ownB) return true;
-    // The names may differ in case, on a volume that does not tell them apart.
+    // On a case-insensitive volume the names may differ in case.
     return caseFolded(lastPathComponent(*ownA)) == caseFolded(lastPathComponent(*ownB)) &&
            sameItem(parentFolderOf(*ownA), parentFolderOf(*ownB));
   }
 
-  /// Whether `folder` is one of those above `path`, as the path goes.
+  /// Whether `folder` is one of the folders that `path` names above its item.
   bool isAbove(const std::string& folder, const std::string& path) {
     for (std::string above = path; above.size() > 1;) {
       above = pathWithoutLastComponent(above);
@@ -59,15 +59,15 @@ class PathComparison {
     return false;
   }
 
-  bool touches(const std::string& removed, const std::string& kept) {
-    if (sameEntry(removed, kept) || isAbove(removed, kept)) return true;
-    const auto ownRemoved = ownPath(removed);
-    const auto ownKept = ownPath(kept);
-    if (!ownRemoved || !ownKept) return true;
-    if (isAbove(removed, *ownKept) || isAbove(kept, *ownRemoved)) return true;
-    // What a link leads to is all that a person sees of it.
-    const std::string target = resolvedPath(*ownKept);
-    return target != *ownKept && (sameEntry(removed, target) || isAbove(removed, target));
+  bool affects(const std::string& removed, const std::string& item) {
+    if (sameEntry(removed, item) || isAbove(removed, item)) return true;
+    const auto ownRemoved = canonicalOwnPath(removed);
+    const auto ownItem = canonicalOwnPath(item);
+    if (!ownRemoved || !ownItem) return true;
+    if (isAbove(removed, *ownItem) || isAbove(item, *ownRemoved)) return true;
+    // A link is of no use without its target.
+    const std::string target = resolvedPath(*ownItem);
+    return target != *ownItem && (sameEntry(removed, target) || isAbove(removed, target));
   }
 
  private:
@@ -77,25 +77,25 @@ class PathComparison {
 }  // namespace
 
 ProtectedItem::ProtectedItem(const std::string& path) : path_(withoutTrailingSeparators(path)) {
-  if (const auto facts = factsOf(path_))
-    identity_ = ItemIdentity::of(*facts);
+  if (const auto status = statOf(path_))
+    identity_ = ItemIdentity::of(*status);
   else
     unknown_ = !isNotFound(errno);
 }
 
-bool ProtectedItem::wouldBeTouchedByRemoving(const std::string& removed) const {
+bool ProtectedItem::isAffectedByRemoving(const std::string& removed) const {
   const std::string item(withoutTrailingSeparators(removed));
   PathComparison comparison;
-  if (!comparison.facts(item)) return comparison.failed();
+  if (!comparison.statOf(item)) return comparison.failed();
   if (unknown_) return true;
-  const auto now = comparison.facts(path_);
-  if (now && comparison.touches(item, path_)) return true;
+  const auto now = comparison.statOf(path_);
+  if (now && comparison.affects(item, path_)) return true;
   if (comparison.failed()) return true;
   const bool moved = identity_ && (!now || ItemIdentity::of(*now) != *identity_);
   return moved && mayContain(item, *identity_);
 }
 
-bool liesIn(const std::string& path, const std::string& folder) {
+bool isInside(const std::string& path, const std::string& folder) {
   const std::string resolved = resolvedPath(path);
   PathComparison comparison;
   return comparison.sameItem(resolved, folder) || comparison.isAbove(folder, resolved);

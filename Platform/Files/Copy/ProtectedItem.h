@@ -7,16 +7,18 @@
 
 namespace wevora::platform {
 
-/// An item that must survive a removal, as it was when this was made: it is known again after it
-/// was moved. Threads: any. Owns: nothing. Errors: what cannot be learned counts against removing.
+/// An item that a removal must not affect. It is identified by path and inode at construction, so
+/// that it is recognized after it was moved.
+/// Thread-safety: safe from any thread.
+/// Errors: when an item cannot be examined, the removal counts as affecting it.
 class ProtectedItem {
  public:
   explicit ProtectedItem(const std::string& path);
 
-  /// Whether removing `removed` would take the item away, a part of it, or what it links to: they
-  /// are one item, or one lies in the other, by whatever paths. Two hard links to one file are two
-  /// items. False when nothing is there to be removed, or to be kept.
-  bool wouldBeTouchedByRemoving(const std::string& removed) const;
+  /// Whether removing `removed` would remove the protected item, a part of it, or the target of its
+  /// link: both are the same item, or one contains the other, by any path. Two hard links to one
+  /// file are two items. False when either item is missing.
+  bool isAffectedByRemoving(const std::string& removed) const;
 
  private:
   std::string path_;
@@ -24,7 +26,7 @@ class ProtectedItem {
   bool unknown_ = false;
 };
 
-/// Whether an item is a folder, or lies in it at any depth, links in its path resolved.
-bool liesIn(const std::string& path, const std::string& folder);
+/// Whether an item is a folder or is in it at any depth; links in the item's path are resolved.
+bool isInside(const std::string& path, const std::string& folder);
 
 }  // namespace wevora::platform

@@ -10,13 +10,12 @@
 
 namespace wevora::platform {
 
-/// Copies an item with all that is in it from one folder into another, and sees to it that the
-/// bytes are on the volume. What a failure leaves is the caller's to remove.
-/// Threads: one. Owns: its places in both trees. Errors: said by the results; ENAMETOOLONG for
-/// folders more than kDeepest deep.
+/// Copies an item recursively from one folder into another and flushes it to the volume. After a
+/// failure the caller removes the partial copy.
+/// Errors: ENAMETOOLONG for folders nested deeper than kMaxDepth.
 class TreeCopy {
  public:
-  static constexpr std::size_t kDeepest = 1024;
+  static constexpr std::size_t kMaxDepth = 1024;
 
   TreeCopy(FileSystemCalls& calls, const ByteProgress& progress, Descriptor fromFolder,
            Descriptor toFolder)
@@ -29,11 +28,11 @@ class TreeCopy {
 
  private:
   std::error_code copyFile(const std::string& name, const std::string& newName);
-  std::error_code fill(int in, int out, const ItemFacts& facts);
+  std::error_code fill(int in, int out, const FileStat& status);
   std::error_code copyFolder(const std::string& name, const std::string& newName);
   std::error_code copyContents();
   std::error_code copyLink(const std::string& name, const std::string& newName,
-                           const ItemFacts& facts);
+                           const FileStat& status);
 
   FileSystemCalls& calls_;
   const ByteProgress& progress_;
