@@ -1,4 +1,4 @@
-// What the build makes of the sources in this folder.
+// Checks the files that the build generates from this folder.
 
 #include <array>
 #include <fstream>
@@ -37,7 +37,7 @@ std::size_t littleEndian(const std::string& bytes, std::size_t at, std::size_t c
   return number;
 }
 
-/// The elements of an icns file by their type.
+/// The elements of an .icns file by their type.
 std::map<std::string, std::string> elementsOf(const std::string& file) {
   std::map<std::string, std::string> elements;
   EXPECT_EQ(file.substr(0, 4), "icns");
@@ -47,8 +47,8 @@ std::map<std::string, std::string> elementsOf(const std::string& file) {
   return elements;
 }
 
-/// Whether a mask leaves all that is not in the lower left corner transparent, and something there
-/// opaque. `corner` is the mark's side in parts of the whole.
+/// Expects a mask that is opaque only in the lower left corner. `corner` is the mark's side as a
+/// fraction of the mask's side.
 void expectAMarkInTheLowerLeftCorner(const std::string& mask, std::size_t side, double corner) {
   ASSERT_EQ(mask.size(), side * side);
   const auto edge = static_cast<std::size_t>(corner * static_cast<double>(side));
@@ -64,7 +64,7 @@ void expectAMarkInTheLowerLeftCorner(const std::string& mask, std::size_t side, 
   EXPECT_GT(opaque, side * side / 20);
 }
 
-TEST(ResourcesTest, EveryBadgeHasADrawingForEverySize) {
+TEST(ResourcesTest, EveryBadgeHasAnImageOfEverySize) {
   for (const char* name : {"ok.icns", "backup.icns", "w.icns"}) {
     const auto elements = elementsOf(contentsOf(name));
     for (const char* type :
@@ -73,7 +73,7 @@ TEST(ResourcesTest, EveryBadgeHasADrawingForEverySize) {
   }
 }
 
-TEST(ResourcesTest, ABadgeIsTransparentButForAMarkInTheLowerLeftCorner) {
+TEST(ResourcesTest, ABadgeIsTransparentExceptForAMarkInTheLowerLeftCorner) {
   for (const char* name : {"ok.icns", "backup.icns", "w.icns"}) {
     SCOPED_TRACE(name);
     auto elements = elementsOf(contentsOf(name));
@@ -94,7 +94,7 @@ TEST(ResourcesTest, TheMarksDifferInTheirShape) {
   EXPECT_EQ(masks.size(), 6U);
 }
 
-TEST(ResourcesTest, TheSidebarsFileHasAPageForEachSizeWithOpacity) {
+TEST(ResourcesTest, TheSidebarsTiffHasAPageWithAlphaForEachSize) {
   const auto file = contentsOf("sidebar.tiff");
   ASSERT_EQ(file.substr(0, 4), std::string("II*\0", 4));
   std::vector<std::size_t> sides;
@@ -105,8 +105,8 @@ TEST(ResourcesTest, TheSidebarsFileHasAPageForEachSizeWithOpacity) {
       const auto entry = page + 2 + i * 12;
       values[littleEndian(file, entry, 2)] = littleEndian(file, entry + 8, 2);
     }
-    EXPECT_EQ(values[277], 4U);  // samples for each pixel
-    EXPECT_EQ(values[338], 2U);  // opacity apart from the colours
+    EXPECT_EQ(values[277], 4U);  // samples per pixel
+    EXPECT_EQ(values[338], 2U);  // unassociated alpha
     EXPECT_EQ(values[256], values[257]);
     sides.push_back(values[256]);
     page = littleEndian(file, page + 2 + entries * 12, 4);
@@ -122,7 +122,7 @@ TEST(ResourcesTest, TheInformationListHasTheProjectsVersion) {
   EXPECT_EQ(*version, platform::productVersion());
 }
 
-TEST(ResourcesTest, TheTemplateHoldsTheFourDefaults) {
+TEST(ResourcesTest, TheTemplateContainsTheFourDefaults) {
   EXPECT_EQ(PropertyLists::read(WEVORA_RESOURCES "/wevora-settings.plist"),
             Value(Dictionary{{"HideDesktopItem", false},
                              {"kFinderOverlayEnabledKey", true},

@@ -1,11 +1,11 @@
-"""Reads the pictures that rsvg-convert makes: square, RGBA, 8 bits, not interlaced."""
+"""Reads PNG images as written by rsvg-convert: square, RGBA, 8 bits, not interlaced."""
 
 import struct
 import zlib
 
 
 def read(path):
-    """The side in pixels, and the samples row by row; opacity is apart from the colours."""
+    """Returns the side in pixels and the samples row by row, with unassociated alpha."""
     with open(path, "rb") as file:
         data = file.read()
     at, packed, side = 8, b"", 0
@@ -16,7 +16,7 @@ def read(path):
         if kind == b"IHDR":
             side, height, *form = struct.unpack(">IIBBBBB", chunk)
             if side != height or form != [8, 6, 0, 0, 0]:
-                raise ValueError(path + " is not a square picture of RGBA")
+                raise ValueError(f"{path}: not a square 8-bit RGBA image without interlacing")
         elif kind == b"IDAT":
             packed += chunk
     return side, _unfiltered(zlib.decompress(packed), side * 4)

@@ -12,8 +12,7 @@ using platform::Class;
 using platform::Id;
 using platform::Implementation;
 
-/// What stands for a window: the window itself, its controller, its browser.
-/// Threads: the main thread. Owns: nothing. Errors: none.
+/// An object that represents a window by its number: the window, its controller or its browser.
 class WindowObject : public platform::Object {
  public:
   WindowObject(Class& isa, std::int64_t number) : Object(isa), window(number) {}

@@ -9,31 +9,32 @@
 
 namespace wevora::hosts {
 
-/// An item that a person may see in a window, and what is drawn for it.
-/// Threads: a value. Owns: shares. Errors: none.
+/// An item that is visible in a window, and the cell that draws it.
 struct VisibleCell {
   std::shared_ptr<Node> node;
   platform::Id cell;
 };
 
-/// What a host tells of its windows. A window has a number of its own, which is never given again.
-/// Threads: the main thread. Owns: as the host. Errors: of a window that has gone nothing is told.
+/// A host's windows. Each has a unique number, which is never reused.
+/// Thread-safety: main thread only.
+/// Errors: a closed window has no cells and no sidebars; redrawing it does nothing.
 class WindowSource {
  public:
   virtual ~WindowSource() = default;
 
-  /// In the order in which they were opened.
+  /// The open windows, in the order in which they were opened.
   virtual std::vector<std::int64_t> windows() const = 0;
   virtual std::vector<VisibleCell> visibleCells(std::int64_t window) const = 0;
-  /// Of the visible cells the one of a node; null where none is.
+  /// The visible cell of a node; null if there is none.
   virtual platform::Id visibleCell(const TFENode& node, std::int64_t window) const;
   virtual std::vector<platform::Id> sidebars(std::int64_t window) const = 0;
   virtual void redraw(std::int64_t window) = 0;
 };
 
-/// A host's windows as the bundle walks them: from "NSApplication" and "NSWindow" by way of
-/// "TBrowserWindowController" to the cells that are to be drawn again.
-/// Threads: the main thread. Owns: its classes; the source outlives it. Errors: none.
+/// Registers the classes by which the bundle traverses a host's windows in order to redraw cells:
+/// "NSApplication", "NSWindow", "TBrowserWindowController" and "TBrowserViewController".
+/// Thread-safety: main thread only.
+/// Ownership: the source must outlive it.
 class BrowserWindows {
  public:
   BrowserWindows(platform::Runtime& runtime, platform::Class& views, WindowSource& source);

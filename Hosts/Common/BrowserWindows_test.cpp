@@ -18,7 +18,7 @@ using platform::Id;
 using platform::send;
 using Numbers = std::vector<std::int64_t>;
 
-/// What is shown of an item: notes how often it was asked to draw again.
+/// A cell that counts the redraws of its view.
 class Shown : public platform::Object {
  public:
   Shown(platform::Class& isa, platform::Class& views)
@@ -27,7 +27,7 @@ class Shown : public platform::Object {
   const std::shared_ptr<View> view;
 };
 
-/// A host with two windows, 3 and 8.
+/// A fake host with two windows, 3 and 8.
 class BrowserWindowsTest : public testing::Test, public WindowSource {
  protected:
   BrowserWindowsTest() {
@@ -65,7 +65,7 @@ class BrowserWindowsTest : public testing::Test, public WindowSource {
   Id browserOf(std::int64_t window) const {
     return send<Id>(controllerOf(window), "browserViewController");
   }
-  /// Which of the windows it is, by what is drawn again when its view is.
+  /// The windows that are redrawn when the controller's browser view is redrawn.
   Numbers windowsBehind(const Id& controller) {
     redrawn.clear();
     send<void>(send<Id>(send<Id>(controller, "browserViewController"), "browserView"),
@@ -114,7 +114,7 @@ TEST_F(BrowserWindowsTest, TheBundleRedrawsTheItemsThatItNamesInEveryWindow) {
   EXPECT_EQ(redrawn, (Numbers{3, 8}));
 }
 
-TEST_F(BrowserWindowsTest, AnItemWithoutAPathIsPassedOver) {
+TEST_F(BrowserWindowsTest, AnItemWithoutAPathIsSkipped) {
   const auto nowhere = show(3, "trash:///one");
   const auto named = show(3, "file:///one");
   tools.updateNodesWithPath({"/one"});
@@ -123,14 +123,14 @@ TEST_F(BrowserWindowsTest, AnItemWithoutAPathIsPassedOver) {
   EXPECT_EQ(named->redraws, 1);
 }
 
-TEST_F(BrowserWindowsTest, AWindowIsFoundByItsNumberAsLongAsItIsOpen) {
+TEST_F(BrowserWindowsTest, AWindowIsFoundByItsNumberWhileItIsOpen) {
   EXPECT_TRUE(windowNumbered(8));
   EXPECT_FALSE(windowNumbered(4));
   open = {3};
   EXPECT_FALSE(windowNumbered(8));
 }
 
-TEST_F(BrowserWindowsTest, AWindowsControllerIsABrowsersAndAWindows) {
+TEST_F(BrowserWindowsTest, AWindowsControllerIsABrowserWindowController) {
   const Id controller = controllerOf(3);
   ASSERT_TRUE(controller);
   EXPECT_TRUE(controller->isKindOf(runtime.classNamed("TBrowserWindowController").get()));
@@ -138,13 +138,13 @@ TEST_F(BrowserWindowsTest, AWindowsControllerIsABrowsersAndAWindows) {
   EXPECT_EQ(windowsBehind(controller), (Numbers{3}));
 }
 
-TEST_F(BrowserWindowsTest, ControllersAreCountedFromOneInTheOrderOfTheirWindows) {
+TEST_F(BrowserWindowsTest, ControllersAreNumberedFromOneInTheOrderOfTheirWindows) {
   EXPECT_EQ(windowsBehind(controllerWithID(1)), (Numbers{3}));
   EXPECT_EQ(windowsBehind(controllerWithID(2)), (Numbers{8}));
   for (const std::int64_t none : {-1, 0, 3}) EXPECT_FALSE(controllerWithID(none)) << none;
 }
 
-TEST_F(BrowserWindowsTest, ABrowserTellsOfTheItemsThatAreToBeSeen) {
+TEST_F(BrowserWindowsTest, ABrowserReturnsTheVisibleItems) {
   show(3, "file:///one");
   show(3, "file:///two");
   EXPECT_EQ(send<std::uint64_t>(browserOf(3), "itemCount"), 2U);
@@ -156,7 +156,7 @@ TEST_F(BrowserWindowsTest, ABrowserTellsOfTheItemsThatAreToBeSeen) {
   EXPECT_EQ(seen[1], *cells[3][1].node->reference());
 }
 
-TEST_F(BrowserWindowsTest, ANodesCellIsThatOfItsOwnWindow) {
+TEST_F(BrowserWindowsTest, ANodesCellIsFoundInItsOwnWindowOnly) {
   const auto here = show(3, "file:///one");
   const auto there = show(8, "file:///one");
   const TFENode node = *cells[3][0].node->reference();
@@ -165,7 +165,7 @@ TEST_F(BrowserWindowsTest, ANodesCellIsThatOfItsOwnWindow) {
   EXPECT_FALSE(send<Id>(browserOf(3), "getCellForNode:", TFENode{}));
 }
 
-TEST_F(BrowserWindowsTest, AWindowHoldsItsSidebarsAndItsBrowsersView) {
+TEST_F(BrowserWindowsTest, AWindowContainsItsSidebarsAndItsBrowserView) {
   const auto within = [&](std::int64_t window, const char* container) {
     return send<std::vector<Id>>(send<Id>(controllerOf(window), container), "subviews");
   };
@@ -177,7 +177,7 @@ TEST_F(BrowserWindowsTest, AWindowHoldsItsSidebarsAndItsBrowsersView) {
   EXPECT_EQ(redrawn, (Numbers{8}));
 }
 
-TEST_F(BrowserWindowsTest, AWindowThatGoesMeanwhileHasNothingToTell) {
+TEST_F(BrowserWindowsTest, AClosedWindowHasNoItems) {
   show(8, "file:///one");
   const Id browser = browserOf(8);
   open = {3};
@@ -188,7 +188,7 @@ TEST_F(BrowserWindowsTest, AWindowThatGoesMeanwhileHasNothingToTell) {
   EXPECT_TRUE(seen.empty());
 }
 
-TEST_F(BrowserWindowsTest, ANameThatIsTakenIsNotShared) {
+TEST_F(BrowserWindowsTest, RegisteringANameThatIsTakenThrows) {
   for (const char* taken :
        {"NSApplication", "NSWindow", "TBrowserWindowController", "TBrowserViewController"}) {
     platform::Runtime other;

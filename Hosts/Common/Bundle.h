@@ -2,8 +2,8 @@
 
 namespace wevora::hosts {
 
-/// Loads the bundle that is installed, which looks the host's classes up while it loads. False
-/// where there is none.
+/// Loads the installed bundle. Register the host's classes first: the bundle looks them up while it
+/// loads. False if no bundle is installed.
 bool loadBundle();
 
 }  // namespace wevora::hosts

@@ -12,13 +12,14 @@ std::shared_ptr<platform::Class> ImageWrapper::registerIn(platform::Runtime& run
   auto wrappers = newClass(runtime, "IKImageWrapper");
   wrappers->addClassMethod(
       "alloc",
-      // One is asked for with each drawing, and let go with it: the same does again.
-      Implementation::of<Id()>([free = std::shared_ptr<ImageWrapper>()](const Id& self) mutable {
-        if (free.use_count() != 1)
-          free = std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
-        free->image.reset();
-        return Id(free);
-      }),
+      // Each drawing allocates a wrapper and releases it at its end, so the last one is reused.
+      Implementation::of<Id()>(
+          [reusable = std::shared_ptr<ImageWrapper>()](const Id& self) mutable {
+            if (reusable.use_count() != 1)
+              reusable = std::make_shared<ImageWrapper>(static_cast<platform::Class&>(*self));
+            reusable->image.reset();
+            return Id(reusable);
+          }),
       "@@:");
   wrappers->addMethod("initWithNSImage:",
                       Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& shown) {

@@ -7,8 +7,8 @@
 
 namespace wevora::hosts {
 
-/// An image on its way to a cell: "IKImageWrapper".
-/// Threads: the main thread. Owns: a share of the image. Errors: none.
+/// "IKImageWrapper": the argument of `drawImage:`, which wraps an image.
+/// Thread-safety: main thread only.
 class ImageWrapper : public platform::Object {
  public:
   using Object::Object;

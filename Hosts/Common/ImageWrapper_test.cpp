@@ -19,7 +19,7 @@ class ImageWrapperTest : public testing::Test {
   }
 };
 
-TEST_F(ImageWrapperTest, AWrapperThatIsHeldIsNotGivenToAnother) {
+TEST_F(ImageWrapperTest, AWrapperInUseIsNotReused) {
   const auto first = std::make_shared<platform::Image>();
   const auto second = std::make_shared<platform::Image>();
   const Id one = wrapperOf(first);
@@ -28,7 +28,7 @@ TEST_F(ImageWrapperTest, AWrapperThatIsHeldIsNotGivenToAnother) {
   EXPECT_EQ(send<ImageRef>(other, "_nsImage"), second);
 }
 
-TEST_F(ImageWrapperTest, AWrapperThatWasLetGoIsGivenOutAgainWithoutItsImage) {
+TEST_F(ImageWrapperTest, AReleasedWrapperIsReusedWithoutItsImage) {
   const auto* before = wrapperOf(std::make_shared<platform::Image>()).get();
   const Id again = send<Id>(Id(wrappers), "alloc");
   EXPECT_EQ(again.get(), before);

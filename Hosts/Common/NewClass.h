@@ -8,12 +8,14 @@
 
 namespace wevora::hosts {
 
-/// A class of this host's. Throws where another in the process has taken its name: objects that
-/// are not this host's would reach its methods.
+/// Registers a class of this host.
+/// Errors: throws HostException if the name is already registered in the process: the class's
+/// methods cast their receiver to this host's type, and must not be called on foreign objects.
 inline std::shared_ptr<platform::Class> newClass(platform::Runtime& runtime, std::string_view name,
                                                  platform::Class* superclass = nullptr) {
   auto made = runtime.registerClass(name, superclass);
-  if (!made) throw platform::HostException(std::string(name) + " is taken");
+  if (!made)
+    throw platform::HostException("class '" + std::string(name) + "' is already registered");
   return made;
 }
 

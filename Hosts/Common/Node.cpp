@@ -20,10 +20,10 @@ Nodes::Nodes(platform::Runtime& runtime) : class_(newClass(runtime, "FINode")) {
 }
 
 std::shared_ptr<Node> Nodes::make(const std::string& uri) {
-  // The last share takes the node out of the table.
-  std::shared_ptr<Node> node(new Node(*class_, uri), [this](Node* gone) {
-    nodes_.erase(gone);
-    std::default_delete<Node>()(gone);
+  // The deleter removes the node from the table.
+  std::shared_ptr<Node> node(new Node(*class_, uri), [this](Node* released) {
+    nodes_.erase(released);
+    std::default_delete<Node>()(released);
   });
   nodes_.emplace(node.get(), node);
   return node;

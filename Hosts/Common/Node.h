@@ -11,17 +11,18 @@
 
 namespace wevora::hosts {
 
-/// An item of the host: "FINode". It answers `previewItemURL`, none for an item without a path of
-/// this machine.
-/// Threads: the main thread. Owns: its URL. Errors: none.
+/// "FINode": an item of the host.
+/// Thread-safety: main thread only.
 class Node : public platform::Object {
  public:
   Node(platform::Class& isa, const std::string& uri)
       : Object(isa), uri_(uri), url_(ItemURL::fromString(uri)) {}
 
   const std::string& uri() const noexcept { return uri_; }
+  /// nullopt for an item without a local path.
+  // -previewItemURL
   const std::optional<ItemURL>& url() const noexcept { return url_; }
-  /// Good as long as the node lives.
+  /// Valid during the node's lifetime.
   TFENode* reference() noexcept { return &reference_; }
 
  private:
@@ -30,8 +31,9 @@ class Node : public platform::Object {
   TFENode reference_{this};
 };
 
-/// Makes the nodes, and finds them again by what the bundle holds of them.
-/// Threads: the main thread. Owns: no node. Errors: a reference to a node that is gone is null.
+/// Creates nodes, and finds them by the references that the bundle passes.
+/// Thread-safety: main thread only.
+/// Ownership: holds weak references; must outlive the nodes.
 class Nodes {
  public:
   explicit Nodes(platform::Runtime& runtime);
@@ -39,6 +41,8 @@ class Nodes {
   Nodes& operator=(const Nodes&) = delete;
 
   std::shared_ptr<Node> make(const std::string& uri);
+  /// Null if the node was destroyed.
+  // +nodeFromNodeRef:
   platform::Id nodeFromNodeRef(const TFENode& reference) const;
 
  private:

@@ -16,7 +16,7 @@ class NodeTest : public testing::Test {
   std::optional<ItemURL> urlOf(const std::string& uri) {
     return send<std::optional<ItemURL>>(Id(nodes.make(uri)), "previewItemURL");
   }
-  /// As the bundle asks for it.
+  /// Looks a node up as the bundle does.
   Id found(const TFENode& reference) {
     return send<Id>(runtime.classNamed("FINode"), "nodeFromNodeRef:", reference);
   }
@@ -29,21 +29,21 @@ TEST_F(NodeTest, ANodeIsFoundByItsReference) {
   EXPECT_EQ(found(*other->reference()), other);
 }
 
-TEST_F(NodeTest, TwoNodesOfOneItemAreTwo) {
+TEST_F(NodeTest, TwoNodesOfOneItemAreDistinct) {
   const auto one = nodes.make("file:///one");
   const auto again = nodes.make("file:///one");
   EXPECT_EQ(found(*one->reference()), one);
   EXPECT_EQ(found(*again->reference()), again);
 }
 
-TEST_F(NodeTest, TheReferenceToANodeThatIsGoneFindsNothing) {
+TEST_F(NodeTest, AReferenceToADestroyedNodeFindsNothing) {
   auto node = nodes.make("file:///one");
   const TFENode reference = *node->reference();
   node.reset();
   EXPECT_EQ(found(reference), nullptr);
 }
 
-TEST_F(NodeTest, AReferenceThatIsNoNodesFindsNothing) {
+TEST_F(NodeTest, AnInvalidReferenceFindsNothing) {
   const auto node = nodes.make("file:///one");
   EXPECT_EQ(found(TFENode{}), nullptr);
   EXPECT_EQ(found(TFENode{this}), nullptr);
@@ -61,7 +61,7 @@ TEST_F(NodeTest, ThePathKeepsBytesThatAreNotUtf8) {
   EXPECT_EQ(url->path(), "/a/latin\xE9");
 }
 
-TEST_F(NodeTest, AnItemThatIsNotOnThisMachineHasNoURL) {
+TEST_F(NodeTest, AnItemWithoutALocalPathHasNoURL) {
   for (const char* uri : {"trash:///x", "recent:///x", "sftp://host/x", "network:///", ""})
     EXPECT_FALSE(urlOf(uri)) << uri;
 }

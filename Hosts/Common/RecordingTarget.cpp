@@ -5,17 +5,17 @@
 namespace wevora::hosts {
 
 bool RecordingTarget::isWithin(const platform::Size& size) const noexcept {
-  return std::ranges::all_of(noted_, [&](const Noted& noted) {
-    const auto& place = noted.drawing.destination;
-    return place.x >= 0 && place.y >= 0 && place.x + place.width <= size.width &&
-           place.y + place.height <= size.height;
+  return std::ranges::all_of(recorded_, [&](const Recorded& recorded) {
+    const auto& rect = recorded.drawing.destination;
+    return rect.x >= 0 && rect.y >= 0 && rect.x + rect.width <= size.width &&
+           rect.y + rect.height <= size.height;
   });
 }
 
 void RecordingTarget::replay(platform::DrawingTarget& target, double height) const {
-  for (const auto& [bitmap, noted] : noted_) {
-    platform::BitmapDrawing drawing = noted;
-    drawing.destination.y = height - noted.destination.y - noted.destination.height;
+  for (const auto& [bitmap, recorded] : recorded_) {
+    platform::BitmapDrawing drawing = recorded;
+    drawing.destination.y = height - recorded.destination.y - recorded.destination.height;
     target.drawBitmap(bitmap, drawing);
   }
 }

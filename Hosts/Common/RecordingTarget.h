@@ -6,8 +6,7 @@
 
 namespace wevora::hosts {
 
-/// Notes what is drawn into it, for a later frame. Its y grows upwards.
-/// Threads: the main thread. Owns: shares of the bitmaps. Errors: none.
+/// Records what is drawn into it, to be replayed into a host's frame. Its y grows upwards.
 class RecordingTarget : public platform::DrawingTarget {
  public:
   explicit RecordingTarget(double deviceScale) : deviceScale_(deviceScale) {}
@@ -16,23 +15,24 @@ class RecordingTarget : public platform::DrawingTarget {
   bool isFlipped() const override { return false; }
   void drawBitmap(const platform::BitmapRef& bitmap,
                   const platform::BitmapDrawing& drawing) override {
-    noted_.push_back({bitmap, drawing});
+    recorded_.push_back({bitmap, drawing});
   }
   void save() override {}
   void restore() override {}
 
-  /// Whether nothing reaches beyond what was drawn into, which has this size.
+  /// Whether all recorded drawings lie within an area of this size.
   bool isWithin(const platform::Size& size) const noexcept;
-  /// Draws it all; the target's y grows downwards, and so high is what was drawn into.
+  /// Draws the recording into a target whose y grows downwards. `height` is that of the recorded
+  /// area, needed to flip y.
   void replay(platform::DrawingTarget& target, double height) const;
 
  private:
-  struct Noted {
+  struct Recorded {
     platform::BitmapRef bitmap;
     platform::BitmapDrawing drawing;
   };
   const double deviceScale_;
-  std::vector<Noted> noted_;
+  std::vector<Recorded> recorded_;
 };
 
 }  // namespace wevora::hosts

@@ -14,9 +14,8 @@ namespace {
 
 constexpr const char* kWillDisplay = "outlineView:willDisplayCell:forTableColumn:item:";
 
-/// An image made for a sidebar: "NSSidebarImage".
-/// Threads: the main thread. Owns: a share of the image. Errors: none.
-class Picture : public platform::Object {
+/// "NSSidebarImage": an image for a sidebar row.
+class SidebarImage : public platform::Object {
  public:
   using Object::Object;
   ImageRef image;
@@ -45,33 +44,33 @@ SidebarClasses::SidebarClasses(platform::Runtime& runtime, Class& views) {
                      return static_cast<const SidebarRow&>(*self).name();
                    }),
                    "@@:");
-  rows_->addMethod("setImage:", Implementation::of<void(Id)>([](const Id& self, const Id& picture) {
-                     const auto made = std::dynamic_pointer_cast<Picture>(picture);
+  rows_->addMethod("setImage:", Implementation::of<void(Id)>([](const Id& self, const Id& wrapped) {
+                     const auto made = std::dynamic_pointer_cast<SidebarImage>(wrapped);
                      if (made && made->image)
                        static_cast<SidebarRow&>(*self).setImage(*made->image);
                    }),
                    "v@:@");
-  registerPictures(runtime);
+  registerImages(runtime);
 }
 
-void SidebarClasses::registerPictures(platform::Runtime& runtime) {
-  pictures_ = newClass(runtime, "NSSidebarImage");
-  pictures_->addClassMethod("alloc", Implementation::of<Id()>([this](const Id&) -> Id {
-                              return std::make_shared<Picture>(*pictures_);
-                            }),
-                            "@@:");
-  pictures_->addMethod("initWithSourceImage:",
-                       Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& image) {
-                         static_cast<Picture&>(*self).image = image;
-                         return self;
-                       }),
-                       "@@:@");
+void SidebarClasses::registerImages(platform::Runtime& runtime) {
+  images_ = newClass(runtime, "NSSidebarImage");
+  images_->addClassMethod("alloc", Implementation::of<Id()>([this](const Id&) -> Id {
+                            return std::make_shared<SidebarImage>(*images_);
+                          }),
+                          "@@:");
+  images_->addMethod("initWithSourceImage:",
+                     Implementation::of<Id(ImageRef)>([](const Id& self, const ImageRef& image) {
+                       static_cast<SidebarImage&>(*self).image = image;
+                       return self;
+                     }),
+                     "@@:@");
 }
 
 std::shared_ptr<SidebarView> SidebarClasses::make(View::Redraw redraw) const {
   auto sidebar = std::make_shared<SidebarView>(*sidebars_, std::move(redraw));
-  sidebar->ofTheHost = std::make_shared<platform::Object>(*delegates_);
-  send<void>(Id(sidebar), "setDelegate:", sidebar->ofTheHost);
+  sidebar->hostDelegate = std::make_shared<platform::Object>(*delegates_);
+  send<void>(Id(sidebar), "setDelegate:", sidebar->hostDelegate);
   return sidebar;
 }
 

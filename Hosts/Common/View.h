@@ -9,8 +9,9 @@
 
 namespace wevora::hosts {
 
-/// A part of a host's window: "NSView". `setNeedsDisplay:` draws it again, in the host's own way.
-/// Threads: the main thread. Owns: the way; it has to bear that the part has gone. Errors: none.
+/// "NSView": a part of a host's window. `setNeedsDisplay:` requests a redraw through a callback.
+/// Thread-safety: main thread only.
+/// Ownership: holds the callback; the widget may already be destroyed when it runs.
 class View : public platform::Object {
  public:
   using Redraw = std::function<void()>;

@@ -29,18 +29,16 @@ using platform::send;
 
 std::shared_ptr<RecordingTarget> Cell::Painting::target() {
   if (!open) return nullptr;
-  if (!painted) painted = std::make_shared<RecordingTarget>(deviceScale);
-  return painted;
+  if (!recording) recording = std::make_shared<RecordingTarget>(deviceScale);
+  return recording;
 }
 
 Cell::Cell(platform::Class& isa, CellKind kind, std::shared_ptr<Node> node,
            std::shared_ptr<View> view)
-    : Object(isa),
+    : hosts::Cell(isa, std::move(node), std::move(view)),
       kind_(kind),
-      node_(std::move(node)),
-      view_(std::move(view)),
-      icon_(std::make_shared<Image>(platform::Size{},
-                                    [at = painting_](const Image&) { return at->target(); })) {}
+      icon_(std::make_shared<Image>(
+          platform::Size{}, [painting = painting_](const Image&) { return painting->target(); })) {}
 
 void Cell::draw(const Pass& pass) {
   pass_ = &pass;
@@ -49,7 +47,7 @@ void Cell::draw(const Pass& pass) {
   platform::catchAll([&] { kind_ == CellKind::Grid ? sendGridDrawing() : sendListDrawing(); });
   drawHost();
   painting_->open = false;
-  painting_->painted.reset();
+  painting_->recording.reset();
   pass_ = nullptr;
 }
 
@@ -61,12 +59,12 @@ void Cell::drawHost() {
 void Cell::sendGridDrawing() {
   const Rect frame{0, 0, static_cast<double>(gtk_widget_get_width(pass_->widget)),
                    static_cast<double>(gtk_widget_get_height(pass_->widget))};
-  send<void>(shared_from_this(), "drawInteriorWithFrame:inView:", frame, Id(view_));
+  send<void>(Id(shared_from_this()), "drawInteriorWithFrame:inView:", frame, Id(view()));
 }
 
-// The bundle paints into the icon's image before the host draws it. GTK draws the icon together
-// with the rest of the widget, so the image that the bundle gets is clear and notes what is painted
-// into it, and drawing it lays that over the icon.
+// The bundle draws the badge into the icon's image before the host draws that image. GTK draws the
+// icon together with the rest of the widget, so the bundle gets a transparent image which records
+// the badge; drawing the image replays the recording over the icon.
 void Cell::drawInteriorWithFrame(const Rect&, const Id&) {
   if (pass_ == nullptr) return;
   drawHost();
@@ -76,15 +74,15 @@ void Cell::drawInteriorWithFrame(const Rect&, const Id&) {
   painting_->open = true;
   if (!wrapper_) wrapper_ = std::make_shared<ImageWrapper>(pass_->imageWrappers);
   wrapper_->image = icon_;
-  send<void>(shared_from_this(), "drawImage:", Id(wrapper_));
+  send<void>(Id(shared_from_this()), "drawImage:", Id(wrapper_));
 }
 
 void Cell::drawImage(const Id& wrapper) {
-  if (pass_ == nullptr || !painting_->painted) return;
+  if (pass_ == nullptr || !painting_->recording) return;
   const auto wrapped = std::dynamic_pointer_cast<ImageWrapper>(wrapper);
   if (!wrapped || wrapped->image != icon_) return;
   targetAt(iconRect_->x, iconRect_->y)
-      .drawRecorded(*painting_->painted, {iconRect_->width, iconRect_->height});
+      .drawRecorded(*painting_->recording, {iconRect_->width, iconRect_->height});
 }
 
 void Cell::sendListDrawing() {
@@ -92,7 +90,7 @@ void Cell::sendListDrawing() {
   const ListRow row = listRowAround(*iconRect_, gtk_widget_get_width(pass_->widget));
   SnapshotTarget target = targetAt(row.x, row.y);
   const CurrentTarget current(target);
-  send<void>(shared_from_this(), "drawIconWithFrame:", row.frame);
+  send<void>(Id(shared_from_this()), "drawIconWithFrame:", row.frame);
 }
 
 void Cell::drawIconWithFrame(const Rect&) {

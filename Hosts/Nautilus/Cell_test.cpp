@@ -28,26 +28,26 @@ class CellTest : public testing::Test {
   }
 };
 
-TEST_F(CellTest, TheIconsImageTakesNoDrawingWhileTheCellIsNotDrawn) {
+TEST_F(CellTest, TheIconsImageHasNoTargetWhileTheCellIsNotDrawn) {
   const auto one = cell();
   one->thumbnail()->lockFocus();
   EXPECT_EQ(platform::GraphicsContext::currentContext(), nullptr);
   one->thumbnail()->unlockFocus();
 }
 
-TEST_F(CellTest, TheIconsImageTakesNoDrawingOnceItsCellIsGone) {
+TEST_F(CellTest, TheIconsImageHasNoTargetAfterItsCellIsDestroyed) {
   auto one = cell();
   const Id wrapper = wrapperOf(one->thumbnail());
-  const std::weak_ptr<Cell> gone = one;
+  const std::weak_ptr<Cell> observed = one;
   one.reset();
-  ASSERT_TRUE(gone.expired());
+  ASSERT_TRUE(observed.expired());
   const auto image = send<ImageRef>(wrapper, "_nsImage");
   image->lockFocus();
   EXPECT_EQ(platform::GraphicsContext::currentContext(), nullptr);
   image->unlockFocus();
 }
 
-TEST_F(CellTest, ACellThatIsNotDrawnDoesNothingOnItsDrawingMessages) {
+TEST_F(CellTest, DrawingMessagesDoNothingWhileTheCellIsNotDrawn) {
   const auto one = cell();
   one->drawInteriorWithFrame({0, 0, 10, 10}, nullptr);
   one->drawIconWithFrame({0, 0, 10, 10});

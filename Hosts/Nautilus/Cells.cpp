@@ -1,7 +1,5 @@
 #include "Hosts/Nautilus/Cells.h"
 
-#include "Hosts/Common/ImageWrapper.h"
-#include "Hosts/Common/NewClass.h"
 #include "Hosts/Nautilus/Redraw.h"
 #include "Platform/Base/Guard.h"
 
@@ -10,57 +8,6 @@ namespace {
 
 using platform::catchAll;
 using platform::Class;
-using platform::Id;
-using platform::ImageRef;
-using platform::Implementation;
-using platform::Rect;
-
-Cell& asCell(const Id& self) {
-  return static_cast<Cell&>(*self);
-}
-
-std::shared_ptr<Class> registerCells(platform::Runtime& runtime, const char* name) {
-  auto cells = hosts::newClass(runtime, name);
-  cells->addMethod("representedItem",
-                   Implementation::of<Id()>([](const Id& self) { return Id(asCell(self).node()); }),
-                   "@@:");
-  cells->addMethod("node", Implementation::of<const TFENode*()>([](const Id& self) {
-                     return asCell(self).node()->reference();
-                   }),
-                   "^v@:");
-  for (const char* view : {"view", "controlView"})
-    cells->addMethod(
-        view, Implementation::of<Id()>([](const Id& self) { return Id(asCell(self).view()); }),
-        "@@:");
-  return cells;
-}
-
-void addGridDrawing(Class& cells) {
-  cells.addMethod("drawImage:", Implementation::of<void(Id)>([](const Id& self, const Id& wrapper) {
-                    asCell(self).drawImage(wrapper);
-                  }),
-                  "v@:@");
-  cells.addMethod(
-      "drawInteriorWithFrame:inView:",
-      Implementation::of<void(Rect, Id)>([](const Id& self, const Rect& frame, const Id& view) {
-        asCell(self).drawInteriorWithFrame(frame, view);
-      }),
-      "v@:{CGRect={CGPoint=dd}{CGSize=dd}}@");
-}
-
-void addListDrawing(Class& cells) {
-  cells.addMethod(
-      "drawIconWithFrame:", Implementation::of<void(Rect)>([](const Id& self, const Rect& frame) {
-        asCell(self).drawIconWithFrame(frame);
-      }),
-      "v@:{CGRect={CGPoint=dd}{CGSize=dd}}");
-  cells.addMethod("thumbnail", Implementation::of<ImageRef()>([](const Id& self) {
-                    return asCell(self).thumbnail();
-                  }),
-                  "@@:");
-  cells.addMethod("setThumbnail:",
-                  Implementation::of<void(ImageRef)>([](const Id&, const ImageRef&) {}), "v@:@");
-}
 
 bool isVisibleIn(GtkWidget* window, GtkWidget* widget) {
   return gtk_widget_get_mapped(widget) && GTK_WIDGET(gtk_widget_get_root(widget)) == window;
@@ -69,24 +16,17 @@ bool isVisibleIn(GtkWidget* window, GtkWidget* widget) {
 }  // namespace
 
 Cells::Cells(platform::Runtime& runtime, hosts::Nodes& nodes, Class& views)
-    : nodes_(nodes),
-      views_(views),
-      iconCells_(registerCells(runtime, "IKIconCell")),
-      listCells_(registerCells(runtime, "TListViewIconAndTextCell")),
-      imageWrappers_(hosts::ImageWrapper::registerIn(runtime)) {
-  addGridDrawing(*iconCells_);
-  addListDrawing(*listCells_);
-}
+    : nodes_(nodes), views_(views), classes_(runtime) {}
 
 Cells::Slot::Slot(Cells& cells, GtkWidget* widget)
     : view(std::make_shared<hosts::View>(cells.views_, redrawing(widget, &gtk_widget_queue_draw))),
       item(G_OBJECT(widget), [&cells, widget] { cells.itemMoved(widget); }) {}
 
 GtkWidget* Cells::Slot::iconOf(GtkWidget* widget) {
-  const auto held = icon.get();
-  // It lives as long as it is in the widget.
-  GtkWidget* const known = held.get();
-  if (known != nullptr && gtk_widget_is_ancestor(known, widget)) return known;
+  const auto reference = icon.get();
+  // Safe to return without the reference: the widget owns its children.
+  GtkWidget* const cached = reference.get();
+  if (cached != nullptr && gtk_widget_is_ancestor(cached, widget)) return cached;
   GtkWidget* const found = nautilus::iconOf(widget);
   icon.set(found);
   return found;
@@ -101,7 +41,7 @@ void Cells::draw(CellKind kind, GtkWidget* widget, GtkSnapshot* snapshot) {
     cell = cellOf(kind, widget, slot);
   });
   if (cell)
-    cell->draw({widget, icon, snapshot, textures_, *imageWrappers_});
+    cell->draw({widget, icon, snapshot, textures_, classes_.imageWrappers()});
   else
     drawHostCell(kind, widget, snapshot);
 }
@@ -110,8 +50,8 @@ std::shared_ptr<Cell> Cells::cellOf(CellKind kind, GtkWidget* widget, Slot& slot
   const auto& uri = slot.item.uri();
   if (slot.cell && uri != slot.cell->node()->uri()) forgetCell(slot);
   if (!slot.cell && uri) {
-    slot.cell = std::make_shared<Cell>(kind == CellKind::Grid ? *iconCells_ : *listCells_, kind,
-                                       nodes_.make(*uri), slot.view);
+    Class& isa = kind == CellKind::Grid ? classes_.iconCells() : classes_.listCells();
+    slot.cell = std::make_shared<Cell>(isa, kind, nodes_.make(*uri), slot.view);
     widgets_.insert_or_assign(slot.cell->node().get(), widget);
   }
   return slot.cell;
@@ -126,15 +66,17 @@ Cells::Slot& Cells::slotOf(GtkWidget* widget) {
 void Cells::watch(GtkWidget* widget) {
   g_object_weak_ref(
       G_OBJECT(widget),
-      +[](gpointer self, GObject* gone) noexcept {
-        catchAll([&] { static_cast<Cells*>(self)->gone(reinterpret_cast<GtkWidget*>(gone)); });
+      +[](gpointer self, GObject* destroyed) noexcept {
+        catchAll([&] {
+          static_cast<Cells*>(self)->widgetDestroyed(reinterpret_cast<GtkWidget*>(destroyed));
+        });
       },
       this);
   const auto replaced = +[](GtkWidget* changed, GParamSpec*, gpointer self) noexcept {
     catchAll([&] { static_cast<Cells*>(self)->itemReplaced(changed); });
   };
   g_signal_connect(widget, "notify::item", G_CALLBACK(replaced), this);
-  // What changed while a tab was hidden.
+  // Badges may have changed while the tab was hidden.
   g_signal_connect(widget, "map", G_CALLBACK(gtk_widget_queue_draw), nullptr);
 }
 
@@ -144,8 +86,8 @@ void Cells::forgetCell(Slot& slot) {
   slot.cell.reset();
 }
 
-// GTK draws a widget anew only if something in it has changed: two items may have the same name and
-// icon, but not the same badge.
+// GTK redraws a recycled widget only if its content differs; two items may have the same name and
+// icon but different badges.
 void Cells::itemReplaced(GtkWidget* widget) {
   gtk_widget_queue_draw(widget);
   const auto found = slots_.find(widget);
@@ -160,7 +102,7 @@ void Cells::itemMoved(GtkWidget* widget) {
   if (found != slots_.end()) forgetCell(found->second);
 }
 
-void Cells::gone(GtkWidget* widget) {
+void Cells::widgetDestroyed(GtkWidget* widget) {
   const auto found = slots_.find(widget);
   if (found == slots_.end()) return;
   forgetCell(found->second);

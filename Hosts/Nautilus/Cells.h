@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Hosts/Common/CellClasses.h"
 #include "Hosts/Common/Node.h"
 #include "Hosts/Common/View.h"
 #include "Hosts/Nautilus/Cell.h"
@@ -13,9 +14,9 @@
 
 namespace wevora::nautilus {
 
-/// The cells of the widgets that the host has drawn.
-/// Threads: the main thread. Owns: for each widget a view, as long as it lives, and a cell, until
-/// it shows another item. Errors: a widget without an item is drawn by the host alone.
+/// The cells of the host's cell widgets. A widget's view lives as long as the widget, its cell
+/// until the widget shows another item or the item is renamed. Thread-safety: main thread only.
+/// Errors: a widget without an item is drawn by the host alone.
 class Cells {
  public:
   Cells(platform::Runtime& runtime, hosts::Nodes& nodes, platform::Class& views);
@@ -23,16 +24,16 @@ class Cells {
   Cells& operator=(const Cells&) = delete;
 
   void draw(CellKind kind, GtkWidget* widget, GtkSnapshot* snapshot);
-  /// Those that a person may see now.
+  /// The cells of the window's mapped widgets.
   std::vector<std::shared_ptr<Cell>> visibleIn(GtkWidget* window) const;
-  /// Of these the one that shows a node; null where none does.
+  /// The visible cell of a node; null if there is none.
   std::shared_ptr<Cell> visibleCellOf(const TFENode& node, GtkWidget* window) const;
-  /// Draws all cells of a window again; GTK keeps what a widget drew until that very widget is told
-  /// to draw.
+  /// Queues a redraw of every visible cell widget of a window. Redrawing the window is not enough,
+  /// because GTK caches the render node of each widget.
   void redrawAllIn(GtkWidget* window) const;
 
  private:
-  /// What is known of one widget.
+  /// The state of one widget.
   struct Slot {
     Slot(Cells& cells, GtkWidget* widget);
     GtkWidget* iconOf(GtkWidget* widget);
@@ -48,16 +49,14 @@ class Cells {
   void forgetCell(Slot& slot);
   void itemReplaced(GtkWidget* widget);
   void itemMoved(GtkWidget* widget);
-  void gone(GtkWidget* widget);
+  void widgetDestroyed(GtkWidget* widget);
 
   hosts::Nodes& nodes_;
   platform::Class& views_;
-  std::shared_ptr<platform::Class> iconCells_;
-  std::shared_ptr<platform::Class> listCells_;
-  std::shared_ptr<platform::Class> imageWrappers_;
+  const hosts::CellClasses classes_;
   TextureCache textures_;
   std::unordered_map<GtkWidget*, Slot> slots_;
-  std::unordered_map<const void*, GtkWidget*> widgets_;  // by the node that each shows
+  std::unordered_map<const void*, GtkWidget*> widgets_;  // by the node of their cell
 };
 
 }  // namespace wevora::nautilus

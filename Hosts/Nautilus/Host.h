@@ -14,12 +14,11 @@
 
 namespace wevora::nautilus {
 
-/// This file manager, under the names by which the bundle looks a host up.
-/// Threads: the main thread. Owns: what stands for the host's widgets; lives as long as the
-/// process. Errors: what the widgets do not have is not told of.
+/// Presents Nautilus to the bundle: registers the classes that the bundle looks up, and maps them
+/// to the widgets. Lives as long as the process. Thread-safety: main thread only.
 class Host : public WidgetObserver {
  public:
-  /// The names under which it does so.
+  /// The names of the registered classes.
   static constexpr std::array kClasses{"NSView",
                                        "FINode",
                                        "IKIconCell",
@@ -34,13 +33,13 @@ class Host : public WidgetObserver {
                                        "NSWindowController",
                                        "TBrowserWindowController",
                                        "TBrowserViewController"};
-  /// False where another host in the process has one of the names.
+  /// False if another host in the process has registered one of the names.
   static bool canRegisterIn(const platform::Runtime& runtime) {
     return std::ranges::none_of(
         kClasses, [&](const char* name) { return runtime.classNamed(name) != nullptr; });
   }
 
-  /// Throws where it may not be presented.
+  /// Throws HostException unless `canRegisterIn(runtime)`.
   explicit Host(platform::Runtime& runtime)
       : views_(hosts::View::registerIn(runtime)),
         nodes_(runtime),

@@ -7,11 +7,10 @@
 
 namespace wevora::nautilus {
 
-/// What one of the host's widgets is to this system.
+/// The role of one of the host's widget classes.
 enum class Role { GridCell, NameCell, Icon, Sidebar, SidebarRow, Window };
 
-/// A class of the host's, and the releases that have it.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// A widget class of the host, and the first and last release that has it.
 struct HostClass {
   std::string_view name;
   Role role;
@@ -20,16 +19,16 @@ struct HostClass {
 };
 
 inline constexpr int kFirstRelease = 43;
-inline constexpr int kLatestRelease = 48;  ///< later ones may well know the same names
+inline constexpr int kLatestRelease = 48;  ///< the latest release tested; later ones may work too
 inline constexpr int kStill = std::numeric_limits<int>::max();
 
-/// All names at once are looked for: a name that a release does not have is never seen there.
-/// In every one of these releases a cell has its item in "item", that its file in "file", and a row
-/// of the sidebar "label" and "start-icon".
+/// The class names of all releases. The running release is not checked, because the names do not
+/// conflict. In all of these releases a cell has the property "item", the item has "file", and a
+/// sidebar row has "label" and "start-icon".
 inline constexpr std::array kHostClasses{
     HostClass{"NautilusGridCell", Role::GridCell, 43, kStill},
     HostClass{"NautilusNameCell", Role::NameCell, 43, kStill},
-    // The cells' template calls either "icon".
+    // The icon widget has the id "icon" in the cells' template.
     HostClass{"GtkPicture", Role::Icon, 43, 48},
     HostClass{"NautilusImage", Role::Icon, 48, kStill},
     HostClass{"NautilusGtkPlacesSidebar", Role::Sidebar, 43, 47},
@@ -37,11 +36,11 @@ inline constexpr std::array kHostClasses{
     HostClass{"NautilusGtkSidebarRow", Role::SidebarRow, 43, 47},
     HostClass{"NautilusSidebarRow", Role::SidebarRow, 48, kStill},
     HostClass{"NautilusWindow", Role::Window, 43, kStill},
-    // Other programs' file choosers, which the host shows for them.
+    // The file chooser that Nautilus provides to other programs as a portal.
     HostClass{"NautilusFileChooser", Role::Window, 47, kStill},
 };
 
-/// None for a class that is nothing to this system.
+/// nullopt for a class without a role.
 constexpr std::optional<Role> roleOf(std::string_view className) {
   for (const auto& known : kHostClasses)
     if (known.name == className) return known.role;

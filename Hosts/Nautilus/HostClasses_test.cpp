@@ -25,7 +25,7 @@ TEST(HostClassesTest, ANameHasOneRole) {
     EXPECT_EQ(std::ranges::count(kHostClasses, known.name, &HostClass::name), 1) << known.name;
 }
 
-TEST(HostClassesTest, TheNamesOfEarlierAndLaterReleasesHaveTheSameRole) {
+TEST(HostClassesTest, TheNamesOfEarlierAndLaterReleasesHaveTheSameRoles) {
   EXPECT_EQ(roleOf("NautilusGtkPlacesSidebar"), Role::Sidebar);
   EXPECT_EQ(roleOf("NautilusSidebar"), Role::Sidebar);
   EXPECT_EQ(roleOf("NautilusGtkSidebarRow"), Role::SidebarRow);

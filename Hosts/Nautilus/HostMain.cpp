@@ -5,8 +5,8 @@
 namespace wevora::nautilus {
 namespace {
 
-/// The bundle looks the host's classes up while it loads. Without a bundle the host's widgets are
-/// left alone.
+/// Registers the host's classes first, because the bundle looks them up while it loads. Without a
+/// bundle, the host's widgets are not touched.
 void start() {
   auto& runtime = platform::Runtime::shared();
   if (!Host::canRegisterIn(runtime)) return;

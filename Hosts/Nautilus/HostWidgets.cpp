@@ -12,7 +12,7 @@ namespace {
 using platform::catchAll;
 using Snapshot = void (*)(GtkWidget*, GtkSnapshot*);
 
-WidgetObserver* theObserver = nullptr;
+WidgetObserver* currentObserver = nullptr;
 std::array<Snapshot, 2> hostSnapshots{};
 
 Snapshot& hostSnapshot(CellKind kind) {
@@ -21,11 +21,11 @@ Snapshot& hostSnapshot(CellKind kind) {
 
 template <CellKind kind>
 void snapshotCell(GtkWidget* cell, GtkSnapshot* snapshot) noexcept {
-  catchAll([&] { theObserver->drawCell(kind, cell, snapshot); });
+  catchAll([&] { currentObserver->drawCell(kind, cell, snapshot); });
 }
 
 template <CellKind kind>
-void takeDrawingOver(GtkWidget* cell) {
+void overrideSnapshot(GtkWidget* cell) {
   if (hostSnapshot(kind) != nullptr) return;
   GtkWidgetClass* widgetClass = GTK_WIDGET_GET_CLASS(cell);
   hostSnapshot(kind) = widgetClass->snapshot;
@@ -35,13 +35,13 @@ void takeDrawingOver(GtkWidget* cell) {
 void realized(Role role, GtkWidget* widget) {
   switch (role) {
     case Role::GridCell:
-      return takeDrawingOver<CellKind::Grid>(widget);
+      return overrideSnapshot<CellKind::Grid>(widget);
     case Role::NameCell:
-      return takeDrawingOver<CellKind::List>(widget);
+      return overrideSnapshot<CellKind::List>(widget);
     case Role::Sidebar:
-      return theObserver->sidebarRealized(widget);
+      return currentObserver->sidebarRealized(widget);
     case Role::SidebarRow:
-      return theObserver->sidebarRowRealized(widget);
+      return currentObserver->sidebarRowRealized(widget);
     case Role::Icon:
     case Role::Window:
       return;
@@ -65,7 +65,7 @@ bool isIcon(GtkWidget* widget) {
 }  // namespace
 
 void observeWidgets(WidgetObserver& observer) {
-  theObserver = &observer;
+  currentObserver = &observer;
   g_type_class_unref(g_type_class_ref(GTK_TYPE_WIDGET));
   g_signal_add_emission_hook(g_signal_lookup("realize", GTK_TYPE_WIDGET), 0, &widgetRealized,
                              nullptr, nullptr);

@@ -8,7 +8,7 @@ namespace wevora::nautilus {
 /// The views of the host whose cells show an icon.
 enum class CellKind { Grid, List };
 
-/// What is told of the host's widgets.
+/// Receives the notifications about the host's widgets.
 class WidgetObserver {
  public:
   WidgetObserver() = default;
@@ -16,21 +16,22 @@ class WidgetObserver {
   WidgetObserver(const WidgetObserver&) = delete;
   WidgetObserver& operator=(const WidgetObserver&) = delete;
 
-  /// Stands in for the drawing of a cell; `drawHostCell` is the host's own.
+  /// Replaces the drawing of a cell; `drawHostCell` is the host's own drawing.
   virtual void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) = 0;
   virtual void sidebarRealized(GtkWidget* sidebar) = 0;
   virtual void sidebarRowRealized(GtkWidget* row) = 0;
 };
 
-/// Begins to watch the process's widgets: as soon as one of a class that the host registers late is
-/// realized, its drawing goes through the observer. The observer is never let go.
-/// Threads: the main thread. Errors: a class that never appears is never told of.
+/// Starts to observe the process's widgets, for the lifetime of the process. Nautilus registers its
+/// widget classes on demand, so the classes are found when their first widget is realized; from
+/// then on the observer draws the cells. Thread-safety: main thread only. Ownership: the observer
+/// must never be destroyed.
 void observeWidgets(WidgetObserver& observer);
 
-/// The drawing that the cell's class had before.
+/// Calls the original snapshot function of the cell's class.
 void drawHostCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot);
 
-/// The widget inside a cell that shows the item's icon; null where there is none.
+/// The descendant of a cell that shows the item's icon; null if there is none.
 GtkWidget* iconOf(GtkWidget* cell);
 
 }  // namespace wevora::nautilus

@@ -5,14 +5,14 @@
 namespace wevora::nautilus {
 namespace {
 
-TEST(HostTest, AHostThatIsAloneHasAllItsClasses) {
+TEST(HostTest, AHostRegistersAllItsClasses) {
   platform::Runtime runtime;
   ASSERT_TRUE(Host::canRegisterIn(runtime));
   const Host host(runtime);
   for (const char* name : Host::kClasses) EXPECT_TRUE(runtime.classNamed(name)) << name;
 }
 
-TEST(HostTest, AHostIsNotPresentedWhereAnotherHasOneOfItsNames) {
+TEST(HostTest, AHostIsNotRegisteredWhereOneOfItsNamesIsTaken) {
   for (const char* taken : Host::kClasses) {
     platform::Runtime runtime;
     runtime.registerClass(taken);

@@ -11,12 +11,12 @@
 namespace wevora::nautilus {
 namespace {
 
-// The host's side of the bundle, by its installed place, and where it begins.
+// The installed library with the host's side of the bundle, and its entry point.
 constexpr const char* kHostLibrary = "/Library/Wevora/FinderPlugin/Hosts/nautilus.so";
 constexpr const char* kHostEntry = "wevora_nautilus_start";
 
-/// File choosers load the host's modules into other programs too.
-bool isInsideTheHost() {
+/// Other programs load the extension modules too, for their file choosers.
+bool isInsideNautilus() {
   std::array<char, 4096> target{};
   const ssize_t length = ::readlink("/proc/self/exe", target.data(), target.size());
   if (length <= 0) return false;
@@ -27,20 +27,21 @@ bool isInsideTheHost() {
 }  // namespace
 }  // namespace wevora::nautilus
 
-// This library is all that other programs ever see of the system: it brings no other with it.
+// Other programs load this library as well, so it links only to small dependencies and loads the
+// rest inside Nautilus.
 extern "C" {
 
-// A module that nobody uses is unmapped, and what it left with the host would point nowhere.
+// g_type_module_use pins the module: unloading it would leave dangling callbacks in the host.
 G_MODULE_EXPORT void nautilus_module_initialize(GTypeModule* module) {
   using namespace wevora;
-  if (!nautilus::isInsideTheHost()) return;
+  if (!nautilus::isInsideNautilus()) return;
   g_type_module_use(module);
   platform::catchAll([] { hosts::loadAndCall(nautilus::kHostLibrary, nautilus::kHostEntry); });
 }
 
 G_MODULE_EXPORT void nautilus_module_list_types(const GType** types, int* count) {
-  static constexpr std::array<GType, 1> kNone{};
-  *types = kNone.data();
+  static constexpr std::array<GType, 1> kNoTypes{};
+  *types = kNoTypes.data();
   *count = 0;
 }
 

@@ -12,8 +12,7 @@ namespace wevora::nautilus {
 using platform::GObjectPtr;
 using platform::GText;
 
-/// A GObject that may go away.
-/// Threads: the main thread. Owns: nothing. Errors: null once the object is gone.
+/// A weak reference to a GObject.
 template <class T>
 class GWeak {
  public:
@@ -22,6 +21,7 @@ class GWeak {
   GWeak(const GWeak&) = delete;
   GWeak& operator=(const GWeak&) = delete;
 
+  /// Null after the object was destroyed.
   GObjectPtr<T> get() const { return GObjectPtr<T>(static_cast<T*>(g_weak_ref_get(&reference_))); }
   void set(T* object) { g_weak_ref_set(&reference_, object); }
 
@@ -33,7 +33,7 @@ inline bool hasProperty(gpointer object, const char* name) {
   return g_object_class_find_property(G_OBJECT_GET_CLASS(object), name) != nullptr;
 }
 
-/// An object property of a host's object; null where it has none of that name.
+/// The value of an object's property; null if the object or the property does not exist.
 template <class T = GObject>
 GObjectPtr<T> objectProperty(gpointer object, const char* name) {
   T* value = nullptr;
@@ -41,6 +41,7 @@ GObjectPtr<T> objectProperty(gpointer object, const char* name) {
   return GObjectPtr<T>(value);
 }
 
+/// The value of a text property; nullopt if the object or the property does not exist.
 inline std::optional<std::string> textProperty(gpointer object, const char* name) {
   char* value = nullptr;
   if (object != nullptr && hasProperty(object, name)) g_object_get(object, name, &value, nullptr);

@@ -9,7 +9,8 @@
 
 namespace wevora::nautilus {
 
-/// How a view draws a widget of the host again; does nothing once that has gone.
+/// A view's redraw callback, which calls `draw` with the widget, and does nothing after the widget
+/// was destroyed.
 template <class Draw>
 hosts::View::Redraw redrawing(GtkWidget* widget, Draw draw) {
   return [weak = std::make_shared<const GWeak<GtkWidget>>(widget), draw = std::move(draw)] {

@@ -9,21 +9,21 @@
 
 namespace wevora::nautilus {
 
-/// The item that a cell's widget shows. Its URI is read once, and again when the host tells that
-/// the file has changed: a widget's item may be renamed without being replaced.
-/// Threads: the main thread. Owns: nothing of the host. Errors: a widget that shows nothing, or
-/// nothing of this kind, has no URI.
+/// The item that a cell widget shows. Its URI is cached until the file's "changed" signal, because
+/// a file may be renamed while the widget's item stays the same object. Thread-safety: main thread
+/// only. Ownership: holds weak references to the host's objects.
 class ShownItem {
  public:
-  /// `moved` is called when the item that is shown has another URI than it had.
+  /// `moved` is called when the shown item's URI has changed.
   ShownItem(GObject* widget, std::function<void()> moved)
       : widget_(widget), moved_(std::move(moved)) {}
   ~ShownItem() { forget(); }
   ShownItem(const ShownItem&) = delete;
   ShownItem& operator=(const ShownItem&) = delete;
 
+  /// nullopt if the widget shows no item, or an item that is not a file.
   const std::optional<std::string>& uri();
-  /// The widget is taken for another item.
+  /// Drops the cached URI: the widget is recycled for another item.
   void forget();
 
  private:
@@ -34,7 +34,7 @@ class ShownItem {
   const std::function<void()> moved_;
   std::optional<std::string> uri_;
   GWeak<GObject> file_{nullptr};
-  gulong handler_ = 0;  // 0: the host's files tell nothing, and are asked each time
+  gulong handler_ = 0;  // 0 if the file has no "changed" signal; its URI is then not cached
 };
 
 }  // namespace wevora::nautilus

@@ -9,17 +9,17 @@
 namespace wevora::nautilus {
 namespace {
 
-/// A file of the host's, which counts how often it is asked for its URI.
+/// A fake file of the host, which counts the calls of get_uri.
 struct File {
   GObject parent;
   const char* uri;
-  int asked;
+  int calls;
 };
 
 void implementFileInfo(gpointer table, gpointer) {
   static_cast<NautilusFileInfoInterface*>(table)->get_uri = +[](NautilusFileInfo* info) {
     auto* file = reinterpret_cast<File*>(info);
-    ++file->asked;
+    ++file->calls;
     return g_strdup(file->uri);
   };
 }
@@ -32,22 +32,23 @@ GType fileType(const char* name) {
   return type;
 }
 
-/// Its files tell of their changes, as those of all known releases do.
-GType tellingFile() {
+/// Files with a "changed" signal, as in all known releases.
+GType signallingFile() {
   static const GType type = [] {
-    const GType made = fileType("WevoraTestTellingFile");
+    const GType made = fileType("WevoraTestSignallingFile");
     g_signal_new("changed", made, G_SIGNAL_RUN_LAST, 0, nullptr, nullptr, nullptr, G_TYPE_NONE, 0);
     return made;
   }();
   return type;
 }
 
-GType silentFile() {
-  static const GType type = fileType("WevoraTestSilentFile");
+/// Files without a "changed" signal.
+GType plainFile() {
+  static const GType type = fileType("WevoraTestPlainFile");
   return type;
 }
 
-/// Has the properties "item" and "file": both the widget and its item.
+/// An object with the properties "item" and "file", used as the widget and as its item.
 struct Holder {
   GObject parent;
   GObject* held;
@@ -106,15 +107,15 @@ TEST_F(ShownItemTest, AWidgetWithoutAnItemHasNoURI) {
   EXPECT_EQ(item.uri(), std::nullopt);
 }
 
-TEST_F(ShownItemTest, AFileIsAskedForItsURIOnce) {
-  const auto one = file(tellingFile(), "file:///one");
+TEST_F(ShownItemTest, AFilesURIIsCached) {
+  const auto one = file(signallingFile(), "file:///one");
   show(one.get());
   for (int i = 0; i < 3; ++i) EXPECT_EQ(item.uri(), "file:///one");
-  EXPECT_EQ(one->asked, 1);
+  EXPECT_EQ(one->calls, 1);
 }
 
-TEST_F(ShownItemTest, AFileThatMovesIsToldOf) {
-  const auto one = file(tellingFile(), "file:///one");
+TEST_F(ShownItemTest, AFileThatMovesIsReported) {
+  const auto one = file(signallingFile(), "file:///one");
   show(one.get());
   ASSERT_EQ(item.uri(), "file:///one");
   change(one.get(), "file:///two");
@@ -122,17 +123,17 @@ TEST_F(ShownItemTest, AFileThatMovesIsToldOf) {
   EXPECT_EQ(item.uri(), "file:///two");
 }
 
-TEST_F(ShownItemTest, AFileThatChangesInItsPlaceIsNotToldOf) {
-  const auto one = file(tellingFile(), "file:///one");
+TEST_F(ShownItemTest, AFileThatChangesWithoutMovingIsNotReported) {
+  const auto one = file(signallingFile(), "file:///one");
   show(one.get());
   ASSERT_EQ(item.uri(), "file:///one");
   change(one.get(), "file:///one");
   EXPECT_EQ(moves, 0);
 }
 
-TEST_F(ShownItemTest, ANewItemIsAskedAndTheOldOneIsNotListenedTo) {
-  const auto one = file(tellingFile(), "file:///one");
-  const auto two = file(tellingFile(), "file:///two");
+TEST_F(ShownItemTest, ANewItemIsReadAndTheOldOneIsDisconnected) {
+  const auto one = file(signallingFile(), "file:///one");
+  const auto two = file(signallingFile(), "file:///two");
   show(one.get());
   ASSERT_EQ(item.uri(), "file:///one");
   item.forget();
@@ -143,22 +144,22 @@ TEST_F(ShownItemTest, ANewItemIsAskedAndTheOldOneIsNotListenedTo) {
   EXPECT_EQ(item.uri(), "file:///two");
 }
 
-TEST_F(ShownItemTest, AFileThatTellsNothingIsAskedEachTime) {
-  const auto one = file(silentFile(), "file:///one");
+TEST_F(ShownItemTest, TheURIOfAFileWithoutAChangedSignalIsNotCached) {
+  const auto one = file(plainFile(), "file:///one");
   show(one.get());
   ASSERT_EQ(item.uri(), "file:///one");
   one->uri = "file:///two";
   EXPECT_EQ(item.uri(), "file:///two");
 }
 
-TEST_F(ShownItemTest, AnObjectThatIsNoFileHasNoURI) {
+TEST_F(ShownItemTest, AnObjectThatIsNotAFileHasNoURI) {
   const GObjectPtr<GObject> other(static_cast<GObject*>(g_object_new(holderType(), nullptr)));
   show(other.get());
   EXPECT_EQ(item.uri(), std::nullopt);
 }
 
-TEST_F(ShownItemTest, AFileThatGoesHarmsNothing) {
-  auto one = file(tellingFile(), "file:///one");
+TEST_F(ShownItemTest, ADestroyedFileIsHandled) {
+  auto one = file(signallingFile(), "file:///one");
   show(one.get());
   ASSERT_EQ(item.uri(), "file:///one");
   g_object_set(widget.get(), "item", nullptr, nullptr);

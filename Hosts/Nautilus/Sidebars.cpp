@@ -23,7 +23,6 @@ bool isRow(GtkWidget* widget) {
   return GTK_IS_LIST_BOX_ROW(widget) && hasProperty(widget, "start-icon");
 }
 
-/// Threads, Errors: as SidebarRow. Owns: nothing.
 class Row : public SidebarRow {
  public:
   Row(platform::Class& isa, GtkWidget* widget) : SidebarRow(isa), widget_(widget) {}
@@ -77,7 +76,7 @@ void Sidebars::rowRealized(GtkWidget* row) {
   presentRow(row);
 }
 
-// Giving a row its image is itself a change of the row.
+// Setting a row's image emits a change of the row again, so the flag prevents recursion.
 void Sidebars::presentRow(GtkWidget* row) {
   const auto sidebar = sidebarAround(row);
   if (!sidebar || std::exchange(presenting_, true)) return;

@@ -10,9 +10,10 @@
 
 namespace wevora::nautilus {
 
-/// The host's sidebars. Redrawing one presents its rows again.
-/// Threads: the main thread. Owns: a view for each sidebar widget, as long as that lives.
-/// Errors: a row of an unknown make stays as it is.
+/// The host's sidebars. Redrawing a sidebar presents its rows to the delegate again.
+/// Thread-safety: main thread only.
+/// Ownership: a view for each sidebar widget, as long as the widget lives.
+/// Errors: a row without the expected properties is left unchanged.
 class Sidebars {
  public:
   Sidebars(platform::Runtime& runtime, platform::Class& views) : classes_(runtime, views) {}

@@ -8,16 +8,17 @@
 
 namespace wevora::nautilus {
 
-/// Draws into a frame that the host is putting together. What is there stays beneath: a frame knows
-/// no other operation than covering.
-/// Threads: the main thread. Owns: nothing; snapshot and textures outlive it. Errors: none.
+/// Draws into a GtkSnapshot, the frame that the host is composing. A snapshot supports no operation
+/// other than SourceOver.
+/// Thread-safety: main thread only.
+/// Ownership: snapshot and texture cache must outlive it.
 class SnapshotTarget : public platform::DrawingTarget {
  public:
-  /// Where the target's coordinates lie in the snapshot's; y grows downwards.
+  /// The target's coordinate space: its origin in the snapshot; y grows downwards.
   struct Space {
     graphene_point_t origin{};
     double deviceScale = 1.0;
-    bool hasHardware = true;  ///< draws the frame
+    bool hasHardware = true;  ///< whether a GPU renders the frame, not cairo
   };
   SnapshotTarget(GtkSnapshot* snapshot, TextureCache& textures, const Space& space)
       : snapshot_(snapshot), textures_(textures), space_(space) {}
@@ -26,14 +27,14 @@ class SnapshotTarget : public platform::DrawingTarget {
   bool isFlipped() const override { return true; }
   void drawBitmap(const platform::BitmapRef& bitmap,
                   const platform::BitmapDrawing& drawing) override;
-  /// What was drawn into an image of that size, which lies at the target's origin and ends at its
-  /// edges, as any image does.
-  void drawRecorded(const hosts::RecordingTarget& noted, const platform::Size& size);
+  /// Replays what was drawn into an image of this size at the target's origin, clipped to the
+  /// image.
+  void drawRecorded(const hosts::RecordingTarget& recording, const platform::Size& size);
   void save() override { gtk_snapshot_save(snapshot_); }
   void restore() override { gtk_snapshot_restore(snapshot_); }
 
  private:
-  void append(const CachedTexture& piece, const graphene_rect_t& rect);
+  void append(const CachedTexture& cached, const graphene_rect_t& rect);
 
   GtkSnapshot* const snapshot_;
   TextureCache& textures_;

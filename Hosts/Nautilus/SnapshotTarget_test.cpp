@@ -1,4 +1,4 @@
-// What lands in a frame, rendered by cairo: no display is needed.
+// Frames are rendered by cairo, so no display is needed.
 
 #include "Hosts/Nautilus/SnapshotTarget.h"
 
@@ -26,12 +26,12 @@ constexpr std::uint32_t kBlue = 0xFF0000FF;
 constexpr std::uint32_t kWhite = 0xFFFFFFFF;
 constexpr int kSide = 8;  // points of the frame
 
-/// A frame that the host puts together.
+/// A frame that the host composes.
 class Frame {
  public:
   explicit Frame(double scale = 1, bool hasHardware = true)
       : scale_(scale), hasHardware_(hasHardware), snapshot_(gtk_snapshot_new()) {
-    g_type_ensure(GSK_TYPE_COLOR_NODE);  // which GTK does once it has a display
+    g_type_ensure(GSK_TYPE_COLOR_NODE);  // GTK registers the type only with a display
   }
   ~Frame() { g_object_unref(snapshot_); }
   Frame(const Frame&) = delete;
@@ -72,7 +72,7 @@ class Frame {
   struct NodeUnref {
     void operator()(GskRenderNode* node) const noexcept { gsk_render_node_unref(node); }
   };
-  /// Ends the frame; null where nothing was drawn.
+  /// Ends the frame; null if nothing was drawn.
   GskRenderNode* node() {
     if (!std::exchange(ended_, true)) node_.reset(gtk_snapshot_to_node(snapshot_));
     return node_.get();
@@ -102,7 +102,7 @@ BitmapRef upright() {
   return Bitmap::make(2, 2, {kRed, kRed, kBlue, kBlue});
 }
 
-/// The frame's pixels as a person types them: one letter a pixel.
+/// The frame's pixels as text, one letter per pixel.
 std::vector<std::string> letters(const std::vector<std::uint32_t>& pixels) {
   const auto side = static_cast<std::size_t>(kSide) *
                     static_cast<std::size_t>(pixels.size() == kSide * kSide ? 1 : 2);
@@ -131,7 +131,7 @@ TEST(SnapshotTargetTest, ABitmapFillsItsDestination) {
                                            ".rrrr...", "........", "........", "........"}));
 }
 
-TEST(SnapshotTargetTest, TheTargetBeginsWhereItsSpaceDoes) {
+TEST(SnapshotTargetTest, TheTargetStartsAtItsOrigin) {
   Frame frame;
   frame.target(3, 4).drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
   EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "........",
@@ -159,7 +159,7 @@ TEST(SnapshotTargetTest, OnlyTheSourceOfABitmapIsDrawn) {
                                            "........", "........", "........", "........"}));
 }
 
-TEST(SnapshotTargetTest, WhatTheHostHasDrawnStaysAroundTheBitmap) {
+TEST(SnapshotTargetTest, TheHostsDrawingIsKeptAroundTheBitmap) {
   Frame frame;
   frame.fill({0, 1, 0, 1});
   frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 6, 2, 2}});
@@ -167,7 +167,7 @@ TEST(SnapshotTargetTest, WhatTheHostHasDrawnStaysAroundTheBitmap) {
                                            "gggggggg", "gggggggg", "rrgggggg", "rrgggggg"}));
 }
 
-TEST(SnapshotTargetTest, AFractionLetsTheHostsDrawingShineThrough) {
+TEST(SnapshotTargetTest, AFractionBlendsTheBitmapWithTheHostsDrawing) {
   Frame frame;
   frame.fill({1, 1, 1, 1});
   frame.target().drawBitmap(plain(0xFF000000),
@@ -177,7 +177,7 @@ TEST(SnapshotTargetTest, AFractionLetsTheHostsDrawingShineThrough) {
   EXPECT_EQ(pixels[7], kWhite);
 }
 
-TEST(SnapshotTargetTest, ADrawingLeavesThePlaceOfTheNextAlone) {
+TEST(SnapshotTargetTest, ADrawingDoesNotAffectThePositionOfTheNext) {
   Frame frame;
   auto target = frame.target();
   target.drawBitmap(upright(),
@@ -188,7 +188,7 @@ TEST(SnapshotTargetTest, ADrawingLeavesThePlaceOfTheNextAlone) {
   EXPECT_EQ(rows[4], "....bb..");
 }
 
-TEST(SnapshotTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDrawnPixelByPixel) {
+TEST(SnapshotTargetTest, OnAHighDensityDisplayTheHighDensityRepresentationIsDrawnUnscaled) {
   platform::Image image({2, 2});
   const std::vector<platform::ImageRep> reps = {
       {.bitmap = plain(kGreen), .size = {2, 2}},
@@ -212,7 +212,7 @@ TEST(SnapshotTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDr
   EXPECT_EQ(rows[4], "................");
 }
 
-constexpr platform::BitmapDrawing kAsItIs{.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}};
+constexpr platform::BitmapDrawing kUnscaled{.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}};
 
 TEST(SnapshotTargetTest, WithoutHardwareTheSamePixelsAreDrawnWithoutATexture) {
   for (const double scale : {1.0, 2.0}) {
@@ -232,103 +232,103 @@ TEST(SnapshotTargetTest, WithoutHardwareTheSamePixelsAreDrawnWithoutATexture) {
   }
 }
 
-TEST(SnapshotTargetTest, ABitmapThatIsDrawnAgainHasTheSameTexture) {
+TEST(SnapshotTargetTest, ABitmapThatIsDrawnAgainHasTheCachedTexture) {
   Frame frame;
   const auto bitmap = plain(kRed);
-  GdkTexture* const first = frame.textures().of(bitmap, kAsItIs, 1).texture.get();
-  EXPECT_EQ(frame.textures().of(bitmap, kAsItIs, 1).texture.get(), first);
-  EXPECT_NE(frame.textures().of(plain(kRed), kAsItIs, 1).texture.get(), first);
+  GdkTexture* const first = frame.textures().of(bitmap, kUnscaled, 1).texture.get();
+  EXPECT_EQ(frame.textures().of(bitmap, kUnscaled, 1).texture.get(), first);
+  EXPECT_NE(frame.textures().of(plain(kRed), kUnscaled, 1).texture.get(), first);
 }
 
-TEST(SnapshotTargetTest, ABitmapHasATextureForEachWayOfDrawingIt) {
+TEST(SnapshotTargetTest, ABitmapHasATextureForEachSizeSourceAndOrientation) {
   Frame frame;
   const auto bitmap = upright();
-  GdkTexture* const first = frame.textures().of(bitmap, kAsItIs, 1).texture.get();
-  auto drawing = kAsItIs;
+  GdkTexture* const first = frame.textures().of(bitmap, kUnscaled, 1).texture.get();
+  auto drawing = kUnscaled;
   drawing.upsideDown = true;
   EXPECT_NE(frame.textures().of(bitmap, drawing, 1).texture.get(), first);
-  drawing = kAsItIs;
+  drawing = kUnscaled;
   drawing.destination.width = 3;
   EXPECT_NE(frame.textures().of(bitmap, drawing, 1).texture.get(), first);
-  drawing = kAsItIs;
+  drawing = kUnscaled;
   drawing.source.width = 1;
   EXPECT_NE(frame.textures().of(bitmap, drawing, 1).texture.get(), first);
-  EXPECT_NE(frame.textures().of(bitmap, kAsItIs, 2).texture.get(), first);
-  drawing = kAsItIs;
+  EXPECT_NE(frame.textures().of(bitmap, kUnscaled, 2).texture.get(), first);
+  drawing = kUnscaled;
   drawing.destination.x = 5;
   EXPECT_EQ(frame.textures().of(bitmap, drawing, 1).texture.get(), first) << "only elsewhere";
 }
 
-TEST(SnapshotTargetTest, ATextureHasThePixelsOfTheDisplay) {
+TEST(SnapshotTargetTest, ATextureHasTheResolutionOfTheDisplay) {
   Frame frame;
   const BitmapRef large = plain(kRed, 64, 64);
   const platform::BitmapDrawing drawing{.source = {0, 0, 64, 64}, .destination = {0, 0, 12, 10}};
   for (const int scale : {1, 2}) {
-    const auto& piece = frame.textures().of(large, drawing, scale);
-    EXPECT_EQ(gdk_texture_get_width(piece.texture.get()), 12 * scale);
-    EXPECT_EQ(gdk_texture_get_height(piece.texture.get()), 10 * scale);
+    const auto& cached = frame.textures().of(large, drawing, scale);
+    EXPECT_EQ(gdk_texture_get_width(cached.texture.get()), 12 * scale);
+    EXPECT_EQ(gdk_texture_get_height(cached.texture.get()), 10 * scale);
   }
 }
 
-TEST(SnapshotTargetTest, TheClearPartOfABitmapIsLeftOutButForOnePixelAround) {
+TEST(SnapshotTargetTest, ATextureIsCroppedToTheVisiblePixelsAndOneAroundThem) {
   std::vector<std::uint32_t> pixels(std::size_t{8} * 8, 0);
   pixels[6 * 8 + 1] = kRed;  // near the lower left corner
   const auto bitmap = Bitmap::make(8, 8, pixels);
   const platform::BitmapDrawing drawing{.source = {0, 0, 8, 8}, .destination = {0, 0, 8, 8}};
   Frame frame;
-  const auto& piece = frame.textures().of(bitmap, drawing, 1);
-  EXPECT_EQ(gdk_texture_get_width(piece.texture.get()), 3);
-  EXPECT_EQ(piece.part.x, 0);
-  EXPECT_EQ(piece.part.y, 5);
+  const auto& cached = frame.textures().of(bitmap, drawing, 1);
+  EXPECT_EQ(gdk_texture_get_width(cached.texture.get()), 3);
+  EXPECT_EQ(cached.part.x, 0);
+  EXPECT_EQ(cached.part.y, 5);
   frame.target().drawBitmap(bitmap, drawing);
   EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "........",
                                            "........", "........", ".r......", "........"}));
 }
 
-TEST(SnapshotTargetTest, NothingIsDrawnOfAClearBitmap) {
+TEST(SnapshotTargetTest, ATransparentBitmapHasNoTexture) {
   Frame frame;
-  EXPECT_EQ(frame.textures().of(plain(0), kAsItIs, 1).texture, nullptr);
-  frame.target().drawBitmap(plain(0), kAsItIs);
+  EXPECT_EQ(frame.textures().of(plain(0), kUnscaled, 1).texture, nullptr);
+  frame.target().drawBitmap(plain(0), kUnscaled);
   EXPECT_EQ(letters(frame.pixels())[0], "........");
 }
 
-TEST(SnapshotTargetTest, MoreBitmapsThanAreKeptAreAllDrawn) {
+TEST(SnapshotTargetTest, BitmapsAreDrawnAfterTheCacheIsEvicted) {
   Frame frame;
-  for (std::size_t i = 0; i <= TextureCache::kKept; ++i)
+  for (std::size_t i = 0; i <= TextureCache::kMaxEntries; ++i)
     frame.target().drawBitmap(plain(kBlue), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   frame.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   EXPECT_EQ(letters(frame.pixels())[0], "rr......");
 }
 
-/// A square of 4 points, noted from a point on.
-RecordingTarget notedFrom(double x, double y) {
-  RecordingTarget noting(1);
-  noting.drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {x, y, 4, 4}});
-  return noting;
+/// A recording of a square of 4 points at a position.
+RecordingTarget recordingAt(double x, double y) {
+  RecordingTarget recording(1);
+  recording.drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {x, y, 4, 4}});
+  return recording;
 }
 
-TEST(SnapshotTargetTest, WhatWasNotedWithinTheEdgesIsDrawnWithoutAClip) {
+TEST(SnapshotTargetTest, ARecordingWithinTheEdgesIsDrawnWithoutAClip) {
   Frame frame;
-  frame.target(1, 1).drawRecorded(notedFrom(2, 0), {6, 6});
+  frame.target(1, 1).drawRecorded(recordingAt(2, 0), {6, 6});
   EXPECT_FALSE(frame.hasClip());
   EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "........", "........", "...rrrr.",
                                            "...rrrr.", "...rrrr.", "...rrrr.", "........"}));
 }
 
-TEST(SnapshotTargetTest, WhatWasNotedBeyondTheEdgesEndsAtThem) {
+TEST(SnapshotTargetTest, ARecordingBeyondTheEdgesIsClipped) {
   Frame frame;
-  frame.target(1, 1).drawRecorded(notedFrom(3, 4), {6, 6});
+  frame.target(1, 1).drawRecorded(recordingAt(3, 4), {6, 6});
   EXPECT_TRUE(frame.hasClip());
   EXPECT_EQ(letters(frame.pixels()), (Rows{"........", "....rrr.", "....rrr.", "........",
                                            "........", "........", "........", "........"}));
 }
 
-TEST(RecordingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {
-  RecordingTarget noting(1);
-  noting.drawBitmap(upright(), {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
+TEST(RecordingTargetTest, ARecordingWithUpwardYIsReplayedWithDownwardY) {
+  RecordingTarget recording(1);
+  recording.drawBitmap(upright(), {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
   Frame frame;
   auto target = frame.target();
-  noting.replay(target, 6);
+  recording.replay(target, 6);
   const auto rows = letters(frame.pixels());
   EXPECT_EQ(rows[3], "........");
   EXPECT_EQ(rows[4], ".rr.....");
@@ -336,12 +336,12 @@ TEST(RecordingTargetTest, WhatIsDrawnUpwardsIsReplayedDownwards) {
   EXPECT_EQ(rows[6], "........");
 }
 
-TEST(RecordingTargetTest, NothingIsReplayedWhereNothingWasDrawn) {
-  const RecordingTarget noting(2);
-  EXPECT_EQ(noting.deviceScale(), 2);
+TEST(RecordingTargetTest, AnEmptyRecordingReplaysNothing) {
+  const RecordingTarget recording(2);
+  EXPECT_EQ(recording.deviceScale(), 2);
   Frame frame;
   auto target = frame.target();
-  noting.replay(target, 6);
+  recording.replay(target, 6);
   EXPECT_EQ(letters(frame.pixels())[0], "........");
 }
 

@@ -20,8 +20,8 @@ std::size_t pixelsOf(double points, double deviceScale) {
       std::clamp(std::round(points * deviceScale), 1.0, static_cast<double>(Bitmap::kLongestSide)));
 }
 
-/// What the drawing comes to, in pixels of the display.
-BitmapRef drawn(const BitmapRef& bitmap, BitmapDrawing drawing, double deviceScale) {
+/// The bitmap scaled and oriented for the drawing, in device pixels.
+BitmapRef rendered(const BitmapRef& bitmap, BitmapDrawing drawing, double deviceScale) {
   const std::size_t width = pixelsOf(drawing.destination.width, deviceScale);
   const std::size_t height = pixelsOf(drawing.destination.height, deviceScale);
   const auto context = BitmapContext::create({.width = width, .height = height, .flipped = true});
@@ -34,11 +34,11 @@ BitmapRef drawn(const BitmapRef& bitmap, BitmapDrawing drawing, double deviceSca
 
 struct PixelRange {
   std::size_t from;
-  std::size_t to;  ///< the one behind the last
+  std::size_t to;  ///< exclusive
 };
 
-/// The rows, or the columns, that are not clear, and one around them, since a display that is
-/// between two pixels mixes neighbours.
+/// The rows or columns that are not transparent, and one more on each side, because a texture at a
+/// fractional pixel position is interpolated with its neighbours.
 template <class IsClear>
 PixelRange visibleRange(std::size_t count, const IsClear& isClear) {
   PixelRange range{0, count};
@@ -48,7 +48,7 @@ PixelRange visibleRange(std::size_t count, const IsClear& isClear) {
   return {range.from == 0 ? 0 : range.from - 1, std::min(range.to + 1, count)};
 }
 
-BitmapRef cutOut(const Bitmap& bitmap, const PixelRange& columns, const PixelRange& rows) {
+BitmapRef cropped(const Bitmap& bitmap, const PixelRange& columns, const PixelRange& rows) {
   std::vector<std::uint32_t> pixels;
   for (std::size_t y = rows.from; y < rows.to; ++y) {
     const auto row =
@@ -58,7 +58,7 @@ BitmapRef cutOut(const Bitmap& bitmap, const PixelRange& columns, const PixelRan
   return Bitmap::make(columns.to - columns.from, rows.to - rows.from, std::move(pixels));
 }
 
-RenderNodePtr recordedOf(GdkTexture* texture, double width, double height) {
+RenderNodePtr makeCairoNode(GdkTexture* texture, double width, double height) {
   const graphene_rect_t bounds{{0, 0}, {static_cast<float>(width), static_cast<float>(height)}};
   RenderNodePtr node(gsk_cairo_node_new(&bounds));
   const int columns = gdk_texture_get_width(texture);
@@ -76,8 +76,9 @@ RenderNodePtr recordedOf(GdkTexture* texture, double width, double height) {
   return node;
 }
 
-CachedTexture makePiece(const BitmapRef& bitmap, const BitmapDrawing& drawing, double deviceScale) {
-  const BitmapRef whole = drawn(bitmap, drawing, deviceScale);
+CachedTexture makeCachedTexture(const BitmapRef& bitmap, const BitmapDrawing& drawing,
+                                double deviceScale) {
+  const BitmapRef whole = rendered(bitmap, drawing, deviceScale);
   if (!whole) return {};
   const auto isClear = [&](std::size_t x, std::size_t y) {
     return whole->pixels()[y * whole->width() + x] == 0;
@@ -92,29 +93,30 @@ CachedTexture makePiece(const BitmapRef& bitmap, const BitmapDrawing& drawing, d
       if (!isClear(x, y)) return false;
     return true;
   });
-  const BitmapRef part = cutOut(*whole, columns, rows);
-  if (!part) return {};
+  const BitmapRef visible = cropped(*whole, columns, rows);
+  if (!visible) return {};
   const double across = drawing.destination.width / static_cast<double>(whole->width());
   const double down = drawing.destination.height / static_cast<double>(whole->height());
-  const Rect place{
-      static_cast<double>(columns.from) * across, static_cast<double>(rows.from) * down,
-      static_cast<double>(part->width()) * across, static_cast<double>(part->height()) * down};
-  auto texture = makeTexture(part);
-  auto recorded = recordedOf(texture.get(), place.width, place.height);
-  return {std::move(texture), std::move(recorded), place};
+  const Rect part{static_cast<double>(columns.from) * across, static_cast<double>(rows.from) * down,
+                  static_cast<double>(visible->width()) * across,
+                  static_cast<double>(visible->height()) * down};
+  auto texture = makeTexture(visible);
+  auto cairoNode = makeCairoNode(texture.get(), part.width, part.height);
+  return {std::move(texture), std::move(cairoNode), part};
 }
 
 }  // namespace
 
 GObjectPtr<GdkTexture> makeTexture(const platform::BitmapRef& bitmap) {
   const auto pixels = std::as_bytes(bitmap->pixels());
-  auto* const share = new platform::BitmapRef(bitmap);  // NOLINT(cppcoreguidelines-owning-memory)
+  auto* const reference =
+      new platform::BitmapRef(bitmap);  // NOLINT(cppcoreguidelines-owning-memory)
   GBytes* const bytes = g_bytes_new_with_free_func(
       pixels.data(), pixels.size(),
-      +[](gpointer held) noexcept {
-        std::default_delete<platform::BitmapRef>()(static_cast<platform::BitmapRef*>(held));
+      +[](gpointer owned) noexcept {
+        std::default_delete<platform::BitmapRef>()(static_cast<platform::BitmapRef*>(owned));
       },
-      share);
+      reference);
   GObjectPtr<GdkTexture> texture(
       gdk_memory_texture_new(static_cast<int>(bitmap->width()), static_cast<int>(bitmap->height()),
                              GDK_MEMORY_DEFAULT, bytes, bitmap->bytesPerRow()));
@@ -129,10 +131,9 @@ const CachedTexture& TextureCache::of(const BitmapRef& bitmap, const BitmapDrawi
                 {from.x, from.y, from.width, from.height, drawing.destination.width,
                  drawing.destination.height, deviceScale},
                 drawing.upsideDown};
-  if (const auto found = cachedTextures_.find(key); found != cachedTextures_.end())
-    return found->second;
-  if (cachedTextures_.size() >= kKept) cachedTextures_.clear();
-  return cachedTextures_.emplace(key, makePiece(bitmap, drawing, deviceScale)).first->second;
+  if (const auto found = entries_.find(key); found != entries_.end()) return found->second;
+  if (entries_.size() >= kMaxEntries) entries_.clear();
+  return entries_.emplace(key, makeCachedTexture(bitmap, drawing, deviceScale)).first->second;
 }
 
 }  // namespace wevora::nautilus

@@ -21,37 +21,36 @@ struct RenderNodeUnref {
 };
 using RenderNodePtr = std::unique_ptr<GskRenderNode, RenderNodeUnref>;
 
-/// What a host draws of a bitmap: ready for the display's pixels, and without the clear part around
-/// it, so that a frame has the least to copy and nothing to scale.
-/// Threads: a value. Owns: its texture and its node. Errors: without both where nothing is to be
-/// seen.
+/// A bitmap prepared for drawing: a texture in device pixels, so that no frame scales it, cropped
+/// to its visible pixels, so that a frame copies as little as possible. Texture and node are null
+/// if the bitmap is transparent.
 struct CachedTexture {
   GObjectPtr<GdkTexture> texture;
-  /// The same for a renderer without hardware, which copies a texture with each frame; at 0, 0.
-  RenderNodePtr recorded;
-  platform::Rect part;  ///< where it lies in the drawing's destination, points
+  /// A cairo render node with the same pixels at (0, 0), for the cairo renderer, which would copy a
+  /// texture with every frame.
+  RenderNodePtr cairoNode;
+  platform::Rect part;  ///< the cropped area in the drawing's destination, in points
 };
 
-/// The pieces of the bitmaps that were drawn: a bitmap goes to the display once, not with each
-/// frame.
-/// Threads: the main thread. Owns: its pieces.
-/// Errors: none.
+/// Caches the textures of drawn bitmaps, so that a bitmap is scaled and uploaded once, not with
+/// every frame.
+/// Thread-safety: main thread only.
 class TextureCache {
  public:
-  /// More than the badges have; when they are full, all are made anew.
-  static constexpr std::size_t kKept = 128;
+  /// More entries than the badges need. Eviction: a full cache is cleared.
+  static constexpr std::size_t kMaxEntries = 128;
 
-  /// For a target whose y grows downwards; good until the next is asked for.
+  /// For a target whose y grows downwards. Valid until the next call.
   const CachedTexture& of(const platform::BitmapRef& bitmap, const platform::BitmapDrawing& drawing,
                           double deviceScale);
 
  private:
-  /// The bitmap, its source, the size that it is drawn in and at which scale, upside down or not.
+  /// The bitmap's identity; its source rectangle, destination size and device scale; upside down.
   using Key = std::tuple<std::uint64_t, std::array<double, 7>, bool>;
-  std::map<Key, CachedTexture> cachedTextures_;
+  std::map<Key, CachedTexture> entries_;
 };
 
-/// A texture that nobody keeps.
+/// A new texture, not cached. It shares the bitmap's pixels.
 GObjectPtr<GdkTexture> makeTexture(const platform::BitmapRef& bitmap);
 
 }  // namespace wevora::nautilus

@@ -21,7 +21,7 @@ std::vector<GtkWidget*> hostWindows() {
   return windows;
 }
 
-/// Given to a window when it is first asked for.
+/// The window's number, assigned at the first call.
 std::int64_t numberOf(GtkWidget* window) {
   static constexpr const char* kKey = "wevora-window-number";
   static gint latest = 0;
@@ -33,7 +33,7 @@ std::int64_t numberOf(GtkWidget* window) {
   return GPOINTER_TO_INT(number);
 }
 
-/// Null once it has gone.
+/// Null if the window is closed.
 GtkWidget* windowNumbered(std::int64_t number) {
   for (GtkWidget* window : hostWindows())
     if (numberOf(window) == number) return window;

@@ -10,7 +10,8 @@
 
 namespace wevora::nautilus {
 
-/// Threads, Errors: as WindowSource. Owns: nothing; cells and sidebars outlive it.
+/// Nautilus's windows.
+/// Ownership: cells and sidebars must outlive it.
 class Windows : public hosts::WindowSource {
  public:
   Windows(const Cells& cells, const Sidebars& sidebars) : cells_(cells), sidebars_(sidebars) {}

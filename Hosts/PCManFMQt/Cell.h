@@ -4,6 +4,7 @@
 #include <QRectF>
 #include <memory>
 
+#include "Hosts/Common/CellClasses.h"
 #include "Hosts/Common/Node.h"
 #include "Hosts/Common/RecordingTarget.h"
 #include "Hosts/Common/View.h"
@@ -14,38 +15,32 @@
 
 namespace wevora::pcmanfmqt {
 
-/// What the host shows of an item when its own painting is done. Coordinates are the viewport's.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// The parameters of one drawing pass, in the viewport's coordinates. The host has already painted
+/// the item.
 struct Pass {
   QPainter& painter;
   QRectF item;
-  QRectF box;   ///< the square kept for the icon
-  QRectF icon;  ///< the icon in it
+  QRectF box;   ///< the square reserved for the icon
+  QRectF icon;  ///< the icon inside the box, which may be smaller
 };
 
-/// One item in one of the host's views. The host has painted before it is drawn, so what the host
-/// does itself, when it is sent the messages that the bundle stands in for, is nothing.
-/// Threads: the main thread. Owns: its node and its view. Errors: none.
-class Cell : public platform::Object, public std::enable_shared_from_this<Cell> {
+/// The cell of one item in one of the host's views. Because the host has already painted the item,
+/// the host's own implementations of the drawing messages paint nothing themselves.
+/// Thread-safety: main thread only.
+class Cell : public hosts::Cell {
  public:
-  Cell(platform::Class& isa, std::shared_ptr<hosts::Node> node, std::shared_ptr<hosts::View> view)
-      : Object(isa), node_(std::move(node)), view_(std::move(view)) {}
-
-  const std::shared_ptr<hosts::Node>& node() const noexcept { return node_; }
-  const std::shared_ptr<hosts::View>& view() const noexcept { return view_; }
+  using hosts::Cell::Cell;
+  /// Paints the badge by sending the drawing messages that the bundle replaces.
   virtual void draw(const Pass& pass) = 0;
-
- private:
-  const std::shared_ptr<hosts::Node> node_;
-  const std::shared_ptr<hosts::View> view_;
 };
 
 /// The views of the host whose items show an icon.
 enum class CellKind { Icon, List, Desktop };
 
-/// Makes the cells: "IKIconCell" for icons beside or above their names, "TListViewIconAndTextCell"
-/// for rows of a detailed list, "TDesktopIcon" for the desktop.
-/// Threads: the main thread. Owns: the classes, and what was drawn for the cells. Errors: none.
+/// Creates the cells: of class "IKIconCell" for icon views, "TListViewIconAndTextCell" for detailed
+/// lists, "TDesktopIcon" for the desktop.
+/// Thread-safety: main thread only.
+/// Ownership: the cells use its classes and its image cache, and must not outlive it.
 class Cells {
  public:
   explicit Cells(platform::Runtime& runtime);
@@ -56,16 +51,12 @@ class Cells {
                              std::shared_ptr<hosts::View> view);
 
  private:
-  void registerIcons(platform::Runtime& runtime);
-  void registerRows(platform::Runtime& runtime);
   void registerDesktopIcons(platform::Runtime& runtime);
 
-  std::shared_ptr<platform::Class> iconCells_;
-  std::shared_ptr<platform::Class> listCells_;
+  const hosts::CellClasses classes_;
   std::shared_ptr<platform::Class> desktopIcons_;
   std::shared_ptr<platform::Class> layers_;
-  std::shared_ptr<platform::Class> imageWrappers_;
-  ImageCache pictures_;
+  ImageCache images_;
 };
 
 }  // namespace wevora::pcmanfmqt

@@ -24,7 +24,7 @@ using platform::send;
 constexpr std::uint32_t kRed = 0xFFFF0000;
 constexpr std::uint32_t kBlue = 0xFF0000FF;
 
-/// Red above blue, of as many points and pixels.
+/// A fake badge, red above blue, with one pixel per point.
 ImageRef badge(double points) {
   const auto side = static_cast<std::size_t>(points);
   std::vector<std::uint32_t> pixels(side * side, kBlue);
@@ -37,38 +37,38 @@ ImageRef badge(double points) {
   return image;
 }
 
-/// Cells, and a picture of 64 points that they paint over.
+/// Cells, and a canvas of 64 points that they paint on.
 class CellTest : public testing::Test {
  protected:
-  CellTest() { picture.fill(Qt::transparent); }
+  CellTest() { canvas.fill(Qt::transparent); }
 
   std::shared_ptr<Cell> cell(CellKind kind) {
     return cells.make(kind, nodes.make("file:///one"),
                       std::make_shared<hosts::View>(*views, [this] { ++redraws; }));
   }
   void draw(Cell& drawn) {
-    QPainter painter(&picture);
+    QPainter painter(&canvas);
     drawn.draw({.painter = painter, .item = item, .box = box, .icon = icon});
   }
-  /// Puts the bundle's own method into the place of the host's, as the bundle does.
+  /// Exchanges a method of the host with one of the test's, as the bundle does.
   template <class Signature, class Function>
-  void standIn(const char* name, const char* selector, Function function) {
+  void replaceMethod(const char* name, const char* selector, Function function) {
     const auto hosts = runtime.classNamed(name);
     ASSERT_TRUE(hosts->addMethod("own", Implementation::of<Signature>(std::move(function)), "v@:"));
     ASSERT_TRUE(hosts->exchangeImplementations(selector, "own"));
   }
-  /// What was painted, by its colour.
+  /// The bounding rectangle of the pixels with a colour.
   QRect painted(std::uint32_t colour) const {
     QRect all;
-    for (int y = 0; y < picture.height(); ++y)
-      for (int x = 0; x < picture.width(); ++x)
-        if (picture.pixel(x, y) == colour) all |= QRect(x, y, 1, 1);
+    for (int y = 0; y < canvas.height(); ++y)
+      for (int x = 0; x < canvas.width(); ++x)
+        if (canvas.pixel(x, y) == colour) all |= QRect(x, y, 1, 1);
     return all;
   }
   bool isClear() const {
-    QImage clear = picture;
+    QImage clear = canvas;
     clear.fill(Qt::transparent);
-    return picture == clear;
+    return canvas == clear;
   }
 
   platform::Runtime runtime;
@@ -76,7 +76,7 @@ class CellTest : public testing::Test {
   std::shared_ptr<platform::Class> views = hosts::View::registerIn(runtime);
   Cells cells{runtime};
   int redraws = 0;
-  QImage picture{64, 64, QImage::Format_ARGB32_Premultiplied};
+  QImage canvas{64, 64, QImage::Format_ARGB32_Premultiplied};
   QRectF item{4, 2, 40, 60};
   QRectF box{8, 10, 32, 32};
   QRectF icon{8, 18, 32, 16};
@@ -87,7 +87,7 @@ TEST_F(CellTest, WithoutTheBundleNothingIsPainted) {
   EXPECT_TRUE(isClear());
 }
 
-TEST_F(CellTest, EveryKindTellsItsItemAndIsDrawnAgainByItsView) {
+TEST_F(CellTest, EveryKindReturnsItsItemAndIsRedrawnByItsView) {
   const auto inIcons = cell(CellKind::Icon);
   EXPECT_EQ(send<Id>(Id(inIcons), "representedItem"), inIcons->node());
   send<void>(send<Id>(Id(inIcons), "controlView"), "setNeedsDisplay:", true);
@@ -107,9 +107,9 @@ TEST_F(CellTest, EveryKindTellsItsItemAndIsDrawnAgainByItsView) {
 
 class IconCellTest : public CellTest {
  protected:
-  /// As the bundle: paints into the icon's image, and has the host draw that.
+  /// Draws a badge into the icon's image and lets the host draw the image, as the bundle does.
   void paintBadges() {
-    standIn<void(Id)>("IKIconCell", "drawImage:", [this](const Id& self, const Id& wrapper) {
+    replaceMethod<void(Id)>("IKIconCell", "drawImage:", [this](const Id& self, const Id& wrapper) {
       image = send<ImageRef>(wrapper, "_nsImage");
       size = image->size();
       image->lockFocus();
@@ -125,7 +125,7 @@ class IconCellTest : public CellTest {
   platform::Size size;
 };
 
-TEST_F(IconCellTest, WhatIsPaintedIntoTheImageLiesUprightOverTheIcon) {
+TEST_F(IconCellTest, DrawingIntoTheImageAppearsUprightOverTheIcon) {
   paintBadges();
   draw(*cell(CellKind::Icon));
   EXPECT_EQ(size, (platform::Size{32, 16}));
@@ -133,40 +133,40 @@ TEST_F(IconCellTest, WhatIsPaintedIntoTheImageLiesUprightOverTheIcon) {
   EXPECT_EQ(painted(kBlue), QRect(8, 26, 16, 8));
 }
 
-TEST_F(IconCellTest, OnADisplayOfTwoPixelsAPointItIsAsManyPointsLarge) {
-  picture = QImage(128, 128, QImage::Format_ARGB32_Premultiplied);
-  picture.setDevicePixelRatio(2);
-  picture.fill(Qt::transparent);
+TEST_F(IconCellTest, OnAHighDensityDisplayItHasTheSameSizeInPoints) {
+  canvas = QImage(128, 128, QImage::Format_ARGB32_Premultiplied);
+  canvas.setDevicePixelRatio(2);
+  canvas.fill(Qt::transparent);
   paintBadges();
   draw(*cell(CellKind::Icon));
   EXPECT_EQ(painted(kRed) | painted(kBlue), QRect(16, 36, 32, 32));
 }
 
-TEST_F(IconCellTest, ACellThatIsDrawnAgainIsPaintedAnewAtItsNewPlace) {
+TEST_F(IconCellTest, ACellThatIsRedrawnIsPaintedAtItsNewPosition) {
   paintBadges();
   const auto one = cell(CellKind::Icon);
   draw(*one);
-  picture.fill(Qt::transparent);
+  canvas.fill(Qt::transparent);
   icon.translate(10, 5);
   draw(*one);
   EXPECT_EQ(painted(kRed) | painted(kBlue), QRect(18, 23, 16, 16));
 }
 
-TEST_F(IconCellTest, WhatIsDrawnWhileTheHostDrawsNothingGoesNowhere) {
+TEST_F(IconCellTest, DrawingOutsideOfAPassIsDiscarded) {
   paintBadges();
   const Id one = cell(CellKind::Icon);
   send<void>(one, "drawInteriorWithFrame:inView:", Rect{0, 0, 40, 60}, Id());
   EXPECT_EQ(image, nullptr);
   draw(static_cast<Cell&>(*one));
-  picture.fill(Qt::transparent);
+  canvas.fill(Qt::transparent);
   image->lockFocus();
   EXPECT_EQ(platform::GraphicsContext::currentContext(), nullptr);
   image->unlockFocus();
   EXPECT_TRUE(isClear());
 }
 
-TEST_F(IconCellTest, AnImageThatIsNotTheIconsIsNotPainted) {
-  standIn<void(Id)>("IKIconCell", "drawImage:", [this](const Id& self, const Id& wrapper) {
+TEST_F(IconCellTest, AnImageOtherThanTheIconsIsNotPainted) {
+  replaceMethod<void(Id)>("IKIconCell", "drawImage:", [this](const Id& self, const Id& wrapper) {
     send<void>(self, "own", Id());
     send<void>(self, "own", Id(self));
     send<void>(self, "own",
@@ -182,23 +182,23 @@ TEST_F(IconCellTest, AnImageThatIsNotTheIconsIsNotPainted) {
 
 class ListCellTest : public CellTest {
  protected:
-  /// As the bundle: a square 10 points from the left, half-way down.
+  /// Draws a badge 10 points from the left, vertically centred, as the bundle does.
   void paintBadges() {
-    standIn<void(Rect)>("TListViewIconAndTextCell",
-                        "drawIconWithFrame:", [this](const Id& self, const Rect& row) {
-                          send<void>(self, "own", row);
-                          frame = row;
-                          const double side = row.height > 32 ? 32 : 16;
-                          const auto shown = badge(side);
-                          shown->setFlipped(true);
-                          shown->drawInRect({10, row.y + row.height / 2 - side / 2, side, side}, {},
-                                            platform::CompositingOperation::SourceOver, 1.0);
-                        });
+    replaceMethod<void(Rect)>(
+        "TListViewIconAndTextCell", "drawIconWithFrame:", [this](const Id& self, const Rect& row) {
+          send<void>(self, "own", row);
+          frame = row;
+          const double side = row.height > 32 ? 32 : 16;
+          const auto shown = badge(side);
+          shown->setFlipped(true);
+          shown->drawInRect({10, row.y + row.height / 2 - side / 2, side, side}, {},
+                            platform::CompositingOperation::SourceOver, 1.0);
+        });
   }
   Rect frame;
 };
 
-TEST_F(ListCellTest, TheSquareHasTheIconsLowerLeftCorner) {
+TEST_F(ListCellTest, TheBadgeHasTheIconsLowerLeftCorner) {
   box = {8, 10, 24, 24};
   paintBadges();
   draw(*cell(CellKind::List));
@@ -207,20 +207,20 @@ TEST_F(ListCellTest, TheSquareHasTheIconsLowerLeftCorner) {
   EXPECT_EQ(painted(kBlue), QRect(8, 26, 16, 8));
 }
 
-TEST_F(ListCellTest, ALargeIconHasALargeSquare) {
+TEST_F(ListCellTest, ALargeIconHasALargeBadge) {
   paintBadges();
   draw(*cell(CellKind::List));
   EXPECT_EQ(painted(kRed) | painted(kBlue), QRect(8, 10, 32, 32));
 }
 
-TEST_F(ListCellTest, TheColumnsBesideTheNameAreLeftAlone) {
+TEST_F(ListCellTest, TheOtherColumnsAreNotPaintedOver) {
   item = {4, 2, 20, 60};
   paintBadges();
   draw(*cell(CellKind::List));
   EXPECT_EQ(painted(kRed) | painted(kBlue), QRect(8, 10, 16, 32));
 }
 
-TEST_F(ListCellTest, TheThumbnailIsTheHostsOwnAndIsNotReplaced) {
+TEST_F(ListCellTest, TheThumbnailIsNotReplaced) {
   const Id one = cell(CellKind::List);
   const auto thumbnail = send<ImageRef>(one, "thumbnail");
   ASSERT_NE(thumbnail, nullptr);
@@ -228,7 +228,7 @@ TEST_F(ListCellTest, TheThumbnailIsTheHostsOwnAndIsNotReplaced) {
   EXPECT_EQ(send<ImageRef>(one, "thumbnail"), thumbnail);
 }
 
-TEST_F(ListCellTest, NothingIsCurrentOnceTheRowIsDrawn) {
+TEST_F(ListCellTest, NoTargetIsCurrentAfterTheRowIsDrawn) {
   paintBadges();
   draw(*cell(CellKind::List));
   EXPECT_EQ(platform::GraphicsContext::currentContext(), nullptr);
@@ -236,22 +236,22 @@ TEST_F(ListCellTest, NothingIsCurrentOnceTheRowIsDrawn) {
 
 // The desktop.
 
-TEST_F(CellTest, AnIconOfTheDesktopIsDrawnIntoItsOwnLayer) {
-  standIn<void(Id, DrawingTarget*)>(
+TEST_F(CellTest, ADesktopIconIsDrawnIntoItsLayer) {
+  replaceMethod<void(Id, DrawingTarget*)>(
       "TDesktopIcon",
       "drawLayer:inContext:", [](const Id& self, const Id& layer, DrawingTarget* context) {
         send<void>(self, "own", layer, context);
         EXPECT_EQ(self->instanceVariable<Id>("_icon"), layer);
         const auto frame = send<Rect>(layer, "frame");
         EXPECT_EQ(frame, (Rect{8, 10, 32, 32}));
-        // What the context draws by itself is upside down where y grows downwards.
+        // A directly drawn bitmap is upside down where y grows downwards.
         platform::contextDrawImage(*context, {0, 0, frame.width, frame.height},
                                    Bitmap::make(2, 2, {kBlue, kBlue, kRed, kRed}));
       });
   draw(*cell(CellKind::Desktop));
   EXPECT_EQ((painted(kRed) | painted(kBlue)).topLeft(), QPoint(8, 10));
-  EXPECT_EQ(picture.pixel(9, 11), kRed);
-  EXPECT_EQ(picture.pixel(38, 40), kBlue);
+  EXPECT_EQ(canvas.pixel(9, 11), kRed);
+  EXPECT_EQ(canvas.pixel(38, 40), kBlue);
 }
 
 }  // namespace

@@ -9,9 +9,9 @@
 
 namespace wevora::pcmanfmqt {
 
-/// The desktop as the bundle reloads it: "TDesktopViewController". There is one as long as the host
-/// shows a desktop; a desktop of several screens is one.
-/// Threads: the main thread. Owns: its class. Errors: none.
+/// "TDesktopViewController": the desktop, which the bundle reloads. The shared controller exists
+/// while the host shows a desktop; the desktops of all screens have one controller.
+/// Thread-safety: main thread only.
 class Desktop {
  public:
   using ViewsOfDesktop = std::function<std::vector<ItemView*>()>;
@@ -22,7 +22,7 @@ class Desktop {
 
  private:
   platform::Id view() const;
-  /// Every icon is made anew when it is drawn next.
+  /// Discards all cells, so that they are recreated when they are drawn next.
   void reloadData() const;
   std::vector<platform::Id> nodes() const;
   void updateNodes(const std::vector<platform::Id>& nodes) const;

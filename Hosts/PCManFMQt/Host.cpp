@@ -29,7 +29,7 @@ void Host::itemsAppeared(QAbstractItemView& view) {
   items = std::make_unique<ItemView>(
       view, kindOf(view), ItemView::Makers{.nodes = nodes_, .cells = cells_, .views = *views_});
   QObject::connect(&view, &QObject::destroyed, &sidebars_,
-                   [this](QObject* gone) { items_.erase(gone); });
+                   [this](QObject* destroyed) { items_.erase(destroyed); });
 }
 
 void Host::windowAppeared(QWidget& window) {

@@ -19,9 +19,9 @@
 
 namespace wevora::pcmanfmqt {
 
-/// This file manager, under the names by which the bundle looks a host up.
-/// Threads: the main thread. Owns: what stands for the host's widgets; lives as long as the
-/// process. Errors: what the widgets do not have is not told of.
+/// Presents PCManFM-Qt to the bundle: registers the classes that the bundle looks up, and maps them
+/// to the widgets. Lives as long as the process.
+/// Thread-safety: main thread only.
 class Host : public ViewObserver, public hosts::WindowSource {
  public:
   explicit Host(platform::Runtime& runtime);

@@ -10,19 +10,21 @@
 namespace wevora::pcmanfmqt {
 namespace {
 
-/// The main queue is a source of GLib's default context.
+/// The main queue is a GSource on the default GMainContext, so Qt must run GLib's main loop.
 bool runsOnGLib() {
   const auto* dispatcher = QAbstractEventDispatcher::instance();
   return dispatcher != nullptr && dispatcher->inherits("QEventDispatcherGlib");
 }
 
-/// The bundle looks the host's classes up while it loads. Without a bundle the host's views are
-/// left alone. An environment may name the plug-in more than once.
+/// Registers the host's classes first, because the bundle looks them up while it loads. Without a
+/// bundle, the host's views are not touched. Does nothing the second time: the environment may list
+/// the plug-in more than once.
 void start() {
   static bool started = false;
   if (std::exchange(started, true)) return;
   if (!runsOnGLib()) {
-    std::cerr << "wevora: Qt does not run on GLib's main loop here; there will be no badges\n";
+    std::cerr << "wevora: badges are disabled: Qt does not run GLib's main loop (unset "
+                 "QT_NO_GLIB)\n";
     return;
   }
   static platform::NeverDestroyed<Host> host(platform::Runtime::shared());

@@ -40,7 +40,7 @@ void HostViews::appeared(QWidget& widget) {
   view->viewport()->installEventFilter(&paintFilter_);
 }
 
-// The event goes the host's whole way once more, past this filter, before it is painted over.
+// Sends the event to the host a second time, ignored by this filter, and paints over the result.
 bool PaintFilter::eventFilter(QObject* viewport, QEvent* event) {
   if (event->type() != QEvent::Paint || viewport == painting_) return false;
   const QObject* const before = std::exchange(painting_, viewport);

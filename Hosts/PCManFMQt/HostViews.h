@@ -7,7 +7,7 @@
 
 namespace wevora::pcmanfmqt {
 
-/// What is told of the host's views.
+/// Receives the notifications about the host's views.
 class ViewObserver {
  public:
   ViewObserver() = default;
@@ -22,8 +22,8 @@ class ViewObserver {
   virtual void itemsPainted(QAbstractItemView& view, const QRect& area) = 0;
 };
 
-/// Lets the host paint its views of items first, and tells when it has.
-/// Threads: the main thread. Owns: nothing. Errors: none.
+/// Filters the paint events of item views: the host paints first, then the observer is notified.
+/// Thread-safety: main thread only.
 class PaintFilter : public QObject {
  public:
   explicit PaintFilter(ViewObserver& observer) : observer_(observer) {}
@@ -33,16 +33,14 @@ class PaintFilter : public QObject {
 
  private:
   ViewObserver& observer_;
-  const QObject* painting_ = nullptr;  ///< the viewport that the host paints just now
+  const QObject* painting_ = nullptr;  ///< the viewport that the host is painting
 };
 
-/// Finds the host's views by the names of their classes: those that are there, and those to come by
-/// the event that every widget is sent before it is shown for the first time.
-/// Threads: the main thread. Owns: nothing of the host. Errors: a class that never appears is never
-/// told of.
+/// Finds the host's views by their class names: existing ones at once, later ones by the Polish
+/// event that Qt sends to every widget before it is first shown. Thread-safety: main thread only.
 class HostViews : public QObject {
  public:
-  /// The observer outlives the host's widgets.
+  /// The observer must outlive the host's widgets.
   explicit HostViews(ViewObserver& observer) : observer_(observer), paintFilter_(observer) {}
   void watch();
 

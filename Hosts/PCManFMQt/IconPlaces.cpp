@@ -9,8 +9,7 @@
 namespace wevora::pcmanfmqt {
 namespace {
 
-/// Paints nothing, and notes where the first picture would be.
-/// Threads: the main thread. Owns: nothing. Errors: none.
+/// Paints nothing; records the rectangle of the first image that is drawn.
 class RecordingEngine : public QPaintEngine {
  public:
   RecordingEngine() : QPaintEngine(QPaintEngine::AllFeatures) {}
@@ -19,10 +18,10 @@ class RecordingEngine : public QPaintEngine {
   bool end() override { return true; }
   void updateState(const QPaintEngineState& now) override { transform_ = now.transform(); }
   Type type() const override { return User; }
-  void drawPixmap(const QRectF& place, const QPixmap&, const QRectF&) override { note(place); }
-  void drawImage(const QRectF& place, const QImage&, const QRectF&,
+  void drawPixmap(const QRectF& rect, const QPixmap&, const QRectF&) override { record(rect); }
+  void drawImage(const QRectF& rect, const QImage&, const QRectF&,
                  Qt::ImageConversionFlags) override {
-    note(place);
+    record(rect);
   }
   void drawPath(const QPainterPath&) override {}
   void drawPolygon(const QPointF*, int, PolygonDrawMode) override {}
@@ -32,23 +31,22 @@ class RecordingEngine : public QPaintEngine {
   void drawTextItem(const QPointF&, const QTextItem&) override {}
   void drawTiledPixmap(const QRectF&, const QPixmap&, const QPointF&) override {}
 
-  std::optional<QRectF> picture;  ///< in device pixels
+  std::optional<QRectF> imageRect;  ///< in device pixels
 
  private:
-  void note(const QRectF& place) {
-    if (!picture) picture = transform_.mapRect(place);
+  void record(const QRectF& rect) {
+    if (!imageRect) imageRect = transform_.mapRect(rect);
   }
   QTransform transform_;
 };
 
-/// As large as the view it stands in for.
-/// Threads: the main thread. Owns: its engine. Errors: none.
+/// A paint device with the metrics of a widget.
 class RecordingDevice : public QPaintDevice {
  public:
   explicit RecordingDevice(const QWidget& like) : like_(like) {}
   QPaintEngine* paintEngine() const override { return &engine_; }
   /// In device pixels.
-  const std::optional<QRectF>& picture() const { return engine_.picture; }
+  const std::optional<QRectF>& imageRect() const { return engine_.imageRect; }
 
  protected:
   int metric(PaintDeviceMetric metric) const override {
@@ -77,7 +75,7 @@ class RecordingDevice : public QPaintDevice {
   mutable RecordingEngine engine_;
 };
 
-/// Opens a door that subclasses of a view have.
+/// Gives access to QAbstractItemView::viewOptions, which is protected.
 class Options : public QAbstractItemView {
  public:
   static QStyleOptionViewItem of(const QAbstractItemView& view) {
@@ -85,8 +83,9 @@ class Options : public QAbstractItemView {
   }
 };
 
-/// Where the delegate paints the item's icon, in the item's own coordinates.
-std::optional<QRectF> learn(QAbstractItemView& view, const QModelIndex& index, const QRect& item) {
+/// The rectangle in which the delegate paints the item's icon, in the item's coordinates.
+std::optional<QRectF> measure(QAbstractItemView& view, const QModelIndex& index,
+                              const QRect& item) {
   QAbstractItemDelegate* delegate = view.itemDelegate(index);
   if (delegate == nullptr) return std::nullopt;
   QStyleOptionViewItem option = Options::of(view);
@@ -97,9 +96,9 @@ std::optional<QRectF> learn(QAbstractItemView& view, const QModelIndex& index, c
     QPainter painter(const_cast<RecordingDevice*>(&device));
     delegate->paint(&painter, option, index);
   }
-  if (!device.picture()) return std::nullopt;
+  if (!device.imageRect()) return std::nullopt;
   QRectF box(QPointF(), QSizeF(option.decorationSize));
-  box.moveCenter(device.picture()->center() / device.devicePixelRatioF());
+  box.moveCenter(device.imageRect()->center() / device.devicePixelRatioF());
   return box.translated(-item.topLeft());
 }
 
@@ -111,9 +110,9 @@ std::optional<QRectF> IconPlaces::iconBox(QAbstractItemView& view, const QModelI
   const std::pair key(Size(item.width(), item.height()), Size(icon.width(), icon.height()));
   auto found = boxes_.find(key);
   if (found == boxes_.end()) {
-    const auto box = learn(view, index, item);
+    const auto box = measure(view, index, item);
     if (!box) return std::nullopt;
-    if (boxes_.size() >= kKept) boxes_.clear();
+    if (boxes_.size() >= kMaxEntries) boxes_.clear();
     found = boxes_.emplace(key, *box).first;
   }
   return found->second.translated(item.topLeft());

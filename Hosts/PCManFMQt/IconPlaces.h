@@ -9,18 +9,19 @@
 
 namespace wevora::pcmanfmqt {
 
-/// Where a view's delegate puts the icon of an item. Only the delegate knows its margins, and no
-/// property tells of them: it is had paint an item once, and what it does is noted.
-/// Threads: the main thread. Owns: what it has learnt. Errors: none for an item without an icon.
+/// Computes the position of an item's icon, and so of its badge, in a view. Only the view's
+/// delegate knows the margins: it paints one item into a recording device, and the recorded icon
+/// rectangle is cached by the sizes of item and icon. Thread-safety: main thread only.
 class IconPlaces {
  public:
-  /// The square that is kept for icons, in the viewport's coordinates.
+  /// The square reserved for the icon, in the viewport's coordinates; nullopt for an item without
+  /// an icon.
   std::optional<QRectF> iconBox(QAbstractItemView& view, const QModelIndex& index);
-  /// The icon itself, which may be smaller.
+  /// The frame of the icon itself, which may be smaller than its box.
   static QRectF iconWithin(const QRectF& box, const QModelIndex& index);
 
  private:
-  static constexpr std::size_t kKept = 256;
+  static constexpr std::size_t kMaxEntries = 256;  // a full cache is cleared
   using Size = std::pair<int, int>;
   std::map<std::pair<Size, Size>, QRectF> boxes_;  ///< by the sizes of item and icon
 };

@@ -23,7 +23,7 @@ QPixmap pixmap(int width, int height) {
   return made;
 }
 
-/// A host's delegate, with margins that only it knows.
+/// A fake delegate of the host, with its own margins.
 class Delegate : public QStyledItemDelegate {
  public:
   void paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -74,7 +74,7 @@ TEST_F(IconPlacesTest, TheIconIsWhereTheDelegatePaintsIt) {
   EXPECT_EQ(boxOf(0), boxAsPainted(0));
 }
 
-TEST_F(IconPlacesTest, EachItemHasItsOwnPlace) {
+TEST_F(IconPlacesTest, EachItemHasItsOwnPosition) {
   add(QIcon(pixmap(kIcon, kIcon)));
   add(QIcon(pixmap(kIcon, kIcon)));
   EXPECT_NE(boxAsPainted(0), boxAsPainted(1));
@@ -82,19 +82,19 @@ TEST_F(IconPlacesTest, EachItemHasItsOwnPlace) {
   EXPECT_EQ(boxOf(0), boxAsPainted(0));
 }
 
-TEST_F(IconPlacesTest, AnIconThatIsSmallerThanItsSquareIsInTheMiddleOfIt) {
+TEST_F(IconPlacesTest, ASmallerIconIsCentredInItsBox) {
   add(QIcon(pixmap(kIcon, 16)));
   ASSERT_EQ(boxOf(0), boxAsPainted(0));
   EXPECT_EQ(IconPlaces::iconWithin(*boxOf(0), model.index(0, 0)),
             boxAsPainted(0).adjusted(0, 8, 0, -8));
 }
 
-TEST_F(IconPlacesTest, AnItemWithoutAnIconHasNoPlaceForOne) {
+TEST_F(IconPlacesTest, AnItemWithoutAnIconHasNoBox) {
   add({});
   EXPECT_EQ(boxOf(0), std::nullopt);
 }
 
-TEST_F(IconPlacesTest, TheDelegateIsAskedOnceForAllItemsOfASize) {
+TEST_F(IconPlacesTest, TheDelegatePaintsOnceForAllItemsOfASize) {
   for (int i = 0; i < 3; ++i) add(QIcon(pixmap(kIcon, kIcon)));
   boxOf(0);
   const int before = delegate.paints;
@@ -104,7 +104,7 @@ TEST_F(IconPlacesTest, TheDelegateIsAskedOnceForAllItemsOfASize) {
   EXPECT_EQ(delegate.paints, before);
 }
 
-TEST_F(IconPlacesTest, IconsOfAnotherSizeHaveAnotherPlace) {
+TEST_F(IconPlacesTest, IconsOfAnotherSizeHaveAnotherPosition) {
   add(QIcon(pixmap(64, 64)));
   boxOf(0);
   delegate.margin = {7, 5};
@@ -113,14 +113,14 @@ TEST_F(IconPlacesTest, IconsOfAnotherSizeHaveAnotherPlace) {
   EXPECT_EQ(boxOf(0), QRectF(corner + QPoint(7, 5), QSizeF(24, 24)));
 }
 
-TEST_F(IconPlacesTest, AskingForAPlacePaintsNothing) {
+TEST_F(IconPlacesTest, MeasuringPaintsNothingInTheView) {
   add(QIcon(pixmap(kIcon, kIcon)));
   const QImage before = view.grab().toImage();
   boxOf(0);
   EXPECT_EQ(view.grab().toImage(), before);
 }
 
-TEST_F(IconPlacesTest, ARowOfADetailedListHasItsIconWhereTheStylePutsIt) {
+TEST_F(IconPlacesTest, TheIconOfADetailedListsRowIsWhereTheStylePutsIt) {
   add(QIcon(pixmap(kIcon, kIcon)));
   QTreeView list;
   list.setModel(&model);
@@ -151,15 +151,15 @@ class IconWithinTest : public testing::Test {
   const QRectF box{10, 20, 32, 32};
 };
 
-TEST_F(IconWithinTest, APictureIsNoLargerThanItsBox) {
+TEST_F(IconWithinTest, AnImageIsLimitedToItsBox) {
   EXPECT_EQ(within(pixmap(100, 16)), QRectF(10, 28, 32, 16));
 }
 
-TEST_F(IconWithinTest, APictureThatIsSmallerIsInTheMiddleOfItsBox) {
+TEST_F(IconWithinTest, ASmallerImageIsCentredInItsBox) {
   EXPECT_EQ(within(pixmap(16, 8)), QRectF(18, 32, 16, 8));
 }
 
-TEST_F(IconWithinTest, WhatHasNoSizeFillsItsBox) {
+TEST_F(IconWithinTest, ADecorationWithoutASizeFillsItsBox) {
   EXPECT_EQ(within({}), box);
   EXPECT_EQ(within(QPixmap()), box);
   EXPECT_EQ(within(QIcon()), box);

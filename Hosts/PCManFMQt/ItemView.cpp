@@ -17,8 +17,7 @@ using platform::catchAll;
 
 constexpr std::size_t kMaxCells = 1024;
 
-/// The item's URI, by what the host's model gives to whom an item is dragged to. None for a row
-/// that is no file.
+/// The item's URI, taken from the host model's drag data; nullopt for a row that is not a file.
 std::optional<std::string> uriOf(const QModelIndex& index) {
   const std::unique_ptr<QMimeData> dragged(index.model()->mimeData({index}));
   if (!dragged) return std::nullopt;
@@ -30,7 +29,7 @@ std::optional<std::string> uriOf(const QModelIndex& index) {
   return std::nullopt;
 }
 
-/// Of the rows that a list lays out one after the other, the first that is not before the area.
+/// The first row that is not before the area, by binary search; the rows must be laid out in order.
 int firstRowIn(const QListView& list, const QRect& area, int rows) {
   const auto isBefore = [&](int row) {
     const QRect place = list.visualRect(list.model()->index(row, 0, list.rootIndex()));
@@ -68,7 +67,7 @@ void ItemView::paintOver(const QRect& area) {
   followModel();
   QPainter painter(view_->viewport());
   visitRowsIn(area, [&](const QModelIndex& index) { draw(index, painter); });
-  if (cells_.size() > kMaxCells) forgetUnseen();
+  if (cells_.size() > kMaxCells) forgetInvisible();
 }
 
 void ItemView::draw(const QModelIndex& index, QPainter& painter) {
@@ -100,7 +99,7 @@ std::shared_ptr<Cell> ItemView::cellOf(const QModelIndex& index) {
   return cell;
 }
 
-// A cell that was forgotten redraws nothing: its row may be another item's.
+// A discarded cell redraws nothing: its row may show another item.
 void ItemView::redrawRow(int row, const std::weak_ptr<Cell>& of) const {
   const auto known = cells_.find(row);
   if (!view_ || known == cells_.end() || known->second != of.lock()) return;
@@ -134,7 +133,7 @@ void ItemView::visitRowsIn(const QRect& area, const Visit& visit) const {
   const QModelIndex root = view_->rootIndex();
   const int rows = model->rowCount(root);
   if (const auto* tree = qobject_cast<const QTreeView*>(view_.data())) {
-    // The views of the host may answer for parts of a row only.
+    // QTreeView's own version: the host's override ignores parts of a row.
     QModelIndex index = tree->QTreeView::indexAt({0, qMax(0, area.top())});
     for (; index.isValid(); index = tree->indexBelow(index)) {
       const QModelIndex first = index.siblingAtColumn(0);
@@ -144,7 +143,7 @@ void ItemView::visitRowsIn(const QRect& area, const Visit& visit) const {
     return;
   }
   const auto* list = qobject_cast<const QListView*>(view_.data());
-  // Where icons may be moved about, their order tells nothing of their places.
+  // If the user can move icons, their positions are not in the order of the rows.
   const bool inOrder = list != nullptr && list->movement() == QListView::Static;
   for (int row = inOrder ? firstRowIn(*list, area, rows) : 0; row < rows; ++row) {
     const QModelIndex index = model->index(row, 0, root);
@@ -177,11 +176,11 @@ void ItemView::forgetRows(int first, int last) {
                 [&](const auto& known) { return known.first >= first && known.first <= last; });
 }
 
-void ItemView::forgetUnseen() {
-  const QRect seen = view_->viewport()->rect();
+void ItemView::forgetInvisible() {
+  const QRect visible = view_->viewport()->rect();
   std::erase_if(cells_, [&](const auto& known) {
     const auto place = view_->model()->index(known.first, 0, view_->rootIndex());
-    return !view_->visualRect(place).intersects(seen);
+    return !view_->visualRect(place).intersects(visible);
   });
 }
 

@@ -15,12 +15,13 @@
 
 namespace wevora::pcmanfmqt {
 
-/// One of the host's views of items, with a cell for each item that it has shown. A cell is
-/// forgotten as soon as its row may stand for another item.
-/// Threads: the main thread. Owns: its cells. Errors: does nothing once the host's view has gone.
+/// One of the host's item views, with a cache of cells by row. A cell is discarded as soon as its
+/// row may show another item.
+/// Thread-safety: main thread only.
+/// Errors: does nothing after the host's view was destroyed.
 class ItemView : public QObject {
  public:
-  /// What makes the cells of the view; classes outlive it.
+  /// The factories for the view's cells; they must outlive it.
   struct Makers {
     hosts::Nodes& nodes;
     Cells& cells;
@@ -31,11 +32,11 @@ class ItemView : public QObject {
   QAbstractItemView* view() const noexcept { return view_; }
   CellKind kind() const noexcept { return kind_; }
 
-  /// Paints over what the host has painted there.
+  /// Paints the badges of an area over the host's painting.
   void paintOver(const QRect& area);
-  /// Of what a person may see now.
+  /// The existing cells of the visible items.
   std::vector<std::shared_ptr<Cell>> visibleCells();
-  /// Of all items.
+  /// The cells of all items, created as needed.
   std::vector<std::shared_ptr<Cell>> allCells();
   void redraw() const;
   void forgetCells() { cells_.clear(); }
@@ -45,7 +46,7 @@ class ItemView : public QObject {
   void visitRowsIn(const QRect& area, const Visit& visit) const;
   void followModel();
   void forgetRows(int first, int last);
-  void forgetUnseen();
+  void forgetInvisible();
   void redrawRow(int row, const std::weak_ptr<Cell>& of) const;
   std::shared_ptr<Cell> cellOf(const QModelIndex& index);
   void draw(const QModelIndex& index, QPainter& painter);

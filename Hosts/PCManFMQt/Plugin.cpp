@@ -10,20 +10,20 @@
 namespace wevora::pcmanfmqt {
 namespace {
 
-// The host's side of the bundle, by its installed place, and where it begins.
+// The installed library with the host's side of the bundle, and its entry point.
 constexpr const char* kHostLibrary = "/Library/Wevora/FinderPlugin/Hosts/pcmanfm-qt.so";
 constexpr const char* kHostEntry = "wevora_pcmanfmqt_start";
 
 constexpr const char* kKey = "wevora";
 constexpr const char* kPlugins = "QT_QPA_GENERIC_PLUGINS";
 
-bool isInsideTheHost() {
+bool isInsidePCManFMQt() {
   return QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget()).fileName() ==
          QLatin1String("pcmanfm-qt");
 }
 
-/// What the host starts is not asked to load the plug-in.
-void leaveEnvironment() {
+/// Removes the plug-in from the environment, so that the host's child processes do not load it.
+void cleanEnvironment() {
   QByteArrayList others = qgetenv(kPlugins).split(',');
   others.removeAll(kKey);
   if (others.isEmpty())
@@ -34,8 +34,7 @@ void leaveEnvironment() {
 
 }  // namespace
 
-/// What the plug-in is in the host.
-/// Threads: the main thread. Owns: nothing. Errors: as the plug-in.
+/// The plug-in's object inside the host: loads the host's side.
 class Starter : public QObject {
   Q_OBJECT
 
@@ -45,19 +44,19 @@ class Starter : public QObject {
   }
 };
 
-/// What Qt loads, into any program that has it named in its environment. It brings no other library
-/// of the system, and does nothing but in the host; there, once the host's event loop runs.
-/// Threads: the main thread. Owns: nothing. Errors: a plug-in that does nothing.
+/// The generic Qt plug-in. Qt loads it into any program whose environment lists it, so it links
+/// only to small dependencies and does nothing outside of pcmanfm-qt. Inside, it loads the host's
+/// side when the event loop runs.
 class Plugin : public QGenericPlugin {
   Q_OBJECT
   Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "plugin.json")
 
  public:
-  // NOLINTBEGIN(cppcoreguidelines-owning-memory): Qt deletes what is made
+  // NOLINTBEGIN(cppcoreguidelines-owning-memory): Qt takes ownership
   QObject* create(const QString& key, const QString&) override {
-    if (key.compare(QLatin1String(kKey), Qt::CaseInsensitive) != 0 || !isInsideTheHost())
+    if (key.compare(QLatin1String(kKey), Qt::CaseInsensitive) != 0 || !isInsidePCManFMQt())
       return new QObject();
-    leaveEnvironment();
+    cleanEnvironment();
     auto* starter = new Starter();
     QMetaObject::invokeMethod(starter, "start", Qt::QueuedConnection);
     return starter;

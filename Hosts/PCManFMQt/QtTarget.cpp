@@ -5,7 +5,7 @@
 namespace wevora::pcmanfmqt {
 namespace {
 
-/// Shares the bitmap's pixels, and must not outlive it.
+/// An image that shares the bitmap's pixels and must not outlive it.
 QImage sharing(const platform::Bitmap& bitmap) {
   return {reinterpret_cast<const uchar*>(bitmap.pixels().data()), static_cast<int>(bitmap.width()),
           static_cast<int>(bitmap.height()), static_cast<int>(bitmap.bytesPerRow()),
@@ -17,7 +17,7 @@ bool isWhole(const platform::Rect& source, const platform::Bitmap& bitmap) {
          source.height == static_cast<double>(bitmap.height());
 }
 
-/// On whole device pixels, so that what has a pixel for each of them stays sharp.
+/// Rounds to whole device pixels, so that an unscaled image stays sharp.
 QRectF onPixels(const QRectF& place, double scale) {
   const auto snapped = [scale](double value) { return std::round(value * scale) / scale; };
   return {snapped(place.x()), snapped(place.y()), snapped(place.width()), snapped(place.height())};
@@ -25,17 +25,17 @@ QRectF onPixels(const QRectF& place, double scale) {
 
 }  // namespace
 
-QImage pictureOf(const platform::Bitmap& bitmap) {
+QImage imageOf(const platform::Bitmap& bitmap) {
   return sharing(bitmap).copy();
 }
 
-const QImage& ImageCache::of(const platform::Bitmap& bitmap, const Wanted& wanted) {
-  if (const auto found = pictures_.find(wanted); found != pictures_.end()) return found->second;
-  if (pictures_.size() >= kKept) pictures_.clear();
-  const QImage all = pictureOf(bitmap);
+const QImage& ImageCache::of(const platform::Bitmap& bitmap, const Key& key) {
+  if (const auto found = entries_.find(key); found != entries_.end()) return found->second;
+  if (entries_.size() >= kMaxEntries) entries_.clear();
+  const QImage all = imageOf(bitmap);
   const QImage scaled =
-      all.scaled(wanted.width, wanted.height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-  return pictures_[wanted] = wanted.upsideDown ? scaled.mirrored() : scaled;
+      all.scaled(key.width, key.height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+  return entries_[key] = key.upsideDown ? scaled.mirrored() : scaled;
 }
 
 double QtTarget::deviceScale() const {
@@ -63,10 +63,10 @@ void QtTarget::drawPart(const platform::Bitmap& bitmap, const platform::BitmapDr
     const auto pixels = [this](double points) {
       return static_cast<int>(std::lround(points * deviceScale()));
     };
-    painter_.drawImage(place, pictures_.of(bitmap, {.bitmap = bitmap.identity(),
-                                                    .width = pixels(place.width()),
-                                                    .height = pixels(place.height()),
-                                                    .upsideDown = drawing.upsideDown}));
+    painter_.drawImage(place, images_.of(bitmap, {.bitmap = bitmap.identity(),
+                                                  .width = pixels(place.width()),
+                                                  .height = pixels(place.height()),
+                                                  .upsideDown = drawing.upsideDown}));
     return;
   }
   const auto& source = drawing.source;

@@ -11,36 +11,38 @@
 
 namespace wevora::pcmanfmqt {
 
-/// Bitmaps as they were drawn, at the size in device pixels that they were drawn in.
-/// Threads: the main thread. Owns: the pictures. Errors: none.
+/// Caches drawn bitmaps as images scaled to device pixels.
+/// Thread-safety: main thread only.
 class ImageCache {
  public:
-  /// More than the badges have in the sizes of one session; when they are full, all are made anew.
-  static constexpr std::size_t kKept = 128;
+  /// More entries than the badges need in one session. Eviction: a full cache is cleared.
+  static constexpr std::size_t kMaxEntries = 128;
 
-  struct Wanted {
+  struct Key {
     std::uint64_t bitmap = 0;
     int width = 0;   // device pixels
     int height = 0;  // device pixels
     bool upsideDown = false;
-    auto operator<=>(const Wanted&) const = default;
+    auto operator<=>(const Key&) const = default;
   };
-  const QImage& of(const platform::Bitmap& bitmap, const Wanted& wanted);
+  /// The image of a bitmap for a key with the bitmap's identity. Valid until the next call.
+  const QImage& of(const platform::Bitmap& bitmap, const Key& key);
 
  private:
-  std::map<Wanted, QImage> pictures_;
+  std::map<Key, QImage> entries_;
 };
 
-/// A picture that nobody keeps; its pixels are a copy.
-QImage pictureOf(const platform::Bitmap& bitmap);
+/// A new image, not cached, with a copy of the bitmap's pixels.
+QImage imageOf(const platform::Bitmap& bitmap);
 
 /// Draws with a painter of the host's window. y grows downwards.
-/// Threads: the main thread. Owns: nothing; painter and pictures outlive it. Errors: none.
+/// Thread-safety: main thread only.
+/// Ownership: painter and image cache must outlive it.
 class QtTarget : public platform::DrawingTarget {
  public:
   /// The target's origin in the painter's coordinates.
-  QtTarget(QPainter& painter, ImageCache& pictures, QPointF origin)
-      : painter_(painter), pictures_(pictures), origin_(origin) {}
+  QtTarget(QPainter& painter, ImageCache& images, QPointF origin)
+      : painter_(painter), images_(images), origin_(origin) {}
 
   double deviceScale() const override;
   bool isFlipped() const override { return true; }
@@ -54,7 +56,7 @@ class QtTarget : public platform::DrawingTarget {
                 const QRectF& place);
 
   QPainter& painter_;
-  ImageCache& pictures_;
+  ImageCache& images_;
   const QPointF origin_;
 };
 

@@ -1,4 +1,4 @@
-// What lands in a picture that Qt paints into: no display is needed.
+// Qt paints into an image, so no display is needed.
 
 #include "Hosts/PCManFMQt/QtTarget.h"
 
@@ -25,28 +25,28 @@ constexpr int kSide = 8;  // points of the window
 
 using Rows = std::vector<std::string>;
 
-/// A window that the host paints.
+/// A window that the host paints, keyOf an image.
 class Window {
  public:
   explicit Window(double scale = 1)
-      : picture_(static_cast<int>(kSide * scale), static_cast<int>(kSide * scale),
-                 QImage::Format_ARGB32_Premultiplied) {
-    picture_.setDevicePixelRatio(scale);
-    picture_.fill(Qt::transparent);
-    painter_.begin(&picture_);
+      : canvas_(static_cast<int>(kSide * scale), static_cast<int>(kSide * scale),
+                QImage::Format_ARGB32_Premultiplied) {
+    canvas_.setDevicePixelRatio(scale);
+    canvas_.fill(Qt::transparent);
+    painter_.begin(&canvas_);
   }
 
-  QtTarget target(double x = 0, double y = 0) { return {painter_, pictures_, {x, y}}; }
+  QtTarget target(double x = 0, double y = 0) { return {painter_, images_, {x, y}}; }
   QPainter& painter() { return painter_; }
-  ImageCache& pictures() { return pictures_; }
+  ImageCache& images() { return images_; }
 
-  std::uint32_t pixel(int x, int y) const { return picture_.pixel(x, y); }
-  /// As a person types them: one letter a device pixel, the top row first.
+  std::uint32_t pixel(int x, int y) const { return canvas_.pixel(x, y); }
+  /// The device pixels keyOf text, one letter per pixel, the top row first.
   Rows letters() const {
     Rows rows;
-    for (int y = 0; y < picture_.height(); ++y) {
+    for (int y = 0; y < canvas_.height(); ++y) {
       std::string row;
-      for (int x = 0; x < picture_.width(); ++x) {
+      for (int x = 0; x < canvas_.width(); ++x) {
         const auto colour = pixel(x, y);
         row += colour == kRed     ? 'r'
                : colour == kGreen ? 'g'
@@ -60,8 +60,8 @@ class Window {
   }
 
  private:
-  QImage picture_;
-  ImageCache pictures_;
+  QImage canvas_;
+  ImageCache images_;
   QPainter painter_;
 };
 
@@ -81,7 +81,7 @@ TEST(QtTargetTest, ABitmapFillsItsDestination) {
                                     "........", "........", "........"}));
 }
 
-TEST(QtTargetTest, TheTargetBeginsWhereItsSpaceDoes) {
+TEST(QtTargetTest, TheTargetStartsAtItsOrigin) {
   Window window;
   window.target(3, 4).drawBitmap(plain(kRed),
                                  {.source = {0, 0, 2, 2}, .destination = {1, 0, 2, 2}});
@@ -101,7 +101,7 @@ TEST(QtTargetTest, TheTopRowOfABitmapIsAboveUnlessItIsUpsideDown) {
   }
 }
 
-TEST(QtTargetTest, OnlyTheSourceOfABitmapIsDrawnWhicheverWayItStands) {
+TEST(QtTargetTest, OnlyTheSourceOfABitmapIsDrawnInEitherOrientation) {
   // Red and green above blue and white.
   const auto bitmap = Bitmap::make(2, 2, {kRed, kGreen, kBlue, kWhite});
   for (const bool upsideDown : {false, true}) {
@@ -114,7 +114,7 @@ TEST(QtTargetTest, OnlyTheSourceOfABitmapIsDrawnWhicheverWayItStands) {
   }
 }
 
-TEST(QtTargetTest, APartThatIsUpsideDownIsTurnedItself) {
+TEST(QtTargetTest, AnUpsideDownPartIsFlippedWithinItself) {
   const auto bitmap = Bitmap::make(1, 3, {kRed, kBlue, kGreen});
   Window window;
   window.target().drawBitmap(
@@ -123,7 +123,7 @@ TEST(QtTargetTest, APartThatIsUpsideDownIsTurnedItself) {
   EXPECT_EQ(window.letters()[1], "r.......");
 }
 
-TEST(QtTargetTest, WhatTheHostHasPaintedStaysAroundTheBitmap) {
+TEST(QtTargetTest, TheHostsPaintingIsKeptAroundTheBitmap) {
   Window window;
   window.painter().fillRect(0, 0, kSide, kSide, Qt::green);
   window.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 6, 2, 2}});
@@ -131,7 +131,7 @@ TEST(QtTargetTest, WhatTheHostHasPaintedStaysAroundTheBitmap) {
                                     "gggggggg", "rrgggggg", "rrgggggg"}));
 }
 
-TEST(QtTargetTest, AFractionLetsTheHostsPaintingShineThrough) {
+TEST(QtTargetTest, AFractionBlendsTheBitmapWithTheHostsPainting) {
   Window window;
   window.painter().fillRect(0, 0, kSide, kSide, Qt::white);
   window.target().drawBitmap(
@@ -140,7 +140,7 @@ TEST(QtTargetTest, AFractionLetsTheHostsPaintingShineThrough) {
   EXPECT_EQ(window.pixel(7, 0), kWhite);
 }
 
-TEST(QtTargetTest, ACopyTakesThePlaceOfWhatIsThere) {
+TEST(QtTargetTest, ACopyReplacesTheDestination) {
   using platform::CompositingOperation;
   for (const auto operation : {CompositingOperation::Copy, CompositingOperation::SourceOver}) {
     Window window;
@@ -152,7 +152,7 @@ TEST(QtTargetTest, ACopyTakesThePlaceOfWhatIsThere) {
   }
 }
 
-TEST(QtTargetTest, ADrawingLeavesTheHostsPainterAsItWas) {
+TEST(QtTargetTest, ADrawingRestoresTheHostsPainter) {
   Window window;
   window.painter().setOpacity(0.75);
   window.target().drawBitmap(upright(), {.source = {0, 0, 2, 2},
@@ -163,13 +163,13 @@ TEST(QtTargetTest, ADrawingLeavesTheHostsPainterAsItWas) {
   EXPECT_EQ(window.painter().compositionMode(), QPainter::CompositionMode_SourceOver);
 }
 
-TEST(QtTargetTest, ADestinationThatIsNoPixelWideIsNotDrawn) {
+TEST(QtTargetTest, ADestinationNarrowerThanHalfAPixelIsNotDrawn) {
   Window window;
   window.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {1, 1, 0.2, 4}});
   EXPECT_EQ(window.letters(), Rows(kSide, "........"));
 }
 
-TEST(QtTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDrawnPixelByPixel) {
+TEST(QtTargetTest, OnAHighDensityDisplayTheHighDensityRepresentationIsDrawnUnscaled) {
   platform::Image image({2, 2});
   const std::vector<platform::ImageRep> reps = {
       {.bitmap = plain(kGreen), .size = {2, 2}},
@@ -194,7 +194,7 @@ TEST(QtTargetTest, OnADisplayOfTwoPixelsAPointTheImageOfTwiceThePixelsIsDrawnPix
   EXPECT_EQ(rows[4], "................");
 }
 
-TEST(QtTargetTest, ABitmapBetweenTwoPixelsIsPutOnOne) {
+TEST(QtTargetTest, ABitmapBetweenTwoPixelsIsRoundedToOne) {
   Window window;
   window.target(0.4, 0).drawBitmap(upright(),
                                    {.source = {0, 0, 2, 2}, .destination = {0, 0.5, 2, 2}});
@@ -203,35 +203,35 @@ TEST(QtTargetTest, ABitmapBetweenTwoPixelsIsPutOnOne) {
   EXPECT_EQ(window.letters()[2], "bb......");
 }
 
-ImageCache::Wanted as(const BitmapRef& bitmap, int side, bool upsideDown = false) {
+ImageCache::Key keyOf(const BitmapRef& bitmap, int side, bool upsideDown = false) {
   return {.bitmap = bitmap->identity(), .width = side, .height = side, .upsideDown = upsideDown};
 }
 
-TEST(PicturesTest, ABitmapThatIsDrawnAgainHasTheSamePicture) {
-  ImageCache pictures;
+TEST(ImageCacheTest, ABitmapThatIsDrawnAgainHasTheCachedImage) {
+  ImageCache images;
   const auto bitmap = upright();
-  const QImage* const first = &pictures.of(*bitmap, as(bitmap, 2));
-  EXPECT_EQ(&pictures.of(*bitmap, as(bitmap, 2)), first);
+  const QImage* const first = &images.of(*bitmap, keyOf(bitmap, 2));
+  EXPECT_EQ(&images.of(*bitmap, keyOf(bitmap, 2)), first);
 }
 
-TEST(PicturesTest, ABitmapHasAPictureForEachSizeAndEachWayItStands) {
-  ImageCache pictures;
+TEST(ImageCacheTest, ABitmapHasAnImageForEachSizeAndOrientation) {
+  ImageCache images;
   const auto bitmap = upright();
-  EXPECT_EQ(pictures.of(*bitmap, as(bitmap, 2)).pixel(0, 0), kRed);
-  EXPECT_EQ(pictures.of(*bitmap, as(bitmap, 2, true)).pixel(0, 0), kBlue);
-  EXPECT_EQ(pictures.of(*bitmap, as(bitmap, 6)).width(), 6);
+  EXPECT_EQ(images.of(*bitmap, keyOf(bitmap, 2)).pixel(0, 0), kRed);
+  EXPECT_EQ(images.of(*bitmap, keyOf(bitmap, 2, true)).pixel(0, 0), kBlue);
+  EXPECT_EQ(images.of(*bitmap, keyOf(bitmap, 6)).width(), 6);
 }
 
-TEST(PicturesTest, APictureOutlivesItsBitmap) {
+TEST(ImageCacheTest, AnImageOutlivesItsBitmap) {
   auto bitmap = plain(kGreen);
-  const QImage picture = pictureOf(*bitmap);
+  const QImage image = imageOf(*bitmap);
   bitmap.reset();
-  EXPECT_EQ(picture.pixel(1, 1), kGreen);
+  EXPECT_EQ(image.pixel(1, 1), kGreen);
 }
 
-TEST(PicturesTest, MoreBitmapsThanAreKeptAreAllDrawn) {
+TEST(ImageCacheTest, BitmapsAreDrawnAfterTheCacheIsEvicted) {
   Window window;
-  for (std::size_t i = 0; i <= ImageCache::kKept; ++i)
+  for (std::size_t i = 0; i <= ImageCache::kMaxEntries; ++i)
     window.target().drawBitmap(plain(kBlue), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   window.target().drawBitmap(plain(kRed), {.source = {0, 0, 2, 2}, .destination = {0, 0, 2, 2}});
   EXPECT_EQ(window.letters()[0], "rr......");

@@ -19,12 +19,11 @@ using platform::Id;
 
 QIcon iconOf(const platform::Image& image) {
   QIcon icon;
-  for (const auto& rendering : image.representations())
-    icon.addPixmap(QPixmap::fromImage(pictureOf(*rendering.bitmap)));
+  for (const auto& representation : image.representations())
+    icon.addPixmap(QPixmap::fromImage(imageOf(*representation.bitmap)));
   return icon;
 }
 
-/// Threads, Errors: as SidebarRow. Owns: nothing.
 class Row : public SidebarRow {
  public:
   Row(platform::Class& isa, const QModelIndex& index) : SidebarRow(isa), index_(index) {}
@@ -47,7 +46,8 @@ class Row : public SidebarRow {
 
 void Sidebars::appeared(QAbstractItemView& places) {
   if (sidebars_.contains(&places)) return;
-  connect(&places, &QObject::destroyed, this, [this, gone = &places] { sidebars_.erase(gone); });
+  connect(&places, &QObject::destroyed, this,
+          [this, destroyed = &places] { sidebars_.erase(destroyed); });
   const auto again = [this, view = QPointer<QAbstractItemView>(&places)] {
     platform::catchAll([&] {
       if (view) present(*view);
@@ -63,7 +63,7 @@ void Sidebars::appeared(QAbstractItemView& places) {
   again();
 }
 
-// Giving a row its image is itself a change of the model.
+// Setting a row's image changes the model again, so the flag prevents recursion.
 void Sidebars::present(QAbstractItemView& places) {
   const auto found = sidebars_.find(&places);
   if (found == sidebars_.end() || places.model() == nullptr || std::exchange(presenting_, true))

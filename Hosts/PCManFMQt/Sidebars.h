@@ -12,9 +12,11 @@
 
 namespace wevora::pcmanfmqt {
 
-/// The host's lists of places. A row's image is the decoration of its item in the host's model.
-/// Threads: the main thread. Owns: a sidebar for each list of places, as long as that lives.
-/// Errors: a row whose model takes no decoration stays as it is.
+/// The host's sidebars (places views). A row's image is the decoration of its item in the host's
+/// model.
+/// Thread-safety: main thread only.
+/// Ownership: a sidebar for each places view, as long as the view lives.
+/// Errors: a row whose model rejects the decoration is left unchanged.
 class Sidebars : public QObject {
  public:
   Sidebars(platform::Runtime& runtime, platform::Class& views) : classes_(runtime, views) {}

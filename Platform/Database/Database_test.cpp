@@ -14,13 +14,13 @@ namespace {
 
 using agent_sim::DatabaseWriter;
 
-/// A clock on which time passes each time it is asked for.
-class ImpatientClock : public VirtualClock {
+/// A clock that advances with every call.
+class AdvancingClock : public VirtualClock {
  public:
-  std::chrono::nanoseconds uptime() const override { return std::chrono::seconds(++asked_); }
+  std::chrono::nanoseconds uptime() const override { return std::chrono::seconds(++calls_); }
 
  private:
-  mutable std::atomic<int> asked_{0};
+  mutable std::atomic<int> calls_{0};
 };
 
 class DatabaseTest : public testing::Test {
@@ -64,7 +64,7 @@ TEST_F(DatabaseTest, ReadsTheTypesOfARow) {
   EXPECT_EQ(rows->next(nullptr), ResultSet::Step::done);
 }
 
-TEST_F(DatabaseTest, APreparedQueryRunsAgainWithOtherValuesAndKeepsOddBytes) {
+TEST_F(DatabaseTest, APreparedQueryRunsAgainWithOtherValuesAndPreservesOddBytes) {
   writer.runScript("CREATE TABLE t(k, v)");
   const std::string odd("it's\n\xFF:\0x", 9);
   writer.run("INSERT INTO t VALUES(?, 'one')", {std::string("a")});
@@ -112,12 +112,12 @@ TEST_F(DatabaseTest, OpensNothingButARegularFile) {
   EXPECT_FALSE(databases.databaseWithPath(folder.path())->open(nullptr));
 }
 
-TEST_F(DatabaseTest, AQueryThatRunsTooLongEndsWithAnError) {
+TEST_F(DatabaseTest, AQueryThatExceedsItsTimeLimitEndsWithAnError) {
   writer.runScript(
       "CREATE VIEW endless AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) "
       "SELECT i FROM n WHERE i < 0");
-  ImpatientClock impatient;
-  SqliteDatabases limited(impatient);
+  AdvancingClock advancing;
+  SqliteDatabases limited(advancing);
   const auto database = opened(limited);
   std::optional<DatabaseError> error;
   const auto rows = database->executeQuery("SELECT * FROM endless", &error);
@@ -126,7 +126,7 @@ TEST_F(DatabaseTest, AQueryThatRunsTooLongEndsWithAnError) {
   EXPECT_TRUE(error);
 }
 
-TEST_F(DatabaseTest, AQueryThatAnswersRowsForEverEndsWithAnError) {
+TEST_F(DatabaseTest, AQueryWithUnlimitedRowsEndsWithAnError) {
   writer.runScript(
       "CREATE VIEW endless AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n) "
       "SELECT i FROM n");
@@ -144,7 +144,7 @@ TEST_F(DatabaseTest, AQueryThatAnswersRowsForEverEndsWithAnError) {
   EXPECT_EQ(read, 10);
 }
 
-TEST_F(DatabaseTest, ATextBeyondTheLimitIsAnErrorAndNotMemory) {
+TEST_F(DatabaseTest, AValueBeyondTheSizeLimitIsAnError) {
   writer.runScript("CREATE TABLE t(a); INSERT INTO t VALUES(zeroblob(3000000))");
   const auto database = opened(databases);
   std::optional<DatabaseError> error;
@@ -154,7 +154,7 @@ TEST_F(DatabaseTest, ATextBeyondTheLimitIsAnErrorAndNotMemory) {
   EXPECT_TRUE(error);
 }
 
-TEST_F(DatabaseTest, ManySmallTextsBeyondTheLimitOfAQueryAreAnError) {
+TEST_F(DatabaseTest, SmallTextsBeyondTheTotalLimitOfAQueryAreAnError) {
   writer.runScript("CREATE TABLE t(a); INSERT INTO t VALUES('0123456789'),('0123456789'),('x')");
   DatabaseLimits limits;
   limits.queryTextBytes = 15;
@@ -163,7 +163,7 @@ TEST_F(DatabaseTest, ManySmallTextsBeyondTheLimitOfAQueryAreAnError) {
   EXPECT_EQ(texts(*database->executeQuery("SELECT a FROM t", nullptr), "a").size(), 2U);
 }
 
-TEST_F(DatabaseTest, AFileThatIsNoDatabaseFailsAtTheFirstQuery) {
+TEST_F(DatabaseTest, AFileThatIsNotADatabaseFailsAtTheFirstQuery) {
   std::ofstream(folder.path("noise")) << std::string(8192, 'n');
   const auto database = databases.databaseWithPath(folder.path("noise"));
   database->open(nullptr);

@@ -24,8 +24,8 @@ void report(DatabaseErrorOut error, int code, std::string message) {
   if (error != nullptr) *error = DatabaseError{code, std::move(message)};
 }
 
-/// One open file, shared by the database and what it prepared.
-/// Threads: any. Owns: the handle and the idle prepared queries. Errors: as SQLite's codes.
+/// An open database handle, shared by the database and its statements, with a cache of idle
+/// prepared statements. Thread-safety: any thread.
 class Connection {
  public:
   Connection(const Clock& clock, const DatabaseLimits& limits) : clock_(clock), limits_(limits) {}
@@ -45,7 +45,8 @@ class Connection {
   const DatabaseLimits& limits() const { return limits_; }
 
  private:
-  /// The handle's own recursive mutex: keeps an error's text and the deadline with their call.
+  /// Locks the handle's own recursive mutex, so that the deadline and the error message belong to
+  /// one call.
   class Serialized {
    public:
     explicit Serialized(sqlite3* handle) : mutex_(sqlite3_db_mutex(handle)) {
@@ -62,7 +63,7 @@ class Connection {
   static constexpr std::size_t kMaxIdle = 4;
   static constexpr int kOperationsBetweenChecks = 2000;
 
-  static int overTime(void* self) noexcept {
+  static int isPastDeadline(void* self) noexcept {
     const auto* connection = static_cast<Connection*>(self);
     return connection->clock_.uptime() > connection->deadline_ ? 1 : 0;
   }
@@ -71,13 +72,13 @@ class Connection {
   const Clock& clock_;
   const DatabaseLimits limits_;
   Handle handle_;
-  std::chrono::nanoseconds deadline_{};  // of the query that is being stepped; under Serialized
+  std::chrono::nanoseconds deadline_{};  // of the current call; guarded by Serialized
   Mutex mutex_;
   std::vector<std::pair<std::string, Prepared>> idle_ GUARDED_BY(mutex_);
 };
 
 int Connection::open(const std::string& path) {
-  // Opening a pipe or a device could wait for ever, or do something.
+  // Opening a pipe could block forever; opening a device could have side effects.
   struct stat facts {};
   if (::stat(path.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) return SQLITE_CANTOPEN;
   sqlite3* handle = nullptr;
@@ -111,7 +112,7 @@ void Connection::harden() {
   sqlite3_limit(handle, SQLITE_LIMIT_WORKER_THREADS, 0);
   sqlite3_exec(handle, "PRAGMA cell_size_check=ON; PRAGMA mmap_size=0; PRAGMA query_only=ON;",
                nullptr, nullptr, nullptr);
-  sqlite3_progress_handler(handle, kOperationsBetweenChecks, &Connection::overTime, this);
+  sqlite3_progress_handler(handle, kOperationsBetweenChecks, &Connection::isPastDeadline, this);
 }
 
 Prepared Connection::prepare(std::string_view sql, bool reusable, DatabaseErrorOut error) {
@@ -131,7 +132,7 @@ Prepared Connection::prepare(std::string_view sql, bool reusable, DatabaseErrorO
       }
   }
   const Serialized serialized(handle_.get());
-  deadline_ = deadlineFromNow();  // preparing reads the schema
+  deadline_ = deadlineFromNow();  // preparing reads the schema, which may be slow
   sqlite3_stmt* statement = nullptr;
   const int code =
       sqlite3_prepare_v3(handle_.get(), sql.data(), static_cast<int>(sql.size()),
@@ -141,7 +142,7 @@ Prepared Connection::prepare(std::string_view sql, bool reusable, DatabaseErrorO
     report(error, code, sqlite3_errmsg(handle_.get()));
     return nullptr;
   }
-  if (!prepared) report(error, SQLITE_ERROR, "an empty statement");
+  if (!prepared) report(error, SQLITE_ERROR, "the SQL statement is empty");
   return prepared;
 }
 
@@ -161,8 +162,7 @@ int Connection::step(sqlite3_stmt* statement, std::chrono::nanoseconds deadline,
   return code;
 }
 
-/// Threads, Errors: as ResultSet. Owns: the query where it is used once; otherwise its statement
-/// does.
+/// Ownership: owns the prepared query of `executeQuery`; otherwise the statement owns it.
 class SqliteResultSet : public ResultSet {
  public:
   SqliteResultSet(std::shared_ptr<Connection> connection, sqlite3_stmt* running, Prepared owned)
@@ -176,7 +176,7 @@ class SqliteResultSet : public ResultSet {
     if (rows_ == 0) deadline_ = connection_->deadlineFromNow();
     if (++rows_ > connection_->limits().queryRows ||
         textBytes_ > connection_->limits().queryTextBytes) {
-      report(error, SQLITE_TOOBIG, "the query answers too much");
+      report(error, SQLITE_TOOBIG, "the query exceeds its limit of rows or bytes");
       return Step::error;
     }
     const int code = connection_->step(running_, deadline_, error);
@@ -245,11 +245,11 @@ class SqliteStatement : public Statement {
     }
     int position = 0;
     for (const auto parameter : parameters) {
-      // Not copied: the caller keeps the text as long as the result set.
+      // SQLITE_STATIC: the caller guarantees that the text outlives the result set.
       const int code = sqlite3_bind_text64(prepared_.get(), ++position, parameter.data(),
                                            parameter.size(), SQLITE_STATIC, SQLITE_UTF8);
       if (code != SQLITE_OK) {
-        report(error, code, "a parameter cannot be bound");
+        report(error, code, "cannot bind parameter " + std::to_string(position));
         return nullptr;
       }
     }
@@ -266,7 +266,6 @@ class SqliteStatement : public Statement {
   Prepared prepared_;
 };
 
-/// Threads, Owns, Errors: as Database.
 class SqliteDatabase : public Database {
  public:
   SqliteDatabase(const Clock& clock, const DatabaseLimits& limits, std::string path)

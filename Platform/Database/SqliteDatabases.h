@@ -7,17 +7,18 @@
 
 namespace wevora::platform {
 
-/// What a database may cost at most.
+/// Resource limits of a database.
 struct DatabaseLimits {
   std::chrono::milliseconds busyTimeout{2000};  ///< waiting for a writer
   std::chrono::seconds queryTime{5};            ///< from a query's first step to its end
   int rowBytes = 1 << 20;                       ///< one text, blob or row
-  std::int64_t queryRows = 1'000'000;           ///< rows that one query answers
-  std::int64_t queryTextBytes = 256 << 20;      ///< text that one query hands out
+  std::int64_t queryRows = 1'000'000;           ///< rows returned by one query
+  std::int64_t queryTextBytes = 256 << 20;      ///< text returned by one query
 };
 
-/// Databases in SQLite 3.
-/// Threads: any. Owns: nothing; the clock must outlive its databases. Errors: none.
+/// SQLite 3 databases, hardened against malicious files: only regular files are opened, read-only
+/// and in defensive mode with an untrusted schema and no memory map; a progress handler interrupts
+/// a query that exceeds its time limit. Ownership: the clock must outlive the databases.
 class SqliteDatabases : public Databases {
  public:
   explicit SqliteDatabases(const Clock& clock, DatabaseLimits limits = {})

@@ -12,7 +12,7 @@ std::uint64_t nextIdentity() {
   return ++last;
 }
 
-std::uint32_t cutToAlpha(std::uint32_t pixel) noexcept {
+std::uint32_t clampToAlpha(std::uint32_t pixel) noexcept {
   const std::uint32_t alpha = pixel >> 24U;
   const auto channel = [&](unsigned shift) {
     return std::min((pixel >> shift) & 0xFFU, alpha) << shift;
@@ -26,7 +26,7 @@ std::shared_ptr<const Bitmap> Bitmap::make(std::size_t width, std::size_t height
                                            std::vector<std::uint32_t> pixels) {
   if (width == 0 || height == 0 || width > kLongestSide || height > kLongestSide) return nullptr;
   if (pixels.size() != width * height) return nullptr;
-  for (auto& pixel : pixels) pixel = cutToAlpha(pixel);
+  for (auto& pixel : pixels) pixel = clampToAlpha(pixel);
   return std::make_shared<const Bitmap>(Private(), width, height, std::move(pixels));
 }
 

@@ -10,20 +10,20 @@
 
 namespace wevora::platform {
 
-/// A picture of pixels that never changes once it is made. A pixel is 0xAARRGGBB in the machine's
-/// byte order, its colours premultiplied with its alpha; the top row comes first.
-/// Threads: any. Owns: its pixels.
-/// Errors: making one of no, or of too many pixels answers null.
+/// An immutable bitmap. A pixel is 0xAARRGGBB in the machine's byte order with premultiplied alpha;
+/// the top row comes first.
+/// Thread-safety: any thread.
 class Bitmap {
   struct Private {
     explicit Private() = default;
   };
 
  public:
-  /// Neither side may be longer.
+  /// Maximum width and height.
   static constexpr std::size_t kLongestSide = 4096;  // pixels
 
-  /// Null unless there are width times height pixels. A colour above its alpha is cut down to it.
+  /// Null if a side is 0 or too long, or if there are not width * height pixels. Colour channels
+  /// above their alpha are clamped to it.
   static std::shared_ptr<const Bitmap> make(std::size_t width, std::size_t height,
                                             std::vector<std::uint32_t> pixels);
   Bitmap(Private, std::size_t width, std::size_t height, std::vector<std::uint32_t> pixels);
@@ -32,8 +32,8 @@ class Bitmap {
   std::size_t height() const noexcept { return height_; }  // pixels
   std::span<const std::uint32_t> pixels() const noexcept { return pixels_; }
   std::size_t bytesPerRow() const noexcept { return width_ * sizeof(std::uint32_t); }
-  /// No other bitmap of the process has, had or will have it: what a host keeps for a bitmap (a
-  /// texture) can be found by it again.
+  /// Unique for the lifetime of the process, never reused: the cache key under which a host stores
+  /// what it derives from a bitmap (a texture).
   std::uint64_t identity() const noexcept { return identity_; }
 
  private:
@@ -45,9 +45,8 @@ class Bitmap {
 
 using BitmapRef = std::shared_ptr<const Bitmap>;
 
-/// One rendering of an image: its pixels, and the points that they stand for (a bitmap of 64 pixels
-/// for 32 points is for displays of two pixels a point).
-/// Threads: a value. Owns: a share of the bitmap. Errors: none.
+/// One representation of an image: a bitmap and its size in points. A bitmap of 64 pixels for 32
+/// points is meant for displays with two pixels per point.
 struct ImageRep {
   BitmapRef bitmap;
   Size size;

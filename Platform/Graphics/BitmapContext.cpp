@@ -13,8 +13,8 @@ namespace wevora::platform {
 static_assert(std::endian::native == std::endian::little,
               "cairo's pixels are in the machine's byte order; the stated format is little-endian");
 
-/// A cairo surface in memory, and a context on it whose units are points.
-/// Threads: one at a time. Owns: both. Errors: none; one that failed draws nothing.
+/// A cairo image surface and a context on it whose units are points.
+/// Errors: drawing on a surface that could not be created does nothing.
 class BitmapContext::Surface {
  public:
   explicit Surface(const BitmapContextFormat& format)

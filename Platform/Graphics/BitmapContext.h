@@ -14,8 +14,7 @@ class CairoTarget;
 /// Alpha premultiplied and first, 32 bits, little-endian: the pixels of Bitmap.
 inline constexpr std::uint32_t kBitmapInfoARGB32Premultiplied = 0x2002;
 
-/// What a bitmap context is to be like.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// The parameters of a bitmap context.
 struct BitmapContextFormat {
   std::size_t width = 0;   ///< pixels
   std::size_t height = 0;  ///< pixels
@@ -23,19 +22,19 @@ struct BitmapContextFormat {
   std::size_t bytesPerRow = 0;  ///< 0: chosen by the system
   ColorSpace colorSpace = ColorSpace::GenericRGB;
   std::uint32_t bitmapInfo = kBitmapInfoARGB32Premultiplied;
-  double scale = 1.0;    ///< pixels for each point
+  double scale = 1.0;    ///< pixels per point
   bool flipped = false;  ///< whether y grows downwards
 };
 
-/// A drawing target in memory, transparent at first.
-/// Threads: one at a time. Owns: its pixels. Errors: a format that cannot be had makes none.
+/// A drawing target in memory, initially transparent.
+/// Thread-safety: one thread at a time.
 class BitmapContext : public DrawingTarget {
   struct Private {
     explicit Private() = default;
   };
 
  public:
-  /// Null for another pixel format than that of Bitmap, and for no, or too many pixels.
+  /// Null if the pixel format is not that of Bitmap, or if the size is 0 or too large.
   // CGBitmapContextCreate
   static std::shared_ptr<BitmapContext> create(const BitmapContextFormat& format);
   BitmapContext(Private, const BitmapContextFormat& format);
@@ -43,10 +42,10 @@ class BitmapContext : public DrawingTarget {
   BitmapContext(const BitmapContext&) = delete;
   BitmapContext& operator=(const BitmapContext&) = delete;
 
-  /// What has been drawn so far.
+  /// A copy of the current pixels.
   // CGBitmapContextCreateImage
   BitmapRef createImage() const;
-  /// Fills all of it with a premultiplied pixel (0xAARRGGBB).
+  /// Fills the whole bitmap with a premultiplied pixel (0xAARRGGBB).
   void fill(std::uint32_t pixel);
 
   double deviceScale() const override;

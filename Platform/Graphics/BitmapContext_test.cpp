@@ -16,7 +16,7 @@ using testing_host::twoHalves;
 constexpr std::uint32_t kUpper = 0xFFFF0000;
 constexpr std::uint32_t kLower = 0xFF0000FF;
 
-TEST(BitmapContextTest, OnlyTheStatedPixelFormatCanBeHad) {
+TEST(BitmapContextTest, OnlyThePixelFormatOfABitmapIsSupported) {
   const BitmapContextFormat good{.width = 4, .height = 4};
   EXPECT_TRUE(BitmapContext::create(good));
   auto format = good;
@@ -33,19 +33,19 @@ TEST(BitmapContextTest, OnlyTheStatedPixelFormatCanBeHad) {
   EXPECT_FALSE(BitmapContext::create(format));
 }
 
-TEST(BitmapContextTest, NoPixelsAndTooManyMakeNoContext) {
+TEST(BitmapContextTest, AnEmptyOrTooLargeSizeReturnsNull) {
   EXPECT_FALSE(BitmapContext::create({.width = 0, .height = 4}));
   EXPECT_FALSE(BitmapContext::create({.width = 4, .height = 0}));
   EXPECT_FALSE(BitmapContext::create({.width = Bitmap::kLongestSide + 1, .height = 1}));
 }
 
-TEST(BitmapContextTest, ItBeginsTransparent) {
+TEST(BitmapContextTest, ItIsInitiallyTransparent) {
   const auto context = BitmapContext::create({.width = 3, .height = 2});
   const auto image = context->createImage();
   for (const auto pixel : image->pixels()) EXPECT_EQ(pixel, 0U);
 }
 
-TEST(BitmapContextTest, AnImageOfItDoesNotChangeWithIt) {
+TEST(BitmapContextTest, AnImageDoesNotChangeWhenItsContextIsDrawnInto) {
   const auto context = BitmapContext::create({.width = 3, .height = 2});
   const auto before = context->createImage();
   context->fill(kUpper);
@@ -54,20 +54,20 @@ TEST(BitmapContextTest, AnImageOfItDoesNotChangeWithIt) {
   EXPECT_NE(before->identity(), context->createImage()->identity());
 }
 
-TEST(BitmapContextTest, ABitmapThatIsDrawnDirectlyIsUprightWhereYGrowsUpwards) {
+TEST(BitmapContextTest, ABitmapDrawnDirectlyIsUprightWhereYGrowsUpwards) {
   const auto context = BitmapContext::create({.width = 16, .height = 16});
   contextDrawImage(*context, {0, 0, 16, 16}, twoHalves(16, 16, kUpper, kLower));
   EXPECT_EQ(context->createImage()->pixels().front(), kUpper);
 }
 
-TEST(BitmapContextTest, ABitmapThatIsDrawnDirectlyIsUpsideDownWhereYGrowsDownwards) {
+TEST(BitmapContextTest, ABitmapDrawnDirectlyIsUpsideDownWhereYGrowsDownwards) {
   const auto context = BitmapContext::create({.width = 16, .height = 16, .flipped = true});
   contextDrawImage(*context, {0, 0, 16, 16}, twoHalves(16, 16, kUpper, kLower));
   EXPECT_EQ(context->createImage()->pixels().front(), kLower);
   contextDrawImage(*context, {0, 0, 16, 16}, nullptr);
 }
 
-TEST(BitmapContextTest, ARectangleThatIsNoneDrawsNothingAndSpoilsNothing) {
+TEST(BitmapContextTest, ANonFiniteRectangleDrawsNothingAndLeavesTheContextUsable) {
   const auto context = BitmapContext::create({.width = 16, .height = 16});
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double infinity = std::numeric_limits<double>::infinity();
@@ -79,17 +79,17 @@ TEST(BitmapContextTest, ARectangleThatIsNoneDrawsNothingAndSpoilsNothing) {
   EXPECT_EQ(context->createImage()->pixels().front(), kUpper);
 }
 
-TEST(BitmapTest, AColourAboveItsAlphaIsCutDownToIt) {
+TEST(BitmapTest, AColourAboveItsAlphaIsClampedToIt) {
   const auto bitmap = Bitmap::make(1, 1, {0x40FF2080});
   EXPECT_EQ(bitmap->pixels()[0], 0x40402040U);
 }
 
-TEST(BitmapTest, AsManyPixelsAsTheSidesSayAreNeeded) {
+TEST(BitmapTest, ThePixelCountMustMatchTheSize) {
   EXPECT_FALSE(Bitmap::make(2, 2, {1, 2, 3}));
   EXPECT_FALSE(Bitmap::make(0, 0, {}));
 }
 
-TEST(GraphicsContextTest, StatesThatWereSavedComeBackInTurn) {
+TEST(GraphicsContextTest, SavedStatesAreRestoredInReverseOrder) {
   const auto outer = BitmapContext::create({.width = 1, .height = 1});
   const auto inner = BitmapContext::create({.width = 1, .height = 1});
   EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
@@ -106,7 +106,7 @@ TEST(GraphicsContextTest, StatesThatWereSavedComeBackInTurn) {
   EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
 }
 
-TEST(GraphicsContextTest, ATargetStaysAliveWhileItIsCurrentOrWillBeAgain) {
+TEST(GraphicsContextTest, ATargetIsOwnedWhileItIsCurrentOrSaved) {
   auto target = BitmapContext::create({.width = 1, .height = 1});
   const std::weak_ptr<BitmapContext> seen = target;
   GraphicsContext::setCurrentContext(std::move(target));
@@ -120,7 +120,7 @@ TEST(GraphicsContextTest, ATargetStaysAliveWhileItIsCurrentOrWillBeAgain) {
   EXPECT_TRUE(seen.expired());
 }
 
-TEST(LayerTest, ItAnswersItsFrameAndNotesThatItMustBeDrawn) {
+TEST(LayerTest, ItReturnsItsFrameAndRecordsThatItNeedsDisplay) {
   Runtime runtime;
   const auto layers = Layer::registerIn(runtime);
   const auto layer = std::make_shared<Layer>(*layers);

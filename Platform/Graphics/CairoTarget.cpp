@@ -5,7 +5,7 @@
 namespace wevora::platform {
 namespace {
 
-/// The bitmap as cairo sees it; nothing is copied, and cairo only reads it.
+/// A cairo surface over the bitmap's own pixels, without a copy; cairo only reads it.
 class Source {
  public:
   explicit Source(const Bitmap& bitmap)
@@ -22,7 +22,7 @@ class Source {
     ::cairo_set_source_surface(context, surface_, 0, 0);
     cairo_pattern_t* pattern = ::cairo_get_source(context);
     ::cairo_pattern_set_filter(pattern, CAIRO_FILTER_GOOD);
-    // The bitmap's edges stay as opaque as they are when it is stretched.
+    // Without padding, scaling would fade the bitmap's edges into transparency.
     ::cairo_pattern_set_extend(pattern, CAIRO_EXTEND_PAD);
   }
 

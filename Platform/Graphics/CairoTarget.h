@@ -6,15 +6,15 @@ using cairo_t = struct _cairo;  // NOLINT(bugprone-reserved-identifier): the lib
 
 namespace wevora::platform {
 
-/// Draws with cairo. The context's units are points and its y grows downwards, as cairo has it;
-/// where `flipped` is false the target turns y around within `height`.
-/// Threads: one at a time. Owns: a share of the context. Errors: none.
+/// Draws into a cairo context whose units are points and whose y grows downwards. If `flipped` is
+/// false, the target converts its own upward y within `height`.
+/// Ownership: a reference to the context.
 class CairoTarget : public DrawingTarget {
  public:
   struct Space {
     double deviceScale = 1.0;
     bool flipped = true;
-    double height = 0;  ///< points; needed where not flipped
+    double height = 0;  ///< points; only used if not flipped
   };
   CairoTarget(cairo_t* context, Space space);
   ~CairoTarget() override;

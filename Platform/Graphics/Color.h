@@ -7,14 +7,13 @@
 
 namespace wevora::platform {
 
-/// What the numbers of a colour mean.
+/// The colour space of a colour's components.
 enum class ColorSpace { GenericGray, GenericRGB, DeviceRGB, SRGB, GenericCMYK };
 
-/// Numbers of a colour in a space, its alpha included.
+/// The number of components of a colour space, alpha included.
 std::size_t componentsOf(ColorSpace space) noexcept;
 
-/// A colour for drawing: a space, and its numbers from 0.0 to 1.0, alpha last.
-/// Threads: a value. Owns: its numbers. Errors: none.
+/// A colour for drawing: a colour space and its components from 0.0 to 1.0, alpha last.
 struct GraphicsColor {
   ColorSpace space = ColorSpace::GenericRGB;
   std::vector<double> components;
@@ -22,12 +21,11 @@ struct GraphicsColor {
 };
 using GraphicsColorRef = std::shared_ptr<const GraphicsColor>;
 
-/// Null unless the numbers are as many as the space has.
+/// Null unless the number of components matches the colour space.
 // CGColorCreate
 GraphicsColorRef makeGraphicsColor(ColorSpace space, std::span<const double> components);
 
-/// A colour of the user interface.
-/// Threads: a value. Owns: its numbers. Errors: numbers that are missing are 0, a missing alpha 1.
+/// A colour of the user interface. Missing components default to 0, a missing alpha to 1.
 class Color {
  public:
   Color(ColorSpace space, std::span<const double> components);
@@ -37,7 +35,7 @@ class Color {
   /// Alpha included.
   // -numberOfComponents
   std::size_t numberOfComponents() const noexcept { return components_.size(); }
-  /// Fills as many numbers as fit.
+  /// Copies as many components as fit into the buffer.
   // -getComponents:
   void getComponents(std::span<double> components) const noexcept;
 
@@ -48,8 +46,7 @@ class Color {
   std::vector<double> components_;
 };
 
-/// A colour for filters: red, green, blue and alpha in the RGB space that it came from.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// A colour for filters: red, green, blue and alpha in the RGB colour space of its source colour.
 struct FilterColor {
   // +colorWithCGColor:
   static FilterColor colorWithCGColor(const GraphicsColor& color);

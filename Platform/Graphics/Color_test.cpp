@@ -7,13 +7,13 @@
 namespace wevora::platform {
 namespace {
 
-TEST(ColorTest, ASpaceHasItsNumbersAndAlpha) {
+TEST(ColorTest, TheComponentsOfASpaceIncludeAlpha) {
   EXPECT_EQ(componentsOf(ColorSpace::GenericGray), 2U);
   EXPECT_EQ(componentsOf(ColorSpace::SRGB), 4U);
   EXPECT_EQ(componentsOf(ColorSpace::GenericCMYK), 5U);
 }
 
-TEST(ColorTest, NumbersThatAreMissingAreZeroAndAMissingAlphaIsOne) {
+TEST(ColorTest, MissingComponentsAreZeroAndAMissingAlphaIsOne) {
   const std::array<double, 1> red{0.5};
   const Color color(ColorSpace::DeviceRGB, red);
   std::array<double, 4> components{};
@@ -22,21 +22,21 @@ TEST(ColorTest, NumbersThatAreMissingAreZeroAndAMissingAlphaIsOne) {
   EXPECT_EQ(color.numberOfComponents(), 4U);
 }
 
-TEST(ColorTest, ASmallerBufferGetsAsManyNumbersAsFit) {
+TEST(ColorTest, ASmallerBufferGetsAsManyComponentsAsFit) {
   const std::array<double, 4> rgb{0.1, 0.2, 0.3, 0.4};
   std::array<double, 2> components{};
   Color(ColorSpace::SRGB, rgb).getComponents(components);
   EXPECT_EQ(components, (std::array<double, 2>{0.1, 0.2}));
 }
 
-TEST(ColorTest, AColourForDrawingNeedsAsManyNumbersAsItsSpaceHas) {
+TEST(ColorTest, AColourForDrawingNeedsAllComponentsOfItsSpace) {
   const std::array<double, 4> rgb{0.1, 0.2, 0.3, 0.4};
   EXPECT_TRUE(makeGraphicsColor(ColorSpace::SRGB, rgb));
   EXPECT_FALSE(makeGraphicsColor(ColorSpace::GenericGray, rgb));
   EXPECT_FALSE(makeGraphicsColor(ColorSpace::GenericCMYK, rgb));
 }
 
-TEST(ColorTest, AColourForFiltersIsOfRedGreenAndBlue) {
+TEST(ColorTest, AColourForFiltersIsConvertedToRGB) {
   const std::array<double, 5> cmyk{0.0, 0.5, 1.0, 0.5, 0.25};
   const auto filter =
       FilterColor::colorWithCGColor(*makeGraphicsColor(ColorSpace::GenericCMYK, cmyk));

@@ -5,38 +5,36 @@
 
 namespace wevora::platform {
 
-/// How what is drawn meets what is there; the numbers are fixed.
+/// How source pixels are combined with the destination; the values are fixed.
 enum class CompositingOperation : int {
-  Copy = 1,        ///< takes the place of what is there
-  SourceOver = 2,  ///< covers it as far as it is opaque
+  Copy = 1,        ///< replaces the destination, transparent pixels included
+  SourceOver = 2,  ///< blends the source over the destination by the source's alpha
 };
 
-/// How a bitmap is to be drawn.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// The parameters of one bitmap drawing.
 struct BitmapDrawing {
   Rect source;  ///< pixels of the bitmap, from its upper left corner; never empty
-  /// In the target's own coordinates; never empty. Where `isFlipped`, y is that of its upper edge
-  /// and grows downwards; elsewhere y is that of its lower edge and grows upwards.
+  /// In the target's coordinates; never empty. If the target `isFlipped`, y is the upper edge and
+  /// grows downwards; otherwise y is the lower edge and grows upwards.
   Rect destination;
-  bool upsideDown = false;  ///< whether a person sees the bitmap's top row at the bottom
+  bool upsideDown = false;  ///< whether the bitmap's top row appears at the bottom of the screen
   CompositingOperation operation = CompositingOperation::SourceOver;
   double fraction = 1.0;  ///< opacity, 0.0 to 1.0
 };
 
-/// What images are drawn into: a bitmap, a window, a frame that a host is putting together. Hosts
-/// bring their own.
-/// Threads: one at a time. Owns: as its kind. Errors: none; what cannot be drawn is not.
+/// A surface that images are drawn into: a bitmap, a window, a frame that a host is composing.
+/// Hosts implement their own. Thread-safety: one thread at a time. Errors: a drawing that fails has
+/// no effect.
 class DrawingTarget {
  public:
   virtual ~DrawingTarget() = default;
 
-  /// Device pixels for each point.
+  /// Device pixels per point.
   virtual double deviceScale() const = 0;
   /// Whether y grows downwards.
   virtual bool isFlipped() const = 0;
   virtual void drawBitmap(const BitmapRef& bitmap, const BitmapDrawing& drawing) = 0;
-  /// `save` remembers the target's state (its clip, its transformation), `restore` goes back to
-  /// the one remembered last.
+  /// `save` pushes the target's state (clip, transformation) onto a stack, `restore` pops it.
   virtual void save() = 0;
   virtual void restore() = 0;
 };

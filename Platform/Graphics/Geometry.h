@@ -4,8 +4,7 @@
 
 namespace wevora::platform {
 
-/// Extents, in points unless stated otherwise.
-/// Threads: a value. Owns: nothing. Errors: none.
+/// Width and height, in points unless stated otherwise.
 struct Size {
   double width = 0;
   double height = 0;
@@ -13,7 +12,6 @@ struct Size {
 };
 
 /// A rectangle, in points of the coordinate space in which it is used.
-/// Threads: a value. Owns: nothing. Errors: none.
 struct Rect {
   double x = 0;
   double y = 0;

@@ -12,8 +12,8 @@ struct State {
 };
 
 State& state() noexcept {
-  thread_local State mine;
-  return mine;
+  thread_local State ofThread;
+  return ofThread;
 }
 
 }  // namespace
@@ -27,17 +27,17 @@ void GraphicsContext::setCurrentContext(std::shared_ptr<DrawingTarget> context) 
 }
 
 void GraphicsContext::saveGraphicsState() {
-  State& mine = state();
-  mine.saved.push_back(mine.current);
-  if (mine.current) mine.current->save();
+  State& own = state();
+  own.saved.push_back(own.current);
+  if (own.current) own.current->save();
 }
 
 void GraphicsContext::restoreGraphicsState() noexcept {
-  State& mine = state();
-  if (mine.saved.empty()) return;
-  mine.current = std::move(mine.saved.back());
-  mine.saved.pop_back();
-  if (mine.current) mine.current->restore();
+  State& own = state();
+  if (own.saved.empty()) return;
+  own.current = std::move(own.saved.back());
+  own.saved.pop_back();
+  if (own.current) own.current->restore();
 }
 
 void contextDrawImage(DrawingTarget& context, const Rect& rect, const BitmapRef& image) {

@@ -6,22 +6,21 @@
 
 namespace wevora::platform {
 
-/// The target that images are drawn into on this thread. A host makes its own current around each
-/// drawing of a cell, best with CurrentTarget.
-/// Threads: each has its own. Owns: a share of the target that is current and of those that were
-///   current when the state was saved. Errors: none; while there is none, drawing does nothing.
+/// The current drawing target of the thread. A host makes its own target current while a cell is
+/// drawn, preferably with CurrentTarget. Without a current target, drawing does nothing.
+/// Thread-safety: each thread has its own state.
+/// Ownership: holds the current target and the targets of the saved states.
 class GraphicsContext {
  public:
-  /// Valid while it is current.
+  /// Null without a current target. Valid while it is current.
   static DrawingTarget* currentContext() noexcept;
   static void setCurrentContext(std::shared_ptr<DrawingTarget> context) noexcept;
   static void saveGraphicsState();
-  /// Without a state that was saved this does nothing.
+  /// Does nothing without a saved state.
   static void restoreGraphicsState() noexcept;
 };
 
-/// Makes a target current for a scope, which the target outlives.
-/// Threads: one. Owns: the graphics state that it saved. Errors: none.
+/// Makes a target current for a scope. The target must outlive the scope.
 class CurrentTarget {
  public:
   explicit CurrentTarget(DrawingTarget& target) {

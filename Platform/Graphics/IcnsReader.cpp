@@ -12,7 +12,7 @@
 
 #include "Platform/Base/Guard.h"
 
-extern "C" {  // which the header does not say itself
+extern "C" {  // the header has no linkage specification of its own
 #include <icns.h>
 }
 
@@ -22,9 +22,9 @@ namespace {
 using Bytes = std::span<const std::byte>;
 using Pixels = std::vector<std::uint32_t>;
 
-constexpr std::size_t kHeader = 8;  // bytes: a type, and a length that counts them
+constexpr std::size_t kHeader = 8;  // bytes: a type and a length, which includes the header
 
-/// A kind of element: a picture, whose mask, if it has one, is an element of its own.
+/// An element type that contains an image. Its mask, if any, is a separate element.
 struct Kind {
   std::string_view type;
   std::size_t pixels;  ///< each side
@@ -57,7 +57,7 @@ std::uint32_t byteAt(Bytes bytes, std::size_t at) {
   return std::to_integer<std::uint32_t>(bytes[at]);
 }
 
-/// None where the bytes end before it.
+/// nullopt if the number extends beyond the end of the bytes.
 std::optional<std::uint32_t> bigEndian(Bytes bytes, std::size_t at, std::size_t count) {
   if (at > bytes.size() || bytes.size() - at < count) return std::nullopt;
   std::uint32_t number = 0;
@@ -69,7 +69,7 @@ bool beginsWith(Bytes bytes, std::string_view mark) {
   return bytes.size() >= mark.size() && std::memcmp(bytes.data(), mark.data(), mark.size()) == 0;
 }
 
-/// The elements, or none where the lengths do not fit together.
+/// The elements; nullopt if their lengths are inconsistent.
 std::optional<std::vector<Element>> elementsOf(Bytes file) {
   if (bigEndian(file, 4, 4) != file.size()) return std::nullopt;
   std::vector<Element> elements;
@@ -95,7 +95,7 @@ constexpr std::string_view kPngMark{"\x89PNG\r\n\x1A\n\0\0\0\rIHDR", 16};
 
 struct PngReader {
   Bytes rest;
-  /// Called from within the frames of libraries written in C.
+  /// Called from C code, so it must not throw.
   static cairo_status_t read(void* self, unsigned char* out, unsigned int count) noexcept {
     auto& reader = *static_cast<PngReader*>(self);
     if (reader.rest.size() < count) return CAIRO_STATUS_READ_ERROR;
@@ -112,7 +112,7 @@ std::optional<Pixels> pngPixels(Bytes data, std::size_t side) {
       ::cairo_image_surface_create_from_png_stream(&PngReader::read, &reader);
   const ScopeExit destroyed([surface] { ::cairo_surface_destroy(surface); });
   if (::cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) return std::nullopt;
-  // One without alpha comes as RGB24, whose upper byte means nothing.
+  // An image without alpha is decoded as RGB24, whose upper byte is undefined.
   const auto format = ::cairo_image_surface_get_format(surface);
   if (format != CAIRO_FORMAT_ARGB32 && format != CAIRO_FORMAT_RGB24) return std::nullopt;
   const std::uint32_t opaque = format == CAIRO_FORMAT_RGB24 ? 0xFF000000U : 0U;
@@ -125,10 +125,10 @@ std::optional<Pixels> pngPixels(Bytes data, std::size_t side) {
   return pixels;
 }
 
-// --- What libicns decodes ------------------------------------------------------------------------
-// Checked here first, as it trusts what it is given.
+// --- Formats decoded by libicns ------------------------------------------------------------------
+// Validated here first, because libicns does not check its input.
 
-/// Whether three channels of so many pixels can be unpacked from the data.
+/// Whether the data decodes to three run-length coded channels of `pixels` bytes each.
 bool isRunLengthCoded(Bytes data, std::size_t pixels) {
   std::size_t at = bigEndian(data, 0, 4) == 0U ? 4 : 0;
   for (int channel = 0; channel < 3; ++channel) {
@@ -148,7 +148,8 @@ bool isRunLengthCoded(Bytes data, std::size_t pixels) {
 
 constexpr std::string_view kJpeg2000Mark{"\0\0\0\x0CjP  \r\n\x87\n", 12};
 
-/// Whether the code stream is of four plain channels of 8 bits, in one tile, of that size.
+/// Whether the code stream has four channels of 8 bits without subsampling, in one tile of `side`
+/// pixels.
 bool isPlainJpeg2000(Bytes data, std::size_t side) {
   constexpr std::string_view start{"\xFF\x4F\xFF\x51", 4};
   const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
@@ -156,9 +157,9 @@ bool isPlainJpeg2000(Bytes data, std::size_t side) {
   if (at == std::string_view::npos || text.find(start, at + 1) != std::string_view::npos)
     return false;
   const auto number = [&](std::size_t offset) { return bigEndian(data, at + 4 + offset, 4); };
-  for (const std::size_t extent : {4U, 8U, 20U, 24U})  // of the picture, of a tile
+  for (const std::size_t extent : {4U, 8U, 20U, 24U})  // of the image, of a tile
     if (number(extent) != side) return false;
-  for (const std::size_t offset : {12U, 16U, 28U, 32U})  // of the picture, of its first tile
+  for (const std::size_t offset : {12U, 16U, 28U, 32U})  // of the image, of its first tile
     if (number(offset) != 0U) return false;
   if (bigEndian(data, at + 40, 2) != 4U) return false;
   for (std::size_t channel = 0; channel < 4; ++channel)
@@ -170,10 +171,10 @@ void appendElement(std::vector<std::byte>& family, const Element& element) {
   family.insert(family.end(), element.whole.begin(), element.whole.end());
 }
 
-/// A family that holds the picture and its mask, and nothing else.
-std::vector<std::byte> familyOf(const Element& picture, const Element* mask) {
+/// An icon family that contains only the image and its mask.
+std::vector<std::byte> familyOf(const Element& image, const Element* mask) {
   std::vector<std::byte> family(kHeader);
-  appendElement(family, picture);
+  appendElement(family, image);
   if (mask != nullptr) appendElement(family, *mask);
   std::memcpy(family.data(), "icns", 4);
   for (std::size_t i = 0; i < 4; ++i)
@@ -187,46 +188,46 @@ std::uint32_t premultiplied(const icns_byte_t* rgba) {
   return (alpha << 24U) | (channel(rgba[0]) << 16U) | (channel(rgba[1]) << 8U) | channel(rgba[2]);
 }
 
-std::optional<Pixels> familyPixels(const Kind& kind, const Element& picture, const Element* mask) {
+std::optional<Pixels> familyPixels(const Kind& kind, const Element& image, const Element* mask) {
   static const bool quiet = (::icns_set_print_errors(0), true);
   static_cast<void>(quiet);
-  auto bytes = familyOf(picture, mask);
+  auto bytes = familyOf(image, mask);
   icns_family_t* family = nullptr;
   const ScopeExit freed([&] { std::free(family); });  // NOLINT: libicns allocates with malloc
   if (::icns_import_family_data(static_cast<icns_size_t>(bytes.size()),
                                 reinterpret_cast<icns_byte_t*>(bytes.data()), &family) != 0)
     return std::nullopt;
-  icns_image_t image{};
-  const ScopeExit imageFreed([&] { ::icns_free_image(&image); });
-  const auto type = *bigEndian(picture.whole, 0, 4);
-  if (::icns_get_image32_with_mask_from_family(family, type, &image) != 0) return std::nullopt;
-  if (image.imageWidth != kind.pixels || image.imageHeight != kind.pixels ||
-      image.imageChannels != 4 || image.imageDataSize < kind.pixels * kind.pixels * 4)
+  icns_image_t decoded{};
+  const ScopeExit decodedFreed([&] { ::icns_free_image(&decoded); });
+  const auto type = *bigEndian(image.whole, 0, 4);
+  if (::icns_get_image32_with_mask_from_family(family, type, &decoded) != 0) return std::nullopt;
+  if (decoded.imageWidth != kind.pixels || decoded.imageHeight != kind.pixels ||
+      decoded.imageChannels != 4 || decoded.imageDataSize < kind.pixels * kind.pixels * 4)
     return std::nullopt;
   Pixels pixels(kind.pixels * kind.pixels);
   for (std::size_t i = 0; i < pixels.size(); ++i)
-    pixels[i] = premultiplied(image.imageData + i * 4);
+    pixels[i] = premultiplied(decoded.imageData + i * 4);
   return pixels;
 }
 
 // --- Representations -----------------------------------------------------------------------------
 
-/// Whether the picture is in a form that is read here at all.
-bool isKnownForm(const Kind& kind, const Element& picture) {
-  if (!kind.mask.empty() || beginsWith(picture.data(), kPngMark)) return true;
-  return beginsWith(picture.data(), kJpeg2000Mark) && kind.pixels >= 256 && kind.type < "ic11";
+/// Whether the image has a supported encoding.
+bool isSupported(const Kind& kind, const Element& image) {
+  if (!kind.mask.empty() || beginsWith(image.data(), kPngMark)) return true;
+  return beginsWith(image.data(), kJpeg2000Mark) && kind.pixels >= 256 && kind.type < "ic11";
 }
 
-std::optional<Pixels> pixelsOf(const Kind& kind, const Element& picture, const Element* mask) {
-  const Bytes data = picture.data();
+std::optional<Pixels> pixelsOf(const Kind& kind, const Element& image, const Element* mask) {
+  const Bytes data = image.data();
   if (!kind.mask.empty()) {
     const std::size_t count = kind.pixels * kind.pixels;
     if (mask == nullptr || mask->data().size() != count) return std::nullopt;
     if (data.size() >= count * 4 || !isRunLengthCoded(data, count)) return std::nullopt;
-    return familyPixels(kind, picture, mask);
+    return familyPixels(kind, image, mask);
   }
   if (beginsWith(data, kPngMark)) return pngPixels(data, kind.pixels);
-  return isPlainJpeg2000(data, kind.pixels) ? familyPixels(kind, picture, nullptr) : std::nullopt;
+  return isPlainJpeg2000(data, kind.pixels) ? familyPixels(kind, image, nullptr) : std::nullopt;
 }
 
 }  // namespace
@@ -236,9 +237,9 @@ std::vector<ImageRep> icnsRepresentations(std::span<const std::byte> file) {
   if (!elements) return {};
   std::vector<ImageRep> representations;
   for (const auto& kind : kKinds) {
-    const Element* picture = find(*elements, kind.type);
-    if (picture == nullptr || !isKnownForm(kind, *picture)) continue;
-    auto pixels = pixelsOf(kind, *picture, find(*elements, kind.mask));
+    const Element* image = find(*elements, kind.type);
+    if (image == nullptr || !isSupported(kind, *image)) continue;
+    auto pixels = pixelsOf(kind, *image, find(*elements, kind.mask));
     if (!pixels) return {};
     representations.push_back(
         {Bitmap::make(kind.pixels, kind.pixels, std::move(*pixels)), {kind.points, kind.points}});

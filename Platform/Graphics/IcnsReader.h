@@ -8,7 +8,7 @@
 
 namespace wevora::platform {
 
-/// The representations of an icon family. Errors: one that is not whole has none.
+/// The representations of an icon family (.icns); empty if the file is truncated or malformed.
 std::vector<ImageRep> icnsRepresentations(std::span<const std::byte> file);
 
 }  // namespace wevora::platform

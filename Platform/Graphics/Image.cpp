@@ -20,7 +20,7 @@ bool covers(const ImageRep& rep, Size pixels) {
          static_cast<double>(rep.bitmap->height()) >= pixels.height;
 }
 
-/// How far the representation is from being meant for so many pixels a point.
+/// How far the representation's pixels per point are from `scale`.
 double misfit(const ImageRep& rep, double scale) {
   if (!(rep.size.width > 0)) return std::numeric_limits<double>::max();
   return std::abs(static_cast<double>(rep.bitmap->width()) / rep.size.width - scale);
@@ -35,7 +35,7 @@ bool betterFor(Size pixels, double scale, const ImageRep& candidate, const Image
 }
 
 Size wholePixels(Size size) {
-  // What rounding adds to a scale must not ask for the next larger picture.
+  // A rounding error of the scale must not select the next larger representation.
   return {std::floor(size.width + 0.01), std::floor(size.height + 0.01)};
 }
 
@@ -73,7 +73,7 @@ void Image::drawInRect(const Rect& rect, const Rect& fromRect, CompositingOperat
   if (target == nullptr || rect.empty() || !rect.finite() || !fromRect.finite()) return;
   const double scale = target->deviceScale();
   const bool whole = fromRect.empty() || !(size_.width > 0 && size_.height > 0);
-  // A part of the image is stretched as if the whole were drawn around it.
+  // A part of the image is scaled as if the whole image were drawn around it.
   const double stretchX = whole ? 1 : size_.width / fromRect.width;
   const double stretchY = whole ? 1 : size_.height / fromRect.height;
   const ImageRep* rep = bestRepresentation(
@@ -104,7 +104,8 @@ BitmapRef Image::CGImageForProposedRect(const Rect& proposedRect) const {
   return rep == nullptr ? nullptr : rep->bitmap;
 }
 
-/// What draws into an image of our own: its size in points, as fine as its finest representation.
+/// The focus target of an image without a FocusMaker: a bitmap of the image's size, at the scale of
+/// its finest representation.
 class Image::Canvas {
  public:
   static std::shared_ptr<BitmapContext> of(const Image& image) {

@@ -14,13 +14,13 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::size_t kLargestFile = 16U << 20U;  // bytes
+constexpr std::size_t kMaxFileSize = 16U << 20U;  // bytes
 
 }  // namespace
 
 std::vector<ImageRep> imageRepsWithContentsOfFile(const std::string& path) noexcept {
   return catchAllOr(std::vector<ImageRep>(), [&] {
-    const auto file = contentsOfRegularFile(path, kLargestFile).value_or("");
+    const auto file = contentsOfRegularFile(path, kMaxFileSize).value_or("");
     const auto bytes = std::as_bytes(std::span(file));
     if (file.starts_with("icns")) return icnsRepresentations(bytes);
     if (file.starts_with("II*\0"sv) || file.starts_with("MM\0*"sv))

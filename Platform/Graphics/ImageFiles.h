@@ -8,15 +8,15 @@
 
 namespace wevora::platform {
 
-/// The representations in a file of the kinds .icns and .tiff, told by its first bytes. A file is
-/// hostile input: only regular files of at most 16 MiB are read, no bitmap is larger than Bitmap
-/// allows, and what cannot be read whole gives no representations.
-/// Threads: any. Errors: none; whatever is wrong with the file, the list is empty.
+/// The representations in an .icns or .tiff file; the format is detected by its first bytes. The
+/// file is treated as hostile input: only regular files of up to 16 MiB are read, and bitmaps are
+/// limited by Bitmap::kLongestSide.
+/// Errors: empty if the file cannot be read, is malformed or has another format.
 // +imageRepsWithContentsOfFile:
 std::vector<ImageRep> imageRepsWithContentsOfFile(const std::string& path) noexcept;
 
-/// An image of the file's representations, as large as the largest of them; null when there is
-/// none.
+/// An image with the file's representations and the size of the largest; null if there are no
+/// representations.
 ImageRef imageWithContentsOfFile(const std::string& path);
 
 }  // namespace wevora::platform

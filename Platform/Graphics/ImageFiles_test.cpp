@@ -28,10 +28,10 @@ class ImageFilesTest : public testing::Test {
     return imageRepsWithContentsOfFile(file);
   }
   TemporaryFolder folder;
-  std::string file = folder.path("picture");
+  std::string file = folder.path("image");
 };
 
-TEST_F(ImageFilesTest, AnIconFamilyHasARepresentationForEachPicture) {
+TEST_F(ImageFilesTest, AnIconFamilyHasARepresentationForEachImage) {
   const auto reps = read(icnsFile({pngElement("icp4", *twoHalves(16, 16, kUpper, kLower)),
                                    pngElement("ic07", *twoHalves(128, 128, kUpper, kLower))}));
   ASSERT_EQ(reps.size(), 2U);
@@ -42,31 +42,31 @@ TEST_F(ImageFilesTest, AnIconFamilyHasARepresentationForEachPicture) {
   EXPECT_EQ(reps[1].bitmap->pixels().back(), kLower);
 }
 
-TEST_F(ImageFilesTest, ThePicturesForTwoPixelsAPointHaveHalfAsManyPoints) {
+TEST_F(ImageFilesTest, AnImageForTwoPixelsPerPointHasHalfAsManyPoints) {
   const auto reps = read(icnsFile({pngElement("ic11", *twoHalves(32, 32, kUpper, kLower))}));
   ASSERT_EQ(reps.size(), 1U);
   EXPECT_EQ(reps[0].size, (Size{16, 16}));
 }
 
-TEST_F(ImageFilesTest, ARunLengthCodedPictureIsReadWithItsMask) {
+TEST_F(ImageFilesTest, ARunLengthCodedImageIsReadWithItsMask) {
   const auto reps = read(icnsFile(testing_host::smallRunLengthElements(0xFF204060)));
   ASSERT_EQ(reps.size(), 1U);
   EXPECT_EQ(reps[0].bitmap->width(), 16U);
   EXPECT_EQ(reps[0].bitmap->pixels()[100], 0xFF204060U);
 }
 
-TEST_F(ImageFilesTest, ElementsThatAreNoPicturesAreLeftOut) {
+TEST_F(ImageFilesTest, ElementsThatAreNotImagesAreSkipped) {
   const auto reps = read(icnsFile({{"TOC ", "12345678"},
                                    {"icnV", "1234"},
                                    pngElement("icp4", *twoHalves(16, 16, kUpper, kLower))}));
   EXPECT_EQ(reps.size(), 1U);
 }
 
-TEST_F(ImageFilesTest, APictureOfAnotherSizeThanItsTypeSaysSpoilsTheFamily) {
+TEST_F(ImageFilesTest, AnImageWhoseSizeDoesNotMatchItsTypeInvalidatesTheFamily) {
   EXPECT_TRUE(read(icnsFile({pngElement("icp4", *twoHalves(32, 32, kUpper, kLower))})).empty());
 }
 
-TEST_F(ImageFilesTest, AFamilyThatIsCutShortAnywhereHasNoRepresentations) {
+TEST_F(ImageFilesTest, ATruncatedFamilyHasNoRepresentations) {
   auto elements = testing_host::smallRunLengthElements(0xFF204060);
   elements.push_back(pngElement("icp4", *twoHalves(16, 16, kUpper, kLower)));
   const std::string whole = icnsFile(elements);
@@ -75,7 +75,7 @@ TEST_F(ImageFilesTest, AFamilyThatIsCutShortAnywhereHasNoRepresentations) {
   EXPECT_EQ(read(whole).size(), 2U);
 }
 
-TEST_F(ImageFilesTest, AFamilyWithAnyByteChangedDoesNoHarm) {
+TEST_F(ImageFilesTest, AFamilyWithACorruptByteIsReadSafely) {
   auto elements = testing_host::smallRunLengthElements(0xFF204060);
   elements.push_back(pngElement("icp4", *twoHalves(16, 16, kUpper, kLower)));
   const std::string whole = icnsFile(elements);
@@ -86,7 +86,7 @@ TEST_F(ImageFilesTest, AFamilyWithAnyByteChangedDoesNoHarm) {
   }
 }
 
-TEST_F(ImageFilesTest, ATiffHasARepresentationForEachPageWithThePointsOfItsResolution) {
+TEST_F(ImageFilesTest, ATiffHasARepresentationForEachPageSizedByItsResolution) {
   writeTiff(file,
             {{twoHalves(32, 32, kUpper, kLower), 72}, {twoHalves(64, 64, kUpper, kLower), 144}});
   const auto reps = imageRepsWithContentsOfFile(file);
@@ -98,16 +98,16 @@ TEST_F(ImageFilesTest, ATiffHasARepresentationForEachPageWithThePointsOfItsResol
   EXPECT_EQ(reps[1].bitmap->pixels().back(), kLower);
 }
 
-TEST_F(ImageFilesTest, ATiffThatIsCutShortHasNoRepresentations) {
+TEST_F(ImageFilesTest, ATruncatedTiffHasNoRepresentations) {
   writeTiff(file, {{twoHalves(32, 32, kUpper, kLower), 72}});
   const auto size = std::filesystem::file_size(file);
-  for (const std::uintmax_t kept : {size - 1, size / 2, std::uintmax_t{9}, std::uintmax_t{3}}) {
-    std::filesystem::resize_file(file, kept);
-    EXPECT_TRUE(imageRepsWithContentsOfFile(file).empty()) << kept;
+  for (const std::uintmax_t cut : {size - 1, size / 2, std::uintmax_t{9}, std::uintmax_t{3}}) {
+    std::filesystem::resize_file(file, cut);
+    EXPECT_TRUE(imageRepsWithContentsOfFile(file).empty()) << cut;
   }
 }
 
-TEST_F(ImageFilesTest, WhatIsNoPictureHasNoRepresentations) {
+TEST_F(ImageFilesTest, AFileOfAnotherFormatHasNoRepresentations) {
   EXPECT_TRUE(read("").empty());
   EXPECT_TRUE(read("hello, this is text").empty());
   EXPECT_TRUE(imageRepsWithContentsOfFile(folder.path("absent")).empty());
@@ -115,12 +115,12 @@ TEST_F(ImageFilesTest, WhatIsNoPictureHasNoRepresentations) {
   EXPECT_EQ(imageWithContentsOfFile(folder.path("absent")), nullptr);
 }
 
-TEST_F(ImageFilesTest, APipeThatNobodyWritesToIsNotWaitedFor) {
+TEST_F(ImageFilesTest, APipeWithoutAWriterDoesNotBlock) {
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
   EXPECT_TRUE(imageRepsWithContentsOfFile(file).empty());
 }
 
-TEST_F(ImageFilesTest, AnImageIsAsLargeAsItsLargestRepresentation) {
+TEST_F(ImageFilesTest, AnImageHasTheSizeOfItsLargestRepresentation) {
   writeFile(file, icnsFile({pngElement("icp4", *twoHalves(16, 16, kUpper, kLower)),
                             pngElement("icp5", *twoHalves(32, 32, kUpper, kLower))}));
   const auto image = imageWithContentsOfFile(file);

@@ -15,16 +15,16 @@ using testing_host::twoHalves;
 
 constexpr std::uint32_t kUpper = 0xFFFF0000;
 constexpr std::uint32_t kLower = 0xFF0000FF;
-constexpr std::uint32_t kGround = 0xFFFFFFFF;
+constexpr std::uint32_t kBackground = 0xFFFFFFFF;
 
-/// A target of some points, of one colour, and what is seen in it afterwards.
-class Paper {
+/// A bitmap target filled with one colour, whose pixels can be read back.
+class Canvas {
  public:
-  explicit Paper(bool flipped, double scale = 1, std::size_t points = 40)
+  explicit Canvas(bool flipped, double scale = 1, std::size_t points = 40)
       : side_(static_cast<std::size_t>(static_cast<double>(points) * scale)),
         context(BitmapContext::create(
             {.width = side_, .height = side_, .scale = scale, .flipped = flipped})) {
-    context->fill(kGround);
+    context->fill(kBackground);
   }
   void draw(const Image& image, const Rect& rect, const Rect& from = {},
             CompositingOperation operation = CompositingOperation::SourceOver,
@@ -55,83 +55,83 @@ std::shared_ptr<Image> twoColours() {
 }
 
 TEST(ImageTest, AnUnflippedImageIsUprightWhereYGrowsUpwards) {
-  const Paper paper(false);
-  paper.draw(*twoColours(), {4, 4, 16, 16});
-  EXPECT_EQ(paper.at(4, 40 - 20), kUpper);
-  EXPECT_EQ(paper.at(19, 40 - 5), kLower);
+  const Canvas canvas(false);
+  canvas.draw(*twoColours(), {4, 4, 16, 16});
+  EXPECT_EQ(canvas.at(4, 40 - 20), kUpper);
+  EXPECT_EQ(canvas.at(19, 40 - 5), kLower);
 }
 
 TEST(ImageTest, AnUnflippedImageIsUpsideDownWhereYGrowsDownwards) {
-  const Paper paper(true);
-  paper.draw(*twoColours(), {4, 4, 16, 16});
-  EXPECT_EQ(paper.at(4, 4), kLower);
-  EXPECT_EQ(paper.at(4, 19), kUpper);
+  const Canvas canvas(true);
+  canvas.draw(*twoColours(), {4, 4, 16, 16});
+  EXPECT_EQ(canvas.at(4, 4), kLower);
+  EXPECT_EQ(canvas.at(4, 19), kUpper);
 }
 
 TEST(ImageTest, AFlippedImageIsUprightWhereYGrowsDownwards) {
-  const Paper paper(true);
+  const Canvas canvas(true);
   const auto image = twoColours();
   image->setFlipped(true);
-  paper.draw(*image, {4, 4, 16, 16});
-  EXPECT_EQ(paper.at(4, 4), kUpper);
-  EXPECT_EQ(paper.at(4, 19), kLower);
+  canvas.draw(*image, {4, 4, 16, 16});
+  EXPECT_EQ(canvas.at(4, 4), kUpper);
+  EXPECT_EQ(canvas.at(4, 19), kLower);
 }
 
-TEST(ImageTest, NothingIsDrawnBesideTheRectangle) {
-  const Paper paper(true);
-  paper.draw(*twoColours(), {4, 4, 16, 16});
+TEST(ImageTest, NothingIsDrawnOutsideTheRectangle) {
+  const Canvas canvas(true);
+  canvas.draw(*twoColours(), {4, 4, 16, 16});
   for (const auto& [x, y] : {std::pair{3U, 10U}, {20U, 10U}, {10U, 3U}, {10U, 20U}})
-    EXPECT_EQ(paper.at(x, y), kGround) << x << " " << y;
+    EXPECT_EQ(canvas.at(x, y), kBackground) << x << " " << y;
 }
 
-TEST(ImageTest, ASourceRectangleIsThePartThatIsDrawnInTheImagesOwnCoordinates) {
-  const Paper paper(false);
+TEST(ImageTest, ASourceRectangleIsInTheImagesOwnCoordinates) {
+  const Canvas canvas(false);
   // The lower half: y grows upwards in an unflipped image.
-  paper.draw(*twoColours(), {0, 0, 20, 20}, {0, 0, 16, 8});
-  EXPECT_EQ(paper.at(10, 22), kLower);
-  EXPECT_EQ(paper.at(10, 38), kLower);
+  canvas.draw(*twoColours(), {0, 0, 20, 20}, {0, 0, 16, 8});
+  EXPECT_EQ(canvas.at(10, 22), kLower);
+  EXPECT_EQ(canvas.at(10, 38), kLower);
 
-  const Paper flippedPaper(true);
+  const Canvas flippedCanvas(true);
   const auto flipped = twoColours();
   flipped->setFlipped(true);
-  flippedPaper.draw(*flipped, {0, 0, 20, 20}, {0, 0, 16, 8});
-  EXPECT_EQ(flippedPaper.at(10, 2), kUpper);
-  EXPECT_EQ(flippedPaper.at(10, 17), kUpper);
+  flippedCanvas.draw(*flipped, {0, 0, 20, 20}, {0, 0, 16, 8});
+  EXPECT_EQ(flippedCanvas.at(10, 2), kUpper);
+  EXPECT_EQ(flippedCanvas.at(10, 17), kUpper);
 }
 
-TEST(ImageTest, SourceOverLeavesWhatIsThereWhereTheImageIsTransparent) {
-  const Paper paper(true);
-  paper.draw(*makeImage({{twoHalves(16, 16, 0, kLower), {16, 16}}}, {16, 16}), {0, 0, 16, 16});
-  EXPECT_EQ(paper.at(5, 2), kLower);
-  EXPECT_EQ(paper.at(5, 12), kGround);
+TEST(ImageTest, SourceOverKeepsTheDestinationWhereTheImageIsTransparent) {
+  const Canvas canvas(true);
+  canvas.draw(*makeImage({{twoHalves(16, 16, 0, kLower), {16, 16}}}, {16, 16}), {0, 0, 16, 16});
+  EXPECT_EQ(canvas.at(5, 2), kLower);
+  EXPECT_EQ(canvas.at(5, 12), kBackground);
 }
 
-TEST(ImageTest, CopyTakesThePlaceOfWhatIsThereEvenWhereTheImageIsTransparent) {
-  const Paper paper(true);
-  paper.draw(*makeImage({{twoHalves(16, 16, 0, kLower), {16, 16}}}, {16, 16}), {0, 0, 16, 16}, {},
-             CompositingOperation::Copy);
-  EXPECT_EQ(paper.at(5, 12), 0U);
-  EXPECT_EQ(paper.at(20, 12), kGround) << "only within the rectangle";
+TEST(ImageTest, CopyReplacesTheDestinationEvenWhereTheImageIsTransparent) {
+  const Canvas canvas(true);
+  canvas.draw(*makeImage({{twoHalves(16, 16, 0, kLower), {16, 16}}}, {16, 16}), {0, 0, 16, 16}, {},
+              CompositingOperation::Copy);
+  EXPECT_EQ(canvas.at(5, 12), 0U);
+  EXPECT_EQ(canvas.at(20, 12), kBackground) << "only within the rectangle";
 }
 
-TEST(ImageTest, AFractionLetsWhatIsThereShineThrough) {
-  const Paper paper(true);
-  paper.context->fill(0xFF000000);
-  paper.draw(*twoColours(), {0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 0.5);
-  const std::uint32_t red = (paper.at(5, 12) >> 16U) & 0xFFU;
+TEST(ImageTest, AFractionBlendsTheImageWithTheDestination) {
+  const Canvas canvas(true);
+  canvas.context->fill(0xFF000000);
+  canvas.draw(*twoColours(), {0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 0.5);
+  const std::uint32_t red = (canvas.at(5, 12) >> 16U) & 0xFFU;
   EXPECT_NEAR(red, 128, 2);
-  paper.draw(*twoColours(), {0, 20, 16, 16}, {}, CompositingOperation::SourceOver, 0.0);
-  EXPECT_EQ(paper.at(5, 30), 0xFF000000U);
+  canvas.draw(*twoColours(), {0, 20, 16, 16}, {}, CompositingOperation::SourceOver, 0.0);
+  EXPECT_EQ(canvas.at(5, 30), 0xFF000000U);
 }
 
-TEST(ImageTest, ADisplayOfTwoPixelsAPointGetsThePictureOfTwiceThePixels) {
+TEST(ImageTest, AHighDensityDisplayGetsTheHighDensityRepresentation) {
   const auto image = makeImage({{twoHalves(16, 16, kUpper, kUpper), {16, 16}},
                                 {twoHalves(32, 32, kLower, kLower), {16, 16}}},
                                {16, 16});
-  const Paper once(true);
+  const Canvas once(true);
   once.draw(*image, {0, 0, 16, 16});
   EXPECT_EQ(once.at(8, 8), kUpper);
-  const Paper twice(true, 2);
+  const Canvas twice(true, 2);
   twice.draw(*image, {0, 0, 16, 16});
   EXPECT_EQ(twice.at(16, 16), kLower);
 }
@@ -148,14 +148,14 @@ TEST(ImageTest, TheBestRepresentationIsTheSmallestThatCoversElseTheLargest) {
   EXPECT_EQ(Image().bestRepresentation({8, 8}), nullptr);
 }
 
-TEST(ImageTest, OfTwoRepresentationsOfAsManyPixelsTheOneForAsManyPointsIsDrawn) {
+TEST(ImageTest, OfTwoRepresentationsWithTheSamePixelsTheOneWithTheTargetsScaleIsDrawn) {
   const auto image = makeImage({{twoHalves(32, 32, kUpper, kUpper), {32, 32}},
                                 {twoHalves(32, 32, kLower, kLower), {16, 16}}},
                                {32, 32});
-  const Paper twice(true, 2);
+  const Canvas twice(true, 2);
   twice.draw(*image, {0, 0, 16, 16});
   EXPECT_EQ(twice.at(16, 16), kLower);
-  const Paper once(true);
+  const Canvas once(true);
   once.draw(*image, {0, 0, 32, 32});
   EXPECT_EQ(once.at(16, 16), kUpper);
 }
@@ -170,19 +170,19 @@ TEST(ImageTest, ACopyHasItsOwnFlagAndSizeAndSharesTheBitmaps) {
   EXPECT_EQ(copy->representations()[0].bitmap, image->representations()[0].bitmap);
 }
 
-TEST(ImageTest, WithoutATargetOrWithARectangleThatIsNoneNothingHappens) {
+TEST(ImageTest, WithoutATargetOrAValidRectangleNothingIsDrawn) {
   twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::Copy, 1.0);
-  const Paper paper(true);
+  const Canvas canvas(true);
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const Rect& rect : {Rect{0, 0, 0, 16}, Rect{0, 0, -3, 16}, Rect{nan, 0, 16, 16},
                            Rect{0, 0, 16, std::numeric_limits<double>::infinity()}})
-    paper.draw(*twoColours(), rect);
-  paper.draw(Image({16, 16}), {0, 0, 16, 16});
-  EXPECT_EQ(paper.at(0, 0), kGround);
+    canvas.draw(*twoColours(), rect);
+  canvas.draw(Image({16, 16}), {0, 0, 16, 16});
+  EXPECT_EQ(canvas.at(0, 0), kBackground);
 }
 
-TEST(ImageTest, WhatIsDrawnWhileItsFocusIsLockedIsInTheImage) {
-  const auto image = makeImage({{twoHalves(64, 64, kGround, kGround), {64, 64}}}, {64, 64});
+TEST(ImageTest, DrawingWhileTheFocusIsLockedGoesIntoTheImage) {
+  const auto image = makeImage({{twoHalves(64, 64, kBackground, kBackground), {64, 64}}}, {64, 64});
   image->lockFocus();
   twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 1.0);
   image->unlockFocus();
@@ -191,12 +191,12 @@ TEST(ImageTest, WhatIsDrawnWhileItsFocusIsLockedIsInTheImage) {
   const auto pixels = image->representations()[0].bitmap->pixels();
   EXPECT_EQ(pixels[(64 - 16) * 64], kUpper) << "y grows upwards, from the lower left corner";
   EXPECT_EQ(pixels[63 * 64 + 15], kLower);
-  EXPECT_EQ(pixels[63 * 64 + 16], kGround);
+  EXPECT_EQ(pixels[63 * 64 + 16], kBackground);
 }
 
-TEST(ImageTest, TheFocusIsAsFineAsTheFinestRepresentation) {
-  const auto image = makeImage({{twoHalves(16, 16, kGround, kGround), {16, 16}},
-                                {twoHalves(32, 32, kGround, kGround), {16, 16}}},
+TEST(ImageTest, TheFocusHasTheScaleOfTheFinestRepresentation) {
+  const auto image = makeImage({{twoHalves(16, 16, kBackground, kBackground), {16, 16}},
+                                {twoHalves(32, 32, kBackground, kBackground), {16, 16}}},
                                {16, 16});
   image->lockFocus();
   EXPECT_DOUBLE_EQ(GraphicsContext::currentContext()->deviceScale(), 2.0);
@@ -211,16 +211,16 @@ TEST(ImageTest, AnUnlockWithoutALockDoesNothing) {
   EXPECT_EQ(image->representations().size(), 1U);
 }
 
-TEST(ImageTest, AnImageThatGoesWhileItsFocusIsLockedGivesTheTargetBack) {
-  const Paper paper(true);
-  const CurrentTarget current(*paper.context);
+TEST(ImageTest, DestroyingAnImageWithALockedFocusRestoresTheTarget) {
+  const Canvas canvas(true);
+  const CurrentTarget current(*canvas.context);
   auto image = twoColours();
   image->lockFocus();
   image.reset();
-  EXPECT_EQ(GraphicsContext::currentContext(), paper.context.get());
+  EXPECT_EQ(GraphicsContext::currentContext(), canvas.context.get());
 }
 
-TEST(ImageTest, AnImageThatGoesBeforeOneThatWasLockedAfterItLeavesATargetThatCanBeDrawnInto) {
+TEST(ImageTest, DestroyingTheOuterOfTwoLockedImagesLeavesAUsableTarget) {
   auto first = twoColours();
   const auto second = twoColours();
   first->lockFocus();
@@ -231,28 +231,28 @@ TEST(ImageTest, AnImageThatGoesBeforeOneThatWasLockedAfterItLeavesATargetThatCan
   EXPECT_EQ(GraphicsContext::currentContext(), nullptr);
 }
 
-TEST(ImageTest, AHostsImageSendsWhatIsDrawnIntoItToTheHostsTarget) {
-  const Paper paper(false);
-  Image image({40, 40}, [&](const Image&) { return paper.context; });
+TEST(ImageTest, DrawingIntoAHostsImageGoesToTheHostsTarget) {
+  const Canvas canvas(false);
+  Image image({40, 40}, [&](const Image&) { return canvas.context; });
   image.lockFocus();
   twoColours()->drawInRect({0, 0, 16, 16}, {}, CompositingOperation::SourceOver, 1.0);
   image.unlockFocus();
   EXPECT_TRUE(image.representations().empty());
-  EXPECT_EQ(paper.at(0, 39), kLower);
+  EXPECT_EQ(canvas.at(0, 39), kLower);
 }
 
-TEST(ImageTest, TheRenderingForASmallRectangleIsTheSmallPicture) {
+TEST(ImageTest, ASmallRectangleGetsTheSmallRepresentation) {
   const auto image = makeImage(
       {{twoHalves(64, 64, 0, 0), {64, 64}}, {twoHalves(16, 16, 0, 0), {16, 16}}}, {64, 64});
   EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 16U);
   EXPECT_EQ(Image().CGImageForProposedRect({0, 0, 8, 8}), nullptr);
 }
 
-TEST(ImageTest, TheRenderingInATargetOfTwoPixelsAPointHasTwiceThePixels) {
+TEST(ImageTest, ATargetWithTwoPixelsPerPointGetsTheLargerRepresentation) {
   const auto image =
       makeImage({{twoHalves(16, 16, 0, 0), {16, 16}}, {twoHalves(8, 8, 0, 0), {8, 8}}}, {16, 16});
   EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 8U);
-  const Paper twice(true, 2);
+  const Canvas twice(true, 2);
   const CurrentTarget current(*twice.context);
   EXPECT_EQ(image->CGImageForProposedRect({0, 0, 8, 8})->width(), 16U);
 }

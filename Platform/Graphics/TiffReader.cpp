@@ -12,10 +12,10 @@
 namespace wevora::platform {
 namespace {
 
-constexpr std::size_t kMostDirectories = 32;
-constexpr tmsize_t kLargestAllocation = tmsize_t{128} << 20U;  // bytes, one at a time
+constexpr std::size_t kMaxDirectories = 32;
+constexpr tmsize_t kMaxAllocation = tmsize_t{128} << 20U;  // bytes per allocation
 
-/// The file in memory, as libtiff reads it. What it calls is noexcept and bounded by the bytes.
+/// The I/O callbacks through which libtiff reads the file from memory.
 struct MemoryFile {
   std::span<const std::byte> bytes;
   std::size_t position = 0;
@@ -43,8 +43,8 @@ struct MemoryFile {
   static void unmap(thandle_t, void*, toff_t) noexcept {}
 };
 
-/// Says that there is nothing left to report, so that nothing is printed.
-int silent(TIFF*, void*, const char*, const char*, va_list) noexcept {
+/// Discards libtiff's warnings and errors; 1 means handled, so libtiff prints nothing.
+int ignoreMessage(TIFF*, void*, const char*, const char*, va_list) noexcept {
   return 1;
 }
 
@@ -60,15 +60,15 @@ struct OptionsFreer {
 Tiff open(MemoryFile& file) {
   const std::unique_ptr<TIFFOpenOptions, OptionsFreer> options(::TIFFOpenOptionsAlloc());
   if (!options) return nullptr;
-  ::TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kLargestAllocation);
-  ::TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &silent, nullptr);
-  ::TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &silent, nullptr);
+  ::TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxAllocation);
+  ::TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &ignoreMessage, nullptr);
+  ::TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &ignoreMessage, nullptr);
   return Tiff(::TIFFClientOpenExt("image", "rm", &file, &MemoryFile::read, &MemoryFile::write,
                                   &MemoryFile::seek, &MemoryFile::close, &MemoryFile::size,
                                   &MemoryFile::map, &MemoryFile::unmap, options.get()));
 }
 
-/// Points for each pixel, as the directory's resolution tells.
+/// Points per pixel, according to the directory's resolution.
 double pointsPerPixel(TIFF* tiff) {
   std::uint16_t unit = RESUNIT_INCH;
   float resolution = 0;
@@ -80,7 +80,7 @@ double pointsPerPixel(TIFF* tiff) {
   return points >= 0.05 && points <= 20 ? points : 1;
 }
 
-/// A null bitmap where the directory cannot be read whole.
+/// The bitmap is null if the directory cannot be read completely.
 ImageRep representationOf(TIFF* tiff) {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
@@ -91,7 +91,7 @@ ImageRep representationOf(TIFF* tiff) {
   std::vector<std::uint32_t> pixels(std::size_t{width} * height);
   if (::TIFFReadRGBAImageOriented(tiff, width, height, pixels.data(), ORIENTATION_TOPLEFT, 1) == 0)
     return {};
-  // libtiff's are premultiplied, with red as the lowest byte.
+  // libtiff's pixels are premultiplied, with red in the lowest byte.
   for (auto& pixel : pixels)
     pixel = (TIFFGetA(pixel) << 24U) | (TIFFGetR(pixel) << 16U) | (TIFFGetG(pixel) << 8U) |
             TIFFGetB(pixel);
@@ -108,10 +108,10 @@ std::vector<ImageRep> tiffRepresentations(std::span<const std::byte> bytes) {
   if (!tiff) return representations;
   do {
     auto representation = representationOf(tiff.get());
-    if (!representation.bitmap || representations.size() == kMostDirectories) return {};
+    if (!representation.bitmap || representations.size() == kMaxDirectories) return {};
     representations.push_back(std::move(representation));
   } while (::TIFFReadDirectory(tiff.get()) == 1);
-  // A directory that is announced and cannot be read is not the end of the list.
+  // TIFFReadDirectory also fails on a malformed directory, which is an error, not the end.
   if (::TIFFLastDirectory(tiff.get()) == 0) return {};
   return representations;
 }

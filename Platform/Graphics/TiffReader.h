@@ -8,8 +8,9 @@
 
 namespace wevora::platform {
 
-/// A representation for each directory of the file; its resolution tells the points of a pixel
-/// (144 an inch: two pixels a point). Errors: a file with one bad directory has none.
+/// One representation for each directory of a TIFF file. The directory's resolution determines its
+/// size in points: 144 pixels per inch are two pixels per point. Empty if any directory is
+/// malformed.
 std::vector<ImageRep> tiffRepresentations(std::span<const std::byte> file);
 
 }  // namespace wevora::platform

@@ -37,9 +37,9 @@ bool Bundle::load() const noexcept {
     void* code = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (code == nullptr) return false;
     const ScopeExit closed([code] { ::dlclose(code); });
-    const auto begin = reinterpret_cast<void (*)()>(::dlsym(code, kEntry));
-    if (begin == nullptr) return false;
-    begin();
+    const auto entry = reinterpret_cast<void (*)()>(::dlsym(code, kEntry));
+    if (entry == nullptr) return false;
+    entry();
     return true;
   });
 }

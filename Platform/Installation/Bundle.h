@@ -10,29 +10,29 @@
 
 namespace wevora::platform {
 
-/// A folder of code and resources that is installed: its pictures are in Contents/Resources, its
-/// code, named as the folder is, in Contents/Linux.
-/// Threads: any; a value. Owns: its path.
-/// Errors: a file that is not there, or is no picture, is none.
+/// An installed folder of code and resources. Its images are in Contents/Resources; its code is a
+/// shared library in Contents/Linux, named after the folder.
 class Bundle {
  public:
-  /// By its fixed path text. None where no such folder is installed.
+  /// Translates a fixed system path. nullopt if no such folder is installed.
   // +bundleWithPath:
   static std::optional<Bundle> bundleWithPath(std::string_view systemPath,
                                               const InstalledPaths& paths);
 
-  /// The file of a picture with its extension ("ok.icns"); none for a name that is not one.
+  /// The path of an image file by its name ("ok.icns"); nullopt if there is no such file, or if the
+  /// name contains a separator.
   // -pathForImageResource:
   std::optional<std::string> pathForImageResource(std::string_view name) const;
-  /// Loaded anew at each call.
+  /// Not cached: every call loads the file. Null if the file is missing or is not an image.
   // -imageForResource:
   ImageRef imageForResource(std::string_view name) const;
 
-  /// The function with which the code of a bundle begins; it has no arguments and does nothing when
-  /// it is called again.
+  /// The entry point of a bundle's code: a function without arguments that does nothing when it is
+  /// called again.
   static constexpr const char* kEntry = "wevora_bundle_load";
-  /// Maps the code, for as long as the process lives, and lets it begin: on the main thread, when
-  /// the host has told the runtime of its classes. False where there is no such code.
+  /// Maps the code for the lifetime of the process and calls its entry point. To be called on the
+  /// main thread, after the host has registered its classes with the runtime. False if the library
+  /// or its entry point is missing.
   // -load
   bool load() const noexcept;
 

@@ -31,7 +31,7 @@ Shared& process() {
 }
 
 InstalledPaths pathsOfTheBuild() {
-  // NOLINTNEXTLINE(readability-redundant-string-init): most builds have none
+  // NOLINTNEXTLINE(readability-redundant-string-init): empty in most builds
   const std::string_view root = WEVORA_INSTALLED_ROOT;
   return root.empty() ? InstalledPaths() : InstalledPaths::belowRoot(std::string(root));
 }
@@ -69,7 +69,7 @@ std::optional<std::string> InstalledPaths::translateUserSettings(
 }
 
 std::optional<std::string> InstalledPaths::homeOf(const std::string& user) const {
-  // Such a name would lead out of the folder of homes.
+  // "." and ".." would escape the folder of home directories (path traversal).
   if (user.empty() || user == "." || user == "..") return std::nullopt;
   if (!homes_) return homeFolderOfUser(user);
   return pathByAppendingComponent(*homes_, user);

@@ -6,29 +6,29 @@
 
 namespace wevora::platform {
 
-/// The one table from the system's own path texts to this platform's:
+/// Translates the fixed system paths to the paths of this platform:
 ///
 ///   /Library/Wevora/FinderPlugin/                     <install prefix>/lib/wevora/FinderPlugin/
 ///   /Users/<name>/Library/Application Support/Wevora/ <home folder>/.config/Wevora/
 ///   /Library/Application Support/Wevora/              /etc/xdg/Wevora/
 ///
 /// Home folders come from the password database: the environment of a file manager is not trusted.
-/// Threads: any; a value. Owns: its texts. Errors: none; see translate.
 class InstalledPaths {
  public:
-  /// Where the install puts things.
+  /// The paths of the installation.
   InstalledPaths();
-  /// Everything below a folder that stands for the install prefix and for "/": lib/wevora,
+  /// Everything below a folder that replaces both the install prefix and "/": lib/wevora,
   /// etc/xdg/Wevora and home/<name>.
   static InstalledPaths belowRoot(std::string root);
 
-  /// A text that is in no row is left as it is; the settings of an unknown user are "", a path at
-  /// which nothing can be read or made.
+  /// Returns a path that is not in the table unchanged. The settings of an unknown user translate
+  /// to "", where nothing can be read or created.
   std::string translate(std::string_view systemPath) const;
 
-  /// The one of the process: the installed one, or the one below the root that the build was given.
+  /// The instance of the process: the installed paths, or those below WEVORA_INSTALLED_ROOT if the
+  /// build sets it. Thread-safety: any thread.
   static InstalledPaths shared();
-  /// Puts another one in its place. For an own program or test, before anything uses it.
+  /// Replaces the instance of the process. For programs and tests, before its first use.
   static void setShared(InstalledPaths paths);
 
  private:
@@ -42,7 +42,7 @@ class InstalledPaths {
 
   std::string plugin_;
   std::string template_;
-  std::optional<std::string> homes_;  ///< None: the password database knows.
+  std::optional<std::string> homes_;  ///< nullopt: home folders come from the password database
 };
 
 }  // namespace wevora::platform

@@ -15,25 +15,26 @@
 
 namespace {
 
-/// How often the password database was asked.
-std::atomic<int> questions = 0;
+/// The number of password database lookups.
+std::atomic<int> lookups = 0;
 
-/// The C library's own function, in whose place another stands here.
+/// The C library's function that is interposed below.
 template <class Function>
 Function* libraryFunction(const char* name) {
-  ++questions;
+  ++lookups;
   return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
 
-extern "C" int getpwuid_r(uid_t user, passwd* row, char* buffer, std::size_t size, passwd** found) {
-  return libraryFunction<decltype(getpwuid_r)>("getpwuid_r")(user, row, buffer, size, found);
+extern "C" int getpwuid_r(uid_t user, passwd* entry, char* buffer, std::size_t size,
+                          passwd** found) {
+  return libraryFunction<decltype(getpwuid_r)>("getpwuid_r")(user, entry, buffer, size, found);
 }
 
-extern "C" int getpwnam_r(const char* name, passwd* row, char* buffer, std::size_t size,
+extern "C" int getpwnam_r(const char* name, passwd* entry, char* buffer, std::size_t size,
                           passwd** found) {
-  return libraryFunction<decltype(getpwnam_r)>("getpwnam_r")(name, row, buffer, size, found);
+  return libraryFunction<decltype(getpwnam_r)>("getpwnam_r")(name, entry, buffer, size, found);
 }
 
 namespace wevora::platform {
@@ -47,37 +48,37 @@ std::string settingsOf(const std::string& user) {
   return "/Users/" + user + "/Library/Application Support/Wevora/wevora-settings.plist";
 }
 
-TEST(InstalledPathsTest, ThePluginLiesBelowTheInstallPrefix) {
+TEST(InstalledPathsTest, ThePluginIsBelowTheInstallPrefix) {
   EXPECT_EQ(InstalledPaths().translate(kInfo), WEVORA_INSTALL_PREFIX
             "/lib/wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist");
 }
 
-TEST(InstalledPathsTest, TheTemplateLiesInTheSystemsConfiguration) {
+TEST(InstalledPathsTest, TheTemplateIsInTheSystemsConfiguration) {
   EXPECT_EQ(InstalledPaths().translate(kTemplate), "/etc/xdg/Wevora/wevora-settings.plist");
 }
 
-TEST(InstalledPathsTest, TheSettingsLieBelowTheHomeFolderOfThePasswordDatabase) {
-  const passwd* row = ::getpwuid(::getuid());
-  ASSERT_NE(row, nullptr);
-  const std::string home = row->pw_dir;
+TEST(InstalledPathsTest, TheSettingsAreInTheHomeFolderFromThePasswordDatabase) {
+  const passwd* entry = ::getpwuid(::getuid());
+  ASSERT_NE(entry, nullptr);
+  const std::string home = entry->pw_dir;
   ::setenv("HOME", "/somewhere/else", 1);
   ::setenv("XDG_CONFIG_HOME", "/somewhere/else", 1);
-  EXPECT_EQ(InstalledPaths().translate(settingsOf(row->pw_name)),
+  EXPECT_EQ(InstalledPaths().translate(settingsOf(entry->pw_name)),
             home + "/.config/Wevora/wevora-settings.plist");
 }
 
-TEST(InstalledPathsTest, TheSettingsOfAnUnknownUserAreNowhere) {
+TEST(InstalledPathsTest, TheSettingsOfAnUnknownUserHaveAnEmptyPath) {
   EXPECT_EQ(InstalledPaths().translate(settingsOf("no such user")), "");
   EXPECT_EQ(InstalledPaths().translate(settingsOf("")), "");
 }
 
-TEST(InstalledPathsTest, ATextInNoRowIsLeftAsItIs) {
+TEST(InstalledPathsTest, APathOutsideTheTableIsReturnedUnchanged) {
   for (const char* path : {"", "/", "/Library", "/Library/Wevora/FinderPlugin", "/Users/me/x",
                            "/Users", "/Volumes/a/Library/Application Support/Wevora/x", "\xFF"})
     EXPECT_EQ(InstalledPaths().translate(path), path);
 }
 
-TEST(InstalledPathsTest, AnotherRootHoldsEverything) {
+TEST(InstalledPathsTest, AnotherRootContainsEverything) {
   const auto paths = InstalledPaths::belowRoot("/r");
   EXPECT_EQ(paths.translate(kInfo),
             "/r/lib/wevora/FinderPlugin/Bundle/finder_bundle.bundle/Contents/Info.plist");
@@ -85,26 +86,26 @@ TEST(InstalledPathsTest, AnotherRootHoldsEverything) {
   EXPECT_EQ(paths.translate(settingsOf("ann")), "/r/home/ann/.config/Wevora/wevora-settings.plist");
 }
 
-TEST(InstalledPathsTest, NoNameLeadsOutOfTheFolderOfHomes) {
+TEST(InstalledPathsTest, AUserNameCannotEscapeTheFolderOfHomes) {
   const auto paths = InstalledPaths::belowRoot("/r");
   EXPECT_EQ(paths.translate(settingsOf("..")), "");
   EXPECT_EQ(paths.translate(settingsOf(".")), "");
 }
 
-TEST(InstalledPathsTest, TheProcessHasOneThatAProgramMaySet) {
+TEST(InstalledPathsTest, AProgramMayReplaceTheInstanceOfTheProcess) {
   InstalledPaths::setShared(InstalledPaths::belowRoot("/other"));
   EXPECT_EQ(InstalledPaths::shared().translate(kTemplate),
             "/other/etc/xdg/Wevora/wevora-settings.plist");
 }
 
-TEST(LoginUserTest, TheLoginNameIsThatOfTheProcessAndNotOfTheEnvironment) {
+TEST(LoginUserTest, TheLoginNameComesFromTheProcessNotFromTheEnvironment) {
   ::setenv("USER", "somebody", 1);
   ::setenv("LOGNAME", "somebody", 1);
   const auto name = loginName();
   ASSERT_TRUE(name);
-  const passwd* row = ::getpwnam(name->c_str());
-  ASSERT_NE(row, nullptr);
-  EXPECT_EQ(row->pw_uid, ::getuid());
+  const passwd* entry = ::getpwnam(name->c_str());
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(entry->pw_uid, ::getuid());
 }
 
 TEST(LoginUserTest, AUserHasAnId) {
@@ -113,59 +114,59 @@ TEST(LoginUserTest, AUserHasAnId) {
   EXPECT_EQ(idOfUser(*name), ::getuid());
 }
 
-TEST(CachedUserTest, TheDatabaseIsAskedOnceForTheUserOfTheProcess) {
-  std::vector<uid_t> asked;
-  CachedUser remembered([&](uid_t user) {
-    asked.push_back(user);
+TEST(CachedUserTest, TheDatabaseIsQueriedOnceForTheUserOfTheProcess) {
+  std::vector<uid_t> lookedUp;
+  CachedUser cached([&](uid_t user) {
+    lookedUp.push_back(user);
     return std::optional(PasswdEntry{"ann", "/home/ann", user});
   });
   for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(remembered.row(1000), (PasswdEntry{"ann", "/home/ann", 1000}));
-  EXPECT_EQ(asked, std::vector<uid_t>{1000});
-  remembered.row(1001);
-  EXPECT_EQ(asked, (std::vector<uid_t>{1000, 1001}));
+    EXPECT_EQ(cached.entry(1000), (PasswdEntry{"ann", "/home/ann", 1000}));
+  EXPECT_EQ(lookedUp, std::vector<uid_t>{1000});
+  cached.entry(1001);
+  EXPECT_EQ(lookedUp, (std::vector<uid_t>{1000, 1001}));
 }
 
-TEST(CachedUserTest, ADatabaseThatDoesNotAnswerIsAskedAgain) {
-  std::optional<PasswdEntry> answer;
-  CachedUser remembered([&](uid_t) { return answer; });
-  EXPECT_EQ(remembered.row(1000), std::nullopt);
-  answer = PasswdEntry{"ann", "/home/ann", 1000};
-  EXPECT_EQ(remembered.row(1000), answer);
-  answer.reset();
-  EXPECT_EQ(remembered.row(1000)->name, "ann");
+TEST(CachedUserTest, AFailedLookupIsNotCached) {
+  std::optional<PasswdEntry> found;
+  CachedUser cached([&](uid_t) { return found; });
+  EXPECT_EQ(cached.entry(1000), std::nullopt);
+  found = PasswdEntry{"ann", "/home/ann", 1000};
+  EXPECT_EQ(cached.entry(1000), found);
+  found.reset();
+  EXPECT_EQ(cached.entry(1000)->name, "ann");
 }
 
-TEST(CachedUserTest, ARowThatIsRememberedIsThereWhileAnotherThreadWaitsForTheDatabase) {
+TEST(CachedUserTest, ACachedEntryIsAvailableWhileAnotherThreadWaitsForTheDatabase) {
   std::promise<void> waiting;
   std::promise<void> answered;
-  CachedUser remembered([&](uid_t user) {
+  CachedUser cached([&](uid_t user) {
     if (user == 1001) {
       waiting.set_value();
       answered.get_future().wait();
     }
     return std::optional(PasswdEntry{"ann", "/home/ann", user});
   });
-  remembered.row(1000);
-  std::thread other([&] { remembered.row(1001); });
+  cached.entry(1000);
+  std::thread other([&] { cached.entry(1001); });
   waiting.get_future().wait();
-  EXPECT_TRUE(remembered.row(1000));
+  EXPECT_TRUE(cached.entry(1000));
   answered.set_value();
   other.join();
 }
 
-TEST(LoginUserTest, AProcessAsksThePasswordDatabaseOnceForItsOwnUser) {
+TEST(LoginUserTest, AProcessQueriesThePasswordDatabaseOnceForItsOwnUser) {
   const auto name = loginName();
   ASSERT_TRUE(name);
   const auto home = homeFolderOfUser(*name);
-  questions = 0;
+  lookups = 0;
   EXPECT_EQ(loginName(), name);
   EXPECT_EQ(homeFolderOfUser(*name), home);
   EXPECT_EQ(idOfUser(*name), ::getuid());
   InstalledPaths().translate(settingsOf(*name));
-  EXPECT_EQ(questions, 0);
+  EXPECT_EQ(lookups, 0);
   idOfUser("no such user");
-  EXPECT_EQ(questions, 1);
+  EXPECT_EQ(lookups, 1);
 }
 
 TEST(LoginUserTest, AnUnknownUserHasNoHomeFolderAndNoId) {

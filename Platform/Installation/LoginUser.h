@@ -10,44 +10,43 @@
 
 namespace wevora::platform {
 
-// The password database, which may lie across a network and then keeps a caller waiting: it is
-// asked once for the user of this process, and what it said is remembered. Any other user is asked
-// for each time. Threads: any.
+// Lookups in the password database. A lookup may block, because the database may be a network
+// service; the entry of the process's own user is therefore cached. Other users are looked up each
+// time. Thread-safety: any thread.
 
-/// The name of the user that this process belongs to; none where the database has none.
+/// The name of the process's user; nullopt if the database has no name for it.
 std::optional<std::string> loginName();
 
-/// The absolute path of a user's home folder; none for a user that the database does not have.
+/// The absolute path of a user's home folder; nullopt for an unknown user.
 std::optional<std::string> homeFolderOfUser(const std::string& name);
 
-/// The id of a user; none for one that the database does not have.
+/// The id of a user; nullopt for an unknown user.
 std::optional<uid_t> idOfUser(const std::string& name);
 
-/// What the database has of a user.
+/// A user's entry in the password database.
 struct PasswdEntry {
   std::string name;
-  std::string homeFolder;  ///< "" where there is none
+  std::string homeFolder;  ///< "" if the entry has no home folder
   uid_t id = 0;
 
   friend bool operator==(const PasswdEntry&, const PasswdEntry&) = default;
 };
 
-/// Remembers the row of a process's user.
-/// Threads: any; none is kept waiting for another that asks.
-/// Owns: the row.
-/// Errors: none, where the database has no row or does not answer; it is asked again then.
+/// Caches the password database entry of the process's user.
+/// Thread-safety: any thread; concurrent callers do not block each other.
+/// Errors: a failed lookup is not cached and returns nullopt.
 class CachedUser {
  public:
-  using Ask = std::function<std::optional<PasswdEntry>(uid_t)>;
-  explicit CachedUser(Ask ask) : ask_(std::move(ask)) {}
+  using LookUp = std::function<std::optional<PasswdEntry>(uid_t)>;
+  explicit CachedUser(LookUp lookUp) : lookUp_(std::move(lookUp)) {}
 
-  /// Asks anew where the process has become another user's.
-  std::optional<PasswdEntry> row(uid_t user) EXCLUDES(lock_);
+  /// Looks the entry up again if the process's user has changed.
+  std::optional<PasswdEntry> entry(uid_t user) EXCLUDES(lock_);
 
  private:
-  const Ask ask_;
+  const LookUp lookUp_;
   Mutex lock_;
-  std::optional<PasswdEntry> row_ GUARDED_BY(lock_);
+  std::optional<PasswdEntry> entry_ GUARDED_BY(lock_);
 };
 
 }  // namespace wevora::platform

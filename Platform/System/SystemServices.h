@@ -10,8 +10,8 @@
 
 namespace wevora::platform {
 
-/// This machine's services, as the shared instances use them.
-/// Threads: any; first used on the main thread. Owns: the services. Errors: none.
+/// The real implementations of the platform's services, used by the shared instances.
+/// Thread-safety: any thread, after the first use on the main thread.
 struct SystemServices {
   SystemClock clock;
   GLibDispatch dispatch;
@@ -22,7 +22,7 @@ struct SystemServices {
   BusNotificationCenter distributedNotifications;
   Runtime& runtime = Runtime::shared();
 
-  /// Made at first use, never destroyed: worker threads may outlast the end of `main`.
+  /// Created at first use and never destroyed: worker threads may outlive `main`.
   static SystemServices& shared();
 };
 

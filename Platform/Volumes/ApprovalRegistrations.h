@@ -7,8 +7,8 @@
 
 namespace wevora::platform {
 
-/// The callbacks of a session, and the question to all of them.
-/// Threads: the main thread. Owns: nothing that it calls. Errors: none.
+/// The registered approval callbacks of a session.
+/// Thread-safety: main thread only.
 class ApprovalRegistrations {
  public:
   void add(ApprovalSession::Callback callback, void* context) {
@@ -17,14 +17,15 @@ class ApprovalRegistrations {
   void remove(ApprovalSession::Callback callback, void* context) {
     std::erase(all_, std::pair(callback, context));
   }
-  /// Asks everyone; the first dissenter is the answer.
+  /// Calls every callback and returns the first dissenter; nullopt if all approve.
   std::optional<Dissenter> ask(const Disk& disk) const {
-    std::optional<Dissenter> answer;
+    std::optional<Dissenter> first;
+    // A copy: a callback may remove a registration.
     for (const auto& [callback, context] : std::vector(all_)) {
       auto dissenter = callback(disk, context);
-      if (!answer) answer = std::move(dissenter);
+      if (!first) first = std::move(dissenter);
     }
-    return answer;
+    return first;
   }
 
  private:

@@ -20,7 +20,6 @@ std::optional<std::string> pathOf(GMount* mount) {
   return path ? std::optional<std::string>(path.get()) : std::nullopt;
 }
 
-/// Threads, Errors: as ApprovalSession. Owns: its hold on the volume monitor.
 class GioApprovalSession : public ApprovalSession {
  public:
   GioApprovalSession(Dispatch& dispatch, const Volumes& volumes, GVolumeMonitor* monitor)
@@ -75,7 +74,7 @@ std::unique_ptr<ApprovalSession> GioUnmountApprovals::createSession() {
 }
 
 void holdVolumeBusy(Dispatch& dispatch, const std::string& mountPoint) {
-  // Closed with the block, whether the block runs or is dropped.
+  // The block owns the descriptor, so it is closed whether the block runs or is dropped.
   const auto held = std::make_shared<const Descriptor>(
       ::open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!*held) return;

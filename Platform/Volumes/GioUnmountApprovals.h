@@ -6,11 +6,12 @@
 
 namespace wevora::platform {
 
-/// Approval sessions on GVolumeMonitor, which announces an unmount before it is made but takes no
-/// answer. A dissenter is made real by holding a folder of the volume open for five seconds, so
-/// that the kernel answers "busy".
-/// Threads: the main thread. Owns: nothing; its collaborators must outlive its sessions.
-/// Errors: a volume without a path of its own is not asked about.
+/// Approval sessions based on GVolumeMonitor, which announces an unmount but accepts no veto. To
+/// enforce a dissenter, the volume's root directory is held open for five seconds, so that the
+/// kernel refuses the unmount with EBUSY.
+/// Thread-safety: main thread only.
+/// Ownership: the collaborators must outlive the sessions.
+/// Errors: an unmount of a mount without a local path is not announced to the callbacks.
 class GioUnmountApprovals : public UnmountApprovals {
  public:
   GioUnmountApprovals(Dispatch& dispatch, const Volumes& volumes)
@@ -22,7 +23,7 @@ class GioUnmountApprovals : public UnmountApprovals {
   const Volumes& volumes_;
 };
 
-/// Keeps the volume at `mountPoint` busy for five seconds of the dispatch's time.
+/// Keeps the volume at `mountPoint` busy for five seconds of the dispatch's clock.
 void holdVolumeBusy(Dispatch& dispatch, const std::string& mountPoint);
 
 }  // namespace wevora::platform

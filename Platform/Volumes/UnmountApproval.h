@@ -11,12 +11,12 @@ namespace wevora::platform {
 inline constexpr const char* kDiskDescriptionVolumePathKey = "DAVolumePath";
 inline constexpr const char* kDiskDescriptionVolumeKindKey = "DAVolumeKind";
 
-/// A disk that somebody wants to unmount, as it describes itself; what it does not know is absent.
+/// The description of a disk that is to be unmounted; unknown values are absent.
 struct Disk {
   std::map<std::string, std::string> description;
 };
 
-/// The record that refuses an unmount.
+/// A veto against an unmount.
 struct Dissenter {
   std::uint32_t status = 0;
   std::string statusString;
@@ -24,27 +24,28 @@ struct Dissenter {
   friend bool operator==(const Dissenter&, const Dissenter&) = default;
 };
 
-/// A registration with the service that asks before it unmounts a disk.
-/// Threads: the main thread. Owns: its place in the main loop. Errors: none.
+/// A session of the service that asks for approval before it unmounts a disk.
+/// Thread-safety: main thread only.
 class ApprovalSession {
  public:
-  /// Answers with a dissenter to refuse, with none to approve. Must not throw.
+  /// Returns a dissenter to refuse, nullopt to approve. Must not throw.
   using Callback = std::optional<Dissenter> (*)(const Disk& disk, void* context) noexcept;
 
   virtual ~ApprovalSession() = default;
   virtual void scheduleOnMainLoop() = 0;
   virtual void unscheduleFromMainLoop() = 0;
-  /// For every disk. Registered twice, it is called twice.
+  /// Registers a callback for every disk. A pair that is registered twice is called twice.
   virtual void registerUnmountApproval(Callback callback, void* context) = 0;
-  /// Ends every registration of the pair.
+  /// Removes every registration of the pair.
   virtual void unregisterUnmountApproval(Callback callback, void* context) = 0;
 };
 
-/// Where approval sessions come from.
-/// Threads: the main thread. Owns: nothing. Errors: null when the service cannot be had.
+/// Creates approval sessions.
+/// Thread-safety: main thread only.
 class UnmountApprovals {
  public:
   virtual ~UnmountApprovals() = default;
+  /// Null if the service is not available.
   virtual std::unique_ptr<ApprovalSession> createSession() = 0;
 };
 

@@ -13,7 +13,7 @@ namespace {
 using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""s;
 
-/// How often this process holds the folder open.
+/// The number of this process's open descriptors of the folder.
 int descriptorsOn(const std::string& folder) {
   int count = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -35,7 +35,7 @@ TEST(HoldVolumeBusy, HoldsOneDescriptorForFiveSeconds) {
   EXPECT_EQ(descriptorsOn(folder.path()), 0);
 }
 
-TEST(HoldVolumeBusy, AVolumeThatIsGoneIsNotHeld) {
+TEST(HoldVolumeBusy, AMissingVolumeIsNotHeld) {
   const TemporaryFolder folder;
   VirtualClock clock;
   ManualDispatch dispatch(clock);
@@ -43,22 +43,22 @@ TEST(HoldVolumeBusy, AVolumeThatIsGoneIsNotHeld) {
   EXPECT_EQ(dispatch.delayed(), 0U);
 }
 
-TEST(ApprovalRegistrations, EveryoneIsAskedAndTheFirstDissenterAnswers) {
-  static int asked = 0;
+TEST(ApprovalRegistrations, EveryCallbackIsCalledAndTheFirstDissenterIsReturned) {
+  static int calls = 0;
   ApprovalRegistrations registrations;
   const ApprovalSession::Callback approve = [](const Disk&, void*) noexcept {
-    ++asked;
+    ++calls;
     return std::optional<Dissenter>();
   };
   const ApprovalSession::Callback refuse = [](const Disk&, void*) noexcept {
-    ++asked;
+    ++calls;
     return std::optional(Dissenter{7, "no"});
   };
   registrations.add(approve, nullptr);
   registrations.add(refuse, nullptr);
   registrations.add(approve, nullptr);
   EXPECT_EQ(registrations.ask({}), (Dissenter{7, "no"}));
-  EXPECT_EQ(asked, 3);
+  EXPECT_EQ(calls, 3);
   registrations.remove(refuse, nullptr);
   EXPECT_EQ(registrations.ask({}), std::nullopt);
 }

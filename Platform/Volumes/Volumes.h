@@ -16,14 +16,15 @@ struct Volume {
 };
 
 /// The mounted volumes.
-/// Threads: any. Owns: nothing. Errors: a mount table that cannot be read is an empty one.
+/// Thread-safety: any thread.
+/// Errors: a mount table that cannot be read is treated as empty.
 class Volumes {
  public:
   virtual ~Volumes() = default;
-  /// In the mount table's order: a volume mounted over another comes after it.
+  /// In the order of the mount table: a volume mounted over another follows it.
   virtual std::vector<Volume> mountedVolumes() const = 0;
-  /// The type of the volume whose root is `mountPoint` (a trailing separator does not matter), the
-  /// topmost where several are mounted there; none where no volume is.
+  /// The file system type of the volume mounted at `mountPoint`, the topmost if there are several;
+  /// nullopt if there is no volume. A trailing separator is ignored.
   std::optional<std::string> fileSystemTypeOf(std::string_view mountPoint) const;
 };
 

@@ -14,26 +14,26 @@ constexpr const char* kTable =
     "41 22 8:18 / /media/ann/odd\\134\\012 rw - hfsplus /dev/sdc rw\n"
     "42 40 0:50 / /media/ann/My\\040Stick rw - tmpfs tmpfs rw";
 
-TEST(MountInfo, ReadsRootsAndTypesInTheTablesOrderWithEscapesUndone) {
+TEST(MountInfo, ReadsUnescapedRootsAndTypesInTheTablesOrder) {
   EXPECT_EQ(volumesFromMountInfo(kTable), (std::vector<Volume>{{"/", "ext4"},
                                                                {"/media/ann/My Stick", "vfat"},
                                                                {"/media/ann/odd\\\n", "hfsplus"},
                                                                {"/media/ann/My Stick", "tmpfs"}}));
 }
 
-TEST(MountInfo, TextsOfAnotherFormHoldNoVolume) {
+TEST(MountInfo, MalformedTextHasNoVolumes) {
   EXPECT_TRUE(volumesFromMountInfo("").empty());
   EXPECT_TRUE(volumesFromMountInfo("\n\n1 2 3\n36 35 98:0 / /mnt rw -").empty());
 }
 
-TEST(Volumes, TheTopmostOfSeveralVolumesAtOneRootGivesTheType) {
+TEST(Volumes, TheTopmostOfSeveralVolumesAtOneRootDeterminesTheType) {
   const MountInfoVolumes volumes([] { return std::string(kTable); });
   EXPECT_EQ(volumes.fileSystemTypeOf("/media/ann/My Stick/"), "tmpfs");
   EXPECT_EQ(volumes.fileSystemTypeOf("/"), "ext4");
   EXPECT_EQ(volumes.fileSystemTypeOf("/media/ann"), std::nullopt);
 }
 
-TEST(SystemVolumes, KnowTheRootOfThisMachine) {
+TEST(SystemVolumes, ReportTheRootOfThisMachine) {
   EXPECT_TRUE(SystemVolumes().fileSystemTypeOf("/"));
 }
 

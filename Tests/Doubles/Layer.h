@@ -7,13 +7,12 @@
 
 namespace wevora::platform {
 
-/// A layer of a host: a frame that is drawn for itself. It answers `frame`, `setNeedsDisplay` and
+/// A fake layer of a host ("CALayer"), which responds to `frame`, `setNeedsDisplay` and
 /// `needsDisplay`.
-/// Threads: the main thread. Owns: its frame. Errors: none.
 class Layer : public Object {
  public:
   using Object::Object;
-  /// The class "CALayer"; the one that is there already, if any, learns what it lacks.
+  /// Registers "CALayer", or adds the missing methods to a class of that name that exists already.
   static std::shared_ptr<Class> registerIn(Runtime& runtime);
 
   // -frame

@@ -4,7 +4,7 @@
 
 namespace wevora::platform {
 
-/// The blocks that wait for their virtual time.
+/// The delayed blocks of all queues, by their due time on the virtual clock.
 class ManualAgenda : public std::enable_shared_from_this<ManualAgenda> {
  public:
   explicit ManualAgenda(VirtualClock& clock) : clock_(clock) {}
@@ -13,7 +13,7 @@ class ManualAgenda : public std::enable_shared_from_this<ManualAgenda> {
                                     Block block);
   std::size_t size() const { return entries_.size(); }
   void clear() { Entries().swap(entries_); }
-  /// Queues the first block due by `time` and sets the clock to its time; false when none is.
+  /// Advances the clock to the first block due by `time` and queues it; false if there is none.
   bool queueFirstDueBy(std::chrono::nanoseconds time);
 
  private:
@@ -117,7 +117,7 @@ ManualDispatch::ManualDispatch(VirtualClock& clock)
       main_(std::make_shared<ManualQueue>(agenda_, "main")) {}
 
 ManualDispatch::~ManualDispatch() {
-  // What waits may hold its queue's owner, which holds the queue.
+  // Breaks reference cycles: a pending block may own the owner of its queue.
   agenda_->clear();
   for (const auto& queue : serialQueues_) queue->clear();
   main_->clear();
@@ -125,7 +125,7 @@ ManualDispatch::~ManualDispatch() {
 
 std::shared_ptr<Queue> ManualDispatch::serialQueue(std::string_view name) {
   auto queue = std::make_shared<ManualQueue>(agenda_, name);
-  // A queue that its owner let go of lives until its last block has run, as real ones do.
+  // As with real queues, a queue released by its owner lives until its last block has run.
   std::erase_if(serialQueues_,
                 [](const auto& other) { return other.use_count() == 1 && other->pending() == 0; });
   serialQueues_.push_back(queue);
@@ -148,7 +148,7 @@ std::vector<std::shared_ptr<ManualQueue>> ManualDispatch::serialQueues(
 
 bool ManualDispatch::runBackgroundOnce() {
   bool ran = false;
-  // By index: a block may ask for a new queue.
+  // By index: a block may create a new queue.
   for (std::size_t i = 0; i < serialQueues_.size(); ++i)
     if (const auto queue = serialQueues_[i]) ran = queue->runNext() || ran;
   for (std::size_t i = 0; i < operationQueues_.size(); ++i)

@@ -13,8 +13,8 @@ namespace wevora::platform {
 
 class ManualAgenda;
 
-/// A queue that a test runs by hand.
-/// Threads: one. Owns: its blocks. Errors: what a block throws is dropped, as everywhere.
+/// A fake queue whose blocks run only when the test runs them.
+/// Errors: exceptions of blocks are caught and dropped, as by real queues.
 class ManualQueue : public Queue, public std::enable_shared_from_this<ManualQueue> {
  public:
   ManualQueue(std::shared_ptr<ManualAgenda> agenda, std::string_view name)
@@ -25,11 +25,11 @@ class ManualQueue : public Queue, public std::enable_shared_from_this<ManualQueu
 
   const std::string& name() const { return name_; }
   std::size_t pending() const { return blocks_.size(); }
-  /// Runs the oldest block; false when there is none.
+  /// Runs the oldest block; false if the queue is empty.
   bool runNext();
-  /// Runs until no block is left; answers how many ran.
+  /// Runs blocks until the queue is empty; returns their number.
   std::size_t runAll();
-  /// Drops what has not run.
+  /// Drops the pending blocks.
   void clear() { std::deque<Block>().swap(blocks_); }
 
  private:
@@ -38,8 +38,8 @@ class ManualQueue : public Queue, public std::enable_shared_from_this<ManualQueu
   std::deque<Block> blocks_;
 };
 
-/// An operation queue that a test runs by hand, one operation after the other.
-/// Threads: one. Owns: its operations. Errors: what an operation throws is dropped.
+/// A fake operation queue whose operations run only when the test runs them, one at a time.
+/// Errors: exceptions of operations are caught and dropped.
 class ManualOperationQueue : public OperationQueue {
  public:
   void addOperation(std::shared_ptr<Operation> operation) override;
@@ -47,7 +47,7 @@ class ManualOperationQueue : public OperationQueue {
   void cancelAllOperations() override { waiting_.clear(); }
   void waitUntilAllOperationsAreFinished() override;
 
-  /// The operation that would run next, or none.
+  /// The operation that would run next; null if the queue is empty.
   std::shared_ptr<Operation> next() const;
   bool runNext();
 
@@ -56,10 +56,8 @@ class ManualOperationQueue : public OperationQueue {
   std::size_t running_ = 0;
 };
 
-/// Queues in virtual time: nothing runs but what the test runs, in an order that is always the
-/// same.
-/// Threads: one. Owns: the main queue and the blocks that wait for their time.
-/// Errors: none.
+/// A fake dispatch in virtual time: blocks run only when the test runs them, in a deterministic
+/// order.
 class ManualDispatch : public Dispatch {
  public:
   explicit ManualDispatch(VirtualClock& clock);
@@ -72,18 +70,18 @@ class ManualDispatch : public Dispatch {
   std::shared_ptr<OperationQueue> operationQueue(std::size_t maxConcurrent) override;
 
   ManualQueue& manualMainQueue() { return *main_; }
-  /// The serial queues of a name, oldest first; one that is idle and let go of may be missing.
+  /// The serial queues with a name, oldest first; a released idle queue may be missing.
   std::vector<std::shared_ptr<ManualQueue>> serialQueues(std::string_view name) const;
-  /// The operation queue that was asked for last.
+  /// The operation queue that was created last.
   ManualOperationQueue& lastOperationQueue() { return *operationQueues_.back().lock(); }
 
-  /// Runs every serial queue and every operation until all are idle; the main queue stays.
+  /// Runs all serial queues and operation queues, but not the main queue, until they are idle.
   void runBackground();
-  /// Runs everything until all is idle.
+  /// Runs all queues until they are idle.
   void runAll();
-  /// Moves the clock, stopping at each delayed block to queue it and run everything.
+  /// Advances the clock, stopping at each delayed block to queue it and run all queues.
   void advance(std::chrono::nanoseconds step);
-  /// Blocks that wait for their time, on any queue.
+  /// The number of delayed blocks that are not due yet, on all queues.
   std::size_t delayed() const;
 
  private:

@@ -4,8 +4,7 @@
 
 namespace wevora::platform {
 
-/// An approval service in which a test asks.
-/// Threads: one. Owns: the notes of what was done, in order. Errors: none.
+/// A fake approval service in which the test requests the unmounts. It records the calls in order.
 class ManualUnmountApprovals : public UnmountApprovals {
  public:
   std::unique_ptr<ApprovalSession> createSession() override {
@@ -13,7 +12,7 @@ class ManualUnmountApprovals : public UnmountApprovals {
     return std::make_unique<Session>(*this);
   }
 
-  /// What a person's request to unmount leads to: a dissenter, or none to approve.
+  /// Requests an unmount; returns the first dissenter, nullopt if approved.
   std::optional<Dissenter> ask(const Disk& disk) const {
     return scheduled ? registrations.ask(disk) : std::nullopt;
   }
@@ -30,31 +29,31 @@ class ManualUnmountApprovals : public UnmountApprovals {
   class Session : public ApprovalSession {
    public:
     explicit Session(ManualUnmountApprovals& service) : service_(service) {
-      note("create session");
+      record("create session");
     }
-    ~Session() override { note("release session"); }
+    ~Session() override { record("release session"); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
     void scheduleOnMainLoop() override {
-      note("schedule");
+      record("schedule");
       service_.scheduled = true;
     }
     void unscheduleFromMainLoop() override {
-      note("unschedule");
+      record("unschedule");
       service_.scheduled = false;
     }
     void registerUnmountApproval(Callback callback, void* context) override {
-      note("register");
+      record("register");
       service_.registrations.add(callback, context);
     }
     void unregisterUnmountApproval(Callback callback, void* context) override {
-      note("unregister");
+      record("unregister");
       service_.registrations.remove(callback, context);
     }
 
    private:
-    void note(const char* what) { service_.done.emplace_back(what); }
+    void record(const char* what) { service_.done.emplace_back(what); }
     ManualUnmountApprovals& service_;
   };
 };

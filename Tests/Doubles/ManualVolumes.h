@@ -7,8 +7,8 @@
 
 namespace wevora::platform {
 
-/// The volumes that a test says are mounted.
-/// Threads: any may ask; one changes the list, while nobody asks. Owns: the list. Errors: none.
+/// A fake mount table.
+/// Thread-safety: any thread may call `mountedVolumes`, but not while the test changes the list.
 class ManualVolumes : public Volumes {
  public:
   std::vector<Volume> mountedVolumes() const override {
@@ -17,7 +17,7 @@ class ManualVolumes : public Volumes {
   }
 
   std::vector<Volume> volumes = {{"/", "ext4"}};
-  mutable std::atomic<int> asked{0};  ///< how often
+  mutable std::atomic<int> asked{0};  ///< the number of calls
 };
 
 }  // namespace wevora::platform

@@ -10,7 +10,7 @@ bool isOctal(char c) {
   return c >= '0' && c <= '7';
 }
 
-/// mountinfo writes blanks, tabs, newlines and backslashes as "\ooo".
+/// mountinfo escapes blanks, tabs, newlines and backslashes as "\ooo" (octal).
 std::string unescaped(std::string_view field) {
   std::string result;
   result.reserve(field.size());

@@ -9,10 +9,10 @@
 
 namespace wevora::platform {
 
-/// The volumes of a text in the format of /proc/self/mountinfo; malformed lines are skipped.
+/// Parses text in the format of /proc/self/mountinfo; malformed lines are skipped.
 std::vector<Volume> volumesFromMountInfo(std::string_view text);
 
-/// A mount table given as text, which is requested again for each query.
+/// A mount table in the mountinfo format; the text is requested for every query.
 class MountInfoVolumes : public Volumes {
  public:
   explicit MountInfoVolumes(std::function<std::string()> text) : text_(std::move(text)) {}

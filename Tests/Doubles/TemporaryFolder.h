@@ -8,13 +8,14 @@
 
 namespace wevora::platform {
 
-/// A private folder for a test, gone with the object.
-/// Threads: one. Owns: the folder and all below it. Errors: throws when none can be made.
+/// A temporary folder, removed with all its contents by the destructor.
+/// Errors: throws if the folder cannot be created.
 class TemporaryFolder {
  public:
   TemporaryFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "wevora-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (::mkdtemp(pattern.data()) == nullptr)
+      throw std::runtime_error("cannot create '" + pattern + "'");
     path_ = std::filesystem::canonical(pattern).string();
   }
   ~TemporaryFolder() {

@@ -6,9 +6,9 @@
 
 namespace wevora::platform {
 
-/// A clock that a test moves by hand. It starts on a whole second, so that sums of ordinary
-/// decimal steps stay exact enough to test a bound from both sides.
-/// Threads: any. Owns: nothing. Errors: none.
+/// A clock that advances only when the test advances it. It starts at a whole second, so that sums
+/// of decimal steps are exact enough to test both sides of a bound.
+/// Thread-safety: any thread.
 class VirtualClock : public Clock {
  public:
   explicit VirtualClock(Date start = Date{1'000'000.0}) : start_(start) {}

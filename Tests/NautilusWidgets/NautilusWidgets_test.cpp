@@ -1,5 +1,5 @@
-// Widgets that are made as those of one release or another of the file manager, by their classes'
-// names and properties: what is found of them.
+// Finds the widgets of all supported Nautilus releases, using fake widgets with the releases' class
+// names and properties.
 
 #include <cstdint>
 #include <cstdlib>
@@ -26,7 +26,7 @@ using platform::ImageRef;
 using platform::Implementation;
 using platform::send;
 
-/// A display that nobody sees, for as long as the program runs.
+/// Starts a virtual display, which runs until the process ends.
 void useVirtualDisplay() {
   static testing_host::ChildProcess display(
       {"Xvfb", "-displayfd", "1", "-screen", "0", "400x300x24", "-nolisten", "tcp"});
@@ -41,7 +41,7 @@ void useVirtualDisplay() {
   ASSERT_TRUE(gtk_init_check());
 }
 
-/// Registers a class of the host's, as far as this system looks at it.
+/// Registers a fake class of the host.
 GType classNamed(const char* name, GType parent, GClassInitFunc init = nullptr,
                  guint16 instanceSize = 0) {
   if (const GType known = g_type_from_name(name)) return known;
@@ -102,7 +102,7 @@ GtkWidget* makeRow(const char* className, const char* label) {
   return row;
 }
 
-/// Notes what it is told of.
+/// Records the notifications that it receives.
 class RecordingObserver : public WidgetObserver {
  public:
   void drawCell(CellKind kind, GtkWidget* cell, GtkSnapshot* snapshot) override {
@@ -114,7 +114,7 @@ class RecordingObserver : public WidgetObserver {
   }
   void sidebarRowRealized(GtkWidget* row) override { rows.emplace_back(G_OBJECT_TYPE_NAME(row)); }
 
-  void forgetAll() {
+  void clear() {
     drawn.clear();
     sidebars.clear();
     rows.clear();
@@ -125,7 +125,7 @@ class RecordingObserver : public WidgetObserver {
   std::vector<std::string> rows;
 };
 
-/// A window with one widget in it, which is realized and drawn once.
+/// A window with one widget, which is realized.
 class Shown {
  public:
   explicit Shown(GtkWidget* content) : window_(gtk_window_new()) {
@@ -143,16 +143,16 @@ class Shown {
   GtkWidget* const window_;
 };
 
-/// The observer is told of the widgets of the whole process, for good.
+/// One observer for the whole process, because `observeWidgets` cannot be undone.
 RecordingObserver& observer() {
-  static RecordingObserver noting;
+  static RecordingObserver recording;
   static const bool observed = [] {
-    observeWidgets(noting);
+    observeWidgets(recording);
     return true;
   }();
   static_cast<void>(observed);
-  noting.forgetAll();
-  return noting;
+  recording.clear();
+  return recording;
 }
 
 class NautilusWidgetsTest : public testing::Test {
@@ -160,36 +160,36 @@ class NautilusWidgetsTest : public testing::Test {
   void SetUp() override { useVirtualDisplay(); }
 };
 
-TEST_F(NautilusWidgetsTest, TheSidebarAndItsRowsAreFoundUnderTheNamesOfEveryRelease) {
-  auto& noted = observer();
+TEST_F(NautilusWidgetsTest, TheSidebarAndItsRowsAreFoundInEveryRelease) {
+  auto& recorded = observer();
   for (const auto& [sidebar, row] : {std::pair("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow"),
                                      std::pair("NautilusSidebar", "NautilusSidebarRow")}) {
-    noted.forgetAll();
+    recorded.clear();
     GtkWidget* content = make(classNamed(sidebar, GTK_TYPE_BOX));
     GtkWidget* list = gtk_list_box_new();
     gtk_box_append(GTK_BOX(content), list);
     gtk_list_box_append(GTK_LIST_BOX(list), makeRow(row, "Home"));
     const Shown shown(content);
-    EXPECT_EQ(noted.sidebars, (std::vector<std::string>{sidebar}));
-    EXPECT_EQ(noted.rows, (std::vector<std::string>{row}));
+    EXPECT_EQ(recorded.sidebars, (std::vector<std::string>{sidebar}));
+    EXPECT_EQ(recorded.rows, (std::vector<std::string>{row}));
   }
 }
 
-TEST_F(NautilusWidgetsTest, OtherWidgetsAreLeftAlone) {
-  auto& noted = observer();
+TEST_F(NautilusWidgetsTest, OtherWidgetsAreIgnored) {
+  auto& recorded = observer();
   GtkWidget* content = make(classNamed("NautilusSomethingNew", GTK_TYPE_BOX));
   gtk_box_append(GTK_BOX(content), gtk_label_new("x"));
   const Shown shown(content);
-  EXPECT_TRUE(noted.sidebars.empty());
-  EXPECT_TRUE(noted.rows.empty());
-  EXPECT_TRUE(noted.drawn.empty());
+  EXPECT_TRUE(recorded.sidebars.empty());
+  EXPECT_TRUE(recorded.rows.empty());
+  EXPECT_TRUE(recorded.drawn.empty());
 }
 
-TEST_F(NautilusWidgetsTest, ACellsDrawingIsTakenOverOnceAndTheHostsOwnStaysBehindIt) {
-  auto& noted = observer();
+TEST_F(NautilusWidgetsTest, ACellsSnapshotIsOverriddenOnceAndCallsTheHostsOwn) {
+  auto& recorded = observer();
   for (const auto& [name, kind] : {std::pair("NautilusGridCell", CellKind::Grid),
                                    std::pair("NautilusNameCell", CellKind::List)}) {
-    noted.forgetAll();
+    recorded.clear();
     const GType cells = classNamed(name, GTK_TYPE_BOX, &initCellClass);
     GtkWidget* cell = make(cells);
     GtkWidget* other = make(cells);
@@ -199,7 +199,7 @@ TEST_F(NautilusWidgetsTest, ACellsDrawingIsTakenOverOnceAndTheHostsOwnStaysBehin
     GtkSnapshot* snapshot = gtk_snapshot_new();
     GTK_WIDGET_GET_CLASS(cell)->snapshot(cell, snapshot);
     g_object_unref(snapshot);
-    EXPECT_EQ(noted.drawn, (std::vector<CellKind>{kind})) << name;
+    EXPECT_EQ(recorded.drawn, (std::vector<CellKind>{kind})) << name;
     EXPECT_EQ(hostDrawings, 1) << name;
   }
 }
@@ -231,35 +231,36 @@ TEST_F(NautilusWidgetsTest, AnIconOfAnUnknownClassIsFoundByItsNameInTheTemplate)
   g_object_unref(builder);
 }
 
-TEST_F(NautilusWidgetsTest, ACellWithoutAnIconHasNone) {
+TEST_F(NautilusWidgetsTest, NoIconIsFoundInACellWithoutOne) {
   GtkWidget* cell = g_object_ref_sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
   gtk_box_append(GTK_BOX(cell), gtk_label_new("x"));
   EXPECT_EQ(iconOf(cell), nullptr);
   g_object_unref(cell);
 }
 
-TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseTakesTheImageThatItsDelegateGivesIt) {
+TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseShowsTheImageSetByItsDelegate) {
   for (const auto& [sidebar, rowClass] :
        {std::pair("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow"),
         std::pair("NautilusSidebar", "NautilusSidebarRow")}) {
     platform::Runtime runtime;
     const auto views = hosts::View::registerIn(runtime);
     Sidebars sidebars(runtime, *views);
-    const auto picture = std::make_shared<platform::Image>(platform::Size{16, 16});
+    const auto image = std::make_shared<platform::Image>(platform::Size{16, 16});
     const std::vector<platform::ImageRep> reps = {
         {.bitmap = platform::Bitmap::make(16, 16, std::vector<std::uint32_t>(16 * 16, 0xFFFF0000)),
          .size = {16, 16}}};
-    picture->addRepresentations(reps);
-    // As the bundle's delegate does.
+    image->addRepresentations(reps);
+    // Sets the image as the bundle's delegate does.
     const auto delegates = runtime.classNamed("TSidebarViewController");
     delegates->addMethod(
         "test_willDisplay:",
-        Implementation::of<void(Id, Id, Id, Id)>([&](const Id&, const Id&, const Id& cell,
-                                                     const Id&, const Id&) {
-          if (send<std::optional<std::string>>(cell, "name") != "(w) Drive") return;
-          const Id image = send<Id>(runtime.classNamed("NSSidebarImage"), "alloc");
-          send<void>(cell, "setImage:", send<Id>(image, "initWithSourceImage:", ImageRef(picture)));
-        }),
+        Implementation::of<void(Id, Id, Id, Id)>(
+            [&](const Id&, const Id&, const Id& cell, const Id&, const Id&) {
+              if (send<std::optional<std::string>>(cell, "name") != "(w) Drive") return;
+              const Id allocated = send<Id>(runtime.classNamed("NSSidebarImage"), "alloc");
+              send<void>(cell,
+                         "setImage:", send<Id>(allocated, "initWithSourceImage:", ImageRef(image)));
+            }),
         "v@:@@@@");
     ASSERT_TRUE(delegates->exchangeImplementations(
         "outlineView:willDisplayCell:forTableColumn:item:", "test_willDisplay:"));
@@ -280,7 +281,7 @@ TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseTakesTheImageThatItsDelegateGivesI
   }
 }
 
-TEST_F(NautilusWidgetsTest, ARowThatLacksWhatIsLookedForStaysAsItIs) {
+TEST_F(NautilusWidgetsTest, ARowWithoutTheExpectedPropertiesIsLeftUnchanged) {
   platform::Runtime runtime;
   const auto views = hosts::View::registerIn(runtime);
   Sidebars sidebars(runtime, *views);

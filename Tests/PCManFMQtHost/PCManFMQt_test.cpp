@@ -350,7 +350,7 @@ TEST_F(PCManFMQtTest, WhereQtDoesNotRunOnGLibThePluginSaysSoOnceAndDoesNothing) 
                                       {{"QT_QPA_GENERIC_PLUGINS", plugins}, {"QT_NO_GLIB", "1"}});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.errors,
-              "wevora: Qt does not run on GLib's main loop here; there will be no badges\n");
+              "wevora: badges are disabled: Qt does not run GLib's main loop (unset QT_NO_GLIB)\n");
     EXPECT_EQ(outcome.output.find("finder_bundle"), std::string::npos) << outcome.output;
   }
 }

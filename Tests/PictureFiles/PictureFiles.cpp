@@ -22,7 +22,8 @@ cairo_status_t append(void* bytes, const unsigned char* data, unsigned int count
   return CAIRO_STATUS_SUCCESS;
 }
 
-/// 256 times the same byte: two runs of 128 (a mark above 127 repeats a byte mark - 125 times).
+/// Appends 256 equal bytes as two runs of 128; a length byte n > 127 repeats the next byte n - 125
+/// times.
 void appendRuns(std::string& bytes, std::uint32_t value) {
   for (int run = 0; run < 2; ++run) {
     bytes.push_back(static_cast<char>(128 + 125));
@@ -39,15 +40,15 @@ platform::BitmapRef twoHalves(std::size_t width, std::size_t height, std::uint32
   return Bitmap::make(width, height, std::move(pixels));
 }
 
-IcnsElement pngElement(std::string_view type, const Bitmap& picture) {
-  const auto width = static_cast<int>(picture.width());
-  const auto height = static_cast<int>(picture.height());
+IcnsElement pngElement(std::string_view type, const Bitmap& bitmap) {
+  const auto width = static_cast<int>(bitmap.width());
+  const auto height = static_cast<int>(bitmap.height());
   cairo_surface_t* surface = ::cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
   unsigned char* data = ::cairo_image_surface_get_data(surface);
   const auto stride = static_cast<std::size_t>(::cairo_image_surface_get_stride(surface));
-  for (std::size_t row = 0; row < picture.height(); ++row)
-    std::copy_n(reinterpret_cast<const unsigned char*>(&picture.pixels()[row * picture.width()]),
-                picture.bytesPerRow(), data + row * stride);
+  for (std::size_t row = 0; row < bitmap.height(); ++row)
+    std::copy_n(reinterpret_cast<const unsigned char*>(&bitmap.pixels()[row * bitmap.width()]),
+                bitmap.bytesPerRow(), data + row * stride);
   ::cairo_surface_mark_dirty(surface);
   std::string bytes;
   ::cairo_surface_write_to_png_stream(surface, &append, &bytes);
@@ -76,10 +77,10 @@ std::string icnsFile(const std::vector<IcnsElement>& elements) {
 void writeTiff(const std::string& path, const std::vector<TiffPage>& pages) {
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
   TIFF* tiff = ::TIFFOpen(path.c_str(), "w");
-  if (tiff == nullptr) throw std::runtime_error("no file " + path);
+  if (tiff == nullptr) throw std::runtime_error("cannot create '" + path + "'");
   for (const auto& page : pages) {
-    const auto width = static_cast<std::uint32_t>(page.picture->width());
-    const auto height = static_cast<std::uint32_t>(page.picture->height());
+    const auto width = static_cast<std::uint32_t>(page.bitmap->width());
+    const auto height = static_cast<std::uint32_t>(page.bitmap->height());
     const std::uint16_t extra = EXTRASAMPLE_ASSOCALPHA;
     ::TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
     ::TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
@@ -95,7 +96,7 @@ void writeTiff(const std::string& path, const std::vector<TiffPage>& pages) {
     std::vector<unsigned char> line(std::size_t{width} * 4);
     for (std::uint32_t row = 0; row < height; ++row) {
       for (std::uint32_t x = 0; x < width; ++x) {
-        const std::uint32_t pixel = page.picture->pixels()[std::size_t{row} * width + x];
+        const std::uint32_t pixel = page.bitmap->pixels()[std::size_t{row} * width + x];
         for (const unsigned channel : {0U, 1U, 2U, 3U})
           line[x * 4 + channel] = static_cast<unsigned char>(
               (channel == 3 ? pixel >> 24U : pixel >> (16U - 8U * channel)) & 0xFFU);

@@ -10,23 +10,23 @@
 
 namespace wevora::testing_host {
 
-/// A picture whose upper half has another colour than its lower half, so that one sees which way up
-/// it is. Colours are premultiplied 0xAARRGGBB.
+/// A bitmap whose halves have different colours, so that a test can detect its orientation. Colours
+/// are premultiplied 0xAARRGGBB.
 platform::BitmapRef twoHalves(std::size_t width, std::size_t height, std::uint32_t upper,
                               std::uint32_t lower);
 
-/// An element of an icon family: a type ("icp4") and its data.
+/// An element of an icon family (.icns): a type ("icp4") and its data.
 struct IcnsElement {
   std::string_view type;
   std::string data;
 };
-IcnsElement pngElement(std::string_view type, const platform::Bitmap& picture);
-/// "is32" with its mask "s8mk": 16 by 16 pixels of one colour, run-length coded.
+IcnsElement pngElement(std::string_view type, const platform::Bitmap& bitmap);
+/// "is32" with its mask "s8mk": 16 x 16 pixels of one colour, run-length coded.
 std::vector<IcnsElement> smallRunLengthElements(std::uint32_t color);
 std::string icnsFile(const std::vector<IcnsElement>& elements);
 
 struct TiffPage {
-  platform::BitmapRef picture;
+  platform::BitmapRef bitmap;
   float pixelsPerInch = 72;
 };
 void writeTiff(const std::string& path, const std::vector<TiffPage>& pages);

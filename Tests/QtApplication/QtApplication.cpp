@@ -2,7 +2,7 @@
 
 #include "Platform/Base/Guard.h"
 
-// What the fonts' library keeps until the process ends is no leak of ours.
+// fontconfig's caches live until the process ends.
 extern "C" [[gnu::visibility("default")]] const char*
 __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier): the sanitizer's own name
   return "leak:libfontconfig\n";
@@ -11,18 +11,18 @@ __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier): the sa
 namespace wevora::testing_host {
 namespace {
 
-struct Words {
-  Words() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
-  int count = 1;
+struct CommandLine {
+  CommandLine() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+  int argc = 1;
   char name[5] = "test";
-  char* all[2] = {name, nullptr};
+  char* argv[2] = {name, nullptr};
 };
 
 }  // namespace
 
 QApplication& qtApplication() {
-  static platform::NeverDestroyed<Words> words;
-  static platform::NeverDestroyed<QApplication> application(words->count, words->all);
+  static platform::NeverDestroyed<CommandLine> commandLine;
+  static platform::NeverDestroyed<QApplication> application(commandLine->argc, commandLine->argv);
   return *application;
 }
 

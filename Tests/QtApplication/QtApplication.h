@@ -4,8 +4,8 @@
 
 namespace wevora::testing_host {
 
-/// The program's one application of Qt's, without a display. It lives as long as the process.
-/// Threads: the main thread.
+/// The process's QApplication, on the offscreen platform. It is never destroyed.
+/// Thread-safety: main thread only.
 QApplication& qtApplication();
 
 }  // namespace wevora::testing_host
