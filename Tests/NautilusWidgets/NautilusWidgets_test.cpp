@@ -157,7 +157,7 @@ class Shown {
   explicit Shown(GtkWidget* content) : window_(gtk_window_new()) {
     gtk_window_set_child(GTK_WINDOW(window_), content);
     gtk_widget_realize(window_);
-    gtk_widget_show(window_);
+    gtk_widget_set_visible(window_, TRUE);
     for (GtkWidget* child = content; child != nullptr; child = gtk_widget_get_first_child(child))
       gtk_widget_realize(child);
   }
