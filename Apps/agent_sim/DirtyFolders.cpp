@@ -5,7 +5,8 @@
 namespace wevora::agent_sim {
 
 void DirtyFolders::addItem(const std::string& folder, const std::string& name) {
-  const auto [place, isNew] = folders_.try_emplace(folder, DirtyFolder{folder, false, {{}}});
+  const auto [place, isNew] =
+      folders_.try_emplace(folder, DirtyFolder{folder, false, RowScan::Names()});
   if (isNew) order_.push_back(folder);
   auto& names = place->second.names;
   if (!names) return;

@@ -19,9 +19,55 @@ using platform::Id;
 
 constexpr double kRowIconSize = 16;  // points
 
+constexpr const char* kIconProperty = "start-icon";
+
 bool isRow(GtkWidget* widget) {
-  return GTK_IS_LIST_BOX_ROW(widget) && hasProperty(widget, "start-icon");
+  return GTK_IS_LIST_BOX_ROW(widget) && hasProperty(widget, kIconProperty);
 }
+
+void runLater(std::function<void()> call) {
+  g_idle_add_full(
+      G_PRIORITY_HIGH,
+      +[](gpointer data) noexcept -> gboolean {
+        platform::catchAll([&] { (*static_cast<std::function<void()>*>(data))(); });
+        return G_SOURCE_REMOVE;
+      },
+      new std::function<void()>(std::move(call)),
+      +[](gpointer data) noexcept { delete static_cast<std::function<void()>*>(data); });
+}
+
+/// What is remembered of a row widget for as long as it lives.
+struct RowState {
+  hosts::FeedbackGuard guard{
+      {.runLater = &runLater, .report = [] {
+         g_message(
+             "wevora: a sidebar row keeps replacing its image; it keeps the file manager's own");
+       }}};
+  GObjectPtr<GObject> given;  ///< the image that this system has set
+  bool reacting = false;      ///< to a notification of the row
+  bool changed = false;       ///< by this system, in the round under way
+
+  static RowState* of(GtkWidget* row) {
+    return static_cast<RowState*>(g_object_get_data(G_OBJECT(row), kKey));
+  }
+  static void attachTo(GtkWidget* row) {
+    g_object_set_data_full(
+        G_OBJECT(row), kKey, new RowState,
+        +[](gpointer state) noexcept { delete static_cast<RowState*>(state); });
+  }
+  bool isShownBy(GtkWidget* row) const {
+    return given && objectProperty(row, kIconProperty) == given;
+  }
+  /// Whether the row's image may be set now.
+  bool mayChange() {
+    if (!reacting || changed) return true;
+    changed = guard.beginRound();
+    return changed;
+  }
+
+ private:
+  static constexpr const char* kKey = "wevora-row-state";
+};
 
 class Row : public SidebarRow {
  public:
@@ -37,8 +83,13 @@ class Row : public SidebarRow {
     const double pixels = kRowIconSize * scale;
     const auto* rep = image.bestRepresentation({pixels, pixels}, scale);
     if (rep == nullptr) return;
+    auto* state = RowState::of(row.get());
+    if (state == nullptr || !state->mayChange()) return;
     const auto texture = makeTexture(rep->bitmap);
-    if (G_IS_ICON(texture.get())) g_object_set(row.get(), "start-icon", texture.get(), nullptr);
+    if (!G_IS_ICON(texture.get())) return;
+    // Known before the row notifies of it.
+    state->given.reset(G_OBJECT(g_object_ref(texture.get())));
+    g_object_set(row.get(), kIconProperty, texture.get(), nullptr);
   }
 
  private:
@@ -63,12 +114,11 @@ void Sidebars::sidebarRealized(GtkWidget* sidebar) {
 }
 
 void Sidebars::rowRealized(GtkWidget* row) {
-  static constexpr const char* kKey = "wevora-row-known";
   if (!isRow(row)) return;
-  if (g_object_get_data(G_OBJECT(row), kKey) == nullptr) {
-    g_object_set_data(G_OBJECT(row), kKey, this);
+  if (RowState::of(row) == nullptr) {
+    RowState::attachTo(row);
     const auto changed = +[](GtkWidget* it, GParamSpec*, gpointer self) noexcept {
-      platform::catchAll([&] { static_cast<Sidebars*>(self)->presentRow(it); });
+      platform::catchAll([&] { static_cast<Sidebars*>(self)->rowChanged(it); });
     };
     g_signal_connect(row, "notify::label", G_CALLBACK(changed), this);
     g_signal_connect(row, "notify::start-icon", G_CALLBACK(changed), this);
@@ -76,7 +126,16 @@ void Sidebars::rowRealized(GtkWidget* row) {
   presentRow(row);
 }
 
-// Setting a row's image emits a change of the row again, so the flag prevents recursion.
+void Sidebars::rowChanged(GtkWidget* row) {
+  auto* state = RowState::of(row);
+  if (state == nullptr || state->isShownBy(row)) return;
+  const bool outer = std::exchange(state->reacting, true);
+  if (!outer) state->changed = false;
+  const platform::ScopeExit done([state, outer] { state->reacting = outer; });
+  presentRow(row);
+}
+
+// Setting a row's image emits a change of the row again; the flag prevents recursion.
 void Sidebars::presentRow(GtkWidget* row) {
   const auto sidebar = sidebarAround(row);
   if (!sidebar || std::exchange(presenting_, true)) return;

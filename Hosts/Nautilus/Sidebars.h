@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Hosts/Common/FeedbackGuard.h"
 #include "Hosts/Common/SidebarView.h"
 #include "Platform/Runtime/Runtime.h"
 
@@ -22,6 +23,8 @@ class Sidebars {
 
   void sidebarRealized(GtkWidget* sidebar);
   void rowRealized(GtkWidget* row);
+  /// A property of the row has changed: presents it again, unless the change is our own.
+  void rowChanged(GtkWidget* row);
   std::vector<platform::Id> sidebarsOf(GtkWidget* window) const;
 
  private:

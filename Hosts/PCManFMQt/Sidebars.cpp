@@ -3,6 +3,8 @@
 #include <QIcon>
 #include <QPersistentModelIndex>
 #include <QPixmap>
+#include <QTimer>
+#include <iostream>
 #include <optional>
 #include <string>
 #include <utility>
@@ -24,59 +26,101 @@ QIcon iconOf(const platform::Image& image) {
   return icon;
 }
 
-class Row : public SidebarRow {
+}  // namespace
+
+/// A list of places and what is remembered of it.
+struct Sidebars::Sidebar {
+  std::shared_ptr<SidebarView> view;
+  hosts::FeedbackGuard guard{
+      {.runLater = [](std::function<void()> call) { QTimer::singleShot(0, std::move(call)); },
+       .report =
+           [] {
+             std::cerr << "wevora: the list of places keeps replacing its image; it keeps the file "
+                          "manager's own\n";
+           }}};
+  std::map<QPersistentModelIndex, qint64> given;  ///< the key of the image that a row was given
+  bool reacting = false;
+  bool changed = false;  ///< by this system, in the round under way
+
+  bool isShownBy(const QPersistentModelIndex& row) const {
+    const auto found = given.find(row);
+    return found != given.end() &&
+           row.data(Qt::DecorationRole).value<QIcon>().cacheKey() == found->second;
+  }
+  /// Whether a row's image may be set now.
+  bool mayChange() {
+    if (!reacting || changed) return true;
+    changed = guard.beginRound();
+    return changed;
+  }
+};
+
+class Sidebars::Row : public SidebarRow {
  public:
-  Row(platform::Class& isa, const QModelIndex& index) : SidebarRow(isa), index_(index) {}
+  Row(platform::Class& isa, Sidebar& sidebar, const QModelIndex& index)
+      : SidebarRow(isa), sidebar_(sidebar), index_(index) {}
 
   std::optional<std::string> name() const override {
     const QVariant text = index_.data(Qt::DisplayRole);
     return text.isValid() ? std::optional(text.toString().toStdString()) : std::nullopt;
   }
   void setImage(const platform::Image& image) override {
-    if (!index_.isValid()) return;
+    if (!index_.isValid() || (sidebar_.reacting && sidebar_.isShownBy(index_))) return;
+    if (!sidebar_.mayChange()) return;
+    const QIcon icon = iconOf(image);
+    // Known before the model notifies of it.
+    sidebar_.given[index_] = icon.cacheKey();
     auto* model = const_cast<QAbstractItemModel*>(index_.model());
-    model->setData(index_, iconOf(image), Qt::DecorationRole);
+    model->setData(index_, icon, Qt::DecorationRole);
   }
 
  private:
+  Sidebar& sidebar_;
   const QPersistentModelIndex index_;
 };
 
-}  // namespace
-
 void Sidebars::appeared(QAbstractItemView& places) {
   if (sidebars_.contains(&places)) return;
-  connect(&places, &QObject::destroyed, this,
-          [this, destroyed = &places] { sidebars_.erase(destroyed); });
-  const auto again = [this, view = QPointer<QAbstractItemView>(&places)] {
-    platform::catchAll([&] {
-      if (view) present(*view);
-    });
+  connect(&places, &QObject::destroyed, this, [this, gone = &places] { sidebars_.erase(gone); });
+  const auto presenting = [this, view = QPointer<QAbstractItemView>(&places)](bool reacting) {
+    return [this, view, reacting] {
+      platform::catchAll([&] {
+        if (view) present(*view, reacting);
+      });
+    };
   };
-  sidebars_.emplace(&places, classes_.make(again));
+  const auto sidebar = std::make_shared<Sidebar>();
+  sidebar->view = classes_.make(presenting(false));
+  sidebars_.emplace(&places, sidebar);
   if (auto* model = places.model()) {
-    connect(model, &QAbstractItemModel::rowsInserted, &places, again);
-    connect(model, &QAbstractItemModel::dataChanged, &places, again);
-    connect(model, &QAbstractItemModel::layoutChanged, &places, again);
-    connect(model, &QAbstractItemModel::modelReset, &places, again);
+    const auto changed = presenting(true);
+    connect(model, &QAbstractItemModel::rowsInserted, &places, changed);
+    connect(model, &QAbstractItemModel::dataChanged, &places, changed);
+    connect(model, &QAbstractItemModel::layoutChanged, &places, changed);
+    connect(model, &QAbstractItemModel::modelReset, &places, changed);
   }
-  again();
+  present(places, false);
 }
 
-// Setting a row's image changes the model again, so the flag prevents recursion.
-void Sidebars::present(QAbstractItemView& places) {
+// Setting a row's image changes the model again; the flag prevents recursion.
+void Sidebars::present(QAbstractItemView& places, bool reacting) {
   const auto found = sidebars_.find(&places);
   if (found == sidebars_.end() || places.model() == nullptr || std::exchange(presenting_, true))
     return;
+  const auto sidebar = found->second;
+  sidebar->reacting = reacting;
+  sidebar->changed = false;
   const platform::ScopeExit done([this] { presenting_ = false; });
-  presentBelow(found->second, *places.model(), {});
+  std::erase_if(sidebar->given, [](const auto& row) { return !row.first.isValid(); });
+  presentBelow(*sidebar, *places.model(), {});
 }
 
-void Sidebars::presentBelow(const std::shared_ptr<SidebarView>& sidebar, QAbstractItemModel& model,
+void Sidebars::presentBelow(Sidebar& sidebar, QAbstractItemModel& model,
                             const QModelIndex& parent) {
   for (int row = 0; row < model.rowCount(parent); ++row) {
     const QModelIndex index = model.index(row, 0, parent);
-    hosts::SidebarClasses::willDisplay(sidebar, std::make_shared<Row>(classes_.rows(), index));
+    hosts::SidebarClasses::willDisplay(sidebar.view,
+                                       std::make_shared<Row>(classes_.rows(), sidebar, index));
     presentBelow(sidebar, model, index);
   }
 }
@@ -84,7 +128,7 @@ void Sidebars::presentBelow(const std::shared_ptr<SidebarView>& sidebar, QAbstra
 std::vector<Id> Sidebars::sidebarsOf(const QWidget* window) const {
   std::vector<Id> inWindow;
   for (const auto& [places, sidebar] : sidebars_)
-    if (places->window() == window) inWindow.emplace_back(sidebar);
+    if (places->window() == window) inWindow.emplace_back(sidebar->view);
   return inWindow;
 }
 

@@ -2,11 +2,13 @@
 
 #include <QAbstractItemView>
 #include <QObject>
+#include <QPersistentModelIndex>
 #include <QPointer>
 #include <map>
 #include <memory>
 #include <vector>
 
+#include "Hosts/Common/FeedbackGuard.h"
 #include "Hosts/Common/SidebarView.h"
 #include "Platform/Runtime/Runtime.h"
 
@@ -25,12 +27,15 @@ class Sidebars : public QObject {
   std::vector<platform::Id> sidebarsOf(const QWidget* window) const;
 
  private:
-  void present(QAbstractItemView& places);
-  void presentBelow(const std::shared_ptr<hosts::SidebarView>& sidebar, QAbstractItemModel& model,
-                    const QModelIndex& parent);
+  struct Sidebar;
+  class Row;
+
+  /// `reacting`: because the host's model has notified of a change.
+  void present(QAbstractItemView& places, bool reacting);
+  void presentBelow(Sidebar& sidebar, QAbstractItemModel& model, const QModelIndex& parent);
 
   const hosts::SidebarClasses classes_;
-  std::map<QAbstractItemView*, std::shared_ptr<hosts::SidebarView>> sidebars_;
+  std::map<QAbstractItemView*, std::shared_ptr<Sidebar>> sidebars_;
   bool presenting_ = false;
 };
 

@@ -2,9 +2,8 @@
 
 #include <memory>
 
-#include <gio/gunixmounts.h>
-
 #include "Platform/Base/Strings.h"
+#include "Platform/Volumes/UnixMounts.h"
 
 namespace wevora::platform {
 namespace {
@@ -12,7 +11,7 @@ namespace {
 struct MountsFree {
   void operator()(GList* list) const noexcept {
     g_list_free_full(
-        list, [](gpointer mount) { g_unix_mount_free(static_cast<GUnixMountEntry*>(mount)); });
+        list, [](gpointer mount) { unix_mounts::free(static_cast<GUnixMountEntry*>(mount)); });
   }
 };
 
@@ -27,11 +26,11 @@ std::optional<std::string> Volumes::fileSystemTypeOf(std::string_view mountPoint
 }
 
 std::vector<Volume> SystemVolumes::mountedVolumes() const {
-  const std::unique_ptr<GList, MountsFree> mounts(g_unix_mounts_get(nullptr));
+  const std::unique_ptr<GList, MountsFree> mounts(unix_mounts::entries());
   std::vector<Volume> volumes;
   for (const GList* item = mounts.get(); item != nullptr; item = item->next) {
     auto* mount = static_cast<GUnixMountEntry*>(item->data);
-    volumes.push_back({g_unix_mount_get_mount_path(mount), g_unix_mount_get_fs_type(mount)});
+    volumes.push_back({unix_mounts::path(mount), unix_mounts::fileSystemType(mount)});
   }
   return volumes;
 }

@@ -53,12 +53,37 @@ GType classNamed(const char* name, GType parent, GClassInitFunc init = nullptr,
       GTypeFlags{});
 }
 
+/// How a row of the sidebar reacts when its icon is set.
+enum class Reaction { None, RestoresItsIconAtOnce, RestoresItsIconWhenIdle };
+Reaction reaction = Reaction::None;
+int iconsSet = 0;  ///< by anybody but the row itself
+
 /// A row of the sidebar.
 struct FakeRow {
   GtkListBoxRow parent;
   GIcon* icon;
   char* label;
 };
+
+/// The row takes an icon of its own and notifies of it.
+void restoreIcon(FakeRow* row) {
+  g_clear_object(&row->icon);
+  row->icon = g_themed_icon_new("drive-harddisk");
+  g_object_notify(G_OBJECT(row), "start-icon");
+}
+
+void react(FakeRow* row) {
+  ++iconsSet;
+  if (reaction == Reaction::RestoresItsIconAtOnce) restoreIcon(row);
+  if (reaction == Reaction::RestoresItsIconWhenIdle)
+    g_idle_add_full(
+        G_PRIORITY_DEFAULT_IDLE,
+        +[](gpointer itself) -> gboolean {
+          restoreIcon(static_cast<FakeRow*>(itself));
+          return G_SOURCE_REMOVE;
+        },
+        g_object_ref(row), &g_object_unref);
+}
 
 void initRowClass(gpointer itsClass, gpointer) {
   auto* objects = G_OBJECT_CLASS(itsClass);
@@ -67,6 +92,7 @@ void initRowClass(gpointer itsClass, gpointer) {
     if (id == 1) {
       g_clear_object(&row->icon);
       row->icon = static_cast<GIcon*>(g_value_dup_object(value));
+      react(row);
     } else {
       g_free(row->label);
       row->label = g_value_dup_string(value);
@@ -131,7 +157,7 @@ class Shown {
   explicit Shown(GtkWidget* content) : window_(gtk_window_new()) {
     gtk_window_set_child(GTK_WINDOW(window_), content);
     gtk_widget_realize(window_);
-    gtk_widget_show(window_);
+    gtk_widget_set_visible(window_, TRUE);
     for (GtkWidget* child = content; child != nullptr; child = gtk_widget_get_first_child(child))
       gtk_widget_realize(child);
   }
@@ -238,47 +264,114 @@ TEST_F(NautilusWidgetsTest, NoIconIsFoundInACellWithoutOne) {
   g_object_unref(cell);
 }
 
-TEST_F(NautilusWidgetsTest, ARowOfEveryReleaseShowsTheImageSetByItsDelegate) {
-  for (const auto& [sidebar, rowClass] :
-       {std::pair("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow"),
-        std::pair("NautilusSidebar", "NautilusSidebarRow")}) {
-    platform::Runtime runtime;
-    const auto views = hosts::View::registerIn(runtime);
-    Sidebars sidebars(runtime, *views);
-    const auto image = std::make_shared<platform::Image>(platform::Size{16, 16});
+/// A sidebar with one row for the drive, whose image a delegate gives as the bundle's does.
+class SidebarRowsTest : public NautilusWidgetsTest {
+ protected:
+  SidebarRowsTest() {
+    reaction = Reaction::None;
     const std::vector<platform::ImageRep> reps = {
         {.bitmap = platform::Bitmap::make(16, 16, std::vector<std::uint32_t>(16 * 16, 0xFFFF0000)),
          .size = {16, 16}}};
-    image->addRepresentations(reps);
-    // Sets the image as the bundle's delegate does.
-    const auto delegates = runtime.classNamed("TSidebarViewController");
+    picture_->addRepresentations(reps);
+    const auto delegates = runtime_.classNamed("TSidebarViewController");
     delegates->addMethod(
         "test_willDisplay:",
         Implementation::of<void(Id, Id, Id, Id)>(
-            [&](const Id&, const Id&, const Id& cell, const Id&, const Id&) {
+            [this](const Id&, const Id&, const Id& cell, const Id&, const Id&) {
               if (send<std::optional<std::string>>(cell, "name") != "(w) Drive") return;
-              const Id allocated = send<Id>(runtime.classNamed("NSSidebarImage"), "alloc");
+              const Id image = send<Id>(runtime_.classNamed("NSSidebarImage"), "alloc");
               send<void>(cell,
-                         "setImage:", send<Id>(allocated, "initWithSourceImage:", ImageRef(image)));
+                         "setImage:", send<Id>(image, "initWithSourceImage:", ImageRef(picture_)));
             }),
         "v@:@@@@");
-    ASSERT_TRUE(delegates->exchangeImplementations(
+    EXPECT_TRUE(delegates->exchangeImplementations(
         "outlineView:willDisplayCell:forTableColumn:item:", "test_willDisplay:"));
-    GtkWidget* content = g_object_ref_sink(make(classNamed(sidebar, GTK_TYPE_BOX)));
+  }
+  ~SidebarRowsTest() override {
+    if (content_ != nullptr) g_object_unref(content_);
+  }
+
+  void showSidebar(const char* sidebarClass, const char* rowClass) {
+    content_ = g_object_ref_sink(make(classNamed(sidebarClass, GTK_TYPE_BOX)));
     GtkWidget* list = gtk_list_box_new();
-    GtkWidget* drive = makeRow(rowClass, "(w) Drive");
-    GtkWidget* home = makeRow(rowClass, "Home");
-    gtk_box_append(GTK_BOX(content), list);
+    drive = makeRow(rowClass, "(w) Drive");
+    home = makeRow(rowClass, "Home");
+    gtk_box_append(GTK_BOX(content_), list);
     gtk_list_box_append(GTK_LIST_BOX(list), drive);
     gtk_list_box_append(GTK_LIST_BOX(list), home);
-    sidebars.sidebarRealized(content);
+    iconsSet = 0;
+    sidebars.sidebarRealized(content_);
     sidebars.rowRealized(drive);
     sidebars.rowRealized(home);
-    const auto icon = objectProperty(drive, "start-icon");
-    EXPECT_TRUE(GDK_IS_TEXTURE(icon.get())) << rowClass;
-    EXPECT_EQ(objectProperty(home, "start-icon"), nullptr) << rowClass;
-    g_object_unref(content);
   }
+  static void runUntilIdle() {
+    for (int turn = 0; turn < 10'000; ++turn)
+      if (g_main_context_iteration(nullptr, FALSE) == FALSE) return;
+    ADD_FAILURE() << "the main loop never gets idle";
+  }
+  bool hasOurImage(GtkWidget* row) const {
+    return GDK_IS_TEXTURE(objectProperty(row, "start-icon").get());
+  }
+
+ private:
+  platform::Runtime runtime_;
+  const std::shared_ptr<platform::Class> views_ = hosts::View::registerIn(runtime_);
+  const std::shared_ptr<platform::Image> picture_ =
+      std::make_shared<platform::Image>(platform::Size{16, 16});
+  GtkWidget* content_ = nullptr;
+
+ protected:
+  Sidebars sidebars{runtime_, *views_};
+  GtkWidget* drive = nullptr;
+  GtkWidget* home = nullptr;
+};
+
+TEST_F(SidebarRowsTest, ARowOfTheFirstReleaseTakesTheImageThatItsDelegateGivesIt) {
+  showSidebar("NautilusGtkPlacesSidebar", "NautilusGtkSidebarRow");
+  EXPECT_TRUE(hasOurImage(drive));
+  EXPECT_EQ(objectProperty(home, "start-icon"), nullptr);
+}
+
+TEST_F(SidebarRowsTest, ARowOfLaterReleasesTakesTheImageThatItsDelegateGivesIt) {
+  showSidebar("NautilusSidebar", "NautilusSidebarRow");
+  EXPECT_TRUE(hasOurImage(drive));
+  EXPECT_EQ(objectProperty(home, "start-icon"), nullptr);
+}
+
+TEST_F(SidebarRowsTest, OurOwnImageIsNotGivenAgainWhenTheRowNotifiesOfIt) {
+  showSidebar("NautilusSidebar", "NautilusSidebarRow");
+  const int before = iconsSet;
+  for (int i = 0; i < 100; ++i) g_object_notify(G_OBJECT(drive), "start-icon");
+  runUntilIdle();
+  EXPECT_EQ(iconsSet, before);
+  EXPECT_TRUE(hasOurImage(drive));
+}
+
+TEST_F(SidebarRowsTest, EachIconThatTheHostSetsIsReplacedOnce) {
+  showSidebar("NautilusSidebar", "NautilusSidebarRow");
+  const int before = iconsSet;
+  const platform::GObjectPtr<GIcon> theirs(g_themed_icon_new("folder"));
+  g_object_set(drive, "start-icon", theirs.get(), nullptr);
+  runUntilIdle();
+  EXPECT_EQ(iconsSet, before + 2);  // theirs and ours
+  EXPECT_TRUE(hasOurImage(drive));
+}
+
+TEST_F(SidebarRowsTest, ARowThatRestoresItsIconAtOnceGetsOurImageOnceForEachChange) {
+  reaction = Reaction::RestoresItsIconAtOnce;
+  showSidebar("NautilusSidebar", "NautilusSidebarRow");
+  runUntilIdle();
+  EXPECT_LE(iconsSet, 3);  // for the sidebar, for the row, and one reaction
+  EXPECT_FALSE(hasOurImage(drive));
+}
+
+TEST_F(SidebarRowsTest, ARowThatRestoresItsIconWhenIdleKeepsItAfterTwentyRounds) {
+  reaction = Reaction::RestoresItsIconWhenIdle;
+  showSidebar("NautilusSidebar", "NautilusSidebarRow");
+  runUntilIdle();
+  EXPECT_GE(iconsSet, 3);
+  EXPECT_LE(iconsSet, 2 + static_cast<int>(hosts::FeedbackGuard::kMaxRoundsPerSecond));
+  EXPECT_FALSE(hasOurImage(drive));
 }
 
 TEST_F(NautilusWidgetsTest, ARowWithoutTheExpectedPropertiesIsLeftUnchanged) {

@@ -1,5 +1,6 @@
 #include "Platform/Files/Copy/ItemRemoval.h"
 
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
