@@ -217,6 +217,7 @@ class InterruptingTerminal : public std::stringbuf {
 class InterruptedBackupTest : public FilesCommandsTest {
  protected:
   InterruptedBackupTest() {
+    std::signal(SIGINT, SIG_DFL);  // a shell ignores SIGINT in its background jobs
     fs::resize_file(file("a"), 64 << 20);
     fs::create_directory(folder.path("copies"));
   }
