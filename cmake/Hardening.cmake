@@ -1,4 +1,4 @@
-# Hardening of what is installed; scripts/check-elf reads it back from the installed files.
+# Compiler and linker hardening; scripts/check-elf checks the installed files for it.
 foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection)
   string(MAKE_C_IDENTIFIER "WEVORA_HAS${flag}" known)
   check_cxx_compiler_flag(${flag} ${known})  # -fcf-protection is x86 only
@@ -6,7 +6,7 @@ foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection)
     target_compile_options(wevora_options INTERFACE ${flag})
   endif()
 endforeach()
-# glibc's checks need optimization.
+# _FORTIFY_SOURCE needs optimization.
 target_compile_options(wevora_options INTERFACE
   $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
   $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)

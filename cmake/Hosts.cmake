@@ -1,5 +1,5 @@
-# Which file managers are built for. WEVORA_HOST_* is ON (an error without the development files),
-# OFF, or AUTO (built when they are found); the result is WEVORA_WITH_*.
+# The supported file managers to build for. WEVORA_HOST_* is ON (fails without the development files),
+# OFF or AUTO (ON if the development files are found). Sets WEVORA_WITH_*.
 
 include(cmake/Summary.cmake)
 

@@ -1,14 +1,14 @@
-# What is built and what is not, printed when the configuration ends.
+# A summary of what is built, printed at the end of the configuration.
 
-# wevora_summary(part YES|NO-reason)
-function(wevora_summary part answer)
+# wevora_summary(part YES|reason [detail]): `reason` says why the part is not built.
+function(wevora_summary part state)
   string(LENGTH "${part}" length)
   math(EXPR missing "14 - ${length}")
   string(REPEAT " " ${missing} padding)
-  if(answer STREQUAL "YES")
+  if(state STREQUAL "YES")
     set(line "  ${part}${padding}yes")
   else()
-    set(line "  ${part}${padding}no: ${answer}")
+    set(line "  ${part}${padding}no: ${state}")
   endif()
   if(ARGN)
     string(APPEND line " (${ARGN})")

@@ -1,19 +1,18 @@
 # One folder, one module, one target.
 #
 #   wevora_module(name [SHARED] [NO_TESTS]
-#     SHARED                  one copy in a process into which both host and bundle load it: a
-#                             library of its own, installed in lib/wevora
+#     SHARED                  a shared library, installed in lib/wevora: host and bundle load it
+#                             into the same process and use one copy
 #     SOURCES a.cpp b.cpp     sources of this folder (empty: a header-only module)
-#     DEPS    wevora::x       what its headers include: the layer diagram
-#     PRIVATE PkgConfig::Y    what only its sources include
-#     TEST_DEPS wevora::z     what only its tests include
+#     DEPS    wevora::x       included by its headers
+#     PRIVATE PkgConfig::Y    included by its sources only
+#     TEST_DEPS wevora::z     included by its tests only
 #     NO_TESTS)               it has no tests of its own
 #
-# Every `*_test.cpp` of the folder is built into `<name>_test` and registered with CTest; no list
-# names them, so none can be forgotten.
+# All `*_test.cpp` of the folder are built into `<name>_test` and registered with CTest.
 #
-# Each target is recorded in the module map, which scripts/check-includes reads: a file may include
-# only what its target declares.
+# Each target is recorded in the module map for scripts/check-includes: a file may include only the
+# dependencies that its target declares.
 
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
@@ -25,23 +24,23 @@ target_compile_options(wevora_options INTERFACE
   -Wold-style-cast -Woverloaded-virtual -Wcast-align
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
   $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>)
-# Only where the checks are made: a newer compiler may add warnings, which must not stop a user's
-# build.
+# Not by default: a new compiler may add warnings, which must not break the build of a user.
 if(WEVORA_WARNINGS_ARE_ERRORS)
   target_compile_options(wevora_options INTERFACE -Werror)
 endif()
 target_include_directories(wevora_options INTERFACE ${PROJECT_SOURCE_DIR})
-# A static module may bring a dependency that a program does not use.
+# A static module may add a library that a program does not use.
 target_link_options(wevora_options INTERFACE -Wl,--as-needed)
 if(WEVORA_SANITIZE)
   target_compile_options(wevora_options INTERFACE
-    -fsanitize=${WEVORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g
+    -fsanitize=${WEVORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
     # A false positive of gcc in instrumented code.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(wevora_options INTERFACE -fsanitize=${WEVORA_SANITIZE})
 else()
   include(cmake/Hardening.cmake)
 endif()
+include(cmake/PrecompiledHeaders.cmake)
 
 # wevora_record(target FOLDER files DEPS PRIVATE TEST_DEPS): one line of the module map.
 function(wevora_record kind name sources deps private test_deps)
@@ -51,7 +50,7 @@ function(wevora_record kind name sources deps private test_deps)
   set_property(GLOBAL APPEND PROPERTY WEVORA_MODULE_MAP "${line}")
 endfunction()
 
-# Called last: writes what was recorded to module-map.txt of the build folder.
+# Writes module-map.txt to the build folder. Call it after all targets are defined.
 function(wevora_write_module_map)
   get_property(lines GLOBAL PROPERTY WEVORA_MODULE_MAP)
   string(REPLACE ";" "\n" text "${lines}")
@@ -68,10 +67,15 @@ function(wevora_tests target)
     set(ARG_TIMEOUT 120)
   endif()
   add_executable(${target} ${ARG_SOURCES})
+  wevora_precompiled_headers(${target} tests)
   target_link_libraries(${target} PRIVATE wevora_options ${ARG_DEPS} GTest::gmock GTest::gtest
                                           GTest::gtest_main)
   if(NOT ARG_LABEL STREQUAL unit)
     wevora_record(tests ${target} "${ARG_SOURCES}" "${ARG_DEPS}" "" "")
+  endif()
+  if(ARG_LABEL STREQUAL host AND NOT WEVORA_BUILD_HOST_TESTS)
+    set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
   endif()
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
     PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
@@ -91,11 +95,12 @@ function(wevora_program name)
   endif()
 endfunction()
 
-# wevora_plugin(target OUTPUT name [FOLDER folder] SOURCES ... DEPS ...): a library that another
-# program loads, `<name>.so` in that folder of the build.
+# wevora_plugin(target OUTPUT name [FOLDER folder] SOURCES ... DEPS ...): a library `<name>.so` that
+# another program loads, built in that folder.
 function(wevora_plugin target)
   cmake_parse_arguments(ARG "" "OUTPUT;FOLDER" "SOURCES;DEPS" ${ARGN})
   add_library(${target} MODULE ${ARG_SOURCES})
+  wevora_precompiled_headers(${target} modules)
   set_target_properties(${target} PROPERTIES
     PREFIX "" SUFFIX ".so" OUTPUT_NAME ${ARG_OUTPUT})
   if(ARG_FOLDER)
@@ -116,6 +121,7 @@ function(wevora_module name)
     install(TARGETS wevora_${name} LIBRARY DESTINATION lib/wevora)
   elseif(ARG_SOURCES)
     add_library(wevora_${name} STATIC ${ARG_SOURCES})
+    wevora_precompiled_headers(wevora_${name} modules)
     target_link_libraries(wevora_${name} PUBLIC ${ARG_DEPS} PRIVATE wevora_options ${ARG_PRIVATE})
     target_include_directories(wevora_${name} PUBLIC ${PROJECT_SOURCE_DIR})
   else()
