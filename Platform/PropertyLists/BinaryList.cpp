@@ -6,6 +6,9 @@
 #include <string>
 #include <utility>
 
+#include "Platform/PropertyLists/DictionaryBuilder.h"
+#include "Platform/PropertyLists/ListText.h"
+
 namespace wevora::platform {
 namespace {
 
@@ -31,37 +34,7 @@ enum Marker : unsigned {
   dictionary = 13
 };
 
-bool isHighSurrogate(std::uint32_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-
-bool isLowSurrogate(std::uint32_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-
-void appendUtf8(std::string& text, std::uint32_t code) {
-  const auto tail = [&](unsigned shift) {
-    text += static_cast<char>(0x80U | ((code >> shift) & 0x3FU));
-  };
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-  } else if (code < 0x800) {
-    text += static_cast<char>(0xC0U | code >> 6U);
-    tail(0);
-  } else if (code < 0x10000) {
-    text += static_cast<char>(0xE0U | code >> 12U);
-    tail(6);
-    tail(0);
-  } else {
-    text += static_cast<char>(0xF0U | code >> 18U);
-    tail(12);
-    tail(6);
-    tail(0);
-  }
-}
-
-/// Unfolds a list, and stops at the first bound or broken value.
-/// Threads: one. Owns: nothing. Errors: none stands for a bound or a list that is not whole.
+/// Expands a list; stops at the first bound that is exceeded and at the first invalid value.
 class Reader {
  public:
   Reader(const BinaryListBounds& bounds, std::span<const char> list) : left_(bounds), list_(list) {}
@@ -79,13 +52,13 @@ class Reader {
   }
 
  private:
-  /// Where an object begins, and the halves of its first byte.
+  /// The offset of an object, and the halves of its first byte.
   struct Object {
     std::uint64_t place;
     unsigned marker;
     unsigned low;
   };
-  /// A count of things and where they begin.
+  /// A number of items and their offset.
   struct Extent {
     std::uint64_t count;
     std::uint64_t place;
@@ -111,7 +84,8 @@ class Reader {
     return Object{*place, static_cast<unsigned>(*first >> 4U), static_cast<unsigned>(*first & 15U)};
   }
 
-  /// The count in an object's first byte, or in the integer that follows a full one.
+  /// The count in an object's first byte or, where those four bits are full, in the integer after
+  /// it.
   std::optional<Extent> extentOf(const Object& object) const {
     if (object.low != 15) return Extent{object.low, object.place + 1};
     const auto next = number(object.place + 1, 1);
@@ -164,7 +138,7 @@ class Reader {
     return std::nullopt;
   }
 
-  /// One of eight bytes has a sign, and so has one of sixteen.
+  /// Integers of eight and of sixteen bytes are signed.
   std::optional<Value> integerOf(const Object& object) const {
     constexpr auto kNegative = std::numeric_limits<std::uint64_t>::max();
     if (object.low > 4) return std::nullopt;
@@ -179,7 +153,7 @@ class Reader {
     if (!high || !low) return std::nullopt;
     if (*high == 0) return Value(*low);
     const auto number = static_cast<std::int64_t>(*low);
-    // Not one expression: gcc takes what it did not choose for uninitialized.
+    // Two statements: in one expression gcc warns falsely about an uninitialized value.
     if (*high == kNegative && number < 0) return Value(number);
     return Value(Opaque());
   }
@@ -198,7 +172,7 @@ class Reader {
     return Value(Date{kListEpoch + std::bit_cast<double>(*bits)});
   }
 
-  /// As XML has it.
+  /// A dictionary, as in XML.
   std::optional<Value> uidOf(const Object& object) const {
     const std::size_t size = object.low + 1;
     if (!isInside(object.place + 1, size)) return std::nullopt;
@@ -206,8 +180,8 @@ class Reader {
     return id ? Value(Dictionary{{"CF$UID", Value(*id)}}) : Value(Opaque());
   }
 
-  /// The extent of bytes or texts, which are counted.
-  std::optional<Extent> weighed(const Object& object, std::size_t unit) {
+  /// The extent of data or of a text, charged to the bound of bytes.
+  std::optional<Extent> charged(const Object& object, std::size_t unit) {
     const auto extent = extentOf(object);
     if (!extent || extent->count > left_.bytes / unit) return std::nullopt;
     if (!isInside(extent->place, extent->count * unit)) return std::nullopt;
@@ -216,7 +190,7 @@ class Reader {
   }
 
   std::optional<Value> dataOf(const Object& object) {
-    const auto extent = weighed(object, 1);
+    const auto extent = charged(object, 1);
     if (!extent) return std::nullopt;
     const auto bytes = std::as_bytes(list_.subspan(extent->place, extent->count));
     return Value(Data(bytes.begin(), bytes.end()));
@@ -224,32 +198,13 @@ class Reader {
 
   std::optional<std::string> textOf(const Object& object) {
     const bool wide = object.marker == Marker::utf16;
-    const auto extent = weighed(object, wide ? 2 : 1);
+    const auto extent = charged(object, wide ? 2 : 1);
     if (!extent) return std::nullopt;
     const auto bytes = list_.subspan(extent->place, extent->count * (wide ? 2 : 1));
-    return wide ? fromUtf16(bytes) : std::string(bytes.begin(), bytes.end());
+    return wide ? utf8OfUtf16(bytes, std::endian::big) : std::string(bytes.begin(), bytes.end());
   }
 
-  static std::string fromUtf16(std::span<const char> bytes) {
-    const auto unitAt = [&](std::size_t place) -> std::uint32_t {
-      if (place >= bytes.size()) return 0;
-      return static_cast<unsigned>(static_cast<unsigned char>(bytes[place])) << 8U |
-             static_cast<unsigned char>(bytes[place + 1]);
-    };
-    std::string text;
-    text.reserve(bytes.size() / 2);
-    for (std::size_t place = 0; place < bytes.size(); place += 2) {
-      std::uint32_t code = unitAt(place);
-      if (const auto next = unitAt(place + 2); isHighSurrogate(code) && isLowSurrogate(next)) {
-        code = 0x10000 + ((code - 0xD800) << 10U) + (next - 0xDC00);
-        place += 2;
-      }
-      appendUtf8(text, code);
-    }
-    return text;
-  }
-
-  /// What a container refers to at a place.
+  /// The object number at an index of a container.
   std::optional<std::uint64_t> referenceAt(const Extent& extent, std::uint64_t i) const {
     return number(extent.place + i * referenceSize_, referenceSize_);
   }
@@ -272,11 +227,11 @@ class Reader {
     return Value(std::move(values));
   }
 
-  /// All keys come first.
+  /// All keys precede all values.
   std::optional<Value> dictionaryOf(const Object& object, int depth) {
     const auto extent = counted(object);
     if (!extent) return std::nullopt;
-    Dictionary entries;
+    DictionaryBuilder entries;
     for (std::uint64_t i = 0; i < extent->count; ++i) {
       const auto keyIndex = referenceAt(*extent, i);
       const auto index = referenceAt(*extent, extent->count + i);
@@ -286,7 +241,7 @@ class Reader {
       if (name == nullptr || !value) return std::nullopt;
       entries.set(*name, std::move(*value));
     }
-    return Value(std::move(entries));
+    return Value(std::move(entries).build());
   }
 
   BinaryListBounds left_;

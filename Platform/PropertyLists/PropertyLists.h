@@ -11,24 +11,25 @@ namespace wevora::platform {
 
 /// Property lists: values in files, as XML or binary.
 ///
-/// A list is hostile input: at most 16 MiB in a regular file, at most 16,384 values and keys, at
-/// most 512 of them inside one another, and not more escaped characters than can be read at once.
-/// What is read has all that the file has, so that a list may be read that cannot be written.
+/// A list is hostile input: files of up to 16 MiB, up to 262,144 values and keys, and up to 512
+/// containers inside one another are read. The reader keeps everything that the file has, so a list
+/// may be readable and not writable.
 ///
-/// Threads: any. Owns: nothing. Errors: none is the answer to all of them.
+/// Thread-safety: any thread.
+/// Errors: null for a file or list that cannot be read or written.
 class PropertyLists {
  public:
   static constexpr std::size_t kLargestFile = std::size_t{16} * 1024 * 1024;  ///< bytes
-  static constexpr std::size_t kMostValues = 16384;
+  static constexpr std::size_t kMostValues = 262144;
   static constexpr int kDeepest = 512;
 
-  /// The list in a file, in either form. What follows the end of an XML list is not looked at.
+  /// The list in a file, in either form. What follows the end tag of an XML list is ignored.
   static std::optional<Value> read(const std::string& path);
   /// The list in memory, in either form.
   static std::optional<Value> parse(std::span<const char> bytes);
-  /// The list as XML, keys in their order; none where a value has no XML form, such as a null, or a
-  /// text with a control character or a byte that is not UTF-8. Dates lose their fraction of a
-  /// second, for which XML has no place.
+  /// The list as XML, with the keys in their order. Null where a value has no XML form: a null, a
+  /// real that is not finite, a date outside the years 1 to 9999, or a text with a control
+  /// character or invalid UTF-8. Dates lose their fraction of a second, for which XML has no form.
   static std::optional<std::string> xml(const Dictionary& list);
 };
 

@@ -18,14 +18,13 @@ class Value;
 using Array = std::vector<Value>;
 using Data = std::vector<std::byte>;
 
-/// What only a binary property list can hold, such as a null or a set: it keeps its place among
-/// other values, and has no form anywhere else.
+/// A value without a type of its own here, such as a null or a set in a binary property list, or an
+/// integer of more than 64 bits. It keeps its place among other values and cannot be written.
 struct Opaque {
   friend bool operator==(const Opaque&, const Opaque&) = default;
 };
 
 /// Values under string keys, in the order in which the keys were first set.
-/// Threads: a value. Owns: its entries. Errors: none; a key that is not there is a null pointer.
 class Dictionary {
  public:
   using Entry = std::pair<std::string, Value>;
@@ -38,9 +37,9 @@ class Dictionary {
   Dictionary& operator=(const Dictionary&);
   Dictionary& operator=(Dictionary&&) noexcept;
 
-  /// Puts the value in the place of the key's old one, or at the end.
+  /// Replaces the key's value, or appends the entry.
   void set(std::string_view key, Value value);
-  /// Puts the value at the end without a search; where the key is there, the earlier value counts.
+  /// Appends the entry without a search; of two entries with one key, find() returns the first.
   void append(std::string key, Value value);
   const Value* find(std::string_view key) const;
   Value* find(std::string_view key);
@@ -54,17 +53,16 @@ class Dictionary {
   std::vector<Entry> entries_;
 };
 
-/// Equal where the same keys hold equal values, in whatever order.
+/// Equal where the same keys have equal values, in any order.
 bool operator==(const Dictionary& a, const Dictionary& b);
 
-/// What property lists, archives and notifications carry.
-/// Threads: a value. Owns: what it holds.
-/// Errors: none; asked for a type that it is not, it answers none, NO or 0.
+/// A value of property lists, archives and notifications. Conversions to a type that it does not
+/// have return null, NO or 0.
 class Value {
  public:
   Value(bool value) : held_(value) {}
   Value(std::int64_t value) : held_(value) {}
-  /// One that a signed number can hold is a signed one.
+  /// Stored as a signed number where it fits.
   Value(std::uint64_t value);
   Value(double value) : held_(value) {}
   Value(std::string value) : held_(std::move(value)) {}
@@ -90,7 +88,7 @@ class Value {
   bool boolValue() const;
   /// A number without its fraction, or the leading decimal integer of a text; bounded by the type.
   std::int64_t longLongValue() const;
-  /// The same from 0 on.
+  /// The same, at least 0.
   std::uint64_t unsignedLongLongValue() const;
 
   template <class Visitor>
@@ -106,17 +104,16 @@ class Value {
       held_;
 };
 
-/// The value under a key as the type T; null where there is none or it is of another type.
+/// The value of a key as the type T; null where it is missing or has another type.
 template <class T>
 const T* valueAs(const Dictionary& dictionary, std::string_view key) {
   const Value* value = dictionary.find(key);
   return value == nullptr ? nullptr : value->as<T>();
 }
 
-/// The texts of an array, in their order; a value that is none is passed over. None where there is
-/// no array.
+/// The texts of an array, in their order; other values are skipped. Empty for any other type.
 std::vector<std::string> textsIn(const Value& array);
-/// The same of the array under a key.
+/// The same for the array under a key.
 std::vector<std::string> textsIn(const Dictionary& dictionary, std::string_view key);
 
 }  // namespace wevora::platform

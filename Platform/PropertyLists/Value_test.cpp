@@ -8,7 +8,7 @@
 namespace wevora::platform {
 namespace {
 
-TEST(ValueTest, NumbersAndTextsHaveATruth) {
+TEST(ValueTest, NumbersAndTextsConvertToABoolean) {
   for (const Value& yes :
        {Value(true), Value(std::int64_t{-3}), Value(0.5), Value("YES"), Value(" +007"), Value("t")})
     EXPECT_TRUE(yes.boolValue());
@@ -18,7 +18,7 @@ TEST(ValueTest, NumbersAndTextsHaveATruth) {
     EXPECT_FALSE(no.boolValue());
 }
 
-TEST(ValueTest, NumbersAndTextsHaveAnInteger) {
+TEST(ValueTest, NumbersAndTextsConvertToAnInteger) {
   EXPECT_EQ(Value(true).longLongValue(), 1);
   EXPECT_EQ(Value(-2.9).longLongValue(), -2);
   EXPECT_EQ(Value(1e300).longLongValue(), std::numeric_limits<std::int64_t>::max());
@@ -44,14 +44,14 @@ TEST(ValueTest, ANumberBeyondTheSignedOnesKeepsItsBits) {
   EXPECT_EQ(Value(kSmallest - 1), Value(std::numeric_limits<std::int64_t>::max()));
 }
 
-TEST(ValueTest, AnotherTypeIsNone) {
+TEST(ValueTest, AValueOfAnotherTypeIsNull) {
   const Dictionary entries{{"a", Value("text")}};
   EXPECT_EQ(*valueAs<std::string>(entries, "a"), "text");
   EXPECT_EQ(valueAs<Array>(entries, "a"), nullptr);
   EXPECT_EQ(valueAs<std::string>(entries, "b"), nullptr);
 }
 
-TEST(ValueTest, TheTextsOfAnArrayLeaveOutWhatIsNoText) {
+TEST(ValueTest, TheTextsOfAnArrayLeaveOutOtherValues) {
   using Texts = std::vector<std::string>;
   const Dictionary entries{{"a", Array{"x", true, "", Array{"y"}, "x"}}, {"b", "text"}};
   EXPECT_EQ(textsIn(entries, "a"), (Texts{"x", "", "x"}));

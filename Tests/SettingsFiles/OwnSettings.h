@@ -10,9 +10,10 @@
 
 namespace wevora::testing_host {
 
-/// A home folder and a settings template of the test's own, where programs that were built for an
-/// install look for them. For tests that run in a mount namespace.
-/// Threads: one. Owns: the mount over /etc, until destroyed. Errors: `mounted` tells.
+/// A home folder and a settings template that belong to the test, at the paths that installed
+/// programs use. For tests that run in a mount namespace.
+/// Ownership: the mount over /etc, until destroyed.
+/// Errors: `mounted` is false.
 class OwnSettings {
  public:
   OwnSettings() {

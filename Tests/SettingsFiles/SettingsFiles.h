@@ -12,7 +12,7 @@
 
 namespace wevora::testing_host {
 
-/// The badge switch, as the file names it.
+/// The key of the badge switch.
 inline constexpr const char* kOverlay = "kFinderOverlayEnabledKey";
 
 inline void put(const std::string& path, const std::string& text) {
@@ -24,9 +24,8 @@ inline void put(const std::string& path, const platform::Dictionary& settings) {
   put(path, platform::PropertyLists::xml(settings).value());
 }
 
-/// The settings of this process's user, and their template, below a folder that stands for the
-/// whole system. Threads: one. Owns: texts; the folder is the test's. Errors: throws where the user
-/// has no name.
+/// The settings of this process's user, and their template, below a folder that represents the
+/// whole system. Errors: throws where the user has no name.
 class SettingsFiles {
  public:
   explicit SettingsFiles(const std::string& root)

@@ -1,4 +1,4 @@
-// The settings file among other programs, and on disks that take no more.
+// The settings file together with other programs, and on full and read-only disks.
 
 #include <cstdlib>
 #include <filesystem>
@@ -24,7 +24,7 @@ using testing_host::put;
 
 constexpr const char* kRoot = "/media/wevora-settings";
 
-/// A small disk that holds a whole system's settings.
+/// A small disk with the settings of a whole system.
 class SettingsTest : public testing::Test, protected testing_host::SettingsFiles {
  protected:
   SettingsTest() : SettingsFiles(kRoot) {
@@ -45,7 +45,7 @@ class SettingsTest : public testing::Test, protected testing_host::SettingsFiles
   bool remount(unsigned long flags) const {
     return ::mount("tmpfs", root.c_str(), "tmpfs", MS_REMOUNT | flags, nullptr) == 0;
   }
-  /// What a Python program prints that knows the file's path as `path`.
+  /// Runs a Python program, in which `path` is the file's path; returns its wait status.
   int python(const std::string& program) const {
     const std::string script = root + "/program.py";
     std::ofstream(script) << "import plistlib, sys\npath = '" << file << "'\n" << program;
@@ -79,7 +79,7 @@ TEST_F(SettingsTest, OnAFullDiskThereIsNoFileToReadUntilThereIsRoom) {
   EXPECT_EQ(object->readKey(kOverlay), Value(false));
 }
 
-TEST_F(SettingsTest, AReadOnlyFolderIsReadAndLeftAlone) {
+TEST_F(SettingsTest, AFileInAReadOnlyFolderIsReadAndStaysUnchanged) {
   support();
   ASSERT_TRUE(remount(MS_RDONLY));
   const auto object = support();
@@ -95,7 +95,7 @@ TEST_F(SettingsTest, AReadOnlyHomeWithoutAFileHasNoSettings) {
   EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
 }
 
-TEST_F(SettingsTest, WritersInTwoProcessesLeaveAFileThatIsRead) {
+TEST_F(SettingsTest, WritersInTwoProcessesLeaveAReadableFile) {
   support();
   std::vector<pid_t> writers;
   for (int writer = 0; writer < 2; ++writer) {
@@ -121,7 +121,7 @@ TEST_F(SettingsTest, WritersInTwoProcessesLeaveAFileThatIsRead) {
   EXPECT_EQ(object->readKey(kOverlay), Value(false));
 }
 
-TEST_F(SettingsTest, APythonProgramReadsWhatWasWritten) {
+TEST_F(SettingsTest, APythonProgramReadsTheWrittenFile) {
   const auto object = support();
   object->writeKey(kOverlay, Value(false));
   object->writeKey("Text", Value("<\xC3\xA9&> \xF0\x9F\x98\x80"));
@@ -141,7 +141,7 @@ TEST_F(SettingsTest, APythonProgramReadsWhatWasWritten) {
             0);
 }
 
-TEST_F(SettingsTest, WhatAPythonProgramWroteIsReadInBothForms) {
+TEST_F(SettingsTest, AFileOfAPythonProgramIsReadInBothForms) {
   const auto object = support();
   for (const std::string form : {"FMT_XML", "FMT_BINARY"}) {
     ASSERT_EQ(python("import datetime\n"
@@ -164,7 +164,7 @@ TEST_F(SettingsTest, WhatAPythonProgramWroteIsReadInBothForms) {
   }
 }
 
-TEST_F(SettingsTest, AFileOfAPythonProgramIsWrittenToAndReadByItAgain) {
+TEST_F(SettingsTest, AFileOfAPythonProgramIsChangedAndReadByItAgain) {
   const auto object = support();
   ASSERT_EQ(python("plistlib.dump({'kFinderOverlayEnabledKey': True, 'Own': [1, 2]},\n"
                    "  open(path, 'wb'), fmt=plistlib.FMT_BINARY)\n"),
@@ -173,6 +173,49 @@ TEST_F(SettingsTest, AFileOfAPythonProgramIsWrittenToAndReadByItAgain) {
   EXPECT_EQ(python("list = plistlib.load(open(path, 'rb'))\n"
                    "assert list == {'kFinderOverlayEnabledKey': False, 'Own': [1, 2]}, list\n"),
             0);
+}
+
+TEST_F(SettingsTest, EveryTypeOfValueIsExchangedWithAPythonProgram) {
+  const std::string expected =
+      "import datetime\n"
+      "expected = {'texts': ['', ' a\\t\\nb ', '<&>\"\\'\\u00e9\\u20ac\\U0001f600', ']]>'],\n"
+      "  'integers': [0, -1, 2**63 - 1, -2**63, 2**63, 2**64 - 1],\n"
+      "  'reals': [0.1, -0.0, 1e300, 5e-324, 1e22, 123456789.25, 5.0],\n"
+      "  'dates': [datetime.datetime(1, 1, 1), datetime.datetime(9999, 12, 31, 23, 59, 59)],\n"
+      "  'data': [b'', b'\\x00', b'\\xff' * 58, bytes(range(256))],\n"
+      "  'deep': [[[[[{'a': [b'\\xff' * 300, {}]}]]]]], 'uid': {'CF$UID': 5}, '': [], '<&>': "
+      "True}\n";
+  support();
+  ASSERT_EQ(python(expected + "plistlib.dump(expected, open(path, 'wb'))\n"), 0);
+  const auto list = settings();
+  ASSERT_TRUE(list && list->as<Dictionary>() != nullptr);
+  put(file, *list->as<Dictionary>());
+  EXPECT_EQ(python(expected + "list = plistlib.load(open(path, 'rb'))\n"
+                              "assert list == expected, list\n"
+                              "assert [repr(r) for r in list['reals']] == "
+                              "[repr(r) for r in expected['reals']]\n"),
+            0);
+}
+
+TEST_F(SettingsTest, AFileThatAnotherProgramDamagedIsKeptBeforeItIsRepaired) {
+  const auto object = support();
+  ASSERT_EQ(
+      python("text = open(path).read().replace('</string>', '')\nopen(path, 'w').write(text)\n"),
+      0);
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+  EXPECT_EQ(python("text = open(path + '.unreadable').read()\n"
+                   "assert '<key>Other</key>\\n\\t<string>kept\\n' in text, text\n"),
+            0);
+}
+
+TEST_F(SettingsTest, OnAFullDiskNoPartOfAnUnreadableFileIsKept) {
+  support();
+  put(file, std::string(20000, 'x'));
+  fill();
+  const auto object = support();
+  EXPECT_FALSE(fs::exists(file + ".unreadable"));
+  EXPECT_EQ(object->readKey(kOverlay), Value(true));
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 
 namespace wevora {
 
-/// Sets the four keys to their defaults, whatever they were, and again in the account's own
-/// dictionary where there is an account.
+/// Sets the four keys to their defaults, overwriting their values, and also in the account's own
+/// dictionary where an account is given.
 void setDefaultSettings(platform::Dictionary& settings, const std::optional<std::string>& accId);
 
 }  // namespace wevora

@@ -71,7 +71,7 @@ void WVRAppSupport::writeKey(const Text& key, const std::optional<Value>& toValu
   settings->set(*key, *toValue);
   const auto text = PropertyLists::xml(*settings);
   if (!text) return;
-  // The file may have gone meanwhile; the repair takes the lock itself.
+  // The file may have been removed meanwhile; the repair takes the lock itself.
   held.unlock();
   if (meanwhile_) meanwhile_();
   checkUserAppSupportFileAndRestoreIfNeed();
@@ -106,9 +106,13 @@ void WVRAppSupport::restoreUserAppSupportFile() {
 
 void WVRAppSupport::writeDefaultSettingsForUserIfNeed() {
   const platform::MutexLock held(lock_);
-  auto settings = dictionaryAt(appSupportFilePath_).value_or(Dictionary());
-  setDefaultSettings(settings, accId_);
-  if (const auto text = PropertyLists::xml(settings)) write(*text);
+  auto settings = dictionaryAt(appSupportFilePath_);
+  if (!settings) {
+    keepUnreadableSettingsFile(appSupportFilePath_);
+    settings.emplace();
+  }
+  setDefaultSettings(*settings, accId_);
+  if (const auto text = PropertyLists::xml(*settings)) write(*text);
 }
 
 void WVRAppSupport::write(const std::string& text) {

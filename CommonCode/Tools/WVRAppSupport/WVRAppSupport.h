@@ -13,21 +13,20 @@
 
 namespace wevora {
 
-/// Where a user's settings are; the login name goes into the place of "%@".
+/// The path of a user's settings; "%@" is replaced by the login name.
 inline constexpr const char* kUserAppSupportFilePath =
     "/Users/%@/Library/Application Support/Wevora/wevora-settings.plist";
-/// What is copied there when they are missing.
+/// The template that is copied there when they are missing.
 inline constexpr const char* kDefaultAppSupportFilePath =
     "/Library/Application Support/Wevora/wevora-settings.plist";
 
-/// The settings file of one user: made from the template when it is missing, filled with defaults
-/// when it is empty, read and written key by key. Nothing is cached: every call touches the disk.
+/// The settings file of one user: copied from the template when it is missing, filled with defaults
+/// when it is empty, read and written key by key. Nothing is cached: every call reads the disk.
 ///
-/// Threads: any. One lock for each object guards each read-modify-write; another object or process
-///   that writes the same file is not kept out.
-/// Owns: its texts and the lock.
-/// Errors: none is reported; a step that fails is passed over. A file that cannot be read is
-///   replaced by the defaults before the next write, and answers none until then.
+/// Thread-safety: any thread. Each object has one lock for every read-modify-write; other objects
+///   and processes that write the same file are not excluded.
+/// Errors: ignored, and the next step runs. A file that cannot be read yields no values; before the
+///   next write it is copied to "wevora-settings.plist.unreadable" and replaced by the defaults.
 class WVRAppSupport {
   struct Private {
     explicit Private() = default;
@@ -49,35 +48,35 @@ class WVRAppSupport {
   WVRAppSupport& operator=(const WVRAppSupport&) = delete;
   ~WVRAppSupport() = default;
 
-  /// The value as the file has it now.
+  /// Reads the value from the file.
   // -readKey:
   std::optional<platform::Value> readKey(const Text& key) EXCLUDES(lock_);
-  /// The same, whoever the user is: an object has one file. Callers pass an account here.
+  /// The user has no effect: an object has one file. Callers pass an account.
   // -readKey:forUser:
   std::optional<platform::Value> readKey(const Text& key, const Text& forUser) EXCLUDES(lock_);
 
-  /// Does nothing where one of the two is none.
+  /// Does nothing where the key or the value is null.
   // -writeKey:toValue:
   void writeKey(const Text& key, const std::optional<platform::Value>& toValue) EXCLUDES(lock_);
-  /// The same, whoever the user is.
+  /// The user has no effect.
   // -writeKey:toValue:forUser:
   void writeKey(const Text& key, const std::optional<platform::Value>& toValue, const Text& forUser)
       EXCLUDES(lock_);
 
-  /// Makes a missing file anew and fills an empty one; one entry is enough to be left alone.
+  /// Creates a missing file and fills an empty one; a file with one entry stays unchanged.
   // -checkUserAppSupportFileAndRestoreIfNeed
   void checkUserAppSupportFileAndRestoreIfNeed() EXCLUDES(lock_);
-  /// Puts a copy of the template in the place of the file.
+  /// Replaces the file by a copy of the template.
   // -restoreUserAppSupportFile
   void restoreUserAppSupportFile();
-  /// Sets the defaults in the file, whatever it had under their keys.
+  /// Sets the defaults in the file, overwriting the values of their keys.
   // -writeDefaultSettingsForUserIfNeed
   void writeDefaultSettingsForUserIfNeed() EXCLUDES(lock_);
 
-  /// The user's file; "" where the user has no home folder.
+  /// The user's file; empty where the user has no home folder.
   const std::string& appSupportFilePath() const { return appSupportFilePath_; }
 
-  /// For tests: what happens to the file while a write that has its text holds no lock.
+  /// For tests: called while writeKey() has released the lock to check the file again.
   void setMeanwhile(std::function<void()> meanwhile) { meanwhile_ = std::move(meanwhile); }
 
  private:

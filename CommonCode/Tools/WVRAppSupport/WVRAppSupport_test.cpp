@@ -60,7 +60,7 @@ TEST_F(WVRAppSupportTest, ThePathsAreTheSystemsOwn) {
                "/Library/Application Support/Wevora/wevora-settings.plist");
 }
 
-TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateOnlyTheFolderIsMade) {
+TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateOnlyTheFolderIsCreated) {
   const auto mask = ::umask(077);
   const auto object = support();
   ::umask(mask);
@@ -70,7 +70,7 @@ TEST_F(WVRAppSupportTest, WithoutAFileAndATemplateOnlyTheFolderIsMade) {
   EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
 }
 
-TEST_F(WVRAppSupportTest, AFolderThatIsThereKeepsItsMode) {
+TEST_F(WVRAppSupportTest, AnExistingFolderKeepsItsMode) {
   fs::create_directories(folder);
   fs::permissions(folder, fs::perms::owner_all);
   support();
@@ -104,7 +104,7 @@ TEST_F(WVRAppSupportTest, AnEmptyDictionaryGetsTheDefaults) {
   EXPECT_EQ(settings(), Value(defaults()));
 }
 
-TEST_F(WVRAppSupportTest, OneEntryIsEnoughToBeLeftAlone) {
+TEST_F(WVRAppSupportTest, AFileWithOneEntryStaysUnchanged) {
   put(file, Dictionary{{kOverlay, false}});
   const auto before = contentsOf(file);
   const auto object = support();
@@ -113,7 +113,7 @@ TEST_F(WVRAppSupportTest, OneEntryIsEnoughToBeLeftAlone) {
   EXPECT_EQ(object->readKey("KeepAlive"), std::nullopt);
 }
 
-TEST_F(WVRAppSupportTest, AFileThatIsNoDictionaryIsFilledWithDefaultsInPlace) {
+TEST_F(WVRAppSupportTest, AFileThatIsNotADictionaryIsOverwrittenWithDefaultsInPlace) {
   std::mt19937 random(3);
   std::string noise(5000, '\0');
   for (char& byte : noise) byte = static_cast<char>(random());
@@ -123,9 +123,37 @@ TEST_F(WVRAppSupportTest, AFileThatIsNoDictionaryIsFilledWithDefaultsInPlace) {
     put(file, text);
     support();
     EXPECT_EQ(settings(), Value(defaults()));
-    // Written over, not anew: what was longer has its end left.
+    // Not truncated: the end of a longer text remains.
     EXPECT_GE(contentsOf(file).size(), text.size());
   }
+}
+
+TEST_F(WVRAppSupportTest, AnUnreadableFileIsKeptBeforeTheDefaultsOverwriteIt) {
+  const std::string text = "<plist><dict><key>Mine</key><string>\n</dict></plist>";
+  put(file, text);
+  const auto object = support();
+  EXPECT_EQ(contentsOf(file + ".unreadable"), text);
+  EXPECT_EQ(settings(), Value(defaults()));
+  put(file, "broken again");
+  object->writeKey(kOverlay, Value(false));
+  EXPECT_EQ(object->readKey(kOverlay), Value(false));
+  EXPECT_EQ(contentsOf(file + ".unreadable"), text);
+}
+
+TEST_F(WVRAppSupportTest, AnEmptyFileAndAnEmptyDictionaryAreNotKept) {
+  put(file, std::string());
+  support();
+  put(file, Dictionary());
+  support();
+  EXPECT_EQ(settings(), Value(defaults()));
+  EXPECT_FALSE(fs::exists(file + ".unreadable"));
+}
+
+TEST_F(WVRAppSupportTest, TheDefaultsAreWrittenThoughTheUnreadableFileCannotBeKept) {
+  put(file, "broken");
+  fs::create_directory(file + ".unreadable");
+  support();
+  EXPECT_EQ(settings(), Value(defaults()));
 }
 
 TEST_F(WVRAppSupportTest, AReadRepairsNothing) {
@@ -133,9 +161,10 @@ TEST_F(WVRAppSupportTest, AReadRepairsNothing) {
   put(file, "broken");
   EXPECT_EQ(object->readKey(kOverlay), std::nullopt);
   EXPECT_EQ(contentsOf(file), "broken");
+  EXPECT_FALSE(fs::exists(file + ".unreadable"));
 }
 
-TEST_F(WVRAppSupportTest, ABinaryFileIsReadAndLeftAlone) {
+TEST_F(WVRAppSupportTest, ABinaryFileIsReadAndStaysUnchanged) {
   const std::string binary(
       "bplist00\xD1\x01\x02\x58HideItem\x09\x08\x0B\x14\0\0\0\0\0\0\x01\x01"
       "\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x15",
@@ -148,8 +177,8 @@ TEST_F(WVRAppSupportTest, ABinaryFileIsReadAndLeftAlone) {
   EXPECT_EQ(settings(), Value(Dictionary{{"HideItem", true}, {kOverlay, false}}));
 }
 
-TEST_F(WVRAppSupportTest, AValueThatXmlCannotHoldCostsNoSetting) {
-  // The badges are off, and under "x" lies a control character, or a null.
+TEST_F(WVRAppSupportTest, AValueThatXmlCannotHoldLosesNoSetting) {
+  // The badges are off, and the key "x" has a control character, or a null.
   for (const auto& odd : {std::string("\x51\x01"), std::string("\0", 1)}) {
     std::string binary("bplist00\xD2\x01\x02\x03\x04\x5F\x10\x18kFinderOverlayEnabledKey\x51x\x08",
                        43);
@@ -160,13 +189,13 @@ TEST_F(WVRAppSupportTest, AValueThatXmlCannotHoldCostsNoSetting) {
     const auto object = support();
     EXPECT_EQ(contentsOf(file), binary);
     EXPECT_EQ(object->readKey(kOverlay), Value(false));
-    // It cannot be written anew as XML, and is not written in part.
+    // XML cannot hold all of it, so nothing is written.
     object->writeKey("KeepAlive", Value(true));
     EXPECT_EQ(contentsOf(file), binary);
   }
 }
 
-TEST_F(WVRAppSupportTest, WhatAnotherProgramStoredSurvivesAWrite) {
+TEST_F(WVRAppSupportTest, ValuesOfAnotherProgramSurviveAWrite) {
   put(file, std::string("<plist version=\"1.0\"><dict>"
                         "<key>big</key><integer>18446744073709551615</integer>"
                         "<key>never</key><date>4001-01-01T00:00:00Z</date>"
@@ -222,7 +251,7 @@ TEST_F(WVRAppSupportTest, AShorterTextLeavesTheEndOfTheLongerOneBehindIt) {
   EXPECT_EQ(object->readKey("Key"), Value("z"));
 }
 
-TEST_F(WVRAppSupportTest, AWriteMakesAFileAnewThatHasGone) {
+TEST_F(WVRAppSupportTest, AWriteRecreatesARemovedFile) {
   put(settingsTemplate, Dictionary{{"Other", "kept"}});
   const auto object = support();
   fs::remove_all(root.path("home"));
@@ -231,13 +260,13 @@ TEST_F(WVRAppSupportTest, AWriteMakesAFileAnewThatHasGone) {
   EXPECT_EQ(object->readKey("Other"), Value("kept"));
 }
 
-TEST_F(WVRAppSupportTest, AFileThatGoesDuringAWriteIsMadeAnewAndWritten) {
+TEST_F(WVRAppSupportTest, AFileThatIsRemovedDuringAWriteIsRecreatedAndWritten) {
   put(settingsTemplate, Dictionary{{"Other", std::string(2000, 'x')}});
   put(file, Dictionary{{"Mine", "kept"}});
   const auto object = support();
   std::optional<Value> read;
   object->setMeanwhile([&] {
-    // Answers only because the lock is free.
+    // Returns only because the lock is free.
     read = object->readKey("Mine");
     fs::remove_all(root.path("home"));
   });
@@ -245,11 +274,11 @@ TEST_F(WVRAppSupportTest, AFileThatGoesDuringAWriteIsMadeAnewAndWritten) {
   EXPECT_EQ(read, Value("kept"));
   EXPECT_EQ(settings(), Value(Dictionary{{"Mine", "kept"}, {kOverlay, false}}));
   EXPECT_EQ(modeOf(file), 0644U);
-  // It lies over the file that the repair made.
+  // The text was written over the file that the repair created.
   EXPECT_NE(contentsOf(file).find("xxx"), std::string::npos);
 }
 
-TEST_F(WVRAppSupportTest, AFileThatIsEmptiedDuringAWriteIsWrittenAllTheSame) {
+TEST_F(WVRAppSupportTest, AFileThatIsEmptiedDuringAWriteIsStillWritten) {
   put(file, Dictionary{{"Mine", "kept"}});
   const auto object = support();
   object->setMeanwhile([&] { put(file, std::string()); });
@@ -282,7 +311,7 @@ TEST_F(WVRAppSupportTest, AValueThatHasNoXmlFormIsNotWritten) {
   EXPECT_EQ(contentsOf(file), before);
 }
 
-TEST_F(WVRAppSupportTest, RestoringPutsTheTemplateInTheFilesPlace) {
+TEST_F(WVRAppSupportTest, RestoringReplacesTheFileByTheTemplate) {
   put(settingsTemplate, Dictionary{{"Other", "kept"}});
   put(file, Dictionary{{kOverlay, false}});
   const auto object = support();
@@ -302,7 +331,7 @@ TEST_F(WVRAppSupportTest, WritingTheDefaultsOverwritesTheFourKeysOnly) {
   EXPECT_EQ(settings(), Value(expected));
 }
 
-TEST_F(WVRAppSupportTest, SomethingElseInTheFilesPlaceDoesNotKeepTheCaller) {
+TEST_F(WVRAppSupportTest, AnotherKindOfFileDoesNotBlockTheCaller) {
   fs::create_directories(folder);
   ASSERT_EQ(::mkfifo(file.c_str(), 0644), 0);
   const auto object = support();
@@ -320,7 +349,7 @@ TEST_F(WVRAppSupportTest, TheArgumentOfInitHasNoEffect) {
   EXPECT_EQ(WVRAppSupport::initWith(nullptr, paths)->readKey(kOverlay), Value(false));
 }
 
-TEST_F(WVRAppSupportTest, AnUnknownUserHasNoSettingsAndLosesNone) {
+TEST_F(WVRAppSupportTest, AnUnknownUserHasNoSettingsAndLosesNothing) {
   for (const auto& user : {WVRAppSupport::Text(), WVRAppSupport::Text("no such user")}) {
     const auto object = WVRAppSupport::initWithUserName(user, platform::InstalledPaths());
     object->writeKey(kOverlay, Value(false));
