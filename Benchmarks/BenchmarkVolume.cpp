@@ -34,8 +34,9 @@ class Filler {
   std::string add(const std::string& parent, const std::string& name, bool isFolder) {
     ++rows_;
     auto id = identifier();
-    writer_.run(insert_, {id, parent, std::int64_t{isFolder}, name, name, std::int64_t{rows_},
-                          kDate, kDate, rows_ % 2 == 0 ? agent_sim::DatabaseValue(kDate) : nullptr});
+    writer_.run(insert_,
+                {id, parent, std::int64_t{isFolder}, name, name, std::int64_t{rows_}, kDate, kDate,
+                 rows_ % 2 == 0 ? agent_sim::DatabaseValue(kDate) : nullptr});
     return id;
   }
 

@@ -55,7 +55,7 @@ class Service {
       service_ = platform::PublishedService::publish(
           name, daemonConnectionProtocol(),
           [this](const std::string& method, const Array& arguments) {
-            return answerOfDaemonConnection(agent_, method, arguments);
+            return callDaemonConnection(agent_, method, arguments);
           });
     });
   }

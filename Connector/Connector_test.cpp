@@ -280,7 +280,7 @@ class DaemonConnectionTest : public testing::Test {
       service = platform::PublishedService::publish(
           *daemonConnectionNameAndSeed("alice", 7), daemonConnectionProtocol(),
           [&](const std::string& method, const Array& arguments) {
-            return answerOfDaemonConnection(agent, method, arguments);
+            return callDaemonConnection(agent, method, arguments);
           },
           folder.path());
     });
@@ -426,9 +426,9 @@ TEST_F(DaemonConnectionTest, WithoutAnAgentEveryResultIsNulloptNoOrZero) {
 
 TEST(DaemonConnectionServiceTest, CallsOutsideTheProtocolHaveNoResult) {
   TestAgent agent;
-  EXPECT_FALSE(answerOfDaemonConnection(agent, "unknown", {}));
-  EXPECT_FALSE(answerOfDaemonConnection(agent, "accountInfo", {"one too many"}));
-  EXPECT_FALSE(answerOfDaemonConnection(agent, "performCallback_", {}));
+  EXPECT_FALSE(callDaemonConnection(agent, "unknown", {}));
+  EXPECT_FALSE(callDaemonConnection(agent, "accountInfo", {"one too many"}));
+  EXPECT_FALSE(callDaemonConnection(agent, "performCallback_", {}));
   EXPECT_TRUE(agent.calls.empty());
 }
 

@@ -173,8 +173,8 @@ const std::map<std::string, Method>& methodsByName() {
 
 }  // namespace
 
-std::optional<Array> answerOfDaemonConnection(IDaemonConnection& agent, const std::string& method,
-                                              const Array& arguments) {
+std::optional<Array> callDaemonConnection(IDaemonConnection& agent, const std::string& method,
+                                          const Array& arguments) {
   const auto place = methodsByName().find(method);
   if (place == methodsByName().end() || place->second.arguments != arguments.size())
     return std::nullopt;

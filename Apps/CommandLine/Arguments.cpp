@@ -15,13 +15,13 @@ std::optional<std::string> Arguments::value(std::string_view option) const {
 Format formatNamed(const std::string& name) {
   if (name == "text") return Format::text;
   if (name == "json") return Format::json;
-  throw WrongUsage("--format: expected 'text' or 'json', not '" + name + "'");
+  throw UsageError("--format: expected 'text' or 'json', not '" + name + "'");
 }
 
 void requireAccountId(const std::string& id, std::string_view argument) {
-  if (id.empty()) throw WrongUsage(std::string(argument) + " needs a non-empty value");
+  if (id.empty()) throw UsageError(std::string(argument) + " needs a non-empty value");
   if (id.find('/') != std::string::npos)
-    throw WrongUsage(std::string(argument) + ": expected an ID without '/', not '" + id + "'");
+    throw UsageError(std::string(argument) + ": expected an ID without '/', not '" + id + "'");
 }
 
 }  // namespace wevora::command_line

@@ -10,7 +10,7 @@
 namespace wevora::command_line {
 
 /// A usage error, with the reason in one line.
-class WrongUsage : public std::runtime_error {
+class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -39,10 +39,10 @@ class Arguments {
 };
 
 enum class Format { text, json };
-/// Throws WrongUsage for another name.
+/// Throws UsageError for another name.
 Format formatNamed(const std::string& name);
 
-/// Throws WrongUsage for an ID that is empty or contains '/': it becomes part of a file name.
+/// Throws UsageError for an ID that is empty or contains '/': it becomes part of a file name.
 /// `argument` is the option or command that it was given to.
 void requireAccountId(const std::string& id, std::string_view argument = "--account");
 

@@ -56,7 +56,7 @@ Arguments withCommands(const std::vector<const char*>& words) {
 std::string usageError(const std::function<void()>& call) {
   try {
     call();
-  } catch (const WrongUsage& error) {
+  } catch (const UsageError& error) {
     return error.what();
   }
   return "";
@@ -173,7 +173,7 @@ TEST(RequireAccountId, AnIdIsNotEmptyAndHasNoSlash) {
 TEST(ArgumentsTest, AFormatIsTextOrJson) {
   EXPECT_EQ(formatNamed("text"), Format::text);
   EXPECT_EQ(formatNamed("json"), Format::json);
-  EXPECT_THROW(formatNamed("xml"), WrongUsage);
+  EXPECT_THROW(formatNamed("xml"), UsageError);
 }
 
 TEST(JsonString, KeepsEveryByte) {
@@ -190,7 +190,7 @@ TEST(PathArgument, ResolvesDotDotAsTheKernelDoes) {
   EXPECT_EQ(pathArgument(folder.path("./a//b/")), folder.path("a/b"));
   EXPECT_EQ(pathArgument("x"), fs::current_path().string() + "/x");
   EXPECT_EQ(pathArgument("."), fs::current_path().string());
-  EXPECT_THROW(pathArgument(""), WrongUsage);
+  EXPECT_THROW(pathArgument(""), UsageError);
 }
 
 TEST(OneLine, EscapesWhatWouldBreakTheLine) {

@@ -29,7 +29,7 @@ std::string pathArgument(const std::string& path) {
 
 void requireNonEmptyPaths(std::span<const std::string> paths) {
   if (std::ranges::any_of(paths, &std::string::empty))
-    throw WrongUsage("expected a non-empty PATH");
+    throw UsageError("expected a non-empty PATH");
 }
 
 std::string oneLine(std::string_view text) {

@@ -7,11 +7,11 @@
 namespace wevora::command_line {
 
 /// Makes a path of the command line absolute. A ".." leads where the kernel would go, through links
-/// before it; a link at the end stays a link. Throws WrongUsage for an empty path, and
+/// before it; a link at the end stays a link. Throws UsageError for an empty path, and
 /// runtime_error when the current folder was deleted.
 std::string pathArgument(const std::string& path);
 
-/// Throws WrongUsage when a path is empty.
+/// Throws UsageError when a path is empty.
 void requireNonEmptyPaths(std::span<const std::string> paths);
 
 /// The text with control characters escaped, as in "\x0a".

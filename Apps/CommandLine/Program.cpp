@@ -68,7 +68,7 @@ class Parser {
     else if (command_ != nullptr)
       parsed_.operands.push_back(word);
     else
-      throw WrongUsage(expectedCommand(program_) + ", not " + quoted(word));
+      throw UsageError(expectedCommand(program_) + ", not " + quoted(word));
   }
 
   bool takeCommand(const std::string& word) {
@@ -85,16 +85,16 @@ class Parser {
     const std::string name = word.substr(0, equals);
     const Option* option = named(program_.options, name);
     if (option == nullptr && command_ != nullptr) option = named(command_->options, name);
-    if (option == nullptr) throw WrongUsage(unknownOption(name));
+    if (option == nullptr) throw UsageError(unknownOption(name));
     if (option->value.empty()) {
-      if (equals != std::string::npos) throw WrongUsage(name + " takes no value");
+      if (equals != std::string::npos) throw UsageError(name + " takes no value");
       parsed_.addOption(option->name, "");
     } else if (equals != std::string::npos) {
       parsed_.addOption(option->name, word.substr(equals + 1));
     } else if (next_ < words_.size()) {
       parsed_.addOption(option->name, words_[next_++]);
     } else {
-      throw WrongUsage(name + " needs a value: " + std::string(option->value));
+      throw UsageError(name + " needs a value: " + std::string(option->value));
     }
   }
 
@@ -105,17 +105,17 @@ class Parser {
   }
 
   void check() const {
-    if (command_ == nullptr) throw WrongUsage(expectedCommand(program_));
+    if (command_ == nullptr) throw UsageError(expectedCommand(program_));
     for (const auto& option : command_->options)
       if (option.use == Option::Use::required && !parsed_.has(option.name))
-        throw WrongUsage(std::string(option.name) + " " + std::string(option.value) +
+        throw UsageError(std::string(option.name) + " " + std::string(option.value) +
                          " is required");
     const auto& expected = command_->operands;
     if (parsed_.operands.size() < expected.least)
-      throw WrongUsage("expected " + std::string(expected.placeholder) +
+      throw UsageError("expected " + std::string(expected.placeholder) +
                        (command_->name.empty() ? "" : " after " + quoted(command_->name)));
     if (parsed_.operands.size() > expected.most)
-      throw WrongUsage("unexpected argument " + quoted(parsed_.operands[expected.most]));
+      throw UsageError("unexpected argument " + quoted(parsed_.operands[expected.most]));
   }
 
   const Program& program_;
@@ -248,7 +248,7 @@ int runProgram(const Program& program, int count, const char* const* arguments,
     else
       std::cout << program.name << " " << platform::productVersion() << "\n";
     return 0;
-  } catch (const WrongUsage& error) {
+  } catch (const UsageError& error) {
     report(std::string(error.what()) + " (try --help)");
     return kUsageErrorStatus;
   } catch (const std::exception& error) {

@@ -60,7 +60,7 @@ struct Program {
 };
 
 /// Options come in any order, as "--name VALUE" or "--name=VALUE", and end at "--". --help, -h and
-/// --version end the parsing at once. Throws WrongUsage.
+/// --version end the parsing at once. Throws UsageError.
 Arguments parse(const Program& program, std::span<const char* const> arguments);
 
 /// The output of --help.

@@ -42,7 +42,7 @@ std::optional<std::uint32_t> seedIn(const Arguments& arguments) {
   if (!text) return std::nullopt;
   const auto seed = numberIn<std::uint32_t>(*text);
   if (!seed || *seed >= daemonConnectionNameMaximalSeed())
-    throw WrongUsage("--seed: expected a number from 0 to " +
+    throw UsageError("--seed: expected a number from 0 to " +
                      std::to_string(daemonConnectionNameMaximalSeed() - 1) + ", not '" + *text +
                      "'");
   return seed;
@@ -51,14 +51,14 @@ std::optional<std::uint32_t> seedIn(const Arguments& arguments) {
 double syncRateIn(const std::string& text) {
   const auto rate = numberIn<double>(text);
   if (!rate || !std::isfinite(*rate) || *rate < 0)
-    throw WrongUsage("--sync-rate: expected a number, 0 or more, not '" + text + "'");
+    throw UsageError("--sync-rate: expected a number, 0 or more, not '" + text + "'");
   return *rate;
 }
 
 std::string userIn(const Arguments& arguments) {
   if (const auto user = arguments.value("--user")) {
     if (user->empty() || user->find('/') != std::string::npos)
-      throw WrongUsage("--user: expected a user name, not '" + *user + "'");
+      throw UsageError("--user: expected a user name, not '" + *user + "'");
     return *user;
   }
   const auto name = platform::loginName();
@@ -69,7 +69,7 @@ std::string userIn(const Arguments& arguments) {
 void requireKnownControl(const CtlOptions& options) {
   const auto& arguments = options.arguments;
   const auto require = [&](bool holds, const char* what) {
-    if (!holds) throw WrongUsage("ctl " + options.command + ": expected " + what);
+    if (!holds) throw UsageError("ctl " + options.command + ": expected " + what);
   };
   if (options.command == "status") {
     const auto status = numberIn<int>(arguments.size() == 1 ? arguments.front() : "");
@@ -82,7 +82,7 @@ void requireKnownControl(const CtlOptions& options) {
   } else if (options.command == "quit") {
     require(arguments.empty(), "no arguments");
   } else {
-    throw WrongUsage("ctl: expected 'status', 'account', 'event' or 'quit', not '" +
+    throw UsageError("ctl: expected 'status', 'account', 'event' or 'quit', not '" +
                      options.command + "'");
   }
 }
@@ -150,7 +150,7 @@ MarkOptions MarkOptions::from(const Arguments& arguments) {
   MarkOptions options{.account = accountIn(arguments),
                       .synchronized = arguments.has("--synchronized")};
   if (options.synchronized == arguments.has("--pending"))
-    throw WrongUsage("mark: expected either --synchronized or --pending");
+    throw UsageError("mark: expected either --synchronized or --pending");
   std::ranges::transform(arguments.operands, std::back_inserter(options.paths), &pathArgument);
   return options;
 }

@@ -52,6 +52,6 @@ struct CtlOptions {
   static CtlOptions from(const command_line::Arguments& arguments);
 };
 
-// Each `from` throws WrongUsage, or Failure when this process has no user name.
+// Each `from` throws UsageError, or Failure when this process has no user name.
 
 }  // namespace wevora::agent_sim

@@ -10,7 +10,7 @@ namespace wevora::agent_sim {
 
 using command_line::oneLine;
 using command_line::pathArgument;
-using command_line::WrongUsage;
+using command_line::UsageError;
 
 /// Prints one line on standard output, and flushes it.
 void say(std::string_view text);

@@ -71,7 +71,7 @@ std::unique_ptr<PublishedService> published(const std::string& name, RunningAgen
       name,
       {{daemonConnectionProtocol(),
         [&agent](const std::string& method, const platform::Array& arguments) {
-          return answerOfDaemonConnection(agent.rootObject(), method, arguments);
+          return callDaemonConnection(agent.rootObject(), method, arguments);
         }},
        {controlProtocol(), [&agent](const std::string& method, const platform::Array& arguments) {
           return handleControlCall(agent, method, arguments);

@@ -37,7 +37,7 @@ const command_line::Program& program() {
 int setFlags(const command_line::Arguments& arguments) {
   std::span<const std::string> paths = arguments.operands;
   if (paths.front() == "--") paths = paths.subspan(1);
-  if (paths.empty()) throw command_line::WrongUsage("expected PATH... after '--'");
+  if (paths.empty()) throw command_line::UsageError("expected PATH... after '--'");
   int status = kDone;
   for (const auto& path : paths) {
     try {

@@ -69,7 +69,7 @@ TEST(FilesOptionsTest, RefusesWrongCallsWithAReason) {
            {"backup", "--attempts", "2x", "a", "b"},
            {"backup", "--attempts=99999999999999999999", "a", "b"},
            {"md5", "--format", "xml", "a"}})
-    EXPECT_THROW(parsed(wrong), WrongUsage);
+    EXPECT_THROW(parsed(wrong), UsageError);
 }
 
 TEST(FilesOptionsTest, AnOptionOfAllCommandsMayComeBeforeTheCommand) {
@@ -84,7 +84,7 @@ TEST(FilesOptionsTest, AnOptionOfAllCommandsMayComeBeforeTheCommand) {
                                                                  {"--mask", "x", "list", "a"},
                                                                  {"--", "md5", "f"},
                                                                  {"--format=json", "f"}})
-    EXPECT_THROW(parsed(wrong), WrongUsage);
+    EXPECT_THROW(parsed(wrong), UsageError);
 }
 
 TEST(FilesOptionsTest, HelpAndVersionNeedNothingElse) {
@@ -193,8 +193,8 @@ TEST_F(FilesCommandsTest, WithNullPathsWithLineBreaksAreSeparatedByNuls) {
   EXPECT_EQ(out.str(), folder.path("a/one\ntwo") + std::string(1, '\0'));
   EXPECT_EQ(run({"list", "--null", folder.path("a")}), FilesCommands::kYes);
   EXPECT_EQ(out.str(), folder.path("a/one\ntwo") + std::string(1, '\0'));
-  EXPECT_THROW(parsed({"md5", "--null", "a"}), WrongUsage);
-  EXPECT_THROW(parsed({"list", "--null", "--format=json", "a"}), WrongUsage);
+  EXPECT_THROW(parsed({"md5", "--null", "a"}), UsageError);
+  EXPECT_THROW(parsed({"list", "--null", "--format=json", "a"}), UsageError);
 }
 
 /// Simulates a terminal on which the user presses Ctrl-C when a progress text appears.

@@ -34,7 +34,7 @@ std::uint64_t attemptsIn(const std::string& text) {
   const char* const end = text.data() + text.size();
   const auto [stopped, failed] = std::from_chars(text.data(), end, number);
   if (failed != std::errc() || stopped != end)
-    throw WrongUsage("--attempts: expected a number, not '" + text + "'");
+    throw UsageError("--attempts: expected a number, not '" + text + "'");
   return number;
 }
 
@@ -108,7 +108,7 @@ FilesOptions FilesOptions::from(const command_line::Arguments& arguments) {
   if (const auto attempts = arguments.value("--attempts")) options.attempts = attemptsIn(*attempts);
   command_line::requireNonEmptyPaths(options.paths);
   if (options.endWithNul && options.format == Format::json)
-    throw WrongUsage("--null cannot be combined with --format json");
+    throw UsageError("--null cannot be combined with --format json");
   return options;
 }
 

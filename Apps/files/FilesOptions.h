@@ -10,7 +10,7 @@
 
 namespace wevora::files {
 
-using command_line::WrongUsage;
+using command_line::UsageError;
 
 /// The command line of wevora-files.
 const command_line::Program& filesProgram();
@@ -37,7 +37,7 @@ struct FilesOptions {
   // Of backup.
   std::optional<std::uint64_t> attempts{};
 
-  /// Throws WrongUsage.
+  /// Throws UsageError.
   static FilesOptions from(const command_line::Arguments& arguments);
 };
 

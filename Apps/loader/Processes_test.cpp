@@ -60,7 +60,7 @@ TEST_F(ProcessesTest, TheExitOfAProcessIsAwaited) {
 
 TEST_F(ProcessesTest, AnExitedProcessHasEnded) {
   ChildProcess gone({"true"});
-  ASSERT_EQ(gone.waitForEnd(60s), 0);
+  ASSERT_EQ(gone.waitForExit(60s), 0);
   EXPECT_TRUE(processes.ends(gone.pid(), 0ms));
 }
 

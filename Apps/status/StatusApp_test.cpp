@@ -30,15 +30,15 @@ TEST(StatusOptionsTest, ReadsOptionsInAnyOrderAndForm) {
 }
 
 TEST(StatusOptionsTest, RejectsUsageErrors) {
-  EXPECT_THROW(parsed({}), WrongUsage);
-  EXPECT_THROW(parsed({"--watch"}), WrongUsage);
-  EXPECT_THROW(parsed({"--account", "7"}), WrongUsage);
-  EXPECT_THROW(parsed({"--account", "", "a"}), WrongUsage);
-  EXPECT_THROW(parsed({"--account"}), WrongUsage);
-  EXPECT_THROW(parsed({"--account", "7/8", "a"}), WrongUsage);
-  EXPECT_THROW(parsed({"--account", "7", ""}), WrongUsage);
-  EXPECT_THROW(parsed({"--account", "7", "--format", "xml", "a"}), WrongUsage);
-  EXPECT_THROW(parsed({"--account", "7", "--unknown", "a"}), WrongUsage);
+  EXPECT_THROW(parsed({}), UsageError);
+  EXPECT_THROW(parsed({"--watch"}), UsageError);
+  EXPECT_THROW(parsed({"--account", "7"}), UsageError);
+  EXPECT_THROW(parsed({"--account", "", "a"}), UsageError);
+  EXPECT_THROW(parsed({"--account"}), UsageError);
+  EXPECT_THROW(parsed({"--account", "7/8", "a"}), UsageError);
+  EXPECT_THROW(parsed({"--account", "7", ""}), UsageError);
+  EXPECT_THROW(parsed({"--account", "7", "--format", "xml", "a"}), UsageError);
+  EXPECT_THROW(parsed({"--account", "7", "--unknown", "a"}), UsageError);
 }
 
 TEST(StatusOptionsTest, TheAccountIsOptional) {

@@ -9,7 +9,7 @@
 
 namespace wevora::status {
 
-using command_line::WrongUsage;
+using command_line::UsageError;
 
 /// The command line of wevora-status.
 const command_line::Program& statusProgram();
@@ -22,7 +22,7 @@ struct StatusOptions {
   bool watch = false;
   std::vector<std::string> paths;
 
-  /// Throws WrongUsage.
+  /// Throws UsageError.
   static StatusOptions from(const command_line::Arguments& arguments);
 };
 

@@ -57,7 +57,7 @@ TEST_F(AgentControlTest, QuitEndsTheAgentAndRemovesItsSocket) {
   const auto agent = served();
   ASSERT_TRUE(agent);
   EXPECT_EQ(ctl({"quit"}).status, 0);
-  EXPECT_EQ(agent->waitForEnd(), 0);
+  EXPECT_EQ(agent->waitForExit(), 0);
   EXPECT_FALSE(std::filesystem::exists(socket()));
 }
 
@@ -66,11 +66,11 @@ TEST_F(AgentControlTest, WithoutASeedTheFirstAgentThatRespondsIsUsed) {
   const auto five = served({"--seed", "5"});
   ASSERT_TRUE(three && five);
   EXPECT_EQ(ctl({"quit"}).status, 0);
-  EXPECT_EQ(three->waitForEnd(), 0);
+  EXPECT_EQ(three->waitForExit(), 0);
   EXPECT_FALSE(five->status());
   EXPECT_EQ(ctl({"--seed", "3", "quit"}).status, 3);
   EXPECT_EQ(ctl({"--seed", "5", "quit"}).status, 0);
-  EXPECT_EQ(five->waitForEnd(), 0);
+  EXPECT_EQ(five->waitForExit(), 0);
 }
 
 TEST_F(AgentControlTest, WithoutAnAgentTheStatusIsThreeAndOneLineSaysWhy) {
@@ -105,7 +105,7 @@ TEST_F(AgentControlTest, AUsageErrorExitsWithTwoAndPrintsOneLine) {
                             {"--user", "a/b"},
                             {"--account", ""},
                             {"more"}})
-    EXPECT_EQ(testing_host::ranToItsEnd(serveCommand(words)).status, 2) << words.front();
+    EXPECT_EQ(testing_host::runToCompletion(serveCommand(words)).status, 2) << words.front();
 }
 
 }  // namespace

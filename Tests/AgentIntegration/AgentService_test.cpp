@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing_host::AgentTest;
-using testing_host::ranToItsEnd;
+using testing_host::runToCompletion;
 
 class AgentServiceTest : public AgentTest {};
 
@@ -93,7 +93,7 @@ TEST_F(AgentServiceTest, ASignalEndsItAndRemovesItsSocket) {
     ASSERT_TRUE(agent);
     EXPECT_TRUE(fs::exists(socket()));
     agent->signal(signal);
-    EXPECT_EQ(agent->waitForEnd(), 0);
+    EXPECT_EQ(agent->waitForExit(), 0);
     EXPECT_FALSE(fs::exists(socket()));
   }
 }
@@ -102,7 +102,7 @@ TEST_F(AgentServiceTest, TheNextAgentReplacesTheSocketOfAKilledOne) {
   const auto killed = following();
   ASSERT_TRUE(killed);
   killed->signal(SIGKILL);
-  EXPECT_EQ(killed->waitForEnd(), 128 + SIGKILL);
+  EXPECT_EQ(killed->waitForExit(), 128 + SIGKILL);
   EXPECT_TRUE(fs::exists(socket()));
   const auto next = following();
   ASSERT_TRUE(next);
@@ -112,7 +112,7 @@ TEST_F(AgentServiceTest, TheNextAgentReplacesTheSocketOfAKilledOne) {
 TEST_F(AgentServiceTest, ASecondAgentOfTheSameNameIsRejected) {
   const auto first = served();
   ASSERT_TRUE(first);
-  const auto second = ranToItsEnd(serveCommand({"--volume", volume.path()}));
+  const auto second = runToCompletion(serveCommand({"--volume", volume.path()}));
   EXPECT_EQ(second.status, 1);
   EXPECT_NE(second.errors.find("an agent is already running"), std::string::npos) << second.errors;
   EXPECT_FALSE(fs::exists(volume.path("Wevora-Account-7.db")));

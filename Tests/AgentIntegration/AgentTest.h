@@ -73,7 +73,7 @@ class AgentTest : public testing::Test {
   static Outcome ctl(std::vector<std::string> words) {
     std::vector<std::string> command{WEVORA_AGENT_SIM, "ctl", "--user", kUser};
     command.insert(command.end(), words.begin(), words.end());
-    return ranToItsEnd(command);
+    return runToCompletion(command);
   }
 
   std::string socket() const {
@@ -83,7 +83,7 @@ class AgentTest : public testing::Test {
     std::vector<std::string> words{"gdbus",  command, "--address",     "unix:path=" + socket(),
                                    "--dest", ":1.0",  "--object-path", "/"};
     words.insert(words.end(), more.begin(), more.end());
-    return ranToItsEnd(words);
+    return runToCompletion(words);
   }
   std::string asked(const std::string& method, std::vector<std::string> arguments = {}) const {
     arguments.insert(arguments.begin(), {"--method", "com.Wevora.IDaemonConnection." + method});

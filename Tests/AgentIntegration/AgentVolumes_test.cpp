@@ -156,7 +156,7 @@ TEST_F(AgentVolumesTest, TheWatchLimitCausesAWarningAndAFallbackToScans) {
 }
 
 TEST_F(AgentVolumesTest, AFolderThatIsNotAMountPointIsRejected) {
-  const auto rejected = testing_host::ranToItsEnd(serveCommand({"--volume", "/media/nothing"}));
+  const auto rejected = testing_host::runToCompletion(serveCommand({"--volume", "/media/nothing"}));
   EXPECT_EQ(rejected.status, 1);
   EXPECT_NE(rejected.errors.find("is not the mount point of a volume"), std::string::npos);
 }

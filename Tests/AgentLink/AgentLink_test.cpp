@@ -297,7 +297,7 @@ TEST_F(AgentLinkTest, NotificationsOfAnotherObjectDoNotReachTheProcess) {
   agent->signal(SIGSTOP);  // stop its own events
   settle();
   const int before = engine_.desktops;
-  EXPECT_EQ(ranToItsEnd({WEVORA_LINK_PEER, "storm", "100", "another's"}).status, 0);
+  EXPECT_EQ(runToCompletion({WEVORA_LINK_PEER, "storm", "100", "another's"}).status, 0);
   settle();
   EXPECT_EQ(engine_.desktops, before);
   int ours = 0;
@@ -372,10 +372,10 @@ TEST_F(AgentLinkTest, SignalsOfOtherProgramsAreHandled) {
   settle();
   const auto emit = [&](const std::string& name, const std::string& object,
                         const std::string& userInfo) {
-    const auto sent = ranToItsEnd({"gdbus", "emit", "--session", "--object-path",
-                                   "/com/Wevora/DistributedNotificationCenter", "--signal",
-                                   "com.Wevora.DistributedNotificationCenter." + name,
-                                   "'" + object + "'", userInfo});
+    const auto sent = runToCompletion({"gdbus", "emit", "--session", "--object-path",
+                                       "/com/Wevora/DistributedNotificationCenter", "--signal",
+                                       "com.Wevora.DistributedNotificationCenter." + name,
+                                       "'" + object + "'", userInfo});
     ASSERT_EQ(sent.status, 0) << sent.errors;
   };
   const std::string event = kIDaemonConnectionWVREventNotification;

@@ -33,7 +33,7 @@ class StatusWatchTest : public ::testing::Test {
     auto agent = std::make_unique<ChildProcess>(
         std::vector<std::string>{WEVORA_AGENT_SIM, "serve", "--account", "7", "--seed", seed,
                                  "--volume", volume_.path(), "--sync-rate", "50"});
-    while (!agent->status() && ranToItsEnd({WEVORA_STATUS, volume_.path()}).status == 3) {
+    while (!agent->status() && runToCompletion({WEVORA_STATUS, volume_.path()}).status == 3) {
     }
     return agent;
   }
@@ -43,7 +43,7 @@ class StatusWatchTest : public ::testing::Test {
     return std::make_unique<ChildProcess>(command);
   }
   static std::string errorsOf(const std::vector<std::string>& words) {
-    return ranToItsEnd(words).errors;
+    return runToCompletion(words).errors;
   }
 
   const SessionBus bus_;
@@ -55,7 +55,7 @@ class StatusWatchTest : public ::testing::Test {
 TEST_F(StatusWatchTest, WithoutAnAgentTheExitStatusIsThreeWithOneMessage) {
   for (const std::vector<std::string>& words :
        {std::vector<std::string>{WEVORA_STATUS, letter_}, {WEVORA_STATUS, "--watch", letter_}}) {
-    const auto outcome = ranToItsEnd(words);
+    const auto outcome = runToCompletion(words);
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(
@@ -68,7 +68,7 @@ TEST_F(StatusWatchTest, TheRunningAgentDeterminesTheAccount) {
   const auto agent = startAgent("29");
   const auto watcher = watch({letter_});
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_));
-  const auto outcome = ranToItsEnd({WEVORA_STATUS, letter_});
+  const auto outcome = runToCompletion({WEVORA_STATUS, letter_});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.output, "green\t" + letter_ + "\n");
   EXPECT_EQ(outcome.errors, "");
@@ -86,7 +86,7 @@ TEST_F(StatusWatchTest, ALineIsPrintedAgainOnlyWhenItsStatusChanges) {
   EXPECT_TRUE(watcher->waitForOutput("none\t" + later));
   EXPECT_TRUE(watcher->waitForOutput("none\t" + letter_));
   watcher->signal(SIGINT);
-  EXPECT_EQ(watcher->waitForEnd(), 0);
+  EXPECT_EQ(watcher->waitForExit(), 0);
 
   std::istringstream lines(watcher->output());
   std::map<std::string, std::string> last;
@@ -101,10 +101,10 @@ TEST_F(StatusWatchTest, AFileIsBlueUntilTheAgentHasBackedItUp) {
   const auto watcher = watch({letter_, later});
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_));
   // The agent backs up nothing while it is logging in.
-  ASSERT_EQ(ranToItsEnd({WEVORA_AGENT_SIM, "ctl", "status", "1"}).status, 0);
+  ASSERT_EQ(runToCompletion({WEVORA_AGENT_SIM, "ctl", "status", "1"}).status, 0);
   std::ofstream(later) << "x";
   ASSERT_TRUE(watcher->waitForOutput("blue\t" + later));
-  ASSERT_EQ(ranToItsEnd({WEVORA_AGENT_SIM, "ctl", "status", "2"}).status, 0);
+  ASSERT_EQ(runToCompletion({WEVORA_AGENT_SIM, "ctl", "status", "2"}).status, 0);
   EXPECT_TRUE(watcher->waitForOutput("blue\t" + later + "\ngreen\t" + later + "\n"));
 }
 
@@ -114,7 +114,7 @@ TEST_F(StatusWatchTest, TheBadgeSwitchTurnsTheStatusToNoneAndBack) {
   ASSERT_TRUE(watcher->waitForOutput("green\t"));
   EXPECT_EQ(errorsOf({WEVORA_BADGES, "off"}), "");
   ASSERT_TRUE(watcher->waitForOutput("green\t" + letter_ + "\nnone\t" + letter_ + "\n"));
-  const auto meanwhile = ranToItsEnd({WEVORA_STATUS, letter_});
+  const auto meanwhile = runToCompletion({WEVORA_STATUS, letter_});
   EXPECT_EQ(meanwhile.output, "none\t" + letter_ + "\n");
   EXPECT_EQ(meanwhile.errors, "wevora-status: badges are switched off (run 'wevora-badges on')\n");
   EXPECT_EQ(errorsOf({WEVORA_BADGES, "on"}), "");
@@ -141,16 +141,18 @@ TEST_F(StatusWatchTest, ADeletedItemBecomesUnreadable) {
 
 TEST_F(StatusWatchTest, AnAccountCanBeWatchedWithoutAnAgent) {
   ASSERT_EQ(
-      ranToItsEnd({WEVORA_AGENT_SIM, "init", "--account", "9", "--volume", volume_.path()}).status,
+      runToCompletion({WEVORA_AGENT_SIM, "init", "--account", "9", "--volume", volume_.path()})
+          .status,
       0);
   ASSERT_EQ(
-      ranToItsEnd({WEVORA_AGENT_SIM, "scan", "--account", "9", "--volume", volume_.path()}).status,
+      runToCompletion({WEVORA_AGENT_SIM, "scan", "--account", "9", "--volume", volume_.path()})
+          .status,
       0);
   ChildProcess watcher({WEVORA_STATUS, "--account", "9", "--watch", letter_});
   ASSERT_TRUE(watcher.waitForOutput("blue\t" + letter_));
-  ASSERT_EQ(
-      ranToItsEnd({WEVORA_AGENT_SIM, "mark", "--account", "9", "--synchronized", letter_}).status,
-      0);
+  ASSERT_EQ(runToCompletion({WEVORA_AGENT_SIM, "mark", "--account", "9", "--synchronized", letter_})
+                .status,
+            0);
   EXPECT_TRUE(watcher.waitForOutput("green\t" + letter_, std::chrono::seconds(20)));
 }
 

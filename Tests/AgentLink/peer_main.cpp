@@ -73,7 +73,7 @@ int runAgent(const std::string& seed, const std::string& object, const std::stri
   const auto service = platform::PublishedService::publish(
       nameOfSeed(seed), daemonConnectionProtocol(),
       [&agent](const std::string& method, const Array& arguments) {
-        return answerOfDaemonConnection(agent, method, arguments);
+        return callDaemonConnection(agent, method, arguments);
       });
   if (!service) return 1;
   BusNotificationCenter center;

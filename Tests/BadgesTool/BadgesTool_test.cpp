@@ -27,7 +27,7 @@ using testing_host::Outcome;
 
 Outcome badges(std::vector<std::string> words) {
   words.insert(words.begin(), WEVORA_BADGES);
-  return testing_host::ranToItsEnd(words);
+  return testing_host::runToCompletion(words);
 }
 
 /// Counts the notifications of the switch on the bus.

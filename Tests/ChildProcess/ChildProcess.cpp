@@ -204,7 +204,7 @@ std::optional<int> ChildProcess::status() const {
   return state_->status;
 }
 
-std::optional<int> ChildProcess::waitForEnd(std::chrono::milliseconds timeout) {
+std::optional<int> ChildProcess::waitForExit(std::chrono::milliseconds timeout) {
   state_->waitUntil(timeout, [state = state_.get()]()
                                  NO_THREAD_SAFETY_ANALYSIS { return state->status.has_value(); });
   return status();
@@ -217,15 +217,15 @@ bool ChildProcess::waitForErrors(std::string_view text, std::chrono::millisecond
   return state_->waitForText(1, text, timeout);
 }
 
-Outcome ranToItsEnd(const std::vector<std::string>& command, const Environment& changes) {
+Outcome runToCompletion(const std::vector<std::string>& command, const Environment& changes) {
   ChildProcess child(command, changes);
-  const auto status = child.waitForEnd();
+  const auto status = child.waitForExit();
   return {status.value_or(-1), child.output(), child.errors()};
 }
 
-Outcome ranInShell(const std::string& line) {
+Outcome runInShell(const std::string& line) {
   ChildProcess child({"sh", "-c", "exec 2>&1; " + line});
-  const auto status = child.waitForEnd(std::chrono::minutes(1));
+  const auto status = child.waitForExit(std::chrono::minutes(1));
   return {status.value_or(-1), child.output(), {}};
 }
 

@@ -46,7 +46,7 @@ class ChildProcess {
   // These functions block; the main loop does not run meanwhile.
 
   /// Waits until the child has exited and all its output is read. Returns nullopt on timeout.
-  std::optional<int> waitForEnd(std::chrono::milliseconds timeout = kTimeout);
+  std::optional<int> waitForExit(std::chrono::milliseconds timeout = kTimeout);
   /// Waits until the standard output contains the text. Returns false on timeout, or if the child
   /// exits without printing it.
   bool waitForOutput(std::string_view text, std::chrono::milliseconds timeout = kTimeout);
@@ -64,8 +64,8 @@ struct Outcome {
   std::string errors;
 };
 /// Runs a program and waits for its exit.
-Outcome ranToItsEnd(const std::vector<std::string>& command, const Environment& changes = {});
+Outcome runToCompletion(const std::vector<std::string>& command, const Environment& changes = {});
 /// Runs a shell command line with a timeout of one minute. `output` includes standard error.
-Outcome ranInShell(const std::string& line);
+Outcome runInShell(const std::string& line);
 
 }  // namespace wevora::testing_host

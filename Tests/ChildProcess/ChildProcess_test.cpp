@@ -8,20 +8,20 @@ namespace wevora::testing_host {
 namespace {
 
 TEST(ChildProcessTest, OutputErrorsAndStatusAreSeparate) {
-  const auto outcome = ranToItsEnd({"sh", "-c", "echo said; echo complained >&2; exit 3"});
+  const auto outcome = runToCompletion({"sh", "-c", "echo said; echo complained >&2; exit 3"});
   EXPECT_EQ(outcome.output, "said\n");
   EXPECT_EQ(outcome.errors, "complained\n");
   EXPECT_EQ(outcome.status, 3);
 }
 
 TEST(ChildProcessTest, AMissingProgramExitsAsInAShell) {
-  EXPECT_EQ(ranToItsEnd({"/no/such/program"}).status, 127);
+  EXPECT_EQ(runToCompletion({"/no/such/program"}).status, 127);
 }
 
 TEST(ChildProcessTest, VariablesAreSetAndRemoved) {
   ::setenv("WEVORA_TEST_A", "a", 1);
-  const auto outcome = ranToItsEnd({"sh", "-c", "echo ${WEVORA_TEST_A-none} $WEVORA_TEST_B"},
-                                   {{"WEVORA_TEST_A", std::nullopt}, {"WEVORA_TEST_B", "b"}});
+  const auto outcome = runToCompletion({"sh", "-c", "echo ${WEVORA_TEST_A-none} $WEVORA_TEST_B"},
+                                       {{"WEVORA_TEST_A", std::nullopt}, {"WEVORA_TEST_B", "b"}});
   EXPECT_EQ(outcome.output, "none b\n");
 }
 
@@ -30,12 +30,12 @@ TEST(ChildProcessTest, OutputIsAvailableWhileTheChildRuns) {
   EXPECT_TRUE(child.waitForOutput("ready\n"));
   EXPECT_FALSE(child.status());
   child.signal(SIGTERM);
-  EXPECT_EQ(child.waitForEnd(), 128 + SIGTERM);
+  EXPECT_EQ(child.waitForExit(), 128 + SIGTERM);
   EXPECT_FALSE(child.waitForOutput("never"));
 }
 
 TEST(ChildProcessTest, OutputLargerThanAPipeBufferIsRead) {
-  EXPECT_EQ(ranToItsEnd({"sh", "-c", "head -c 1000000 /dev/zero"}).output.size(), 1000000U);
+  EXPECT_EQ(runToCompletion({"sh", "-c", "head -c 1000000 /dev/zero"}).output.size(), 1000000U);
 }
 
 }  // namespace

@@ -23,13 +23,13 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing_host::MountedVolume;
 using testing_host::Outcome;
-using testing_host::ranInShell;
+using testing_host::runInShell;
 
 Outcome files(const std::string& arguments) {
-  return ranInShell(WEVORA_FILES " " + arguments);
+  return runInShell(WEVORA_FILES " " + arguments);
 }
 Outcome chflags(const std::string& arguments) {
-  return ranInShell(WEVORA_CHFLAGS " " + arguments);
+  return runInShell(WEVORA_CHFLAGS " " + arguments);
 }
 /// Runs the command without the capabilities that let root ignore file modes.
 std::string withoutModeOverride(const std::string& command) {
@@ -98,13 +98,13 @@ TEST_F(FilesTest, TheExitStatusReportsTheResultToo) {
   EXPECT_EQ(files("unknown x").status, 2);
   EXPECT_EQ(files("--help").status, 0);
   EXPECT_THAT(files("--version").output, HasSubstr("wevora-files "));
-  EXPECT_EQ(ranInShell(WEVORA_FILES " md5 " + quoted + "/a.txt' >/dev/full").status, 2);
+  EXPECT_EQ(runInShell(WEVORA_FILES " md5 " + quoted + "/a.txt' >/dev/full").status, 2);
 }
 
 TEST_F(FilesTest, RelativePathsStartInTheCurrentFolder) {
   ASSERT_TRUE(mounted);
   write(volume.path("a b"));
-  const auto result = ranInShell("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
+  const auto result = runInShell("cd " + quoted + "' && " WEVORA_FILES " md5 'a b'");
   EXPECT_EQ(result.output, "9dd4e461268c8034f5c8564e155c67a6  a b\n");
 }
 
@@ -116,7 +116,7 @@ TEST_F(FilesTest, ListsAndScansAFolder) {
   write(volume.path("a.txt"));
   write(volume.path("x.part"));
   const auto sorted = [](const std::string& arguments) {
-    return ranInShell(WEVORA_FILES " " + arguments + " | sort | sed 's|.*/||' | tr '\\n' ' '")
+    return runInShell(WEVORA_FILES " " + arguments + " | sort | sed 's|.*/||' | tr '\\n' ' '")
         .output;
   };
   EXPECT_EQ(sorted("list " + quoted + "'"), "a.txt folder link x.part ");
@@ -132,7 +132,7 @@ TEST_F(FilesTest, ListsAndScansAFolder) {
 TEST_F(FilesTest, JsonOutputIsValidForAnotherParser) {
   ASSERT_TRUE(mounted);
   write(volume.path("odd \"\\\n\xFF name"));
-  const auto read = ranInShell(WEVORA_FILES " list --format json " + quoted +
+  const auto read = runInShell(WEVORA_FILES " list --format json " + quoted +
                                "' | python3 -c 'import json,sys,os\n"
                                "for line in sys.stdin:\n"
                                "  path = os.fsencode(json.loads(line)[\"path\"].encode("
@@ -161,7 +161,7 @@ TEST_F(FilesTest, WithoutTheCommandHidingFailsWithAReason) {
   const EmptyInstallation installation;  // the product may be installed on this machine
   ASSERT_TRUE(installation.isMounted());
   write(volume.path("a"));
-  const auto result = ranInShell("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
+  const auto result = runInShell("PATH=/nowhere " WEVORA_FILES " hide " + quoted + "/a'");
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.output, HasSubstr("still visible after running chflags"));
 }
@@ -171,9 +171,9 @@ TEST_F(FilesTest, ChflagsHidesAndShowsSeveralItemsAtOnce) {
   write(volume.path("a"));
   write(volume.path("b c"));
   EXPECT_EQ(chflags("hidden " + quoted + "/a' " + quoted + "/b c' " + quoted + "/a'").status, 0);
-  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "a\nb c\n");
+  EXPECT_EQ(runInShell("cat " + quoted + "/.hidden'").output, "a\nb c\n");
   EXPECT_EQ(chflags("nohidden -- " + quoted + "/a'").status, 0);
-  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b c\n");
+  EXPECT_EQ(runInShell("cat " + quoted + "/.hidden'").output, "b c\n");
 }
 
 TEST_F(FilesTest, ChflagsReportsAFailureAndContinues) {
@@ -187,7 +187,7 @@ TEST_F(FilesTest, ChflagsReportsAFailureAndContinues) {
       HasSubstr(
           "chflags: cannot change the visibility of '/media/wevora files/gone': No such file"));
   EXPECT_THAT(result.output, HasSubstr("line break"));
-  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "a\n");
+  EXPECT_EQ(runInShell("cat " + quoted + "/.hidden'").output, "a\n");
   EXPECT_EQ(chflags("").status, 2);
   EXPECT_EQ(chflags("arch x").status, 2);
   EXPECT_EQ(chflags("hidden").status, 2);
@@ -200,7 +200,7 @@ TEST_F(FilesTest, ChflagsReportsAFolderWithoutWritePermission) {
   write(volume.path("locked/a"));
   ::chmod(volume.path("locked").c_str(), 0555);
   const auto result =
-      ranInShell(withoutModeOverride(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
+      runInShell(withoutModeOverride(WEVORA_CHFLAGS " hidden " + quoted + "/locked/a'"));
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.output, HasSubstr("Permission denied"));
   EXPECT_EQ(namesIn(volume.path("locked")), (std::vector<std::string>{"a"}));
@@ -210,9 +210,9 @@ TEST_F(FilesTest, OnAFullVolumeTheListStaysUnchanged) {
   ASSERT_TRUE(mounted);
   write(volume.path("a"));
   write(volume.path(".hidden"), "b\n");
-  ranInShell("cat /dev/zero >" + quoted + "/ballast'");
+  runInShell("cat /dev/zero >" + quoted + "/ballast'");
   EXPECT_EQ(chflags("hidden " + quoted + "/a'").status, 1);
-  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b\n");
+  EXPECT_EQ(runInShell("cat " + quoted + "/.hidden'").output, "b\n");
   EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a", "ballast"}));
 }
 
@@ -247,7 +247,7 @@ TEST_F(FilesTest, TheTrashOfAnotherVolumeIsAtItsTop) {
 TEST_F(FilesTest, TheTrashOfTheHomeVolumeIsInTheHome) {
   fs::create_directories(folder.path("Trash/files"));
   write(folder.path("Trash/files/x"));
-  EXPECT_EQ(ranInShell("HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() +
+  EXPECT_EQ(runInShell("HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() +
                        " " WEVORA_FILES " trash " + folder.path("Trash/files/x"))
                 .output,
             "trash\t" + folder.path("Trash/files/x") + "\n");
@@ -258,8 +258,8 @@ TEST_F(FilesTest, AHomeTrashOnAnotherVolumeContainsItsItemsToo) {
   fs::create_directories(volume.path("Trash/files"));
   write(volume.path("Trash/files/x"));
   const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + quoted + "' ";
-  EXPECT_EQ(ranInShell(user + WEVORA_FILES " trash " + quoted + "/Trash/files/x'").status, 0);
-  EXPECT_EQ(ranInShell(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
+  EXPECT_EQ(runInShell(user + WEVORA_FILES " trash " + quoted + "/Trash/files/x'").status, 0);
+  EXPECT_EQ(runInShell(user + WEVORA_FILES " trash " + quoted + "/Trash'").status, 1);
 }
 
 TEST_F(FilesTest, ItemsOfAVolumeMountedInTheHomeTrashAreNotInTheTrash) {
@@ -268,9 +268,9 @@ TEST_F(FilesTest, ItemsOfAVolumeMountedInTheHomeTrashAreNotInTheTrash) {
   ASSERT_EQ(::mount("tmpfs", folder.path("Trash/files/mount").c_str(), "tmpfs", 0, nullptr), 0);
   write(folder.path("Trash/files/mount/x"));
   const std::string user = "HOME=" + folder.path() + " XDG_DATA_HOME=" + folder.path() + " ";
-  const auto own = ranInShell(user + WEVORA_FILES " trash " + folder.path("Trash/files/x"));
+  const auto own = runInShell(user + WEVORA_FILES " trash " + folder.path("Trash/files/x"));
   const auto mountedItem =
-      ranInShell(user + WEVORA_FILES " trash " + folder.path("Trash/files/mount/x"));
+      runInShell(user + WEVORA_FILES " trash " + folder.path("Trash/files/mount/x"));
   ::umount2(folder.path("Trash/files/mount").c_str(), MNT_DETACH);
   EXPECT_EQ(own.status, 0);
   EXPECT_EQ(mountedItem.status, 1);
@@ -288,7 +288,7 @@ TEST_F(FilesTest, AListThatCannotBeReplacedStaysUnchanged) {
   ::umount2(volume.path(".hidden").c_str(), MNT_DETACH);
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.output, HasSubstr("cannot replace the .hidden file"));
-  EXPECT_EQ(ranInShell("cat " + quoted + "/.hidden'").output, "b\n");
+  EXPECT_EQ(runInShell("cat " + quoted + "/.hidden'").output, "b\n");
   EXPECT_EQ(namesIn(volume.path()), (std::vector<std::string>{".hidden", "a"}));
 }
 
@@ -300,7 +300,7 @@ TEST_F(FilesTest, ABackupGoesFromOneVolumeToAnother) {
   makeFile(folder.path("a/deep/large"), 5'000'000);
   fs::create_symlink("deep/large", folder.path("a/link"));
   EXPECT_EQ(files("backup " + folder.path("a") + " " + quoted + "/copy'").output, "");
-  EXPECT_EQ(ranInShell("diff -r " + folder.path("a") + " " + quoted + "/copy'").output, "");
+  EXPECT_EQ(runInShell("diff -r " + folder.path("a") + " " + quoted + "/copy'").output, "");
   EXPECT_TRUE(fs::is_symlink(volume.path("copy/link")));
 }
 
@@ -308,7 +308,7 @@ TEST_F(FilesTest, ACopyWithAnotherOwnerHasNoSetuidBits) {
   write(folder.path("a"));
   ASSERT_TRUE(mounted);
   const auto modes = [this] {
-    return ranInShell("stat -c %a " + folder.path("a") + " " + folder.path("b") + " 2>&1").output;
+    return runInShell("stat -c %a " + folder.path("a") + " " + folder.path("b") + " 2>&1").output;
   };
   ::chmod(folder.path("a").c_str(), 06755);
   EXPECT_EQ(files("backup " + folder.path("a") + " " + folder.path("b")).status, 0);
@@ -317,7 +317,7 @@ TEST_F(FilesTest, ACopyWithAnotherOwnerHasNoSetuidBits) {
   if (!testing_host::mayMountDisks()) return;  // only one user id is mapped
   ASSERT_EQ(::chown(folder.path("a").c_str(), 4711, 4711), 0);
   ::chmod(folder.path("a").c_str(), 06755);
-  EXPECT_EQ(ranInShell("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") +
+  EXPECT_EQ(runInShell("setpriv --bounding-set=-chown " WEVORA_FILES " backup " + folder.path("a") +
                        " " + folder.path("b"))
                 .status,
             0);
@@ -335,7 +335,7 @@ TEST_F(FilesTest, AVolumeWithoutExtendedAttributesReceivesEverythingElse) {
   EXPECT_EQ(files("backup " + folder.path("a") + " " + plain.path("b")).output, "");
   EXPECT_EQ(files("backup " + folder.path("a/deep/file") + " " + plain.path("c")).output, "");
   for (const auto* copy : {"b/deep/file", "c"}) {
-    EXPECT_EQ(ranInShell("cat " + plain.path(copy)).output, "text");
+    EXPECT_EQ(runInShell("cat " + plain.path(copy)).output, "text");
     EXPECT_EQ(fs::status(plain.path(copy)).permissions(), fs::perms(0640));
   }
 }
@@ -359,7 +359,7 @@ TEST_F(FilesTest, AFullVolumeContainsNoPartialCopy) {
 
 TEST_F(FilesTest, OnAVolumeWithoutFreeSpaceTheBackupFails) {
   ASSERT_TRUE(mounted);
-  ranInShell("cat /dev/zero >" + quoted + "/ballast'");
+  runInShell("cat /dev/zero >" + quoted + "/ballast'");
   write(folder.path("small"), "text");
   EXPECT_EQ(files("backup --attempts 2 " + folder.path("small") + " " + quoted + "/copy'").status,
             1);
@@ -372,12 +372,12 @@ TEST_F(FilesTest, AnUnreadableFileAndItsFolderAreNotBackedUp) {
   write(folder.path("a/secret"));
   ::chmod(folder.path("a/secret").c_str(), 0);
   for (const auto* source : {"a", "a/secret"}) {
-    const auto result = ranInShell(withoutModeOverride(
+    const auto result = runInShell(withoutModeOverride(
         WEVORA_FILES " backup --attempts 2 " + folder.path(source) + " " + folder.path("copy")));
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, HasSubstr("Permission denied"));
   }
-  EXPECT_EQ(ranInShell(withoutModeOverride(WEVORA_FILES " md5 " + folder.path("a/secret"))).status,
+  EXPECT_EQ(runInShell(withoutModeOverride(WEVORA_FILES " md5 " + folder.path("a/secret"))).status,
             1);
   EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"a"}));
   EXPECT_EQ(namesIn(folder.path("a")), (std::vector<std::string>{"first", "secret"}));
@@ -387,9 +387,9 @@ TEST_F(FilesTest, ASourceThatIsItsOwnDestinationIsNotLost) {
   write(folder.path("a"), "text");
   EXPECT_EQ(files("backup --attempts 2 " + folder.path("a") + " " + folder.path("a")).status, 1);
   EXPECT_EQ(
-      ranInShell("cd " + folder.path() + " && " WEVORA_FILES " backup --attempts 0 a ./a").status,
+      runInShell("cd " + folder.path() + " && " WEVORA_FILES " backup --attempts 0 a ./a").status,
       1);
-  EXPECT_EQ(ranInShell("cat " + folder.path("a")).output, "text");
+  EXPECT_EQ(runInShell("cat " + folder.path("a")).output, "text");
 }
 
 TEST_F(FilesTest, AMountInsideTheDestinationPreventsItsRemoval) {
@@ -407,12 +407,12 @@ TEST_F(FilesTest, AMountInsideTheDestinationPreventsItsRemoval) {
   EXPECT_EQ(
       files("backup --attempts 1 " + folder.path("home/doc") + " " + folder.path("chroot")).status,
       1);
-  EXPECT_EQ(ranInShell("cat " + folder.path("home/doc/letter")).output, "text");
+  EXPECT_EQ(runInShell("cat " + folder.path("home/doc/letter")).output, "text");
   EXPECT_EQ(namesIn(folder.path("chroot")), (std::vector<std::string>{"etc", "file", "home"}));
   EXPECT_EQ(files("backup --attempts 1 " + folder.path("single") + " " + folder.path("chroot/home"))
                 .status,
             1);
-  EXPECT_EQ(ranInShell("cat " + folder.path("home/doc/letter")).output, "text");
+  EXPECT_EQ(runInShell("cat " + folder.path("home/doc/letter")).output, "text");
   ::umount2(folder.path("chroot/home").c_str(), MNT_DETACH);
   ASSERT_EQ(bind("single", "chroot/file"), 0);
   EXPECT_EQ(
@@ -434,12 +434,12 @@ TEST_F(FilesTest, ALockedFolderIsRemovedButStaysLockedAfterADryRun) {
   const std::string backup =
       WEVORA_FILES " backup --attempts 1 " + folder.path("a") + " " + folder.path("b");
   ASSERT_EQ(::mount("tmpfs", folder.path("b/mount").c_str(), "tmpfs", 0, nullptr), 0);
-  EXPECT_EQ(ranInShell(withoutModeOverride(backup)).status, 1);
+  EXPECT_EQ(runInShell(withoutModeOverride(backup)).status, 1);
   EXPECT_EQ(fs::status(folder.path("b/locked/deeper")).permissions(), fs::perms::none);
   EXPECT_EQ(fs::status(folder.path("b/locked")).permissions(), fs::perms(0500));
   EXPECT_TRUE(fs::exists(folder.path("b/locked/deeper/file")));
   ::umount2(folder.path("b/mount").c_str(), MNT_DETACH);
-  EXPECT_EQ(ranInShell(withoutModeOverride(backup)).status, 1);
+  EXPECT_EQ(runInShell(withoutModeOverride(backup)).status, 1);
   EXPECT_FALSE(fs::exists(folder.path("b")));
 }
 
@@ -447,9 +447,9 @@ TEST_F(FilesTest, LargeFilesShowProgressOnlyOnATerminal) {
   write(folder.path("large"), "");
   fs::resize_file(folder.path("large"), 48 << 20);
   const std::string digest = WEVORA_FILES " md5 " + folder.path("large");
-  EXPECT_THAT(ranInShell("script -qec '" + digest + "' /dev/null").output,
+  EXPECT_THAT(runInShell("script -qec '" + digest + "' /dev/null").output,
               HasSubstr("MiB of 48 MiB"));
-  EXPECT_EQ(ranInShell(digest).output,
+  EXPECT_EQ(runInShell(digest).output,
             "f6a7b2f72130b8e4033094cb3b4ab80c  " + folder.path("large") + "\n");
 }
 

@@ -11,7 +11,7 @@ constexpr std::chrono::seconds kPatience{60};
 
 void runWell(const std::vector<std::string>& command) {
   ChildProcess process(command);
-  if (process.waitForEnd(kPatience) != 0)
+  if (process.waitForExit(kPatience) != 0)
     throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
 }
 
@@ -42,7 +42,7 @@ void Agent::tell(const std::string& event, const std::vector<std::string>& paths
 
 void Agent::kill() {
   process_->signal(SIGKILL);
-  process_->waitForEnd();
+  process_->waitForExit();
 }
 
 }  // namespace wevora::testing_host

@@ -26,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 using platform::Dictionary;
 using platform::PropertyLists;
-using testing_host::ranToItsEnd;
+using testing_host::runToCompletion;
 
 using Paths = std::set<std::string>;
 
@@ -88,7 +88,7 @@ class InstallTest : public testing::Test {
                            const std::vector<std::string>& options) {
     std::vector<std::string> command = {WEVORA_CMAKE, "--install", WEVORA_BUILD};
     command.insert(command.end(), options.begin(), options.end());
-    const auto outcome = ranToItsEnd(command, {{"DESTDIR", destination}});
+    const auto outcome = runToCompletion(command, {{"DESTDIR", destination}});
     // Undo the line wrapping of CMake messages.
     std::string errors;
     std::istringstream words(outcome.errors);
@@ -114,7 +114,7 @@ class InstallTest : public testing::Test {
   }
   /// The output lines of a command.
   std::vector<std::string> linesOf(const std::vector<std::string>& command) const {
-    const auto outcome = ranToItsEnd(command);
+    const auto outcome = runToCompletion(command);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     std::vector<std::string> lines;
     std::istringstream text(outcome.output);
@@ -180,7 +180,7 @@ TEST_F(InstallTest, LibrariesThatOtherProgramsLoadHaveNoWevoraDependencies) {
 TEST_F(InstallTest, EachProgramPrintsItsVersion) {
   installAll();
   for (const auto& path : kPrograms) {
-    const auto outcome = ranToItsEnd({staged(path), "--version"});
+    const auto outcome = runToCompletion({staged(path), "--version"});
     EXPECT_EQ(outcome.status, 0) << path << outcome.errors;
     EXPECT_NE(outcome.output.find(platform::productVersion()), std::string::npos)
         << path << outcome.output;

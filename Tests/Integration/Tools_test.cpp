@@ -17,13 +17,13 @@ namespace {
 namespace fs = std::filesystem;
 using testing_host::MountedVolume;
 using testing_host::Outcome;
-using testing_host::ranInShell;
+using testing_host::runInShell;
 
 Outcome status(const std::string& arguments) {
-  return ranInShell(WEVORA_STATUS " " + arguments);
+  return runInShell(WEVORA_STATUS " " + arguments);
 }
 Outcome agent(const std::string& arguments) {
-  return ranInShell(WEVORA_AGENT_SIM " " + arguments);
+  return runInShell(WEVORA_AGENT_SIM " " + arguments);
 }
 
 class ToolsTest : public testing::Test {
@@ -100,7 +100,7 @@ TEST_F(ToolsTest, JsonIsParsedByAnotherProgram) {
   initAndScan();
   write("odd \"\\\n\xFF name");
   const auto read =
-      ranInShell(WEVORA_STATUS " --account 7 --format json --recursive " + volume.path() +
+      runInShell(WEVORA_STATUS " --account 7 --format json --recursive " + volume.path() +
                  " | python3 -c 'import json,sys\n"
                  "rows = [json.loads(line) for line in sys.stdin]\n"
                  "odd = [r for r in rows if \"odd\" in r[\"path\"]]\n"

@@ -23,7 +23,7 @@ std::string saidAs(const std::string& name) {
   const platform::TemporaryFolder folder;
   const std::string program = folder.path(name);
   fs::copy_file(WEVORA_MODULE_USER, program);
-  const auto outcome = testing_host::ranToItsEnd({program, WEVORA_MODULE});
+  const auto outcome = testing_host::runToCompletion({program, WEVORA_MODULE});
   EXPECT_EQ(outcome.status, 0) << outcome.errors;
   return outcome.output;
 }

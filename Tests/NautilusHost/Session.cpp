@@ -90,7 +90,7 @@ void NautilusSession::addThumbnail(const std::string& file, int width, int heigh
                         "xc:white", "-set", "Thumb::URI", uri, "-set", "Thumb::MTime",
                         std::to_string(status.st_mtime),
                         (folder / (std::string(name.get()) + ".png")).string()});
-  if (convert.waitForEnd(std::chrono::seconds(60)) != 0)
+  if (convert.waitForExit(std::chrono::seconds(60)) != 0)
     throw std::runtime_error("no thumbnail: " + convert.errors());
 }
 

@@ -90,7 +90,7 @@ class NotificationBusTest : public ::testing::Test {
                                         "--signal",
                                         platform::kDistributedNotificationInterface + ("." + name)};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return ranToItsEnd(command);
+    return runToCompletion(command);
   }
 
   SessionBus bus;
@@ -324,9 +324,9 @@ TEST_F(NotificationBusTest, GdbusMonitorShowsPostedNotifications) {
   // gdbus monitors one connection: that of this center.
   const auto observation = observe(kEvent);
   settle();
-  const auto names =
-      ranToItsEnd({"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                   "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.ListNames"});
+  const auto names = runToCompletion(
+      {"gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
+       "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.ListNames"});
   ASSERT_NE(names.output.find(":1.0"), std::string::npos) << names.output;
   ChildProcess monitor({"gdbus", "monitor", "--session", "--dest", ":1.0", "--object-path",
                         platform::kDistributedNotificationPath});

@@ -337,7 +337,7 @@ std::set<std::string> librariesOf(pid_t process) {
 /// The program, which is Qt's own but not the file manager, with the plug-in named to it.
 testing_host::Outcome otherProgram(const std::string& program, testing_host::Environment more) {
   more.insert({{"QT_QPA_PLATFORM", "offscreen"}, {"QT_PLUGIN_PATH", WEVORA_QT_PLUGINS}});
-  return testing_host::ranToItsEnd({program}, more);
+  return testing_host::runToCompletion({program}, more);
 }
 
 // The file manager itself insists on GLib's main loop; a program of its name need not.
@@ -379,7 +379,7 @@ TEST_F(PCManFMQtTest, InAnotherProgramOfQtsThePluginDoesNothing) {
 testing_host::Outcome loader(const std::vector<std::string>& words) {
   std::vector<std::string> command = {WEVORA_LOADER};
   command.insert(command.end(), words.begin(), words.end());
-  return testing_host::ranToItsEnd(command);
+  return testing_host::runToCompletion(command);
 }
 std::string lineOf(const QtSession& session, const std::string& state) {
   return "pcmanfm-qt (process " + std::to_string(session.fileManager().pid()) + "): " + state;

@@ -70,7 +70,7 @@ void QtSession::installVersion(const std::string& version) const {
 
 Outcome QtSession::runWithEnvironment(const std::vector<std::string>& command) const {
   ChildProcess process(command, HostSession::environment(environment()));
-  const auto status = process.waitForEnd(std::chrono::seconds(60));
+  const auto status = process.waitForExit(std::chrono::seconds(60));
   return {.status = status.value_or(-1), .output = process.output(), .errors = process.errors()};
 }
 

@@ -29,7 +29,7 @@ Outcome loader(const std::vector<std::string>& words,
                const testing_host::Environment& changes = {}) {
   std::vector<std::string> command = {WEVORA_LOADER};
   command.insert(command.end(), words.begin(), words.end());
-  return testing_host::ranToItsEnd(command, changes);
+  return testing_host::runToCompletion(command, changes);
 }
 
 class WevoraLoaderTest : public testing::Test {
@@ -143,7 +143,7 @@ TEST_F(WevoraLoaderTest, AFileManagerThatDoesNotQuitIsLeftAloneAndToldOf) {
   session.installVersion("77.1.2");
   ASSERT_EQ(::kill(session.fileManager().pid(), SIGSTOP), 0);  // it answers nobody
   testing_host::ChildProcess restart({WEVORA_LOADER, "--restart"});
-  EXPECT_EQ(restart.waitForEnd(std::chrono::seconds(60)), 4);
+  EXPECT_EQ(restart.waitForExit(std::chrono::seconds(60)), 4);
   EXPECT_THAT(restart.errors(), HasSubstr("was asked to quit and has not; close its windows and "
                                           "try again\n"));
   EXPECT_THAT(restart.output(), Not(HasSubstr("started again")));

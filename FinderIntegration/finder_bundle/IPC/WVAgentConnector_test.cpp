@@ -56,7 +56,7 @@ class RecordingConnection : public platform::Connection {
                               const Array& arguments) override {
       log_.push_back("agent " + std::string(method));
       if (service_.whenCalled) service_.whenCalled(method);
-      return answerOfDaemonConnection(service_.agent, std::string(method), arguments);
+      return callDaemonConnection(service_.agent, std::string(method), arguments);
     }
 
    private:
