@@ -16,7 +16,7 @@
 namespace wevora::platform {
 namespace {
 
-/// Attributes of one tag, and namespaces of one list: a list needs one and none.
+/// The most attributes of one tag, and namespaces of one list.
 constexpr int kMostAttributes = 16;
 
 enum class Tag { list, dictionary, array, key, string, integer, real, date, data, yes, no };

@@ -73,7 +73,7 @@ void WVRAppSupport::writeKey(const Text& key, const std::optional<Value>& toValu
   if (!text) return;
   // The file may have been removed meanwhile; the repair takes the lock itself.
   held.unlock();
-  if (meanwhile_) meanwhile_();
+  if (unlockedHook_) unlockedHook_();
   checkUserAppSupportFileAndRestoreIfNeed();
   held.lock();
   write(*text);

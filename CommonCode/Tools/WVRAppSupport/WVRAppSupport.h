@@ -77,7 +77,7 @@ class WVRAppSupport {
   const std::string& appSupportFilePath() const { return appSupportFilePath_; }
 
   /// For tests: called while writeKey() has released the lock to check the file again.
-  void setMeanwhile(std::function<void()> meanwhile) { meanwhile_ = std::move(meanwhile); }
+  void setUnlockedHook(std::function<void()> hook) { unlockedHook_ = std::move(hook); }
 
  private:
   void write(const std::string& text) REQUIRES(lock_);
@@ -87,7 +87,7 @@ class WVRAppSupport {
   const std::string defaultFilePath_;
   const Text accId_;  ///< Nothing sets it: only the root keys are written.
   const Text macUserName_;
-  std::function<void()> meanwhile_;
+  std::function<void()> unlockedHook_;
 };
 
 }  // namespace wevora

@@ -265,7 +265,7 @@ TEST_F(WVRAppSupportTest, AFileThatIsRemovedDuringAWriteIsRecreatedAndWritten) {
   put(file, Dictionary{{"Mine", "kept"}});
   const auto object = support();
   std::optional<Value> read;
-  object->setMeanwhile([&] {
+  object->setUnlockedHook([&] {
     // Returns only because the lock is free.
     read = object->readKey("Mine");
     fs::remove_all(root.path("home"));
@@ -281,7 +281,7 @@ TEST_F(WVRAppSupportTest, AFileThatIsRemovedDuringAWriteIsRecreatedAndWritten) {
 TEST_F(WVRAppSupportTest, AFileThatIsEmptiedDuringAWriteIsStillWritten) {
   put(file, Dictionary{{"Mine", "kept"}});
   const auto object = support();
-  object->setMeanwhile([&] { put(file, std::string()); });
+  object->setUnlockedHook([&] { put(file, std::string()); });
   object->writeKey(kOverlay, Value(false));
   EXPECT_EQ(settings(), Value(Dictionary{{"Mine", "kept"}, {kOverlay, false}}));
   // The defaults were there first, and were longer.
