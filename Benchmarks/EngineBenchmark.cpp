@@ -1,5 +1,5 @@
-// What the engine costs, each measurement beside a bare one that does the least possible work for
-// the same answer, in the same process. `Benchmarks/run` prints the ratios.
+// The cost of the engine. Each measurement runs next to a bare baseline, which does the least work
+// for the same answer, in the same process. `Benchmarks/run` prints the ratios.
 
 #include <algorithm>
 #include <chrono>
@@ -80,7 +80,7 @@ struct ManualEngine {
 
 // --- A hit ---------------------------------------------------------------------------------------
 
-/// The items that the benchmarks of a hit ask about, in an order that jumps from folder to folder.
+/// The items that the hit benchmarks query, in an order that jumps from folder to folder.
 const std::vector<std::string>& itemsOnDisk() {
   static const std::vector<std::string> items = [] {
     std::vector<std::string> made;
@@ -227,21 +227,22 @@ struct BackgroundEngine {
   }
 };
 
-enum class Answer { miss, hit };
+enum class Expected { miss, hit };
 
-/// Asks about items of a folder that was never seen, or about the same items again after the
-/// refresh; both right after the engine was idle, as when a person opens the folder. What counts is
-/// the median question: now and then a worker that was just woken takes the asking thread's core.
-void firstAnswers(benchmark::State& state, const std::string& folder, int items, Answer wanted) {
+/// Queries items of a folder that is not cached, or the same items again after the refresh, in both
+/// cases right after the engine was idle, as when a user opens the folder. The result is the median
+/// query: now and then a worker that was just woken runs on the caller's core.
+void firstQueries(benchmark::State& state, const std::string& folder, int items,
+                  Expected expected) {
   BackgroundEngine background;
   background.engine.accessor();
   std::vector<ItemURL> urls;
   for (int i = 0; i < items; ++i) urls.emplace_back(itemOf(folder, i));
-  std::vector<double> questions;
+  std::vector<double> queries;
   for (auto _ : state) {
     background.engine.clearCache();
     auto& provider = background.engine.provider();
-    if (wanted == Answer::hit) {
+    if (expected == Expected::hit) {
       provider.colorFor(urls.front());
       background.waitUntilIdle();
     }
@@ -252,25 +253,25 @@ void firstAnswers(benchmark::State& state, const std::string& folder, int items,
       answers += provider.colorFor(url).has_value() ? 1 : 0;
       const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
       total += time.count();
-      questions.push_back(time.count());
+      queries.push_back(time.count());
     }
     state.SetIterationTime(total / items);
-    if (wanted == Answer::hit && answers != items) state.SkipWithError("a miss");
+    if (expected == Expected::hit && answers != items) state.SkipWithError("a miss");
     background.waitUntilIdle();
   }
-  const auto middle = questions.begin() + static_cast<std::ptrdiff_t>(questions.size() / 2);
-  std::nth_element(questions.begin(), middle, questions.end());
+  const auto middle = queries.begin() + static_cast<std::ptrdiff_t>(queries.size() / 2);
+  std::nth_element(queries.begin(), middle, queries.end());
   state.counters["nanoseconds"] = *middle * 1e9;
 }
 
 /// All items of the small folder, and as many as a tall window shows of the large one.
 constexpr int kItemsInWindow = 50;
 
-void answersSmall(benchmark::State& state, int items, Answer wanted) {
-  firstAnswers(state, volume().smallFolder(3), items, wanted);
+void answersSmall(benchmark::State& state, int items, Expected expected) {
+  firstQueries(state, volume().smallFolder(3), items, expected);
 }
-void answersLarge(benchmark::State& state, int items, Answer wanted) {
-  firstAnswers(state, volume().largeFolder(), items, wanted);
+void answersLarge(benchmark::State& state, int items, Expected expected) {
+  firstQueries(state, volume().largeFolder(), items, expected);
 }
 
 // --- A message -----------------------------------------------------------------------------------
@@ -340,35 +341,35 @@ BENCHMARK(repeatedRefreshByEngine)->Name("repeated refresh/engine")->Unit(benchm
 BENCHMARK(repeatedRefreshBare)->Name("repeated refresh/bare")->Unit(benchmark::kMillisecond);
 BENCHMARK(recordByEngine)->Name("record/engine");
 BENCHMARK(recordBare)->Name("record/bare");
-BENCHMARK_CAPTURE(answersSmall, missfirst, 1, Answer::miss)
+BENCHMARK_CAPTURE(answersSmall, missfirst, 1, Expected::miss)
     ->Name("first miss, small folder/engine")
     ->UseManualTime()
     ->Iterations(300);
-BENCHMARK_CAPTURE(answersSmall, hitfirst, 1, Answer::hit)
+BENCHMARK_CAPTURE(answersSmall, hitfirst, 1, Expected::hit)
     ->Name("first miss, small folder/bare")
     ->UseManualTime()
     ->Iterations(300);
-BENCHMARK_CAPTURE(answersSmall, missAll, BenchmarkVolume::kItemsInSmallFolder, Answer::miss)
+BENCHMARK_CAPTURE(answersSmall, missAll, BenchmarkVolume::kItemsInSmallFolder, Expected::miss)
     ->Name("20 misses, small folder/engine")
     ->UseManualTime()
     ->Iterations(300);
-BENCHMARK_CAPTURE(answersSmall, hitAll, BenchmarkVolume::kItemsInSmallFolder, Answer::hit)
+BENCHMARK_CAPTURE(answersSmall, hitAll, BenchmarkVolume::kItemsInSmallFolder, Expected::hit)
     ->Name("20 misses, small folder/bare")
     ->UseManualTime()
     ->Iterations(300);
-BENCHMARK_CAPTURE(answersLarge, missfirst, 1, Answer::miss)
+BENCHMARK_CAPTURE(answersLarge, missfirst, 1, Expected::miss)
     ->Name("first miss, large folder/engine")
     ->UseManualTime()
     ->Iterations(40);
-BENCHMARK_CAPTURE(answersLarge, hitfirst, 1, Answer::hit)
+BENCHMARK_CAPTURE(answersLarge, hitfirst, 1, Expected::hit)
     ->Name("first miss, large folder/bare")
     ->UseManualTime()
     ->Iterations(40);
-BENCHMARK_CAPTURE(answersLarge, missAll, kItemsInWindow, Answer::miss)
+BENCHMARK_CAPTURE(answersLarge, missAll, kItemsInWindow, Expected::miss)
     ->Name("50 misses, large folder/engine")
     ->UseManualTime()
     ->Iterations(40);
-BENCHMARK_CAPTURE(answersLarge, hitAll, kItemsInWindow, Answer::hit)
+BENCHMARK_CAPTURE(answersLarge, hitAll, kItemsInWindow, Expected::hit)
     ->Name("50 misses, large folder/bare")
     ->UseManualTime()
     ->Iterations(40);

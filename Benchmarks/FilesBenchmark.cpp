@@ -1,5 +1,5 @@
-// What the file tools cost, each measurement beside a bare one that does the least possible work
-// for the same answer, in the same process. `Benchmarks/run` prints the ratios.
+// The cost of the file tools. Each measurement runs next to a bare baseline, which does the least
+// work for the same answer, in the same process. `Benchmarks/run` prints the ratios.
 
 #include <cstdio>
 #include <dirent.h>

@@ -1,5 +1,5 @@
-// What the link to the agent costs, each measurement beside a bare one. This process is the agent;
-// the bundle is another one.
+// The cost of the link to the agent. Each measurement runs next to a bare baseline. This process is
+// the agent; the bundle is another process.
 
 #include <chrono>
 #include <cstdlib>
@@ -89,7 +89,8 @@ class Link {
     timeOfWord("blue ");
   }
 
-  /// Marks the item and tells of it; how long until it is asked to draw with its new word.
+  /// Marks the item and posts the event. Returns the time until the item is asked to redraw with
+  /// its new word.
   std::chrono::nanoseconds eventToRedraw() {
     synchronized_ = !synchronized_;
     database_.mark({item_}, synchronized_);
