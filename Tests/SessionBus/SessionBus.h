@@ -9,11 +9,11 @@
 
 namespace wevora::testing_host {
 
-/// A session bus of its own. This process and the children that it starts find it, and a runtime
-/// folder of its own, in DBUS_SESSION_BUS_ADDRESS and XDG_RUNTIME_DIR. (GLib asks for the latter
-/// once in a process: make it first.)
-/// Threads: one. Owns: the bus's process, the folder, and the two variables until destroyed.
-/// Errors: throws where the bus does not come up.
+/// A session bus of its own, which starts no services. This process and the children that it starts
+/// find it, and a runtime folder of its own, in DBUS_SESSION_BUS_ADDRESS and XDG_RUNTIME_DIR. (GLib
+/// asks for the latter once in a process: make it first.) Threads: one. Owns: the bus's process,
+/// the folder, and the two variables until destroyed. Errors: throws where the bus does not come
+/// up.
 class SessionBus {
  public:
   SessionBus();
