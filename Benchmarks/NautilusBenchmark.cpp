@@ -1,5 +1,5 @@
-// What the badges cost Nautilus: two of it, one with the module and one without, each on a virtual
-// display of its own, take turns.
+// The cost of the badges in Nautilus: measures two instances alternately, one with the module and
+// one without, each on its own virtual display.
 
 #include <algorithm>
 #include <chrono>
@@ -33,18 +33,18 @@ using testing_host::uriOf;
 
 constexpr const char* kAccount = "7";
 constexpr int kOpenings = 3;
-constexpr int kLevels = kOpenings + 1;  // one is opened before
+constexpr int kLevels = kOpenings + 1;  // one is opened at the start
 constexpr int kItems = 10'000;
 constexpr unsigned kVisible = 200;  // at least; a window of small icons
 constexpr double kStep = 60;        // points a frame, half an icon
 
 double medianOf(std::vector<double> values) {
-  if (values.empty()) throw std::runtime_error("Nautilus does not answer");
+  if (values.empty()) throw std::runtime_error("the probe in Nautilus does not reply");
   std::ranges::sort(values);
   return values[values.size() / 2];
 }
 
-/// A volume with folders in one another, each of so many items that all have a badge.
+/// A volume with nested folders, each with many items that all have a badge.
 class ManyItems {
  public:
   ManyItems() {
@@ -54,7 +54,7 @@ class ManyItems {
         {"init", "--account", kAccount, "--volume", volume_.path(), "--include", volume_.path()});
     agentTool({"scan", "--account", kAccount, "--volume", volume_.path()});
   }
-  /// The last is a small one.
+  /// The last one is small.
   std::string folder(int level) const {
     std::string path = volume_.path();
     for (int i = 0; i <= level; ++i) path += "/Inner";
@@ -64,7 +64,7 @@ class ManyItems {
  private:
   static void fill(const std::string& folder, bool isSmall) {
     std::filesystem::create_directories(folder);
-    for (int i = isSmall ? kItems - 2 : 0; i < kItems - 1; ++i)  // without contents
+    for (int i = isSmall ? kItems - 2 : 0; i < kItems - 1; ++i)  // empty
       std::ofstream(folder + "/" + std::to_string(100'000 + i)).flush();
   }
 
@@ -86,7 +86,7 @@ class Window {
     open();
   }
 
-  /// The folder around the one that is shown, whose items were never seen.
+  /// Opens the parent folder, whose items were not shown before.
   double open() {
     if (level_ == 0) throw std::runtime_error("no more folders");
     const double time = timeUntilPainted(screen(), "win.up",
@@ -159,7 +159,7 @@ void registerAll(Window& with, Window& without) {
 void run(int count, char** arguments) {
   const ManyItems items;
   Window without(items, Session::Module::Absent);
-  Window with(items, Session::Module::Present);  // its session is that of the agent
+  Window with(items, Session::Module::Present);  // the agent uses its session
   std::cout << with.visible() << " visible items" << std::endl;
   registerAll(with, without);
   benchmark::Initialize(&count, arguments);

@@ -68,7 +68,7 @@ BadgeReader::BadgeReader(const std::string& resources) {
   }
 }
 
-double shareThere(const Bitmap& badge, const Bitmap& picture, const platform::Rect& square,
+double shareShown(const Bitmap& badge, const Bitmap& picture, const platform::Rect& square,
                   double scale) {
   const auto [left, top] = cornerOf(square, scale);
   int solid = 0;
@@ -98,7 +98,7 @@ platform::BitmapRef BadgeReader::Badge::ofSize(const Size& size) const {
     image->drawInRect(all, {}, platform::CompositingOperation::SourceOver, 1.0);
   };
   if (!size.onDesktop) return bitmap = drawnAt(size.points, whole);
-  // The desktop is given the badge in the badge's own size, whatever the size of the icon.
+  // The desktop draws the badge in its own size, not in that of the icon.
   const auto own = drawnAt(image->size().width, whole);
   return bitmap =
              drawnAt(size.points, [&](platform::DrawingTarget& target, const platform::Rect& all) {
@@ -113,7 +113,7 @@ std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon, double
   for (const auto& [word, badge] : badges_) {
     const auto shown =
         badge.ofSize({.points = square.width, .scale = scale, .onDesktop = isOnDesktop(icon)});
-    const double share = shareThere(*shown, picture, square, scale);
+    const double share = shareShown(*shown, picture, square, scale);
     if (share <= bestShare) continue;
     best = word;
     bestShare = share;
@@ -122,20 +122,20 @@ std::string BadgeReader::wordAt(const Bitmap& picture, const Place& icon, double
   return bestShare > 0.5 ? "unclear" : "";
 }
 
-double BadgeReader::differenceAt(const Look& look, const Place& icon, const std::string& word,
+double BadgeReader::differenceAt(const Capture& capture, const Place& icon, const std::string& word,
                                  double drawnFor) const {
   const auto square = squareOn(icon);
   const auto badge = badges_.at(word).ofSize(
       {.points = square.width, .scale = drawnFor, .onDesktop = isOnDesktop(icon)});
-  const auto [left, top] = cornerOf(square, look.scale);
-  const auto larger = static_cast<std::size_t>(std::lround(look.scale / drawnFor));
+  const auto [left, top] = cornerOf(square, capture.scale);
+  const auto larger = static_cast<std::size_t>(std::lround(capture.scale / drawnFor));
   std::int64_t sum = 0;
   std::int64_t colours = 0;
   for (std::size_t y = 0; y < badge->height() * larger; ++y)
     for (std::size_t x = 0; x < badge->width() * larger; ++x) {
       const auto pixel = badge->pixels()[y / larger * badge->width() + x / larger];
       if (!isSolid(pixel)) continue;
-      const auto shown = look.picture->pixels()[(top + y) * look.picture->width() + left + x];
+      const auto shown = capture.picture->pixels()[(top + y) * capture.picture->width() + left + x];
       for (const unsigned shift : kColours) sum += differenceOf(pixel, shown, shift);
       colours += 3;
     }

@@ -9,24 +9,25 @@
 
 namespace wevora::testing_host {
 
-/// How much of the solid pixels of a badge, or of any other small picture, is there; 0 to 1. The
-/// picture has so many pixels a point, and the badge is as large as it is shown.
-double shareThere(const platform::Bitmap& badge, const platform::Bitmap& picture,
+/// The share of the solid pixels of a badge, or of any other small picture, that a picture shows in
+/// a square: 0 to 1. The scale is the picture's pixels for each point; the badge has the size in
+/// which it is shown.
+double shareShown(const platform::Bitmap& badge, const platform::Bitmap& picture,
                   const platform::Rect& square, double scale = 1);
 
-/// Tells by a picture's pixels which badge an icon has.
-/// Threads: one. Owns: the badges. Errors: throws where the bundle has no badges.
+/// Finds out from a picture's pixels which badge an icon has.
+/// Errors: the constructor throws where the bundle has no badges.
 class BadgeReader {
  public:
-  /// With the badges of a bundle, by its folder of resources.
+  /// By the bundle's folder of resources.
   explicit BadgeReader(const std::string& resources);
 
-  /// "green", "blue", "red", or "" for an icon without one; "unclear" for a part of one.
+  /// "green", "blue", "red", "" for an icon without a badge, or "unclear" for a part of one.
   std::string wordAt(const platform::Bitmap& picture, const Place& icon, double scale = 1) const;
-  /// How far what the icon shows is from a word's badge: the mean difference of a colour, of 255,
-  /// where the badge is solid. The badge is the one for displays of so many pixels a point, made
-  /// larger where the picture has more.
-  double differenceAt(const Look& look, const Place& icon, const std::string& word,
+  /// The difference between an icon and a badge: the mean of a colour channel, of 255, over the
+  /// solid pixels of the badge. The badge is the one for displays of so many pixels for each point,
+  /// enlarged where the picture has more.
+  double differenceAt(const Capture& capture, const Place& icon, const std::string& word,
                       double drawnFor) const;
 
  private:

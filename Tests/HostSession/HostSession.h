@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,10 +17,10 @@
 
 namespace wevora::testing_host {
 
-/// A person's session, for a test that has a mount namespace of its own: an empty home, a session
-/// bus, a virtual display, the system installed where its paths say, and a real file manager.
-/// Threads: one. Owns: all processes that it starts; the mounts go with the namespace.
-/// Errors: throws where one of its parts cannot be had.
+/// A desktop session for a test that has a mount namespace of its own: an empty home, a session
+/// bus, a virtual display, the product installed at its real paths, and a real file manager.
+/// Nothing of the person's session is used or started. Ownership: all processes that it starts; the
+/// mounts go with the namespace. Errors: throws where one of its parts does not start.
 class HostSession {
  public:
   HostSession(const HostSession&) = delete;
@@ -26,41 +28,59 @@ class HostSession {
 
   /// A place of the sidebar; before the file manager is started.
   void addBookmark(const std::string& folder, const std::string& name) const;
-  /// Takes the bundle away; before the file manager is started.
+  /// Hides the bundle; before the file manager is started.
   void hideBundle() const;
+  /// Adds a file to the trash.
+  void addToTrash(const std::string& name) const;
+  /// Adds a file to the recently used ones.
+  void addToRecent(const std::string& file) const;
+  /// Makes trash:///, recent:/// and the like available, where GVfs is installed; before the file
+  /// manager is started.
+  void provideVirtualPlaces();
 
   const Screen& screen() const { return *screen_; }
   const ChildProcess& fileManager() const { return *fileManager_; }
   const BadgeReader& badges() const { return badges_; }
-  /// Each time the window has drawn a frame, until it holds; false after a minute.
+  /// Checks a condition after each frame of the window; false when it does not become true within a
+  /// minute.
   bool until(const std::function<bool()>& holds, unsigned window = 0) const;
-  /// The same of what is not to be seen in a window: asks again and again.
+  /// The same for a condition that no window shows: checks again and again.
   static bool untilOutside(const std::function<bool()>& holds);
+  /// Sets the file manager's wall clock forward so far that the next event makes it read the states
+  /// of all items again.
+  void ageStates() const;
 
-  /// The word that the item's icon shows; "not shown" for one that is not on the screen.
+  /// The badge on the item's icon; "not shown" for an item that is not on the screen.
   std::string word(const std::string& path, unsigned window = 0) const;
-  /// Whether the icon comes to show the word.
+  /// Waits until the icon shows the badge.
   testing::AssertionResult shows(const std::string& path, const std::string& word,
                                  unsigned window = 0) const;
   /// The window's picture once nothing in it moves any more; null where that does not happen.
   platform::BitmapRef steadyPicture(unsigned window = 0) const;
 
   const std::string& home() const { return home_; }
+  /// LD_PRELOAD for a library of the tests: a sanitizer's own library comes first.
+  static std::string preloadedWith(const std::string& library);
 
  protected:
   /// With a screen of so many pixels.
   explicit HostSession(const std::string& screenSize);
   ~HostSession() = default;
 
-  /// Adds to a file of the home.
+  /// Appends to a file of the home.
   void writeAtHome(const std::string& file, const std::string& text) const;
-  /// What everything of a sanitized build is loaded with.
+  /// The libraries that are preloaded into the file manager.
   static std::string preloaded();
   void startFileManager(const std::vector<std::string>& command, const Environment& more);
-  /// Of a file manager that hands what it is asked for to the one that runs, or of any program.
+  /// Starts a program that passes its arguments to the running file manager, or any other program.
   void startAnother(const std::vector<std::string>& command, const Environment& more);
-  /// Throws where the window does not come to show so many items.
+  /// Throws where the window does not show so many items in time.
   void waitForItems(std::size_t items, unsigned window) const;
+  /// Waits for so many windows; false when they are not open in time.
+  bool opensWindows(std::size_t windows, std::chrono::seconds allowed) const;
+  bool fileManagerRuns() const { return fileManager_ && !fileManager_->status(); }
+  /// Closes all windows but the newest one, which becomes window 0.
+  void closeOlderWindows() const;
 
   Environment environment(const Environment& more) const;
 
@@ -73,17 +93,18 @@ class HostSession {
   std::vector<std::unique_ptr<ChildProcess>> others_;
   std::unique_ptr<Screen> screen_;
   BadgeReader badges_;
+  bool virtualPlaces_ = false;
 };
 
-/// Puts what was built where it is looked for once it is installed, inside the namespace.
+/// Mounts the built libraries at their installed path, inside the namespace.
 void installBuiltLibraries();
 
 /// Mounts an empty folder over this one.
 void mountEmpty(const std::string& folder);
-/// Has a file show what another one holds.
+/// Bind-mounts a file over another one.
 void bindFile(const std::string& file, const std::string& over);
 
-/// The file URI of a path, as the file manager has it.
+/// The file URI of a path, spelled as in the file manager.
 std::string uriOf(const std::string& path);
 
 }  // namespace wevora::testing_host

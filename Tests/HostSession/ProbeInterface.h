@@ -2,33 +2,33 @@
 
 namespace wevora::testing_host {
 
-// Where the probe inside the file manager answers, on the session bus.
+// The service of the probe inside the file manager, on the session bus.
 inline constexpr const char* kProbeName = "com.Wevora.Test.Probe";
 inline constexpr const char* kProbePath = "/com/Wevora/Test/Probe";
 inline constexpr const char* kProbeError = "com.Wevora.Test.Error";
 
-/// What it is asked for, by the number of a window first; a place is a name, a kind and a frame.
+/// Its methods. `u` as the first argument is the number of a window; a place is a name, a kind and
+/// a frame.
 inline constexpr const char* kProbeXml = R"xml(
 <node><interface name="com.Wevora.Test.Probe">
   <method name="Windows"><arg type="as" direction="out"/></method>
-  <method name="Look"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
+  <method name="AdvanceClock"><arg type="d" direction="in"/></method>
+  <method name="Capture"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
   <method name="Rows"><arg type="u" direction="in"/><arg type="a(ss(dddd))" direction="out"/></method>
   <method name="NextFrame"><arg type="u" direction="in"/></method>
   <method name="Scroll"><arg type="u" direction="in"/><arg type="d" direction="in"/></method>
   <method name="Activate"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/></method>
+  <method name="Close"><arg type="u" direction="in"/></method>
   <method name="Eject"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="b" direction="out"/></method>
-  <!-- where the host has a search entry -->
+  <!-- of a host with a search entry -->
   <method name="Search"><arg type="u" direction="in"/><arg type="s" direction="in"/></method>
-  <!-- where it has a desktop -->
+  <!-- of a host with a desktop -->
   <method name="Move"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="d" direction="in"/><arg type="d" direction="in"/></method>
   <method name="Paints"><arg type="u" direction="in"/><arg type="u" direction="out"/></method>
-  <!-- where it is measured -->
+  <!-- for measurements -->
   <method name="FrameTimes"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="d" direction="in"/><arg type="a(dd)" direction="out"/></method>
   <method name="DrawTimes"><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="a(dd)" direction="out"/></method>
   <method name="TimeUntilPainted"><arg type="u" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="u" direction="in"/><arg type="u" direction="in"/><arg type="d" direction="out"/></method>
 </interface></node>)xml";
-
-/// In the file manager: begins to answer.
-void serveProbe();
 
 }  // namespace wevora::testing_host

@@ -11,10 +11,10 @@
 namespace wevora::testing_host {
 namespace {
 
-constexpr int kPatience = 60'000;  // milliseconds
+constexpr int kTimeout = 60'000;  // milliseconds
 
-/// As the probe writes it.
-Look readPicture(const std::string& file) {
+/// Reads what PictureFile::write wrote.
+Capture readPicture(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
   std::array<std::uint32_t, 3> size{};
   in.read(reinterpret_cast<char*>(size.data()), sizeof size);
@@ -45,14 +45,14 @@ Screen::~Screen() {
 Screen::Variant Screen::call(const char* method, GVariant* arguments) const {
   return Variant(g_dbus_connection_call_sync(bus_, kProbeName, kProbePath, kProbeName, method,
                                              arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START,
-                                             kPatience, nullptr, nullptr));
+                                             kTimeout, nullptr, nullptr));
 }
 
 std::vector<std::string> Screen::windows() const {
   std::vector<std::string> titles;
-  const auto answer = call("Windows", nullptr);
-  if (!answer) return titles;
-  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  const auto reply = call("Windows", nullptr);
+  if (!reply) return titles;
+  const Variant list(g_variant_get_child_value(reply.get(), 0));
   for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
     const char* title = nullptr;
     g_variant_get_child(list.get(), i, "&s", &title);
@@ -61,10 +61,10 @@ std::vector<std::string> Screen::windows() const {
   return titles;
 }
 
-std::vector<Place> Screen::placesOf(const Variant& answer) {
+std::vector<Place> Screen::placesOf(const Variant& reply) {
   std::vector<Place> places;
-  if (!answer) return places;
-  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  if (!reply) return places;
+  const Variant list(g_variant_get_child_value(reply.get(), 0));
   for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
     const char* name = nullptr;
     const char* kind = nullptr;
@@ -80,17 +80,17 @@ std::vector<Place> Screen::sidebar(unsigned window) const {
   return placesOf(call("Rows", g_variant_new("(u)", window)));
 }
 
-Look Screen::look(unsigned window) const {
+Capture Screen::capture(unsigned window) const {
   const platform::TemporaryFolder folder;
   const std::string file = folder.path("picture");
-  auto cells = placesOf(call("Look", g_variant_new("(us)", window, file.c_str())));
-  Look shown = readPicture(file);
+  auto cells = placesOf(call("Capture", g_variant_new("(us)", window, file.c_str())));
+  Capture shown = readPicture(file);
   shown.cells = std::move(cells);
   return shown;
 }
 
 std::vector<Place> Screen::cells(unsigned window) const {
-  return placesOf(call("Look", g_variant_new("(us)", window, "")));
+  return placesOf(call("Capture", g_variant_new("(us)", window, "")));
 }
 
 void Screen::nextFrame(unsigned window) const {
@@ -111,10 +111,18 @@ void Screen::move(const std::string& uri, double x, double y, unsigned window) c
 }
 
 unsigned Screen::paints(unsigned window) const {
-  const auto answer = call("Paints", g_variant_new("(u)", window));
+  const auto reply = call("Paints", g_variant_new("(u)", window));
   unsigned count = 0;
-  if (answer) g_variant_get(answer.get(), "(u)", &count);
+  if (reply) g_variant_get(reply.get(), "(u)", &count);
   return count;
+}
+
+void Screen::close(unsigned window) const {
+  call("Close", g_variant_new("(u)", window));
+}
+
+bool Screen::advanceClock(double seconds) const {
+  return call("AdvanceClock", g_variant_new("(d)", seconds)) != nullptr;
 }
 
 void Screen::search(const std::string& text, unsigned window) const {
@@ -122,9 +130,9 @@ void Screen::search(const std::string& text, unsigned window) const {
 }
 
 bool Screen::eject(const std::string& label, unsigned window) const {
-  const auto answer = call("Eject", g_variant_new("(us)", window, label.c_str()));
+  const auto reply = call("Eject", g_variant_new("(us)", window, label.c_str()));
   gboolean pressed = FALSE;
-  if (answer) g_variant_get(answer.get(), "(b)", &pressed);
+  if (reply) g_variant_get(reply.get(), "(b)", &pressed);
   return pressed != FALSE;
 }
 

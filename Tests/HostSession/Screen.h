@@ -11,8 +11,8 @@
 
 namespace wevora::testing_host {
 
-/// An icon on the screen: of a cell, its item's URI and the kind of cell; of a sidebar's row, its
-/// label and the kind of icon.
+/// An icon on the screen. A cell's name is its item's URI, its kind is the widget's class; a
+/// sidebar row's name is its label, its kind is the class of its icon.
 struct Place {
   std::string name;
   std::string kind;
@@ -20,15 +20,14 @@ struct Place {
 };
 
 /// What a window shows at one moment.
-struct Look {
+struct Capture {
   platform::BitmapRef picture;  ///< what its widgets drew last; null without a window
   double scale = 1;             ///< the picture's pixels for each point
-  std::vector<Place> cells;     ///< those that are wholly to be seen
+  std::vector<Place> cells;     ///< those whose icons are completely visible
 };
 
-/// What the file manager shows, told by the probe inside it.
-/// Threads: one. Owns: its connection to the bus. Errors: what cannot be told is empty; throws
-/// without a bus.
+/// What the file manager shows, as the probe inside it reports it.
+/// Errors: a result is empty when the probe does not reply; throws without a bus.
 class Screen {
  public:
   /// By the address of the session bus.
@@ -39,36 +38,40 @@ class Screen {
 
   /// The titles of the windows, in the order in which they were opened.
   std::vector<std::string> windows() const;
-  /// Once its next frame is drawn.
-  Look look(unsigned window = 0) const;
-  /// Without a picture, which keeps the file manager from its work for a while.
+  /// After its next frame.
+  Capture capture(unsigned window = 0) const;
+  /// Without a picture, which takes the file manager some time.
   std::vector<Place> cells(unsigned window = 0) const;
-  platform::BitmapRef picture(unsigned window = 0) const { return look(window).picture; }
+  platform::BitmapRef picture(unsigned window = 0) const { return capture(window).picture; }
   std::vector<Place> sidebar(unsigned window = 0) const;
   void nextFrame(unsigned window = 0) const;
   /// From 0, the top, to 1.
   void scroll(double part, unsigned window = 0) const;
-  /// Does what a menu or a key would do; the argument is the text of a GVariant, or "".
+  /// Activates the action of a menu or key; the argument is the text of a GVariant, or "".
   void activate(const std::string& action, const std::string& argument = "",
                 unsigned window = 0) const;
-  /// Puts an icon of the desktop somewhere else, points.
+  /// Moves an icon of the desktop, points.
   void move(const std::string& uri, double x, double y, unsigned window = 0) const;
-  /// How often the window's view of items was asked to paint all that is seen of it.
+  /// How often the window's view of items painted its whole visible area.
   unsigned paints(unsigned window = 0) const;
+  /// Closes the window, as its close button does.
+  void close(unsigned window = 0) const;
+  /// Sets the file manager's wall clock forward; false where that fails.
+  bool advanceClock(double seconds) const;
   /// Types into the search entry.
   void search(const std::string& text, unsigned window = 0) const;
-  /// Presses the button that ejects a place of the sidebar; false where there is none.
+  /// Presses the eject button of a place of the sidebar; false where there is no such button.
   bool eject(const std::string& label, unsigned window = 0) const;
 
   struct VariantUnref {
     void operator()(GVariant* variant) const noexcept { g_variant_unref(variant); }
   };
   using Variant = std::unique_ptr<GVariant, VariantUnref>;
-  /// Asks for what only some file managers are asked for; null where there is no answer.
+  /// Calls a method that only some probes have; null without a reply.
   Variant call(const char* method, GVariant* arguments) const;
 
  private:
-  static std::vector<Place> placesOf(const Variant& answer);
+  static std::vector<Place> placesOf(const Variant& reply);
 
   GDBusConnection* bus_;
 };

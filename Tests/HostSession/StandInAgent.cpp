@@ -7,11 +7,11 @@
 namespace wevora::testing_host {
 namespace {
 
-constexpr std::chrono::seconds kPatience{60};
+constexpr std::chrono::seconds kTimeout{60};
 
-void runWell(const std::vector<std::string>& command) {
+void runSuccessfully(const std::vector<std::string>& command) {
   ChildProcess process(command);
-  if (process.waitForExit(kPatience) != 0)
+  if (process.waitForExit(kTimeout) != 0)
     throw std::runtime_error(command.front() + " " + command.at(1) + ": " + process.errors());
 }
 
@@ -20,21 +20,22 @@ void runWell(const std::vector<std::string>& command) {
 void agentTool(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {WEVORA_AGENT_SIM};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  runWell(command);
+  runSuccessfully(command);
 }
 
 void switchBadges(bool on) {
-  runWell({WEVORA_BADGES, on ? "on" : "off"});
+  runSuccessfully({WEVORA_BADGES, on ? "on" : "off"});
 }
 
 Agent::Agent(const std::string& account, const std::vector<std::string>& more) {
   std::vector<std::string> command = {WEVORA_AGENT_SIM, "serve", "--account", account};
   command.insert(command.end(), more.begin(), more.end());
   process_ = std::make_unique<ChildProcess>(command);
-  if (!process_->waitForOutput("\n")) throw std::runtime_error("the session has no agent");
+  if (!process_->waitForOutput("\n"))
+    throw std::runtime_error("the agent does not start: " + process_->errors());
 }
 
-void Agent::tell(const std::string& event, const std::vector<std::string>& paths) const {
+void Agent::report(const std::string& event, const std::vector<std::string>& paths) const {
   std::vector<std::string> command = {"ctl", "event", event};
   command.insert(command.end(), paths.begin(), paths.end());
   agentTool(command);

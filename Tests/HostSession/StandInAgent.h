@@ -9,22 +9,23 @@
 
 namespace wevora::testing_host {
 
-/// Runs "wevora-agent-sim" to its end; throws where it fails.
+/// Runs "wevora-agent-sim" to its end; throws when it fails.
 void agentTool(const std::vector<std::string>& arguments);
 
-/// Runs "wevora-badges on" or "off"; throws where it fails.
+/// Runs "wevora-badges on" or "off"; throws when it fails.
 void switchBadges(bool on);
 
-/// The stand-in agent, "wevora-agent-sim serve", as a process.
-/// Threads: one. Owns: the process. Errors: throws where it does not come up.
+/// The test agent, "wevora-agent-sim serve", as a process.
+/// Ownership: the process, which is killed when the object is destroyed.
+/// Errors: throws when it does not start.
 class Agent {
  public:
   explicit Agent(const std::string& account, const std::vector<std::string>& more = {});
   Agent(const Agent&) = delete;
   Agent& operator=(const Agent&) = delete;
 
-  /// Has it tell of what has happened at these paths.
-  void tell(const std::string& event, const std::vector<std::string>& paths) const;
+  /// Makes it report an event at these paths.
+  void report(const std::string& event, const std::vector<std::string>& paths) const;
   void kill();
   pid_t pid() const noexcept { return process_->pid(); }
 

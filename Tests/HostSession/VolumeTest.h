@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/mount.h>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -13,8 +15,8 @@
 
 namespace wevora::testing_host {
 
-/// A volume "Stick" with a file that is backed up, one that is not, and a folder, of an account.
-/// Threads: one. Owns: the volume. Errors: a test that scans without one fails.
+/// A mounted volume of an account, with a file that is backed up, one that is not, and a folder.
+/// Errors: a test that scans without a mounted volume fails.
 class VolumeTest : public testing::Test {
  protected:
   explicit VolumeTest(std::string account) : account_(std::move(account)) {
@@ -24,17 +26,24 @@ class VolumeTest : public testing::Test {
     write("kept.txt");
     write("waiting.txt");
   }
+  ~VolumeTest() override {
+    ::umount2(volume.path().c_str(), MNT_DETACH);
+    std::error_code ignored;
+    std::filesystem::remove(volume.path(), ignored);  // other tests show /media
+  }
   std::string path(const std::string& name) const { return volume.path(name); }
   void write(const std::string& name) const { std::ofstream(path(name)) << "x"; }
 
-  /// The database of the volume as it is now: "kept.txt" and what the list names are backed up.
+  /// Makes the volume's database: "kept.txt" and the listed files are backed up.
   void scan(std::vector<std::string> backedUp = {}) const {
     ASSERT_TRUE(mounted_);
     agentTool(
         {"init", "--account", account_, "--volume", volume.path(), "--include", volume.path()});
     scanAgain();
     backedUp.emplace_back("kept.txt");
-    for (const auto& name : backedUp) mark(name, "--synchronized");
+    std::vector<std::string> marked = {"mark", "--account", account_, "--synchronized"};
+    for (const auto& name : backedUp) marked.push_back(path(name));
+    agentTool(marked);
   }
   void scanAgain() const { agentTool({"scan", "--account", account_, "--volume", volume.path()}); }
   void mark(const std::string& name, const std::string& as) const {
@@ -42,9 +51,16 @@ class VolumeTest : public testing::Test {
   }
   std::string database() const { return path("Wevora-Account-" + account_ + ".db"); }
 
-  MountedVolume volume{MountedVolume::Kind::tmpfs, "/media/Stick"};
+  MountedVolume volume{MountedVolume::Kind::tmpfs, newMountPoint()};
 
  private:
+  /// Not used before in this process: a file manager that several tests share may still hold what
+  /// it knows of an earlier volume.
+  static std::string newMountPoint() {
+    static int count = 0;
+    return "/media/Stick" + std::to_string(++count);
+  }
+
   const std::string account_;
   bool mounted_ = false;
 };

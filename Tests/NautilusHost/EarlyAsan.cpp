@@ -1,7 +1,7 @@
-// Preloaded beside the address sanitizer's library, which gets ready with the first allocation of
-// the process. In a program that was not built with it, that may be one that the C library makes
-// while it holds a lock of its messages, and getting ready needs that lock: the program would stand
-// still for ever. This library is linked to be the first that is initialized, and allocates.
+// Preloaded together with the address sanitizer's library, which initializes itself at the first
+// allocation of the process. In a program that was not built with it, that may be an allocation
+// that the C library makes while it holds the lock of its messages; the initialization takes the
+// same lock, and the program deadlocks. This library is initialized first, and allocates.
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// A plain program that loads a module of the file manager's.
+// A plain program that loads a module of the file manager.
 
 #include <dlfcn.h>
 #include <fstream>
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What the host loads a module with.
+/// The type with which the host loads a module.
 GTypeModule* typeModule() {
   const auto classInit = +[](gpointer table, gpointer) {
     auto* modules = static_cast<GTypeModuleClass*>(table);
@@ -30,7 +30,7 @@ bool isMapped(std::string_view library) {
   return false;
 }
 
-/// Loads the module, and says what there is of the system afterwards.
+/// Loads the module and prints which of the product's libraries are mapped afterwards.
 int loadModule(const char* file) {
   void* const module = ::dlopen(file, RTLD_NOW | RTLD_LOCAL);
   if (module == nullptr) return 1;

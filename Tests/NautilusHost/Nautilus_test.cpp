@@ -1,4 +1,4 @@
-// The real file manager with the module in it: what it shows, told by its pixels.
+// The real file manager with the module in it: what it shows, read from its pixels.
 
 #include <algorithm>
 #include <chrono>
@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <set>
-#include <sys/stat.h>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -27,302 +29,231 @@ using testing_host::MountedVolume;
 using Session = testing_host::NautilusSession;
 using View = Session::View;
 
-class NautilusTest : public testing_host::VolumeTest {
- protected:
-  NautilusTest() : VolumeTest(kAccount) {}
-
-  /// A word that is younger than four seconds is not read again.
-  static void letTheWordsAge(const Session& session) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(4500);
-    ASSERT_TRUE(session.until([end] { return std::chrono::steady_clock::now() > end; }));
-  }
-};
-
-/// Pixels that differ: in the frame, and beside it in the square as high as the frame.
+/// Counts the pixels that differ: in the frame, and next to it in the square as high as the frame.
 std::pair<int, int> differencesAround(const platform::Bitmap& a, const platform::Bitmap& b,
                                       const platform::Rect& frame) {
   const auto index = [](double point) { return static_cast<std::size_t>(std::lround(point)); };
   const std::size_t right = index(frame.x + frame.width);
   int inside = 0;
-  int beside = 0;
+  int outside = 0;
   for (std::size_t y = index(frame.y); y < index(frame.y + frame.height); ++y)
     for (std::size_t x = index(frame.x); x < index(frame.x + frame.height); ++x) {
       const std::size_t at = y * a.width() + x;
       if (a.pixels()[at] == b.pixels()[at]) continue;
-      ++(x < right ? inside : beside);
+      ++(x < right ? inside : outside);
     }
-  return {inside, beside};
-}
-
-dev_t deviceOf(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 ? status.st_dev : 0;
-}
-
-/// What a process has open or mapped of a device, a volume that is unmounted lazily included.
-std::vector<std::string> openOn(dev_t device, pid_t process) {
-  std::vector<std::string> open;
-  const fs::path folder = "/proc/" + std::to_string(process);
-  for (const char* kind : {"fd", "map_files"})
-    for (const auto& file : fs::directory_iterator(folder / kind))
-      if (deviceOf(file.path()) == device) open.push_back(fs::read_symlink(file.path()));
-  for (const char* kind : {"cwd", "root"})
-    if (deviceOf(folder / kind) == device) open.emplace_back(kind);
-  return open;
+  return {inside, outside};
 }
 
 template <View kView>
 struct ShownView {
   using Session = testing_host::NautilusSession;
+  static constexpr bool kIsShared = true;
+  static constexpr View kKind = kView;
   static constexpr int kScrollSteps = 12;
-  static Session start() { return Session(kView); }
+  static std::unique_ptr<Session> start() {
+    auto session = std::make_unique<Session>(kView);
+    session->hideShadows();
+    return session;
+  }
   static void open(Session& session, const std::string& folder, std::size_t items) {
     session.open(folder, items);
   }
+  static std::vector<std::pair<std::string, unsigned>> virtualPlaces() {
+    // The trash belongs to GVfs itself, the recently used files to its back ends.
+    const bool hasRecent = fs::exists("/usr/share/gvfs/mounts/recent.mount");
+    return {{"trash:///", 1U},
+            {"recent:///", hasRecent ? 1U : 0U},
+            {"network:///", 0U},
+            {"other-locations:///", 0U}};
+  }
 };
-// By these names the tests are listed.
-struct Icons : ShownView<View::Icons> {};
-struct List : ShownView<View::List> {};
+struct Icons : ShownView<View::Icons> {
+  static constexpr const char* kName = "Icons";
+};
+struct List : ShownView<View::List> {
+  static constexpr const char* kName = "List";
+};
+using Views = testing::Types<Icons, List>;
 
 }  // namespace
 
 namespace testing_host {
 
-using NautilusViews = testing::Types<Icons, List>;
-INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, BadgesTest, NautilusViews);
-INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, ScrolledBadgesTest, NautilusViews);
+INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, BadgesTest, Views, ViewNames);
+INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, WindowBadgesTest, Views, ViewNames);
+INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, OwnSessionTest, Views, ViewNames);
+INSTANTIATE_TYPED_TEST_SUITE_P(Nautilus, FileManagerTest, testing::Types<Icons>, ViewNames);
 
 }  // namespace testing_host
 
 namespace {
 
-class NautilusViewTest : public NautilusTest, public testing::WithParamInterface<View> {};
+/// Each test has a session of its own.
+class NautilusTest : public testing_host::VolumeTest {
+ protected:
+  NautilusTest() : VolumeTest(kAccount) {}
+};
 
-INSTANTIATE_TEST_SUITE_P(Views, NautilusViewTest, testing::Values(View::Icons, View::List),
-                         [](const auto& view) {
-                           return view.param == View::Icons ? "Icons" : "List";
-                         });
+template <class View>
+class NautilusViewTest : public testing_host::SharedSessionTest<View> {};
+TYPED_TEST_SUITE(NautilusViewTest, Views, testing_host::ViewNames);
 
-// What the agent tells.
-
-TEST_P(NautilusViewTest, AChangeOfStateIsShownWhenTheAgentTellsOfIt) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("waiting.txt"), "blue"));
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  letTheWordsAge(session);
-  mark("waiting.txt", "--synchronized");
-  mark("kept.txt", "--pending");
-  agent.tell("Changed", {path("waiting.txt"), path("kept.txt")});
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("kept.txt"), "blue"));
-}
+/// Each test has a session of its own.
+template <class View>
+class NautilusOwnSessionTest : public NautilusTest {};
+TYPED_TEST_SUITE(NautilusOwnSessionTest, Views, testing_host::ViewNames);
 
 // Names and places.
 
-TEST_P(NautilusViewTest, ANameThatIsNotUtf8HasItsBadge) {
-  fs::create_directories(path("Odd"));
+TYPED_TEST(NautilusViewTest, ANameThatIsNotUtf8HasItsBadge) {
+  fs::create_directories(this->path("Odd"));
   for (const char* name : {"Odd/fine", "Odd/latin\xE9", "Odd/latin\xE8", "Odd/\xFF\xFE"})
-    write(name);
-  fs::create_directories(path("Odd/folder\xE9"));
-  scan({"Odd/fine", "Odd/latin\xE9"});
-  Session session(GetParam());
+    this->write(name);
+  fs::create_directories(this->path("Odd/folder\xE9"));
+  this->scan({"Odd/fine", "Odd/latin\xE9"});
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(path("Odd"), 5);
-  EXPECT_TRUE(session.shows(path("Odd/fine"), "green"));
-  EXPECT_TRUE(session.shows(path("Odd/latin\xE9"), "green"));
-  EXPECT_TRUE(session.shows(path("Odd/latin\xE8"), "blue"));
-  EXPECT_TRUE(session.shows(path("Odd/\xFF\xFE"), "blue"));
-  EXPECT_TRUE(session.shows(path("Odd/folder\xE9"), "red"));
+  session.open(this->path("Odd"), 5);
+  EXPECT_TRUE(session.shows(this->path("Odd/fine"), "green"));
+  EXPECT_TRUE(session.shows(this->path("Odd/latin\xE9"), "green"));
+  EXPECT_TRUE(session.shows(this->path("Odd/latin\xE8"), "blue"));
+  EXPECT_TRUE(session.shows(this->path("Odd/\xFF\xFE"), "blue"));
+  EXPECT_TRUE(session.shows(this->path("Odd/folder\xE9"), "red"));
   EXPECT_FALSE(session.fileManager().status());
 }
 
-TEST_P(NautilusViewTest, AFolderWhoseNameIsNotUtf8ShowsTheBadgesOfItsItems) {
-  fs::create_directories(path("folder\xE9"));
-  write("folder\xE9/kept");
-  write("folder\xE9/waiting");
-  scan({"folder\xE9/kept"});
-  Session session(GetParam());
+TYPED_TEST(NautilusViewTest, AFolderWhoseNameIsNotUtf8ShowsTheBadgesOfItsItems) {
+  fs::create_directories(this->path("folder\xE9"));
+  this->write("folder\xE9/kept");
+  this->write("folder\xE9/waiting");
+  this->scan({"folder\xE9/kept"});
+  auto& session = this->session();
   const Agent agent(kAccount);
-  // A word of a command line must be text; a URI is.
-  session.open(testing_host::uriOf(path("folder\xE9")), 2);
-  EXPECT_TRUE(session.shows(path("folder\xE9/kept"), "green"));
-  EXPECT_TRUE(session.shows(path("folder\xE9/waiting"), "blue"));
+  // An argument of a command line must be valid text; a URI is.
+  session.open(testing_host::uriOf(this->path("folder\xE9")), 2);
+  EXPECT_TRUE(session.shows(this->path("folder\xE9/kept"), "green"));
+  EXPECT_TRUE(session.shows(this->path("folder\xE9/waiting"), "blue"));
 }
 
-TEST_P(NautilusViewTest, TheRootOfAVolumeHasTheProductsMark) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open("/media", 1);
-  // What is learnt of a volume alone redraws nothing: it is seen with the next redraw.
-  EXPECT_TRUE(session.until([&] {
-    agent.tell("Changed", {path("kept.txt")});
-    return session.word(volume.path()) == "red";
-  }));
-}
-
-TEST_P(NautilusViewTest, AVolumeInsideAFolderHasItsOwnBadgesAndItsTopIsMarkedInTheFolder) {
-  scan();  // the folder's database knows nothing of the volume's place
-  MountedVolume inner(MountedVolume::Kind::tmpfs, path("Mounted"));
+TYPED_TEST(NautilusViewTest, AVolumeInsideAFolderHasItsOwnBadgesAndItsTopIsMarkedInTheFolder) {
+  this->scan();  // the folder's database does not contain the volume
+  MountedVolume inner(MountedVolume::Kind::tmpfs, this->path("Mounted"));
   ASSERT_TRUE(inner.mount());
   for (const char* name : {"kept.txt", "waiting.txt"}) std::ofstream(inner.path(name)) << "x";
   agentTool({"init", "--account", kAccount, "--volume", inner.path(), "--include", inner.path()});
   agentTool({"scan", "--account", kAccount, "--volume", inner.path()});
   agentTool({"mark", "--account", kAccount, "--synchronized", inner.path("kept.txt")});
-  mark("kept.txt", "--pending");
-  mark("waiting.txt", "--synchronized");
-  Session session(GetParam());
+  this->mark("kept.txt", "--pending");
+  this->mark("waiting.txt", "--synchronized");
+  auto& session = this->session();
   const Agent agent(kAccount);
   session.open(inner.path(), 3);
-  session.openAnother(volume.path(), 5);
+  session.openAnother(this->volume.path(), 5);
   EXPECT_TRUE(session.shows(inner.path("kept.txt"), "green"));
   EXPECT_TRUE(session.shows(inner.path("waiting.txt"), "blue"));
-  EXPECT_TRUE(session.shows(path("kept.txt"), "blue", 1));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "green", 1));
-  // What is learnt of a volume alone redraws nothing: it is seen with the next redraw.
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "blue", 1));
+  EXPECT_TRUE(session.shows(this->path("waiting.txt"), "green", 1));
+  // The state of a volume's root alone causes no redraw: the mark is seen with the next one.
   EXPECT_TRUE(session.until(
       [&] {
-        agent.tell("Changed", {path("kept.txt")});
+        agent.report("Changed", {this->path("kept.txt")});
         return session.word(inner.path(), 1) == "red";
       },
       1));
 }
 
-TEST_P(NautilusViewTest, ASymbolicLinkHasTheBadgeOfItsOwnRecordAndNotOfWhereItLeads) {
-  fs::create_symlink("waiting.txt", path("kept link"));
-  fs::create_symlink("kept.txt", path("waiting link"));
-  fs::create_symlink("Folder", path("to folder"));
-  fs::create_symlink(".", path("round"));
-  scan({"kept link"});
-  Session session(GetParam());
+TYPED_TEST(NautilusViewTest, ASymbolicLinkHasTheBadgeOfItsOwnRecordAndNotOfItsTarget) {
+  fs::create_symlink("waiting.txt", this->path("kept link"));
+  fs::create_symlink("kept.txt", this->path("waiting link"));
+  fs::create_symlink("Folder", this->path("to folder"));
+  fs::create_symlink(".", this->path("round"));
+  this->scan({"kept link"});
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(volume.path(), 8);
-  EXPECT_TRUE(session.shows(path("kept link"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting link"), "blue"));
-  // A link is no folder, whatever it leads to.
-  EXPECT_TRUE(session.shows(path("to folder"), "blue"));
-  EXPECT_TRUE(session.shows(path("round"), "blue"));
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("waiting.txt"), "blue"));
+  session.open(this->volume.path(), 8);
+  EXPECT_TRUE(session.shows(this->path("kept link"), "green"));
+  EXPECT_TRUE(session.shows(this->path("waiting link"), "blue"));
+  // A link is not a folder, even if its target is one.
+  EXPECT_TRUE(session.shows(this->path("to folder"), "blue"));
+  EXPECT_TRUE(session.shows(this->path("round"), "blue"));
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(this->path("waiting.txt"), "blue"));
   EXPECT_FALSE(session.fileManager().status());
 }
 
-TEST_P(NautilusViewTest, ALinkThatLeadsNowhereHasNoBadgeWhateverItsRecord) {
-  fs::create_symlink("nowhere", path("dangling"));
-  fs::create_symlink("loop", path("loop"));
-  scan({"dangling"});
-  Session session(GetParam());
+TYPED_TEST(NautilusViewTest, ALinkWithoutATargetHasNoBadgeWhetherOrNotItIsBackedUp) {
+  fs::create_symlink("nowhere", this->path("dangling"));
+  fs::create_symlink("loop", this->path("loop"));
+  this->scan({"dangling"});
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(volume.path(), 6);
-  // When its neighbour has its badge, what is known of the folder is known of the link.
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_EQ(session.word(path("dangling")), "");
-  EXPECT_EQ(session.word(path("loop")), "");
+  session.open(this->volume.path(), 6);
+  // Once another item has its badge, the states of the whole folder have been read.
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green"));
+  EXPECT_EQ(session.word(this->path("dangling")), "");
+  EXPECT_EQ(session.word(this->path("loop")), "");
   EXPECT_FALSE(session.fileManager().status());
 }
 
-TEST_P(NautilusViewTest, WhatIsReachedThroughALinkedFolderHasNoBadge) {
-  fs::create_symlink("Folder", path("to folder"));
-  scan();
-  Session session(GetParam());
+TYPED_TEST(NautilusViewTest, AnItemInsideALinkedFolderHasNoBadge) {
+  fs::create_symlink("Folder", this->path("to folder"));
+  this->scan();
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(path("to folder"), 2);
-  session.openAnother(volume.path(), 5);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green", 1));
-  EXPECT_EQ(session.word(path("to folder/inside.txt")), "");
+  session.open(this->path("to folder"), 2);
+  session.openAnother(this->volume.path(), 5);
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green", 1));
+  EXPECT_EQ(session.word(this->path("to folder/inside.txt")), "");
 }
 
 // Windows, tabs and other places.
 
-TEST_P(NautilusViewTest, TwoWindowsShowTheirBadgesAndBothFollowAChange) {
-  scan();
-  Session session(GetParam());
+TYPED_TEST(NautilusViewTest, AHiddenTabShowsTheChangeWhenItIsShownAgain) {
+  this->scan();
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  session.openAnother(volume.path(), 4);
-  for (const unsigned window : {0U, 1U})
-    ASSERT_TRUE(session.shows(path("waiting.txt"), "blue", window));
-  letTheWordsAge(session);
-  mark("waiting.txt", "--synchronized");
-  agent.tell("Changed", {path("waiting.txt")});
-  for (const unsigned window : {0U, 1U})
-    EXPECT_TRUE(session.shows(path("waiting.txt"), "green", window));
-}
-
-TEST_P(NautilusViewTest, AHiddenTabShowsTheChangeWhenItIsShownAgain) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  session.open(this->volume.path(), 4);
+  ASSERT_TRUE(session.shows(this->path("kept.txt"), "green"));
   session.screen().activate("win.new-tab");
   ASSERT_TRUE(session.until([&] { return session.screen().cells().size() >= 4; }));
   testing_host::switchBadges(false);
-  ASSERT_TRUE(session.shows(path("kept.txt"), ""));
+  ASSERT_TRUE(session.shows(this->path("kept.txt"), ""));
   session.screen().activate("win.tab-previous");
-  EXPECT_TRUE(session.shows(path("kept.txt"), ""));
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), ""));
   testing_host::switchBadges(true);
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green"));
   session.screen().activate("win.tab-next");
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green"));
 }
 
-TEST_P(NautilusViewTest, PlacesWithoutLocalPathsHaveNoBadgesAndHarmNothing) {
-  scan();
-  Session session(GetParam());
-  session.addToTrash("thrown away.txt");
-  session.addToRecent(path("kept.txt"));
+TYPED_TEST(NautilusViewTest, ASearchResultHasItsBadge) {
+  this->scan();
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
-  unsigned window = 0;
-  for (const auto& [place, items] :
-       {std::pair("trash:///", 1U), std::pair("recent:///", 1U), std::pair("network:///", 0U),
-        std::pair("other-locations:///", 0U)}) {
-    session.openAnother(place, items);
-    ++window;
-    testing_host::Look look;
-    ASSERT_TRUE(session.until(
-        [&] { return (look = session.screen().look(window)).picture != nullptr; }, window))
-        << place;
-    EXPECT_GE(look.cells.size(), items) << place;
-    for (const auto& cell : look.cells)
-      EXPECT_EQ(session.badges().wordAt(*look.picture, cell), "") << place << " " << cell.name;
-  }
-  EXPECT_FALSE(session.fileManager().status());
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-}
-
-TEST_P(NautilusViewTest, WhatASearchFindsHasItsBadge) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
+  session.open(this->volume.path(), 4);
   session.screen().search("kept");
   ASSERT_TRUE(session.until([&] { return session.screen().cells().size() == 1; }));
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green"));
 }
 
-// Nothing that GTK would draw anew changes in a cell that is used again for such an item.
-TEST_P(NautilusViewTest, ItemsOfOneNameThatASearchFindsHaveEachItsOwnBadge) {
+// When a cell is reused for another item of the same name, GTK has no reason to redraw it.
+TYPED_TEST(NautilusViewTest, SearchResultsOfTheSameNameHaveEachTheirOwnBadge) {
   constexpr int kFolders = 150;
   std::vector<std::string> kept = {"mark", "--account", kAccount, "--synchronized"};
   for (int i = 0; i < kFolders; ++i) {
     const std::string folder = "Many/" + std::to_string(1000 + i);
-    fs::create_directories(path(folder));
-    const std::string file = path(folder + "/same.txt");
+    fs::create_directories(this->path(folder));
+    const std::string file = this->path(folder + "/same.txt");
     std::ofstream(file).flush();
     fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(i));
     if (i % 3 == 0) kept.push_back(file);
   }
-  scan();
+  this->scan();
   agentTool(kept);
-  Session session(GetParam());
+  auto& session = this->session();
   const Agent agent(kAccount);
-  session.open(path("Many"), 8);
+  session.open(this->path("Many"), 8);
   session.screen().search("same");
   const auto found = [](const testing_host::Place& cell) {
     return cell.name.ends_with("/same.txt");
@@ -337,12 +268,12 @@ TEST_P(NautilusViewTest, ItemsOfOneNameThatASearchFindsHaveEachItsOwnBadge) {
     return session.badges().wordAt(picture, cell) == (number % 3 == 0 ? "green" : "blue");
   };
   const auto allAreRight = [&] {
-    const auto look = session.screen().look();
-    return !look.cells.empty() && look.picture &&
-           std::ranges::all_of(look.cells,
-                               [&](const auto& cell) { return isRight(cell, *look.picture); });
+    const auto capture = session.screen().capture();
+    return !capture.cells.empty() && capture.picture &&
+           std::ranges::all_of(capture.cells,
+                               [&](const auto& cell) { return isRight(cell, *capture.picture); });
   };
-  // The words are learnt with the first two orders; afterwards nothing is drawn because of them.
+  // The first two orders read all states; after that, no new state causes a redraw.
   for (int turn = 0; turn < 6; ++turn) {
     session.screen().activate(
         "view.sort", turn % 2 == 0 ? "('date_modified', true)" : "('date_modified', false)");
@@ -370,17 +301,18 @@ TEST_F(NautilusTest, ABadgeEndsWhereANarrowThumbnailEnds) {
   ASSERT_TRUE(session.shows(path("wide.png"), ""));
   const auto without = session.steadyPicture();
   ASSERT_TRUE(without);
-  const auto [inside, beside] = differencesAround(*with, *without, tall->frame);
+  const auto [inside, outside] = differencesAround(*with, *without, tall->frame);
   EXPECT_GT(inside, 0);
-  EXPECT_EQ(beside, 0);
+  EXPECT_EQ(outside, 0);
 }
 
-TEST_P(NautilusViewTest, ChangingTheViewKeepsTheBadges) {
-  scan();
-  Session session(GetParam());
+TYPED_TEST(NautilusOwnSessionTest, ChangingTheViewKeepsTheBadges) {
+  this->scan();
+  const auto started = TypeParam::start();
+  auto& session = *started;
   const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  ASSERT_TRUE(session.shows(path("kept.txt"), "green"));
+  session.open(this->volume.path(), 4);
+  ASSERT_TRUE(session.shows(this->path("kept.txt"), "green"));
   const auto kind = [&] {
     const auto cells = session.screen().cells();
     return cells.empty() ? "" : cells.front().kind;
@@ -388,45 +320,34 @@ TEST_P(NautilusViewTest, ChangingTheViewKeepsTheBadges) {
   const std::string before = kind();
   session.screen().activate("slot.files-view-mode-toggle");
   ASSERT_TRUE(session.until([&] { return !kind().empty() && kind() != before; }));
-  EXPECT_TRUE(session.shows(path("kept.txt"), "green"));
-  EXPECT_TRUE(session.shows(path("Folder"), "red"));
+  EXPECT_TRUE(session.shows(this->path("kept.txt"), "green"));
+  EXPECT_TRUE(session.shows(this->path("Folder"), "red"));
 }
 
-TEST_P(NautilusViewTest, BadgesAreRightAtEverySizeOfIcon) {
-  scan();
-  Session session(GetParam());
-  const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  for (int step = 0; step < 4; ++step) {
-    EXPECT_TRUE(session.shows(path("kept.txt"), "green")) << step;
-    EXPECT_TRUE(session.shows(path("waiting.txt"), "blue")) << step;
-    EXPECT_TRUE(session.shows(path("Folder"), "red")) << step;
-    session.screen().activate("view.zoom-in");
-  }
-}
+// Displays of two pixels for each point.
 
-// Displays of two pixels a point.
-
-TEST_P(NautilusViewTest, OnADisplayOfTwoPixelsAPointTheBadgesAreSharp) {
-  scan();
-  Session session(GetParam());
+TYPED_TEST(NautilusOwnSessionTest, OnADisplayOfTwoPixelsForEachPointTheBadgesAreSharp) {
+  this->scan();
+  const auto started = TypeParam::start();
+  auto& session = *started;
   session.setScale(2);
   const Agent agent(kAccount);
-  session.open(volume.path(), 4);
-  const std::map<std::string, std::string> words = {
-      {path("kept.txt"), "green"}, {path("waiting.txt"), "blue"}, {path("Folder"), "red"}};
+  session.open(this->volume.path(), 4);
+  const std::map<std::string, std::string> words = {{this->path("kept.txt"), "green"},
+                                                    {this->path("waiting.txt"), "blue"},
+                                                    {this->path("Folder"), "red"}};
   for (const auto& [item, word] : words) EXPECT_TRUE(session.shows(item, word));
 
-  const auto look = session.screen().look();
-  ASSERT_TRUE(look.picture);
-  ASSERT_EQ(look.scale, 2);
+  const auto capture = session.screen().capture();
+  ASSERT_TRUE(capture.picture);
+  ASSERT_EQ(capture.scale, 2);
   for (const auto& [item, word] : words) {
     const auto cell =
-        std::ranges::find(look.cells, testing_host::uriOf(item), &testing_host::Place::name);
-    ASSERT_NE(cell, look.cells.end()) << item;
-    // The picture for two pixels a point, in its very place; not the other one made larger.
-    const double fine = session.badges().differenceAt(look, *cell, word, 2);
-    const double coarse = session.badges().differenceAt(look, *cell, word, 1);
+        std::ranges::find(capture.cells, testing_host::uriOf(item), &testing_host::Place::name);
+    ASSERT_NE(cell, capture.cells.end()) << item;
+    // The image for two pixels for each point, at the exact place; not the other one enlarged.
+    const double fine = session.badges().differenceAt(capture, *cell, word, 2);
+    const double coarse = session.badges().differenceAt(capture, *cell, word, 1);
     EXPECT_LT(fine, 1) << item;
     EXPECT_GT(coarse, 4 * fine) << item;
   }
@@ -434,7 +355,7 @@ TEST_P(NautilusViewTest, OnADisplayOfTwoPixelsAPointTheBadgesAreSharp) {
 
 // The sidebar.
 
-TEST_F(NautilusTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
+TEST_F(NautilusTest, OnlyTheDrivesPlaceInTheSidebarHasTheDrivesImage) {
   scan();
   Session session(View::Icons);
   session.addBookmark(path("Folder"), "(w) Drive");
@@ -462,20 +383,20 @@ TEST_F(NautilusTest, TheDrivesPlaceInTheSidebarHasItsOwnImageAndNoOtherHas) {
 
 // The module.
 
-TEST_P(NautilusViewTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromBadges) {
-  for (int i = 0; i < 60; ++i) write("file " + std::to_string(100 + i));
-  scan();
+TYPED_TEST(NautilusOwnSessionTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromBadges) {
+  for (int i = 0; i < 60; ++i) this->write("file " + std::to_string(100 + i));
+  this->scan();
   using ImageCache = std::vector<std::pair<std::string, platform::BitmapRef>>;
   const auto picturesOf = [&](Session::Module module) {
-    Session session(GetParam(), module);
+    Session session(TypeParam::kKind, module);
     const Agent agent(kAccount);
-    session.setWindowSize(700, 500);
-    session.open(volume.path(), 6);
+    session.setWindowSize(900, 500);  // room for the whole path in the header bar
+    session.open(this->volume.path(), 6);
     if (module == Session::Module::Present) {
-      EXPECT_TRUE(session.shows(path("Folder"), "red"));
+      EXPECT_TRUE(session.shows(this->path("Folder"), "red"));
       testing_host::switchBadges(false);
     }
-    EXPECT_TRUE(session.shows(path("Folder"), ""));
+    EXPECT_TRUE(session.shows(this->path("Folder"), ""));
     const auto& screen = session.screen();
     ImageCache pictures;
     const auto keep = [&](const char* action) {
@@ -494,11 +415,11 @@ TEST_P(NautilusViewTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromB
     keep("selected");
     screen.activate("view.invert-selection");
     keep("nothing selected");
-    fs::rename(path("file 100"), path("a file"));
-    EXPECT_TRUE(session.shows(path("a file"), ""));
+    fs::rename(this->path("file 100"), this->path("a file"));
+    EXPECT_TRUE(session.shows(this->path("a file"), ""));
     keep("renamed");
-    fs::rename(path("a file"), path("file 100"));
-    EXPECT_TRUE(session.shows(path("a file"), "not shown"));
+    fs::rename(this->path("a file"), this->path("file 100"));
+    EXPECT_TRUE(session.shows(this->path("a file"), "not shown"));
     keep("renamed back");
     screen.activate("view.zoom-in");
     keep("zoomed in");
@@ -520,44 +441,6 @@ TEST_P(NautilusViewTest, WithoutTheModuleEachActionGivesTheSamePictureApartFromB
     ASSERT_EQ(picture->width(), other->width()) << action;
     EXPECT_TRUE(std::ranges::equal(picture->pixels(), other->pixels())) << action;
   }
-}
-
-TEST_F(NautilusTest, ABundleThatIsMissingLeavesTheFileManagerAlone) {
-  scan();
-  Session session(View::Icons);
-  const Agent agent(kAccount);
-  session.hideBundle();
-  session.open(volume.path(), 4);
-  session.screen().nextFrame();
-  EXPECT_EQ(session.word(path("kept.txt")), "");
-  EXPECT_FALSE(session.fileManager().status());
-}
-
-// Volumes.
-
-TEST_F(NautilusTest, ADiskWhoseFolderIsOpenIsEjectedFromWithinTheFileManager) {
-  // Only root may mount a disk image.
-  MountedVolume disk(
-      testing_host::mayMountDisks() ? MountedVolume::Kind::ext4 : MountedVolume::Kind::ramfs,
-      "/media/Disk");
-  ASSERT_TRUE(disk.mount());
-  std::ofstream(disk.path("waiting.txt")) << "x";
-  agentTool({"init", "--account", kAccount, "--volume", disk.path(), "--include", disk.path()});
-  agentTool({"scan", "--account", kAccount, "--volume", disk.path()});
-  Session session(View::Icons);
-  const Agent agent(kAccount);
-  session.open(disk.path(), 2);
-  ASSERT_TRUE(session.shows(disk.path("waiting.txt"), "blue"));
-  const dev_t device = deviceOf(disk.path());
-  // The sidebar lists a disk some time after the window is there.
-  ASSERT_TRUE(session.until([&] { return session.screen().eject("Disk"); }));
-  EXPECT_TRUE(session.until([&] { return !fs::exists(disk.path("waiting.txt")); }));
-  EXPECT_FALSE(session.fileManager().status());
-  for (const pid_t process : {session.fileManager().pid(), agent.pid()})
-    EXPECT_EQ(openOn(device, process), std::vector<std::string>()) << process;
-  // Nobody keeps a disk that is mounted again, though everybody looks at it for a moment.
-  EXPECT_TRUE(disk.mount());
-  EXPECT_TRUE(session.until([&] { return disk.unmount(); }));
 }
 
 }  // namespace

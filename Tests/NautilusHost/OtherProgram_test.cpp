@@ -18,8 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What a program of this name says when it has loaded the module.
-std::string saidAs(const std::string& name) {
+/// The output of a program of this name after it has loaded the module.
+std::string outputOf(const std::string& name) {
   const platform::TemporaryFolder folder;
   const std::string program = folder.path(name);
   fs::copy_file(WEVORA_MODULE_USER, program);
@@ -32,18 +32,18 @@ class OtherProgramTest : public testing::Test {
  protected:
   OtherProgramTest() {
     testing_host::installBuiltLibraries();
-    // Without the bundle, which would look for its agent.
+    // Without the bundle, which would search for its agent.
     ::mount("tmpfs", WEVORA_BUNDLE_FOLDER, "tmpfs", 0, nullptr);
   }
 };
 
 TEST_F(OtherProgramTest, TheModuleDoesNothingInAnotherProgram) {
-  EXPECT_EQ(saidAs("chooser"), "uses 0, types 0\n");
-  EXPECT_EQ(saidAs("nautilus-like"), "uses 0, types 0\n");
+  EXPECT_EQ(outputOf("chooser"), "uses 0, types 0\n");
+  EXPECT_EQ(outputOf("nautilus-like"), "uses 0, types 0\n");
 }
 
-TEST_F(OtherProgramTest, TheModuleBringsTheSystemIntoTheFileManager) {
-  EXPECT_EQ(saidAs("nautilus"),
+TEST_F(OtherProgramTest, TheModuleLoadsTheProductIntoTheFileManager) {
+  EXPECT_EQ(outputOf("nautilus"),
             "uses 1, types 0, /nautilus.so, libwevora_graphics, libwevora_runtime\n");
 }
 

@@ -44,7 +44,7 @@ void scrollBy(GtkWidget* window, double step) {
   gtk_adjustment_set_value(adjustment, next > range ? 0 : next);
 }
 
-/// Frames that are waited for; it goes with the last.
+/// Handles frames until the last one, and then deletes itself.
 class Frames {
  public:
   explicit Frames(GtkWidget* window) : window_(window), clock_(gtk_widget_get_frame_clock(window)) {
@@ -68,7 +68,7 @@ class Frames {
   GtkWidget* window() const { return window_; }
   GdkFrameClock* clock() const { return clock_; }
   virtual void begun() {}
-  /// Whether it was the last.
+  /// Whether this was the last frame.
   virtual bool ended() = 0;
 
  private:
@@ -114,7 +114,7 @@ guint texturesIn(const GskRenderNode* node) {
   if (node == nullptr) return 0;
   switch (gsk_render_node_get_node_type(node)) {
     case GSK_TEXTURE_NODE:
-    case GSK_CAIRO_NODE:  // what stands for a texture where GTK draws without hardware
+    case GSK_CAIRO_NODE:  // replaces a texture in GTK's software renderer
       return 1;
     case GSK_CONTAINER_NODE: {
       guint sum = 0;
@@ -141,7 +141,7 @@ guint texturesIn(const GskRenderNode* node) {
   }
 }
 
-/// In what GTK keeps of the cell's drawing.
+/// In the cached render nodes of the cell.
 guint texturesOf(GtkWidget* cell) {
   GtkSnapshot* snapshot = gtk_snapshot_new();
   gtk_widget_snapshot_child(gtk_widget_get_parent(cell), cell, snapshot);
@@ -189,16 +189,16 @@ double medianMicroseconds(guint times, const Work& work) {
 
 }  // namespace
 
-void answerFrameTimes(GtkWidget* window, guint frames, double step,
+void returnFrameTimes(GtkWidget* window, guint frames, double step,
                       GDBusMethodInvocation* invocation) {
-  // It lets itself go when it has answered.
+  // It deletes itself after the reply.
   [[maybe_unused]] const auto* running =
       std::make_unique<FrameTimes>(window, frames, step, invocation).release();
 }
 
-void answerOncePainted(GtkWidget* window, const WantedCells& wanted,
+void returnOncePainted(GtkWidget* window, const WantedCells& wanted,
                        GDBusMethodInvocation* invocation) {
-  // It lets itself go when it has answered.
+  // It deletes itself after the reply.
   [[maybe_unused]] const auto* running =
       std::make_unique<Painting>(window, wanted, invocation).release();
 }

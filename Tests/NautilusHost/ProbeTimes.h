@@ -5,15 +5,15 @@
 
 namespace wevora::testing_host {
 
-// What the file manager's main thread takes its time for. Each answers an invocation.
+// Measures the file manager's main thread.
 
-/// Scrolls by so many points with each frame, and tells for each how long GTK took from its first
-/// to its last phase, and how long the thread was at work meanwhile: milliseconds.
-void answerFrameTimes(GtkWidget* window, guint frames, double step,
+/// Scrolls by so many points with each frame, and returns for each how long GTK took from its first
+/// to its last phase, and the CPU time of the thread meanwhile: milliseconds.
+void returnFrameTimes(GtkWidget* window, guint frames, double step,
                       GDBusMethodInvocation* invocation);
 
-/// For each visible cell the medians of so many times: to be drawn, what GTK keeps of its children
-/// being there, and access(2) of its file; microseconds.
+/// For each visible cell the medians of so many measurements: of drawing it, with the nodes of its
+/// children cached, and of access(2) of its file; microseconds.
 GVariant* drawTimes(GtkWidget* window, guint times);
 
 struct WantedCells {
@@ -21,9 +21,9 @@ struct WantedCells {
   guint count = 0;     ///< at least
   guint textures = 0;  ///< in the drawing of each, at least
 };
-/// Tells how long it takes from now until a frame is drawn in which all visible cells are as
-/// wanted: milliseconds.
-void answerOncePainted(GtkWidget* window, const WantedCells& wanted,
+/// Returns the time from now until a frame is drawn in which all visible cells are as wanted:
+/// milliseconds.
+void returnOncePainted(GtkWidget* window, const WantedCells& wanted,
                        GDBusMethodInvocation* invocation);
 
 }  // namespace wevora::testing_host

@@ -9,16 +9,16 @@
 
 namespace wevora::testing_host {
 
-// The file manager's widgets, as the probe finds them.
+// Finds the file manager's widgets for the probe.
 
 bool isOf(GtkWidget* widget, std::initializer_list<const char*> classes);
-/// Calls for each widget that is on the screen, parents first.
+/// Calls the function for each mapped widget, parents first.
 void forEachBelow(GtkWidget* widget, const std::function<void(GtkWidget*)>& function);
 /// In the order in which they were opened.
 std::vector<GtkWidget*> hostWindows();
-/// Null where there are fewer.
+/// Null when there are fewer windows.
 GtkWidget* windowOf(guint number);
-/// In the window's picture; none for what a view that scrolls cuts off.
+/// In the window's picture; nullopt for a widget that a scrolled view clips.
 std::optional<graphene_rect_t> frameIn(GtkWidget* window, GtkWidget* widget);
 GtkWidget* pictureOf(GtkWidget* cell);
 
@@ -27,10 +27,10 @@ struct VisibleCell {
   std::string uri;
   graphene_rect_t frame;  ///< of its icon, in the window's picture
 };
-/// Those whose icons are wholly to be seen.
+/// Those whose icons are completely visible.
 std::vector<VisibleCell> visibleCells(GtkWidget* window);
 
-/// Of the view of the window's items; null where there is none.
+/// The vertical adjustment of the window's view of items; null without a view.
 GtkAdjustment* adjustmentOf(GtkWidget* window);
 /// From 0, the top, to 1.
 void scrollTo(GtkWidget* window, double part);

@@ -35,7 +35,7 @@ const char* nameOf(NautilusSession::View view) {
   return view == NautilusSession::View::Icons ? "icon-view" : "list-view";
 }
 
-/// As a picture is seen that the host shows with 7/10 of its strength.
+/// What a picture looks like when the host shows it with an opacity of 0.7.
 platform::BitmapRef dimmedOn(std::uint32_t background, const Bitmap& bitmap) {
   std::vector<std::uint32_t> pixels(bitmap.pixels().begin(), bitmap.pixels().end());
   for (auto& pixel : pixels) {
@@ -47,7 +47,7 @@ platform::BitmapRef dimmedOn(std::uint32_t background, const Bitmap& bitmap) {
   return Bitmap::make(bitmap.width(), bitmap.height(), std::move(pixels));
 }
 
-/// The bundle's own picture, with as many pixels a side.
+/// The bundle's own image of a drive, with sides of so many pixels.
 platform::BitmapRef drivePicture(std::size_t side) {
   const auto image = platform::imageWithContentsOfFile(WEVORA_SIDEBAR_PICTURE);
   if (!image) throw std::runtime_error("the bundle has no picture of a drive");
@@ -66,6 +66,9 @@ NautilusSession::NautilusSession(View view, Module module) : HostSession("2400x1
   writeAtHome(kSettings, std::string("[org/gnome/nautilus/preferences]\ndefault-folder-viewer='") +
                              nameOf(view) + "'\nrecursive-search='always'\n");
   setWindowSize(1000, 800);
+  // Nothing fades or moves by itself, so pictures can be compared soon.
+  writeAtHome(".config/gtk-4.0/settings.ini",
+              "[Settings]\ngtk-enable-animations=false\ngtk-overlay-scrolling=false\n");
 }
 
 Environment NautilusSession::environment() const {
@@ -94,28 +97,6 @@ void NautilusSession::addThumbnail(const std::string& file, int width, int heigh
     throw std::runtime_error("no thumbnail: " + convert.errors());
 }
 
-void NautilusSession::addToTrash(const std::string& name) const {
-  const std::string trash = ".local/share/Trash";
-  writeAtHome(trash + "/files/" + name, "x");
-  writeAtHome(trash + "/info/" + name + ".trashinfo",
-              "[Trash Info]\nPath=" + home() + "/" + name + "\nDeletionDate=2020-01-01T00:00:00\n");
-}
-
-void NautilusSession::addToRecent(const std::string& file) const {
-  constexpr const char* when = "\"2020-01-01T00:00:00Z\"";
-  writeAtHome(
-      ".local/share/recently-used.xbel",
-      std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xbel version=\"1.0\" "
-                  "xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\" "
-                  "xmlns:mime=\"http://www.freedesktop.org/standards/shared-mime-info\">"
-                  "<bookmark href=\"") +
-          uriOf(file) + "\" added=" + when + " modified=" + when + " visited=" + when +
-          "><info><metadata owner=\"http://freedesktop.org\"><mime:mime-type "
-          "type=\"text/plain\"/><bookmark:applications><bookmark:application name=\"test\" "
-          "exec=\"&apos;test %u&apos;\" modified=" +
-          when + " count=\"1\"/></bookmark:applications></metadata></info></bookmark></xbel>\n");
-}
-
 void NautilusSession::useSmallIcons() const {
   writeAtHome(kSettings, "[org/gnome/nautilus/icon-view]\ndefault-zoom-level='small'\n");
 }
@@ -125,7 +106,12 @@ void NautilusSession::hideShadows() const {
 }
 
 void NautilusSession::open(const std::string& location, std::size_t items) {
-  startFileManager({"nautilus", "--new-window", location}, environment());
+  if (fileManagerRuns()) {
+    openAnother(location, 0);
+    closeOlderWindows();
+  } else {
+    startFileManager({"nautilus", "--new-window", location}, environment());
+  }
   waitForItems(items, 0);
 }
 
@@ -135,7 +121,7 @@ void NautilusSession::openAnother(const std::string& location, std::size_t items
   waitForItems(items, static_cast<unsigned>(before));
 }
 
-// The host dims a row's image, and leaves some room beside and above it.
+// The host dims a row's image and leaves a margin around it.
 bool NautilusSession::isDriveAt(const Bitmap& picture, const Place& row) {
   constexpr std::size_t kSide = 16;
   const auto& frame = row.frame;
@@ -144,7 +130,7 @@ bool NautilusSession::isDriveAt(const Bitmap& picture, const Place& row) {
       picture.pixels()[static_cast<std::size_t>(std::lround(frame.y)) * picture.width() +
                        static_cast<std::size_t>(std::lround(frame.x))];
   const auto dimmed = dimmedOn(background, *drivePicture(kSide));
-  return shareThere(*dimmed, picture, {frame.x, frame.y + above, kSide, kSide}) > 0.9;
+  return shareShown(*dimmed, picture, {frame.x, frame.y + above, kSide, kSide}) > 0.9;
 }
 
 }  // namespace wevora::testing_host

@@ -4,10 +4,10 @@ namespace wevora::testing_host {
 namespace {
 
 template <class Pair>
-std::vector<Pair> pairsOf(const Screen::Variant& answer) {
+std::vector<Pair> pairsOf(const Screen::Variant& reply) {
   std::vector<Pair> pairs;
-  if (!answer) return pairs;
-  const Screen::Variant list(g_variant_get_child_value(answer.get(), 0));
+  if (!reply) return pairs;
+  const Screen::Variant list(g_variant_get_child_value(reply.get(), 0));
   for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
     double first = 0;
     double second = 0;
@@ -31,11 +31,11 @@ std::vector<DrawTime> drawTimes(const Screen& screen, unsigned times, unsigned w
 
 double timeUntilPainted(const Screen& screen, const std::string& action, const Painted& wanted,
                         unsigned window) {
-  const auto answer = screen.call(
+  const auto reply = screen.call(
       "TimeUntilPainted", g_variant_new("(ussuu)", window, action.c_str(), wanted.folder.c_str(),
                                         wanted.cells, wanted.textures));
   double time = 0;
-  if (answer) g_variant_get(answer.get(), "(d)", &time);
+  if (reply) g_variant_get(reply.get(), "(d)", &time);
   return time;
 }
 

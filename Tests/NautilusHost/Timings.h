@@ -7,11 +7,11 @@
 
 namespace wevora::testing_host {
 
-// How long the file manager takes; nothing where it does not answer.
+// How long the file manager takes; empty when the probe does not reply.
 
 struct FrameTime {
   double all;   ///< milliseconds, from its first to its last phase
-  double work;  ///< of the main thread meanwhile
+  double work;  ///< CPU time of the main thread meanwhile
 };
 /// Scrolls by so many points with each frame.
 std::vector<FrameTime> frameTimes(const Screen& screen, unsigned frames, double step,
@@ -26,10 +26,10 @@ std::vector<DrawTime> drawTimes(const Screen& screen, unsigned times, unsigned w
 
 struct Painted {
   std::string folder;     ///< URI
-  unsigned cells = 0;     ///< that are shown of it, at least
-  unsigned textures = 0;  ///< in the drawing of each that is shown
+  unsigned cells = 0;     ///< visible cells, at least
+  unsigned textures = 0;  ///< in the drawing of each cell
 };
-/// Does an action, and waits until all is painted: milliseconds; 0 if that takes too long.
+/// Activates an action and waits until everything is painted: milliseconds; 0 after a timeout.
 double timeUntilPainted(const Screen& screen, const std::string& action, const Painted& wanted,
                         unsigned window = 0);
 

@@ -9,17 +9,16 @@
 
 namespace wevora::testing_host {
 
-/// Posts events in the name of an agent, which itself knows nothing of them and so never tells of
-/// them again. Make it before the agent: it learns the agent's object from what that announces.
-/// Threads: the main thread. Owns: its road to the bus. Errors: throws where no agent announces
-/// itself.
+/// Posts events in the name of an agent, which does not know them and so never reports them again.
+/// Construct it before the agent: it takes the agent's object from the announcement.
+/// Thread-safety: main thread only. Errors: post() throws where no agent announces itself.
 class AgentVoice {
  public:
   AgentVoice();
   AgentVoice(const AgentVoice&) = delete;
   AgentVoice& operator=(const AgentVoice&) = delete;
 
-  /// On its way to the file manager when it comes back; false where it is not.
+  /// Returns when the bus has the event; false on failure.
   bool post(const std::string& event, const std::vector<std::string>& paths);
 
  private:

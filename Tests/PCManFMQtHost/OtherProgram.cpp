@@ -1,5 +1,5 @@
-// A program of Qt's that is not the file manager, though its view has a name of the file manager's:
-// prints what a plug-in could have done to it.
+// A Qt program that is not the file manager, though its view has the name of one of the file
+// manager's classes: prints what a plug-in could have changed in it.
 
 #include <QApplication>
 #include <QCryptographicHash>

@@ -1,5 +1,5 @@
-// A plug-in of the file manager's, for tests: tells over the session bus what is on the screen, and
-// where, and does what a person would do. It knows nothing of the plug-in that is tested.
+// A plug-in of the file manager, for tests: reports over the session bus what is on the screen, and
+// where, and performs a user's actions. It does not depend on the plug-in that is tested.
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -18,7 +18,6 @@
 #include <QTreeView>
 #include <QWindow>
 #include <cstdint>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -28,7 +27,7 @@
 #undef signals
 #include <gio/gio.h>
 
-#include "Tests/HostSession/ProbeInterface.h"
+#include "Tests/HostSession/ProbeServer.h"
 
 namespace wevora::testing_host {
 namespace {
@@ -37,8 +36,8 @@ constexpr int kFrame = 20;  // milliseconds
 
 using Invocation = GDBusMethodInvocation;
 
-/// Counts how often the host's views of items are asked to paint all that is seen of them; single
-/// items are painted whenever the host hears of a change of their files.
+/// Counts how often the host's views of items paint their whole visible area. Single items are not
+/// counted: the host paints them when their files change.
 class Paints : public QObject {
  public:
   guint of(const QWidget* window) const { return counts_.value(window); }
@@ -48,7 +47,7 @@ class Paints : public QObject {
     if (event->type() != QEvent::Paint || !object->isWidgetType()) return false;
     const auto* owner = object->parent();
     const auto* widget = static_cast<QWidget*>(object);
-    // The plug-in that is tested sends the host each event once more.
+    // The plug-in that is tested sends each event to the host again.
     if (owner != nullptr && owner->inherits("Fm::FolderViewListView") && event != latest_ &&
         static_cast<QPaintEvent*>(event)->rect() == widget->rect())
       ++counts_[widget->window()];
@@ -81,7 +80,7 @@ std::vector<QWidget*> hostWindows() {
   return open;
 }
 
-/// Windows stand side by side, for none to hide another.
+/// Places the windows side by side, so that no window hides another.
 QWidget* windowNumbered(guint number) {
   const auto windows = hostWindows();
   if (number >= windows.size()) return nullptr;
@@ -110,7 +109,7 @@ bool isOnDesktop(const QAbstractItemView& view) {
   return view.parent()->inherits("PCManFM::DesktopWindow");
 }
 
-/// The part of an item of an icon view that a person can click to choose it begins with the icon.
+/// The clickable part of an item of an icon view begins with the icon.
 QRectF clickableIcon(const QAbstractItemView& view, const QModelIndex& index) {
   const QRect item = view.visualRect(index);
   QPoint corner(item.center().x(), item.top());
@@ -119,7 +118,7 @@ QRectF clickableIcon(const QAbstractItemView& view, const QModelIndex& index) {
   return QRectF(corner, view.iconSize());
 }
 
-/// Where an item's icon is, by how the host takes clicks and by the style.
+/// The icon's rectangle, from the host's hit test or from the style.
 QRectF iconRect(QAbstractItemView& view, const QModelIndex& index) {
   const QRect item = view.visualRect(index);
   const QSize icon = view.iconSize();
@@ -137,24 +136,21 @@ QRectF iconRect(QAbstractItemView& view, const QModelIndex& index) {
 }
 
 /// In the window's picture, in its pixels.
-void addPlace(GVariantBuilder& places, const std::string& name, const char* kind,
-              const QWidget& view, const QRectF& frame) {
+void addPlace(PlaceList& places, const std::string& name, const char* kind, const QWidget& view,
+              const QRectF& frame) {
   const double scale = view.devicePixelRatioF();
   const QPointF corner = view.mapTo(view.window(), QPoint(0, 0)) + frame.topLeft();
-  char* valid = g_utf8_make_valid(name.c_str(), -1);
-  g_variant_builder_add(&places, "(ss(dddd))", valid, kind, corner.x() * scale, corner.y() * scale,
-                        frame.width() * scale, frame.height() * scale);
-  g_free(valid);
+  places.add(name, kind, corner.x() * scale, corner.y() * scale, frame.width() * scale,
+             frame.height() * scale);
 }
 
 GVariant* cellsOf(QWidget* window) {
-  GVariantBuilder cells;
-  g_variant_builder_init(&cells, G_VARIANT_TYPE("a(ss(dddd))"));
+  PlaceList cells;
   for (auto* view : viewsIn(window)) {
     const auto* model = view->model();
     const int rows = model == nullptr ? 0 : model->rowCount(view->rootIndex());
     const QRect seen = view->viewport()->rect();
-    // A detailed list looks for the place of a row among all rows.
+    // A detailed list finds the place of a row by visiting all rows.
     const bool inOrder = qobject_cast<QTreeView*>(view) != nullptr;
     const int first = inOrder ? qMax(0, view->indexAt({1, 1}).row()) : 0;
     for (int row = first; row < rows; ++row) {
@@ -167,10 +163,10 @@ GVariant* cellsOf(QWidget* window) {
                iconRect(*view, index));
     }
   }
-  return g_variant_new("(a(ss(dddd)))", &cells);
+  return cells.finish();
 }
 
-void addRowsBelow(GVariantBuilder& rows, QAbstractItemView& view, const QModelIndex& parent) {
+void addRowsBelow(PlaceList& rows, QAbstractItemView& view, const QModelIndex& parent) {
   const auto* model = view.model();
   for (int row = 0; row < model->rowCount(parent); ++row) {
     const auto index = model->index(row, 0, parent);
@@ -181,36 +177,35 @@ void addRowsBelow(GVariantBuilder& rows, QAbstractItemView& view, const QModelIn
 }
 
 GVariant* rowsOf(QWidget* window) {
-  GVariantBuilder rows;
-  g_variant_builder_init(&rows, G_VARIANT_TYPE("a(ss(dddd))"));
+  PlaceList rows;
   for (auto* view : window->findChildren<QAbstractItemView*>())
     if (view->inherits("Fm::PlacesView") && view->isVisible()) addRowsBelow(rows, *view, {});
-  return g_variant_new("(a(ss(dddd)))", &rows);
+  return rows.finish();
 }
 
-/// What the display shows, not what the widgets would draw: its width, its height, how many of its
-/// pixels are one of a place's points, and its pixels: 32 bits each.
+/// What the display shows, not what the widgets would draw. Places are in its pixels.
 void savePicture(QWidget* window, const std::string& file) {
-  const QImage picture = window->windowHandle()
-                             ->screen()
-                             ->grabWindow(window->winId())
-                             .toImage()
-                             .convertToFormat(QImage::Format_ARGB32_Premultiplied);
-  const std::uint32_t size[] = {static_cast<std::uint32_t>(picture.width()),
-                                static_cast<std::uint32_t>(picture.height()), 1};
-  std::ofstream out(file, std::ios::binary);
-  out.write(reinterpret_cast<const char*>(size), sizeof size);
-  out.write(reinterpret_cast<const char*>(picture.constBits()),
-            static_cast<std::streamsize>(picture.sizeInBytes()));
+  const QImage image = window->windowHandle()
+                           ->screen()
+                           ->grabWindow(window->winId())
+                           .toImage()
+                           .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+  PictureFile picture{.width = static_cast<std::uint32_t>(image.width()),
+                      .height = static_cast<std::uint32_t>(image.height()),
+                      .scale = 1,
+                      .pixels = {}};
+  const auto* const pixels = reinterpret_cast<const std::uint32_t*>(image.constBits());
+  picture.pixels.assign(pixels, pixels + std::size_t{picture.width} * picture.height);
+  picture.write(file);
 }
 
-void answerAfterFrame(Invocation* invocation, const std::function<GVariant*()>& answer = {}) {
-  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): it goes when it is done
+void returnAfterFrame(Invocation* invocation, const std::function<GVariant*()>& result = {}) {
+  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): it deletes itself
   auto* frame = new QTimer(qApp);
   frame->setSingleShot(true);
-  QObject::connect(frame, &QTimer::timeout, frame, [frame, invocation, answer] {
+  QObject::connect(frame, &QTimer::timeout, frame, [frame, invocation, result] {
     frame->deleteLater();
-    g_dbus_method_invocation_return_value(invocation, answer ? answer() : nullptr);
+    g_dbus_method_invocation_return_value(invocation, result ? result() : nullptr);
   });
   frame->start(kFrame);
 }
@@ -227,7 +222,7 @@ void activate(QWidget* window, const char* action) {
     QMetaObject::invokeMethod(found, "trigger", Qt::QueuedConnection);
 }
 
-/// Opens a door that subclasses of a list have.
+/// Gives access to a protected function of a list.
 class Positions : public QListView {
  public:
   static void set(QListView& list, const QModelIndex& index, const QPoint& place) {
@@ -244,7 +239,7 @@ void move(QWidget* window, const std::string& uri, const QPoint& place) {
     }
 }
 
-/// As the host does when a person asks for it.
+/// As the host does for its eject button.
 bool eject(const std::string& name) {
   GVolumeMonitor* monitor = g_volume_monitor_get();
   GList* mounts = g_volume_monitor_get_mounts(monitor);
@@ -264,20 +259,20 @@ bool eject(const std::string& name) {
   return found;
 }
 
-void answerOf(QWidget* window, const std::string& method, GVariant* arguments,
-              Invocation* invocation) {
+void handle(QWidget* window, const std::string& method, GVariant* arguments,
+            Invocation* invocation) {
   guint number = 0;
   if (method == "Rows") return g_dbus_method_invocation_return_value(invocation, rowsOf(window));
   if (method == "Paints")
     return g_dbus_method_invocation_return_value(invocation,
                                                  g_variant_new("(u)", paints().of(window)));
   const char* text = "";
-  if (method == "Look") {
+  if (method == "Capture") {
     g_variant_get(arguments, "(u&s)", &number, &text);
-    return answerAfterFrame(invocation,
+    return returnAfterFrame(invocation,
                             [shown = QPointer<QWidget>(window), file = std::string(text)] {
-                              if (!shown) return g_variant_new("(a(ss(dddd)))", nullptr);
-                              savePicture(shown, file);
+                              if (!shown) return PlaceList().finish();
+                              if (!file.empty()) savePicture(shown, file);
                               return cellsOf(shown);
                             });
   }
@@ -294,50 +289,32 @@ void answerOf(QWidget* window, const std::string& method, GVariant* arguments,
     const char* argument = nullptr;
     g_variant_get(arguments, "(u&s&s)", &number, &text, &argument);
     activate(window, text);
+  } else if (method == "Close") {
+    window->close();
   } else if (method == "Move") {
     double x = 0;
     double y = 0;
     g_variant_get(arguments, "(u&sdd)", &number, &text, &x, &y);
     move(window, text, QPointF(x, y).toPoint());
   } else if (method != "NextFrame") {
-    return g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "not of this host");
+    return returnNotOfThisHost(invocation);
   }
-  answerAfterFrame(invocation);
+  returnAfterFrame(invocation);
 }
 
-void answerWindows(Invocation* invocation) {
-  GVariantBuilder titles;
-  g_variant_builder_init(&titles, G_VARIANT_TYPE("as"));
-  for (const QWidget* window : hostWindows())
-    g_variant_builder_add(&titles, "s", window->windowTitle().toUtf8().constData());
-  g_dbus_method_invocation_return_value(invocation, g_variant_new("(as)", &titles));
+std::vector<std::string> windowTitles() {
+  std::vector<std::string> titles;
+  for (const QWidget* window : hostWindows()) titles.push_back(window->windowTitle().toStdString());
+  return titles;
 }
 
-void called(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* method,
-            GVariant* arguments, Invocation* invocation, gpointer) noexcept {
-  if (std::string(method) == "Windows") return answerWindows(invocation);
-  guint number = 0;
-  g_variant_get_child(arguments, 0, "u", &number);
+void call(guint number, const std::string& method, GVariant* arguments, Invocation* invocation) {
   QWidget* window = windowNumbered(number);
-  if (window == nullptr)
-    return g_dbus_method_invocation_return_dbus_error(invocation, kProbeError, "no such window");
-  answerOf(window, method, arguments, invocation);
-}
-
-void serve(GDBusConnection* bus, const gchar*, gpointer) noexcept {
-  static const GDBusInterfaceVTable table = {&called, nullptr, nullptr, {}};
-  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kProbeXml, nullptr);
-  g_dbus_connection_register_object(bus, kProbePath, node->interfaces[0], &table, nullptr, nullptr,
-                                    nullptr);
-  g_dbus_node_info_unref(node);
+  if (window == nullptr) return returnNoSuchWindow(invocation);
+  handle(window, method, arguments, invocation);
 }
 
 }  // namespace
-
-void serveProbe() {
-  g_bus_own_name(G_BUS_TYPE_SESSION, kProbeName, G_BUS_NAME_OWNER_FLAGS_NONE, &serve, nullptr,
-                 nullptr, nullptr, nullptr);
-}
 
 class ProbePlugin : public QGenericPlugin {
   Q_OBJECT
@@ -350,7 +327,7 @@ class ProbePlugin : public QGenericPlugin {
   }
   Q_INVOKABLE void serve() {
     qApp->installEventFilter(&paints());
-    serveProbe();
+    serveProbe({.windowTitles = &windowTitles, .call = &call});
   }
 };
 

@@ -49,11 +49,28 @@ Environment QtSession::environment() const {
 }
 
 void QtSession::open(const std::string& location, std::size_t items) {
-  if (options_.loader.empty())
-    startFileManager({"pcmanfm-qt", location}, environment());
-  else
-    startFileManager({options_.loader, "pcmanfm-qt", location}, environment());
+  if (fileManagerRuns()) {
+    openAnother(location, 0);
+    closeOlderWindows();
+  } else {
+    const std::string program = "pcmanfm-qt";
+    if (options_.loader.empty())
+      startFileManager({program, location}, environment());
+    else
+      startFileManager({options_.loader, program, location}, environment());
+    waitForWindow(0, location);
+  }
   waitForItems(items, 0);
+}
+
+// Under load the host may open no window: it waits in a nested event loop for a job that ended
+// before the loop ran, with or without the plug-in. Its bus service still works, so the request is
+// repeated.
+void QtSession::waitForWindow(std::size_t window, const std::string& location) {
+  constexpr std::chrono::seconds kLongEnough{15};
+  constexpr int kAttempts = 3;
+  for (int i = 0; i < kAttempts && !opensWindows(window + 1, kLongEnough); ++i)
+    startAnother({"pcmanfm-qt", "--new-window", location}, environment());
 }
 
 void QtSession::installVersion(const std::string& version) const {
@@ -77,6 +94,7 @@ Outcome QtSession::runWithEnvironment(const std::vector<std::string>& command) c
 void QtSession::openAnother(const std::string& location, std::size_t items) {
   const auto before = screen().windows().size();
   startAnother({"pcmanfm-qt", "--new-window", location}, environment());
+  waitForWindow(before, location);
   waitForItems(items, static_cast<unsigned>(before));
 }
 

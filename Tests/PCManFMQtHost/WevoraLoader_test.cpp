@@ -1,4 +1,4 @@
-// The loader as a person calls it, with the real file manager.
+// The loader's command line, with the real file manager.
 
 #include <csignal>
 #include <string>
@@ -25,10 +25,10 @@ using Plugin = QtSession::Plugin;
 const std::string kInstalled =
     "holds version " + std::string(platform::productVersion()) + ", as installed";
 
-Outcome loader(const std::vector<std::string>& words,
+Outcome loader(const std::vector<std::string>& arguments,
                const testing_host::Environment& changes = {}) {
   std::vector<std::string> command = {WEVORA_LOADER};
-  command.insert(command.end(), words.begin(), words.end());
+  command.insert(command.end(), arguments.begin(), arguments.end());
   return testing_host::runToCompletion(command, changes);
 }
 
@@ -38,29 +38,30 @@ class WevoraLoaderTest : public testing::Test {
                             const std::string& state) {
     return host + " (process " + std::to_string(session.fileManager().pid()) + "): " + state + "\n";
   }
-  static bool comesToTell(const std::string& text) {
+  static bool comesToReport(const std::string& text) {
     return QtSession::untilOutside(
         [&] { return loader({"--status"}).output.find(text) != std::string::npos; });
   }
   platform::TemporaryFolder folder;
 };
 
-TEST_F(WevoraLoaderTest, AWrongCallIsToldOfInOneLine) {
+TEST_F(WevoraLoaderTest, AUsageErrorIsReportedInOneLine) {
   const QtSession session({});
   const std::string expected = "expected 'nautilus', 'pcmanfm-qt', 'pcmanfm-qt-desktop', ";
-  for (const auto& [words, message] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+  for (const auto& [arguments, message] :
+       std::vector<std::pair<std::vector<std::string>, std::string>>{
            {{}, expected},
            {{"explorer"}, expected},
            {{"--status", "all"}, "unexpected argument 'all'"},
            {{"--restart", "all"}, "unexpected argument 'all'"}}) {
-    const auto outcome = loader(words);
+    const auto outcome = loader(arguments);
     EXPECT_EQ(outcome.status, 2);
     EXPECT_THAT(outcome.errors, StartsWith("wevora-loader: " + message));
     EXPECT_EQ(outcome.output, "");
   }
 }
 
-TEST_F(WevoraLoaderTest, ItTellsHowItIsCalledAndItsVersion) {
+TEST_F(WevoraLoaderTest, ItPrintsItsUsageAndItsVersion) {
   const QtSession session({});
   for (const char* help : {"--help", "-h"}) {
     EXPECT_EQ(loader({help}).status, 0);
@@ -70,7 +71,7 @@ TEST_F(WevoraLoaderTest, ItTellsHowItIsCalledAndItsVersion) {
             "wevora-loader " + std::string(platform::productVersion()) + "\n");
 }
 
-TEST_F(WevoraLoaderTest, AFileManagerThatIsNotInstalledIsToldOf) {
+TEST_F(WevoraLoaderTest, AFileManagerThatIsNotInstalledIsReported) {
   const QtSession session({});
   for (const auto& [name, program] :
        {std::pair("nautilus", "nautilus"), std::pair("pcmanfm-qt", "pcmanfm-qt"),
@@ -98,12 +99,12 @@ TEST_F(WevoraLoaderTest, WithoutABundleNoFileManagerIsStarted) {
 TEST_F(WevoraLoaderTest, ItStartsTheDesktopToo) {
   QtSession session({.plugin = Plugin::Absent, .loader = WEVORA_LOADER});
   session.openDesktop(folder.path(), 0);
-  EXPECT_TRUE(comesToTell(lineOf(session, "pcmanfm-qt-desktop", kInstalled)))
+  EXPECT_TRUE(comesToReport(lineOf(session, "pcmanfm-qt-desktop", kInstalled)))
       << loader({"--status"}).output;
   EXPECT_EQ(loader({"--status"}).status, 0);
 }
 
-TEST_F(WevoraLoaderTest, OnceMoreItWarnsOfAFileManagerThatRunsWithoutTheBundle) {
+TEST_F(WevoraLoaderTest, TheSecondTimeItWarnsOfAFileManagerThatRunsWithoutTheBundle) {
   QtSession session({.plugin = Plugin::Absent});
   session.open(folder.path(), 0);
   const auto again = session.runWithEnvironment({WEVORA_LOADER, "pcmanfm-qt", folder.path()});
@@ -112,10 +113,10 @@ TEST_F(WevoraLoaderTest, OnceMoreItWarnsOfAFileManagerThatRunsWithoutTheBundle) 
                                       "until it is quit (pcmanfm-qt --quit)\n"));
 }
 
-TEST_F(WevoraLoaderTest, ARestartLeavesAFileManagerThatHoldsTheInstalledVersion) {
+TEST_F(WevoraLoaderTest, ARestartSkipsAFileManagerThatHasTheInstalledVersion) {
   QtSession session({});
   session.open(folder.path(), 0);
-  ASSERT_TRUE(comesToTell(lineOf(session, "pcmanfm-qt", kInstalled)));
+  ASSERT_TRUE(comesToReport(lineOf(session, "pcmanfm-qt", kInstalled)));
   const auto restarted = session.runWithEnvironment({WEVORA_LOADER, "--restart"});
   EXPECT_EQ(restarted.status, 0);
   EXPECT_EQ(restarted.output, "no file manager holds another version than the installed one\n");
@@ -125,24 +126,25 @@ TEST_F(WevoraLoaderTest, ARestartLeavesAFileManagerThatHoldsTheInstalledVersion)
 TEST_F(WevoraLoaderTest, TheDesktopIsStartedAgainAsTheDesktop) {
   QtSession session({});
   session.openDesktop(folder.path(), 0);
-  ASSERT_TRUE(comesToTell(lineOf(session, "pcmanfm-qt-desktop", kInstalled)));
+  ASSERT_TRUE(comesToReport(lineOf(session, "pcmanfm-qt-desktop", kInstalled)));
   session.installVersion("77.1.2");
   const auto restarted = session.runWithEnvironment({WEVORA_LOADER, "--restart"});
   EXPECT_EQ(restarted.status, 0) << restarted.errors;
   EXPECT_EQ(restarted.output, lineOf(session, "pcmanfm-qt-desktop", "started again"));
   EXPECT_TRUE(QtSession::untilOutside([&] { return session.fileManager().status() == 0; }));
-  EXPECT_TRUE(comesToTell("): holds version 77.1.2, as installed"));
+  EXPECT_TRUE(comesToReport("): holds version 77.1.2, as installed"));
   EXPECT_THAT(loader({"--status"}).output, HasSubstr("\npcmanfm-qt-desktop (process "));
   session.runWithEnvironment({"pcmanfm-qt", "--quit"});
 }
 
-TEST_F(WevoraLoaderTest, AFileManagerThatDoesNotQuitIsLeftAloneAndToldOf) {
+TEST_F(WevoraLoaderTest, AFileManagerThatDoesNotQuitIsReportedAndKeepsRunning) {
   QtSession session({});
   session.open(folder.path(), 0);
-  ASSERT_TRUE(comesToTell(lineOf(session, "pcmanfm-qt", kInstalled)));
+  ASSERT_TRUE(comesToReport(lineOf(session, "pcmanfm-qt", kInstalled)));
   session.installVersion("77.1.2");
-  ASSERT_EQ(::kill(session.fileManager().pid(), SIGSTOP), 0);  // it answers nobody
-  testing_host::ChildProcess restart({WEVORA_LOADER, "--restart"});
+  ASSERT_EQ(::kill(session.fileManager().pid(), SIGSTOP), 0);  // it is unresponsive
+  testing_host::ChildProcess restart({WEVORA_LOADER, "--restart"},
+                                     {{"LD_PRELOAD", session.preloadedWith(WEVORA_SHORT_POLL)}});
   EXPECT_EQ(restart.waitForExit(std::chrono::seconds(60)), 4);
   EXPECT_THAT(restart.errors(), HasSubstr("was asked to quit and has not; close its windows and "
                                           "try again\n"));

@@ -9,9 +9,9 @@
 
 namespace wevora::testing_host {
 
-/// A private dbus-daemon and runtime folder for a test. Sets DBUS_SESSION_BUS_ADDRESS and
-/// XDG_RUNTIME_DIR for this process and its children until destroyed. GLib caches XDG_RUNTIME_DIR,
-/// so create the bus before the first use of GLib's runtime folder.
+/// A private dbus-daemon, which starts no services, and runtime folder for a test. Sets
+/// DBUS_SESSION_BUS_ADDRESS and XDG_RUNTIME_DIR for this process and its children until destroyed.
+/// GLib caches XDG_RUNTIME_DIR, so create the bus before the first use of GLib's runtime folder.
 /// Errors: throws if the bus does not start.
 class SessionBus {
  public:

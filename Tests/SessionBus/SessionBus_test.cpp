@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "Platform/IPC/BusNotificationCenter.h"
+#include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/ServiceThread/ServiceThread.h"
 
 namespace wevora::testing_host {
@@ -25,6 +26,15 @@ TEST(SessionBusTest, NotificationsArriveAndTheEnvironmentIsRestored) {
     EXPECT_TRUE(runMainLoopUntil([&] { return received; }));
   }
   EXPECT_STREQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/nowhere");
+}
+
+TEST(SessionBusTest, ItStartsNoServices) {
+  const SessionBus bus;
+  const auto names = runToCompletion({"gdbus", "call", "--session", "--dest",
+                                      "org.freedesktop.DBus", "--object-path", "/", "--method",
+                                      "org.freedesktop.DBus.ListActivatableNames"});
+  EXPECT_EQ(names.status, 0) << names.errors;
+  EXPECT_EQ(names.output, "(['org.freedesktop.DBus'],)\n");
 }
 
 TEST(SessionBusTest, AStoppedBusAcceptsNoNotifications) {
