@@ -16,7 +16,7 @@ constexpr std::string_view kHelpCommand = "help";
 
 using Words = std::vector<std::string>;
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   return "'" + std::string(text) + "'";
 }
 
@@ -32,7 +32,7 @@ std::string expectedCommand(const Program& program) {
   std::string text = "expected ";
   for (std::size_t i = 0; i < commands.size(); ++i) {
     if (i > 0) text += i + 1 == commands.size() ? " or " : ", ";
-    text += quoted(commands[i].name);
+    text += inQuotes(commands[i].name);
   }
   return text;
 }
@@ -68,7 +68,7 @@ class Parser {
     else if (command_ != nullptr)
       parsed_.operands.push_back(word);
     else
-      throw UsageError(expectedCommand(program_) + ", not " + quoted(word));
+      throw UsageError(expectedCommand(program_) + ", not " + inQuotes(word));
   }
 
   bool takeCommand(const std::string& word) {
@@ -99,9 +99,9 @@ class Parser {
   }
 
   std::string unknownOption(const std::string& name) const {
-    std::string text = "unknown option " + quoted(name);
+    std::string text = "unknown option " + inQuotes(name);
     if (command_ == nullptr) return text + " before the command; " + expectedCommand(program_);
-    return command_->name.empty() ? text : text + " of " + quoted(command_->name);
+    return command_->name.empty() ? text : text + " of " + inQuotes(command_->name);
   }
 
   void check() const {
@@ -113,9 +113,9 @@ class Parser {
     const auto& expected = command_->operands;
     if (parsed_.operands.size() < expected.least)
       throw UsageError("expected " + std::string(expected.placeholder) +
-                       (command_->name.empty() ? "" : " after " + quoted(command_->name)));
+                       (command_->name.empty() ? "" : " after " + inQuotes(command_->name)));
     if (parsed_.operands.size() > expected.most)
-      throw UsageError("unexpected argument " + quoted(parsed_.operands[expected.most]));
+      throw UsageError("unexpected argument " + inQuotes(parsed_.operands[expected.most]));
   }
 
   const Program& program_;
