@@ -117,11 +117,10 @@ Environment HostSession::environment(const Environment& more) const {
                      {"LC_ALL", "C.UTF-8"},
                      {"LD_PRELOAD", preloaded()},
                      {"ASAN_OPTIONS", sanitizerOptions()}};
-  if (!virtualPlaces_) {
-    // No modules of GIO: those of GVfs would wait for its daemon.
-    all["GIO_MODULE_DIR"] = home_ + "/no-modules";
+  if (virtualPlaces_)
+    all["GIO_MODULE_DIR"] = std::nullopt;  // the session bus hides GVfs's modules
+  else
     all["GIO_USE_VFS"] = "local";
-  }
   for (const auto& [name, value] : more) all.insert_or_assign(name, value);
   return all;
 }

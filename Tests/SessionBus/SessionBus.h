@@ -10,7 +10,8 @@
 namespace wevora::testing_host {
 
 /// A private dbus-daemon, which starts no services, and runtime folder for a test. Sets
-/// DBUS_SESSION_BUS_ADDRESS and XDG_RUNTIME_DIR for this process and its children until destroyed.
+/// DBUS_SESSION_BUS_ADDRESS, XDG_RUNTIME_DIR and GIO_MODULE_DIR for this process and its children
+/// until destroyed.
 /// GLib caches XDG_RUNTIME_DIR, so create the bus before the first use of GLib's runtime folder.
 /// Errors: throws if the bus does not start.
 class SessionBus {
@@ -46,6 +47,8 @@ class SessionBus {
   std::unique_ptr<ChildProcess> daemon_;
   Variable busVariable_{"DBUS_SESSION_BUS_ADDRESS", address_};
   Variable folderVariable_{"XDG_RUNTIME_DIR", folder_.path()};
+  // GVfs's modules for GIO would ask the bus for services that it does not start, and complain.
+  Variable modulesVariable_{"GIO_MODULE_DIR", folder_.path("no-modules")};
 };
 
 }  // namespace wevora::testing_host
