@@ -31,13 +31,13 @@ class IconCell : public Cell {
       : Cell(isa, std::move(node), std::move(view)),
         wrappers_(wrappers),
         images_(images),
-        icon_(std::make_shared<Image>(platform::Size{},
-                                      [this](const Image&) { return recording_; })) {}
+        icon_(std::make_shared<Image>(
+            platform::Size{}, [recording = recording_](const Image&) { return *recording; })) {}
 
   void draw(const Pass& pass) override {
     pass_ = &pass;
     const platform::ScopeExit done([this] {
-      recording_.reset();
+      recording_->reset();
       pass_ = nullptr;
     });
     const Rect frame{0, 0, pass.item.width(), pass.item.height()};
@@ -50,7 +50,7 @@ class IconCell : public Cell {
   void drawInteriorWithFrame(const Rect&, const Id&) override {
     if (pass_ == nullptr) return;
     icon_->setSize({pass_->icon.width(), pass_->icon.height()});
-    recording_ = std::make_shared<RecordingTarget>(target().deviceScale());
+    *recording_ = std::make_shared<RecordingTarget>(target().deviceScale());
     const auto wrapper = std::make_shared<ImageWrapper>(wrappers_);
     wrapper->image = icon_;
     send<void>(Id(shared_from_this()), "drawImage:", Id(wrapper));
@@ -58,9 +58,9 @@ class IconCell : public Cell {
 
   void drawImage(const Id& wrapper) override {
     const auto wrapped = std::dynamic_pointer_cast<ImageWrapper>(wrapper);
-    if (pass_ == nullptr || !recording_ || !wrapped || wrapped->image != icon_) return;
+    if (pass_ == nullptr || !*recording_ || !wrapped || wrapped->image != icon_) return;
     QtTarget over = target();
-    recording_->replay(over, pass_->icon.height());
+    (*recording_)->replay(over, pass_->icon.height());
   }
 
  private:
@@ -68,7 +68,9 @@ class IconCell : public Cell {
 
   Class& wrappers_;
   ImageCache& images_;
-  std::shared_ptr<RecordingTarget> recording_;
+  /// Shared with the image, which may outlive the cell in a wrapper.
+  const std::shared_ptr<std::shared_ptr<RecordingTarget>> recording_ =
+      std::make_shared<std::shared_ptr<RecordingTarget>>();
   const ImageRef icon_;
   const Pass* pass_ = nullptr;
 };

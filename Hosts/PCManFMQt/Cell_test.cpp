@@ -142,6 +142,20 @@ TEST_F(IconCellTest, OnAHighDensityDisplayItHasTheSameSizeInPoints) {
   EXPECT_EQ(painted(kRed) | painted(kBlue), QRect(16, 36, 32, 32));
 }
 
+TEST_F(IconCellTest, AnImageThatOutlivesItsCellMayStillBeDrawnInto) {
+  paintBadges();
+  auto drawn = cell(CellKind::Icon);
+  draw(*drawn);
+  const std::weak_ptr<Cell> gone = drawn;
+  drawn.reset();
+  ASSERT_TRUE(gone.expired());
+  canvas.fill(Qt::transparent);
+  image->lockFocus();
+  badge(16)->drawInRect({0, 0, 16, 16}, {}, platform::CompositingOperation::SourceOver, 1.0);
+  image->unlockFocus();
+  EXPECT_TRUE(isClear());
+}
+
 TEST_F(IconCellTest, ACellThatIsRedrawnIsPaintedAtItsNewPosition) {
   paintBadges();
   const auto one = cell(CellKind::Icon);
