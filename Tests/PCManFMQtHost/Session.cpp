@@ -63,8 +63,8 @@ void QtSession::open(const std::string& location, std::size_t items) {
   waitForItems(items, 0);
 }
 
-// Under load the host may open no window: it waits in a nested event loop for a job that ended
-// before the loop ran, with or without the plug-in. Its bus service still works, so the request is
+// Under load the host sometimes opens no window: it stays in a nested event loop of its file
+// launcher, with none of our code on the stack. Its bus service still works, so the request is
 // repeated.
 void QtSession::waitForWindow(std::size_t window, const std::string& location) {
   constexpr std::chrono::seconds kLongEnough{15};
