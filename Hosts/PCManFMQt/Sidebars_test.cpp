@@ -8,15 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include "Tests/Doubles/SidebarDelegate.h"
 #include "Tests/QtApplication/QtApplication.h"
 
 namespace wevora::pcmanfmqt {
 namespace {
-
-using platform::Id;
-using platform::ImageRef;
-using platform::Implementation;
-using platform::send;
 
 /// The icon of a row, which calls something each time that another than the host sets it.
 class PlacesModel : public QStandardItemModel {
@@ -47,23 +43,7 @@ class SidebarsTest : public testing::Test {
 
  protected:
   SidebarsTest() {
-    const std::vector<platform::ImageRep> reps = {
-        {.bitmap = platform::Bitmap::make(16, 16, std::vector<std::uint32_t>(16 * 16, 0xFFFF0000)),
-         .size = {16, 16}}};
-    picture_->addRepresentations(reps);
-    const auto delegates = runtime_.classNamed("TSidebarViewController");
-    delegates->addMethod(
-        "test_willDisplay:",
-        Implementation::of<void(Id, Id, Id, Id)>(
-            [this](const Id&, const Id&, const Id& cell, const Id&, const Id&) {
-              if (send<std::optional<std::string>>(cell, "name") != "(w) Drive") return;
-              const Id image = send<Id>(runtime_.classNamed("NSSidebarImage"), "alloc");
-              send<void>(cell,
-                         "setImage:", send<Id>(image, "initWithSourceImage:", ImageRef(picture_)));
-            }),
-        "v@:@@@@");
-    EXPECT_TRUE(delegates->exchangeImplementations(
-        "outlineView:willDisplayCell:forTableColumn:item:", "test_willDisplay:"));
+    platform::setDriveImageByDelegate(runtime_);
     places.setModel(&model);
   }
   static void runUntilIdle() {
@@ -73,8 +53,6 @@ class SidebarsTest : public testing::Test {
  private:
   platform::Runtime runtime_;
   const std::shared_ptr<platform::Class> views_ = hosts::View::registerIn(runtime_);
-  const std::shared_ptr<platform::Image> picture_ =
-      std::make_shared<platform::Image>(platform::Size{16, 16});
 
  protected:
   PlacesModel model;

@@ -17,6 +17,7 @@
 #include "Hosts/Nautilus/Sidebars.h"
 #include "Platform/Graphics/Image.h"
 #include "Tests/ChildProcess/ChildProcess.h"
+#include "Tests/Doubles/SidebarDelegate.h"
 
 namespace wevora::nautilus {
 namespace {
@@ -269,23 +270,7 @@ class SidebarRowsTest : public NautilusWidgetsTest {
  protected:
   SidebarRowsTest() {
     reaction = Reaction::None;
-    const std::vector<platform::ImageRep> reps = {
-        {.bitmap = platform::Bitmap::make(16, 16, std::vector<std::uint32_t>(16 * 16, 0xFFFF0000)),
-         .size = {16, 16}}};
-    picture_->addRepresentations(reps);
-    const auto delegates = runtime_.classNamed("TSidebarViewController");
-    delegates->addMethod(
-        "test_willDisplay:",
-        Implementation::of<void(Id, Id, Id, Id)>(
-            [this](const Id&, const Id&, const Id& cell, const Id&, const Id&) {
-              if (send<std::optional<std::string>>(cell, "name") != "(w) Drive") return;
-              const Id image = send<Id>(runtime_.classNamed("NSSidebarImage"), "alloc");
-              send<void>(cell,
-                         "setImage:", send<Id>(image, "initWithSourceImage:", ImageRef(picture_)));
-            }),
-        "v@:@@@@");
-    EXPECT_TRUE(delegates->exchangeImplementations(
-        "outlineView:willDisplayCell:forTableColumn:item:", "test_willDisplay:"));
+    platform::setDriveImageByDelegate(runtime_);
   }
   ~SidebarRowsTest() override {
     if (content_ != nullptr) g_object_unref(content_);
@@ -316,8 +301,6 @@ class SidebarRowsTest : public NautilusWidgetsTest {
  private:
   platform::Runtime runtime_;
   const std::shared_ptr<platform::Class> views_ = hosts::View::registerIn(runtime_);
-  const std::shared_ptr<platform::Image> picture_ =
-      std::make_shared<platform::Image>(platform::Size{16, 16});
   GtkWidget* content_ = nullptr;
 
  protected:
