@@ -15,17 +15,11 @@
 #include "Hosts/Nautilus/HostWidgets.h"
 #include "Hosts/Nautilus/ObjectProperties.h"
 #include "Hosts/Nautilus/Sidebars.h"
-#include "Platform/Graphics/Image.h"
 #include "Tests/ChildProcess/ChildProcess.h"
 #include "Tests/Doubles/SidebarDelegate.h"
 
 namespace wevora::nautilus {
 namespace {
-
-using platform::Id;
-using platform::ImageRef;
-using platform::Implementation;
-using platform::send;
 
 /// Starts a virtual display, which runs until the process ends.
 void useVirtualDisplay() {
