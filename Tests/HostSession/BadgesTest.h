@@ -352,8 +352,12 @@ TYPED_TEST_P(FileManagerTest, ADiskWhoseFolderIsOpenIsUnmountedFromWithinTheFile
   ASSERT_TRUE(session->until([&] { return session->screen().eject("Disk"); }));
   EXPECT_TRUE(session->until([&] { return !std::filesystem::exists(disk.path("waiting.txt")); }));
   EXPECT_FALSE(session->fileManager().status());
+  // An ordinary user may not list the files of every process. That the disk could be unmounted, and
+  // can be below, proves it there.
   for (const pid_t process : {session->fileManager().pid(), agent.pid()})
-    EXPECT_EQ(openOn(device, process), std::vector<std::string>()) << process;
+    EXPECT_EQ(openOn(device, process).value_or(std::vector<std::string>()),
+              std::vector<std::string>())
+        << process;
   // Nothing keeps a disk that is mounted again busy, though it is probed for a moment.
   EXPECT_TRUE(disk.mount());
   EXPECT_TRUE(session->until([&] { return disk.unmount(); }));
