@@ -53,22 +53,27 @@ class Parser {
 
  private:
   void take(const std::string& word) {
-    if (onlyOperands_ || (command_ != nullptr && command_->verbatim))
-      parsed_.operands.push_back(word);
-    else if (word == "--help" || word == "-h")
+    const bool isOperand = onlyOperands_ || (command_ != nullptr && command_->verbatim);
+    if (!isOperand && takeOther(word)) return;
+    if (command_ == nullptr)
+      throw UsageError(expectedCommand(program_) + ", not " + inQuotes(word));
+    parsed_.operands.push_back(word);
+  }
+
+  /// False for an operand.
+  bool takeOther(const std::string& word) {
+    if (command_ == nullptr && takeCommand(word)) return true;
+    if (word == "--help" || word == "-h")
       parsed_.information = Arguments::Information::help;
     else if (word == "--version")
       parsed_.information = Arguments::Information::version;
-    else if (command_ == nullptr && takeCommand(word))
-      return;
     else if (command_ != nullptr && word == "--")
       onlyOperands_ = true;
     else if (word.starts_with('-') && word != "-")
       takeOption(word);
-    else if (command_ != nullptr)
-      parsed_.operands.push_back(word);
     else
-      throw UsageError(expectedCommand(program_) + ", not " + inQuotes(word));
+      return false;
+    return true;
   }
 
   bool takeCommand(const std::string& word) {

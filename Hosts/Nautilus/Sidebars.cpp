@@ -25,6 +25,7 @@ bool isRow(GtkWidget* widget) {
   return GTK_IS_LIST_BOX_ROW(widget) && hasProperty(widget, kIconProperty);
 }
 
+// NOLINTBEGIN(cppcoreguidelines-owning-memory): GLib owns what its sources and objects hold
 void runLater(std::function<void()> call) {
   g_idle_add_full(
       G_PRIORITY_HIGH,
@@ -68,6 +69,7 @@ struct RowState {
  private:
   static constexpr const char* kKey = "wevora-row-state";
 };
+// NOLINTEND(cppcoreguidelines-owning-memory)
 
 class Row : public SidebarRow {
  public:

@@ -109,8 +109,8 @@ CachedTexture makeCachedTexture(const BitmapRef& bitmap, const BitmapDrawing& dr
 
 GObjectPtr<GdkTexture> makeTexture(const platform::BitmapRef& bitmap) {
   const auto pixels = std::as_bytes(bitmap->pixels());
-  auto* const reference =
-      new platform::BitmapRef(bitmap);  // NOLINT(cppcoreguidelines-owning-memory)
+  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the bytes own it
+  auto* const reference = new platform::BitmapRef(bitmap);
   GBytes* const bytes = g_bytes_new_with_free_func(
       pixels.data(), pixels.size(),
       +[](gpointer owned) noexcept {

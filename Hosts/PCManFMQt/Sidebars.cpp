@@ -30,9 +30,22 @@ QIcon iconOf(const platform::Image& image) {
 
 /// A list of places and what is remembered of it.
 struct Sidebars::Sidebar {
+  Sidebar() {
+    timer.setSingleShot(true);
+    connect(&timer, &QTimer::timeout, &timer, [this] {
+      for (const auto& call : std::exchange(later, {})) platform::catchAll(call);
+    });
+  }
+
   std::shared_ptr<SidebarView> view;
+  QTimer timer;
+  std::vector<std::function<void()>> later;  ///< for the next iteration of the main loop
   hosts::FeedbackGuard guard{
-      {.runLater = [](std::function<void()> call) { QTimer::singleShot(0, std::move(call)); },
+      {.runLater =
+           [this](std::function<void()> call) {
+             later.push_back(std::move(call));
+             timer.start(0);
+           },
        .report =
            [] {
              std::cerr << "wevora: the list of places keeps replacing its image; it keeps the file "

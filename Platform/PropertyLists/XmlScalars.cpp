@@ -33,11 +33,11 @@ std::optional<int> digits(std::string_view text, std::size_t place, std::size_t 
   return number;
 }
 
-constexpr std::array<signed char, 256> kBase64Digits = [] {
-  std::array<signed char, 256> result{};
+constexpr std::array<int, 256> kBase64Digits = [] {
+  std::array<int, 256> result{};
   result.fill(-1);
   for (std::size_t i = 0; i < kBase64.size(); ++i)
-    result[static_cast<unsigned char>(kBase64[i])] = static_cast<signed char>(i);
+    result[static_cast<unsigned char>(kBase64[i])] = static_cast<int>(i);
   return result;
 }();
 

@@ -126,8 +126,8 @@ Environment HostSession::environment(const Environment& more) const {
 }
 
 std::string HostSession::preloadedWith(const std::string& library) {
-  const std::string sanitizer = WEVORA_PRELOAD;
-  return sanitizer.empty() ? library : sanitizer + ":" + library;
+  const char* const sanitizer = WEVORA_PRELOAD;
+  return *sanitizer == '\0' ? library : std::string(sanitizer) + ":" + library;
 }
 
 std::string HostSession::preloaded() {
